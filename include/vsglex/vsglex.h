@@ -1,0 +1,11 @@
+/* vsglex: Chinese lexical analysis. Umbrella header including every public
+ * header of the library. */
+#ifndef VSGLEX_VSGLEX_H
+#define VSGLEX_VSGLEX_H
+
+#include "vsglex/export.h"
+#include "vsglex/types.h"
+#include "vsglex/model.h"
+#include "vsglex/engine.h"
+
+#endif /* VSGLEX_VSGLEX_H */

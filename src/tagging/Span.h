@@ -1,0 +1,76 @@
+// The tagging span: Viterbi search over one run of a sentence's word array,
+// for the part-of-speech tag set and the three name role sets.
+#ifndef VSGLEX_SRC_TAGGING_SPAN_H
+#define VSGLEX_SRC_TAGGING_SPAN_H
+
+#include <cstdint>
+
+#include "vsglex/engine.h"
+#include "vsglex/model.h"
+#include "vsglex/types.h"
+
+// Word slots of a span; slot 0 carries the previous run's last word.
+constexpr int kSpanSlots = 200;
+// Bytes per candidate row: at most 19 candidates and the 255 terminator.
+constexpr int kSpanCands = 20;
+// Terminator of candidate rows and best-tag arrays; never a tag.
+constexpr uint8_t kNoTag = 255;
+
+struct CSpan {
+    const ContextStat *model;   // not owned
+    uint32_t tagType;
+    uint32_t startOffset;
+    uint8_t bestTag[kSpanSlots];
+    char word[kSpanSlots][128];
+    int32_t offset[kSpanSlots];
+    uint8_t cand[kSpanSlots][kSpanCands];
+    uint8_t back[kSpanSlots][kSpanCands];
+    uint32_t count;
+    double score[kSpanSlots][kSpanCands];
+};
+
+// Creates a span ready for a new sentence, or null when memory is short.
+CSpan *CSpan_new();
+// Frees a span; null is accepted.
+void CSpan_delete(CSpan *span);
+// Sets the tag type (0 part of speech, 1 person, 2 place, 3 organisation).
+void CSpan_SetTagType(CSpan *span, uint32_t type);
+// Readies the span for a new sentence (carry 0) or the next run (carry 1).
+int32_t CSpan_Reset(CSpan *span, int32_t carry);
+// Fills slots 1.. for role tagging from records start..; next run start or -1.
+int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t tagSet,
+                       int32_t defaultRole);
+// Fills slots 1.. with part-of-speech candidates; next run start or -1.
+int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const DictionaryS *core);
+// Forward pass of the Viterbi search; returns 1.
+int32_t CSpan_Disamb(CSpan *span);
+// Forward pass and back-trace; returns 1.
+int32_t CSpan_GetBestPOS0(CSpan *span);
+// Forward pass and back-trace; 1 when more than one word left defaultRole.
+int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole);
+// Gives slot k one guessed candidate; *flag becomes the candidate count.
+int32_t CSpan_RoleGuess(CSpan *span, int32_t k, int32_t *flag, int32_t defaultRole);
+// Role-tags a sentence and runs the recogniser of the span's tag type.
+int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_t defaultRole,
+                          const SegmentEngine *engine, WordGraph *graph);
+// Part-of-speech tags every word of a sentence in place.
+int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core);
+// Does nothing; returns 1.
+int32_t CSpan_ComputeFrequency();
+// Index of the record in [low, n) whose offset equals key, or -1.
+int32_t CSpan_BinarySearch(void *unused, int32_t key, const SpanWord *results, int32_t low,
+                           int32_t n);
+// Index of key in a sorted array of n integers, or -1.
+int32_t BinarySearch_0(int32_t key, const int32_t *array, int32_t n);
+// Copies the first character of text into out; returns its byte length.
+int32_t Getchar(const char *text, char *out);
+
+// Recognisers: read the run's best roles and merge name words in place.
+int32_t CSpan_PersonRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
+                              int32_t start, WordGraph *graph);
+int32_t CSpan_PlaceRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
+                             int32_t start, WordGraph *graph);
+int32_t CSpan_OrgRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
+                           int32_t start, WordGraph *graph);
+
+#endif  // VSGLEX_SRC_TAGGING_SPAN_H
