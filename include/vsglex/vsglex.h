@@ -7,5 +7,6 @@
 #include "vsglex/types.h"
 #include "vsglex/model.h"
 #include "vsglex/engine.h"
+#include "vsglex/utility.h"
 
 #endif /* VSGLEX_VSGLEX_H */
