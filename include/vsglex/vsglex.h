@@ -8,5 +8,6 @@
 #include "vsglex/model.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
+#include "vsglex/charset.h"
 
 #endif /* VSGLEX_VSGLEX_H */
