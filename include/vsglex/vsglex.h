@@ -9,5 +9,8 @@
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
 #include "vsglex/charset.h"
+#include "vsglex/errcat.h"
+#include "vsglex/tlsinst.h"
+#include "vsglex/memext.h"
 
 #endif /* VSGLEX_VSGLEX_H */
