@@ -101,18 +101,24 @@ typedef struct WordGraph {
 
 /* Appends a vertex; 1, or -1 when the graph already holds 199 vertices. */
 VSGLEX_API int32_t InsertVex(WordGraph *graph, SpanWord word);
-/* Pushes an arc onto the from-vertex's list; 1 or -1. */
+/* Pushes an arc onto the from-vertex's list; 1, or -1 for a null graph, an
+ * index outside 0..198 or a failed allocation. */
 VSGLEX_API int32_t InsertArc(WordGraph *graph, int32_t from, int32_t to, double weight);
-/* Fills out[0..vertexCount-1] with the source's arc weights (+inf without). */
+/* Fills out[0..vertexCount-1] with the source's arc weights (+inf without);
+ * of parallel arcs the earliest inserted wins. */
 VSGLEX_API void GetArcValue_0(const WordGraph *graph, int32_t source, double *out);
 /* Weight of the newest arc from -> to, or +inf. */
 VSGLEX_API void GetArcValue_1(const WordGraph *graph, int32_t from, int32_t to, double *out);
-/* Cheapest path from source to target written into `path` (room for
- * vertexCount + 1 records, ended by an empty text); returns the byte length
- * of the path records. */
+/* Cheapest path from source to target (Dijkstra over the arc costs), read
+ * out by following from the source, at each vertex, the newest arc whose end
+ * lies on the best path. Written into `path` (room for vertexCount + 1
+ * records, ended by an empty text); returns the byte length of the path
+ * records. Allocates nothing; uses about 45 KB of stack. */
 VSGLEX_API int32_t ShortestPath_DIJ(const WordGraph *graph, int32_t source, int32_t target,
                                     SpanWord *path);
-/* Frees every arc; returns the vertex count. */
+/* Frees every arc and clears the list heads; the counts are left as they
+ * were (zero-fill the graph before building it again). Returns the vertex
+ * count. */
 VSGLEX_API int32_t DestroyGraph(WordGraph *graph);
 
 VSGLEX_EXTERN_C_END
