@@ -1,0 +1,233 @@
+// Context statistics of one tag set: tag counts and tag-to-tag counts, in a
+// raw machine-order form or a versioned little-endian form, and the cost
+// tables derived from them once at load.
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "model/model_io.h"
+#include "vsglex/model.h"
+
+using vsg::model::BinaryReader;
+using vsg::model::BinaryWriter;
+using vsg::model::File;
+using vsg::model::OpenFile;
+using vsg::model::Scratch;
+
+namespace {
+
+constexpr uint32_t kVersion = 4;
+constexpr int32_t kCannotOpen = -101;
+// Single value of a tag that never occurs (a rounded ln 22).
+constexpr double kUnseenTagValue = 3.091042;
+// Cost of a tag pair never seen.
+constexpr double kUnseenPairCost = 13.8155;
+
+// Allocates n zeroed elements (at least one, so an empty table is still a
+// table).
+template <typename T>
+T *AllocZeroed(size_t n) {
+    return static_cast<T *>(std::calloc(n == 0 ? 1 : n, sizeof(T)));
+}
+
+double SingleValue(int32_t frequency) {
+    return frequency > 0 ? std::log(static_cast<double>(frequency) + 22.0) : kUnseenTagValue;
+}
+
+// The cost of tag j following tag i. The interpolation term uses the
+// frequency of the preceding tag i.
+double PairCost(int32_t pairCount, int32_t frequency, int32_t total) {
+    if (frequency == 0 || pairCount == 0) return kUnseenPairCost;
+    const double m = pairCount;
+    const double f = frequency;
+    const double t = total;
+    return -0.999999 * std::log(0.9 * m / f + 0.1 * f / t) + 0.000001;
+}
+
+// Allocates the cost table from the loaded counts; false when memory runs
+// out.
+bool DerivePossibility(ContextStat *model) {
+    const int n = model->tagCount;
+    model->possibility = AllocZeroed<double *>(n);
+    if (model->possibility == nullptr) return false;
+    for (int i = 0; i < n; ++i) {
+        double *row = AllocZeroed<double>(n);
+        if (row == nullptr) return false;
+        model->possibility[i] = row;
+        for (int j = 0; j < n; ++j)
+            row[j] = PairCost(model->contextMatrix[i][j], model->tagFrequency[i],
+                              model->totalFrequency);
+    }
+    return true;
+}
+
+// Reads up to n machine-order 32-bit counts; counts the file does not hold
+// stay 0.
+void ReadCounts(FILE *fp, int32_t *out, size_t n) {
+    if (n == 0) return;
+    unsigned char bytes[4 * 255];
+    const size_t got = std::fread(bytes, 1, 4 * n, fp);
+    for (size_t k = 0; k + 4 <= got; k += 4) std::memcpy(&out[k / 4], bytes + k, 4);
+}
+
+bool AllocTables(ContextStat *model) {
+    const size_t n = model->tagCount;
+    model->tagFrequency = AllocZeroed<int32_t>(n);
+    model->contextMatrix = AllocZeroed<int32_t *>(n);
+    model->singleValue = AllocZeroed<double>(n);
+    return model->tagFrequency != nullptr && model->contextMatrix != nullptr &&
+           model->singleValue != nullptr;
+}
+
+void WriteCount(BinaryWriter &out, const int32_t *table, int index) {
+    out.I32(table != nullptr ? table[index] : 0);
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t ContextStat_Load(const char *path, ContextStat *model) {
+    File fp = OpenFile(path, "rb");
+    if (!fp || model == nullptr) return kCannotOpen;
+    ContextStat_Free(model);
+
+    uint8_t n = 0;
+    if (std::fread(&n, 1, 1, fp.get()) != 1) n = 0;
+    int32_t total = 0;
+    ReadCounts(fp.get(), &total, 1);
+    model->tagCount = n;
+    model->totalFrequency = total;
+    // Short files leave the counts they lack at 0; the only failure this
+    // form reports is a file that cannot be opened (or no memory).
+    if (!AllocTables(model)) return kCannotOpen;
+    ReadCounts(fp.get(), model->tagFrequency, n);
+    for (int i = 0; i < n; ++i) {
+        model->contextMatrix[i] = AllocZeroed<int32_t>(n);
+        if (model->contextMatrix[i] == nullptr) return kCannotOpen;
+        ReadCounts(fp.get(), model->contextMatrix[i], n);
+        model->singleValue[i] = SingleValue(model->tagFrequency[i]);
+    }
+    fp.reset();
+    return DerivePossibility(model) ? 1 : kCannotOpen;
+}
+
+int32_t ContextStat_LoadBinary(const char *path, ContextStat *model) {
+    File fp = OpenFile(path, "rb");
+    if (!fp) return kCannotOpen;
+    Scratch scratch;
+    if (!scratch || model == nullptr) return -1;
+    ContextStat_Free(model);
+
+    BinaryReader in(fp.get(), scratch.bytes);
+    uint32_t version = 0;
+    if (!in.U32(&version)) return -1;
+    if (version != kVersion) {
+        std::fwrite("coredict version error!", 1, 23, stderr);
+        return -1;
+    }
+    uint32_t n = 0;
+    int32_t total = 0;
+    if (!in.U32(&n) || !in.I32(&total)) return -1;
+    // Only the low 8 bits of the count are kept, and only that many rows
+    // are read.
+    model->tagCount = static_cast<uint8_t>(n);
+    model->totalFrequency = total;
+    if (!AllocTables(model)) return -1;
+    const int tags = model->tagCount;
+    for (int i = 0; i < tags; ++i)
+        if (!in.I32(&model->tagFrequency[i])) return -1;
+    for (int i = 0; i < tags; ++i) {
+        model->contextMatrix[i] = AllocZeroed<int32_t>(tags);
+        if (model->contextMatrix[i] == nullptr) return -1;
+        for (int j = 0; j < tags; ++j)
+            if (!in.I32(&model->contextMatrix[i][j])) return -1;
+        model->singleValue[i] = SingleValue(model->tagFrequency[i]);
+    }
+    fp.reset();
+    return DerivePossibility(model) ? 1 : -1;
+}
+
+int32_t ContextStat_Save(const char *path, const ContextStat *model) {
+    if (model == nullptr) return kCannotOpen;
+    File fp = OpenFile(path, "wb");
+    if (!fp) return kCannotOpen;
+    const int n = model->tagCount;
+    bool ok = std::fwrite(&model->tagCount, 1, 1, fp.get()) == 1;
+    ok = std::fwrite(&model->totalFrequency, 4, 1, fp.get()) == 1 && ok;
+    const int32_t zero = 0;
+    for (int i = 0; i < n; ++i) {
+        const int32_t *f = model->tagFrequency != nullptr ? &model->tagFrequency[i] : &zero;
+        ok = std::fwrite(f, 4, 1, fp.get()) == 1 && ok;
+    }
+    for (int i = 0; i < n; ++i) {
+        const int32_t *row = model->contextMatrix != nullptr ? model->contextMatrix[i] : nullptr;
+        for (int j = 0; j < n; ++j)
+            ok = std::fwrite(row != nullptr ? &row[j] : &zero, 4, 1, fp.get()) == 1 && ok;
+    }
+    if (std::fclose(fp.release()) != 0) ok = false;
+    return ok ? 1 : kCannotOpen;
+}
+
+int32_t ContextStat_SaveBinary(const char *path, const ContextStat *model) {
+    Scratch scratch;
+    if (!scratch || model == nullptr) return -1;
+    File fp = OpenFile(path, "wb");
+    if (!fp) return kCannotOpen;
+    BinaryWriter out(fp.get(), scratch.bytes);
+    const int n = model->tagCount;
+    out.U32(kVersion);
+    out.U32(model->tagCount);
+    out.I32(model->totalFrequency);
+    for (int i = 0; i < n; ++i) WriteCount(out, model->tagFrequency, i);
+    for (int i = 0; i < n; ++i) {
+        const int32_t *row = model->contextMatrix != nullptr ? model->contextMatrix[i] : nullptr;
+        for (int j = 0; j < n; ++j) WriteCount(out, row, j);
+    }
+    return out.Finish(fp) ? 1 : -1;
+}
+
+int32_t ContextStat_GetFrequency(int32_t tag, const ContextStat *model) {
+    const unsigned t = static_cast<uint8_t>(tag);
+    if (model == nullptr || model->tagFrequency == nullptr || t >= model->tagCount) return 0;
+    return model->tagFrequency[t];
+}
+
+double ContextStat_GetSingleValue(int32_t tag, const ContextStat *model) {
+    const unsigned t = static_cast<uint8_t>(tag);
+    if (model == nullptr || model->singleValue == nullptr || t >= model->tagCount) return 0.0;
+    return model->singleValue[t];
+}
+
+double ContextStat_GetPossibility(int32_t prev, int32_t cur, const ContextStat *model) {
+    const unsigned p = static_cast<uint8_t>(prev);
+    const unsigned c = static_cast<uint8_t>(cur);
+    // Tags the model does not have cost as much as a pair never seen.
+    if (model == nullptr || model->possibility == nullptr || p >= model->tagCount ||
+        c >= model->tagCount || model->possibility[p] == nullptr)
+        return kUnseenPairCost;
+    return model->possibility[p][c];
+}
+
+void ContextStat_Free(ContextStat *model) {
+    if (model == nullptr) return;
+    const int n = model->tagCount;
+    if (model->contextMatrix != nullptr) {
+        for (int i = 0; i < n; ++i) std::free(model->contextMatrix[i]);
+        std::free(model->contextMatrix);
+        model->contextMatrix = nullptr;
+    }
+    std::free(model->tagFrequency);
+    model->tagFrequency = nullptr;
+    std::free(model->singleValue);
+    model->singleValue = nullptr;
+    if (model->possibility != nullptr) {
+        for (int i = 0; i < n; ++i) std::free(model->possibility[i]);
+        std::free(model->possibility);
+        model->possibility = nullptr;
+    }
+}
+
+}  // extern "C"

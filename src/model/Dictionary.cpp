@@ -1,0 +1,295 @@
+// Affix dictionaries: a key (a word, or two words joined by "@") mapped to
+// one value, hashed into count + 100 buckets; and the word-to-word
+// transition costs read from a pair table with a single-word fallback.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "model/model_io.h"
+#include "vsglex/model.h"
+
+using vsg::model::BinaryReader;
+using vsg::model::BinaryWriter;
+using vsg::model::BucketInRange;
+using vsg::model::File;
+using vsg::model::OpenFile;
+using vsg::model::Scratch;
+
+namespace {
+
+constexpr uint32_t kVersion = 4;
+constexpr int kLineBytes = 128;
+constexpr int32_t kExtraBuckets = 100;
+// Smallest binary entry: length, value, hash.
+constexpr uint64_t kMinEntryBytes = 4 + 4 + 4;
+constexpr uint64_t kBucketBytes = 8;
+// Cost of a transition that neither table knows.
+constexpr double kUnseenTransition = 11.0285;
+// Longest text taken from a word record (its text field).
+constexpr size_t kRecordText = sizeof(SpanWord::text);
+
+void PrintMissing(const char *path) {
+    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
+}
+
+// Reads the next line that carries an entry: line ends cut, empty lines and
+// lines of a single space skipped. False at end of file.
+bool ReadEntryLine(char (&line)[kLineBytes], FILE *fp) {
+    for (;;) {
+        std::memset(line, 0, sizeof line);
+        if (std::fgets(line, kLineBytes, fp) == nullptr) return false;
+        vsg::model::TrimLineEnd(line);
+        if (line[0] == '\0' || std::strcmp(line, " ") == 0) continue;
+        return true;
+    }
+}
+
+// Loading pass: returns the number of entries filled, or -1 when there are
+// more than the counting pass saw or memory runs out.
+int64_t LoadEntries(FILE *fp, Dictionary *dict) {
+    const uint32_t buckets = static_cast<uint32_t>(dict->count) + kExtraBuckets;
+    int64_t loaded = 0;
+    char line[kLineBytes];
+    while (ReadEntryLine(line, fp)) {
+        char key[kLineBytes] = "";
+        float value = 0;
+        std::sscanf(line, "%s %f", key, &value);
+        if (key[0] == '\0') continue;
+        if (loaded >= dict->count) return -1;
+        DictEntry &entry = dict->entries[loaded];
+        const size_t length = std::strlen(key);
+        entry.word = static_cast<char *>(std::malloc(length + 1));
+        if (entry.word == nullptr) return -1;
+        std::memcpy(entry.word, key, length + 1);
+        entry.length = static_cast<int32_t>(length);
+        entry.value = value;
+        entry.hash = static_cast<int32_t>(VSGHash1(entry.word, buckets));
+        ++loaded;
+    }
+    return loaded;
+}
+
+bool ReadEntry(BinaryReader &in, DictEntry &entry) {
+    int32_t length = 0;
+    if (!in.I32(&length) || length < 0 || static_cast<uint64_t>(length) > in.left()) return false;
+    entry.word = static_cast<char *>(std::malloc(static_cast<size_t>(length) + 1));
+    if (entry.word == nullptr || !in.Bytes(entry.word, static_cast<size_t>(length))) return false;
+    entry.word[length] = '\0';
+    entry.length = length;
+    float value = 0;
+    if (!in.Float(&value)) return false;
+    entry.value = value;
+    return in.I32(&entry.hash);
+}
+
+// Text a word record contributes to a key: its class word when set, else
+// its text; at most `limit` bytes even when the field is not terminated.
+void RecordText(const char *field, size_t limit, const char *&text, size_t &length) {
+    text = field;
+    length = strnlen(field, limit);
+}
+
+// The transition rule over texts A and B given with their lengths.
+double Transition(const char *a, size_t aLength, const char *b, size_t bLength,
+                  const Dictionary *pair) {
+    // Texts come from word records (at most 127 bytes each); a longer key
+    // cannot be built and counts as absent from the pair table.
+    char key[2 * kRecordText + 2];
+    char first[sizeof key];
+    const Dictionary *pairTable = pair;
+    const Dictionary *singleTable = pair != nullptr ? pair + 1 : nullptr;
+    if (aLength + 1 + bLength < sizeof key) {
+        std::memcpy(key, a, aLength);
+        key[aLength] = '@';
+        std::memcpy(key + aLength + 1, b, bLength);
+        key[aLength + 1 + bLength] = '\0';
+        const double v = Dictionary_GetValue(key, pairTable);
+        if (!(v <= 0)) return v;
+    }
+    if (aLength < sizeof first) {
+        std::memcpy(first, a, aLength);
+        first[aLength] = '\0';
+        const double u = Dictionary_GetValue(first, singleTable);
+        if (!(u <= 0)) return u;
+    }
+    return kUnseenTransition;
+}
+
+}  // namespace
+
+extern "C" {
+
+int ComparePos(const void *a, const void *b) {
+    const int32_t ha = static_cast<const DictEntry *>(a)->hash;
+    const int32_t hb = static_cast<const DictEntry *>(b)->hash;
+    return ha < hb ? -1 : (ha > hb ? 1 : 0);
+}
+
+int32_t Dictionary_Load(const char *path, Dictionary *dict) {
+    File fp = OpenFile(path, "r");
+    if (!fp) {
+        PrintMissing(path);
+        return -1;
+    }
+    if (dict == nullptr) return -1;
+    Dictionary_Free(dict);
+
+    int64_t lines = 0;
+    char line[kLineBytes];
+    while (ReadEntryLine(line, fp.get())) ++lines;
+    fp.reset();
+    if (lines > INT32_MAX - kExtraBuckets) return -1;
+    dict->count = static_cast<int32_t>(lines);
+    dict->entries =
+        static_cast<DictEntry *>(std::calloc(static_cast<size_t>(lines) + 1, sizeof(DictEntry)));
+    if (dict->entries == nullptr) return -1;
+    fp = OpenFile(path, "r");
+    if (!fp) {
+        PrintMissing(path);
+        return -1;
+    }
+    const int64_t loaded = LoadEntries(fp.get(), dict);
+    fp.reset();
+    if (loaded != dict->count) return -1;
+
+    std::stable_sort(dict->entries, dict->entries + dict->count,
+                     [](const DictEntry &a, const DictEntry &b) { return a.hash < b.hash; });
+    const int32_t bucketCount = dict->count + kExtraBuckets;
+    dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
+    if (dict->buckets == nullptr) return -1;
+    for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
+    for (int32_t i = 0; i < dict->count; ++i) {
+        DictBucket &bucket = dict->buckets[dict->entries[i].hash];
+        if (bucket.first == -1) bucket.first = i;
+        ++bucket.count;
+    }
+    return 1;
+}
+
+int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
+    if (dict == nullptr) return -1;
+    File fp = OpenFile(path, "rb");
+    if (!fp) return -1;
+    Scratch scratch;
+    if (!scratch) return -1;
+    Dictionary_Free(dict);
+
+    BinaryReader in(fp.get(), scratch.bytes);
+    uint32_t version = 0;
+    if (!in.U32(&version)) return -1;
+    if (version != kVersion) {
+        std::fwrite("coredict version error!", 1, 23, stderr);
+        return -1;
+    }
+    int32_t count = 0;
+    if (!in.I32(&count)) return -1;
+    // Each entry takes at least kMinEntryBytes and adds one bucket; 100
+    // more buckets follow.
+    const uint64_t fixed = kExtraBuckets * kBucketBytes;
+    if (count < 0 || count > INT32_MAX - kExtraBuckets || in.left() < fixed ||
+        static_cast<uint64_t>(count) > (in.left() - fixed) / (kMinEntryBytes + kBucketBytes))
+        return -1;
+    dict->count = count;
+    dict->entries =
+        static_cast<DictEntry *>(std::calloc(static_cast<size_t>(count) + 1, sizeof(DictEntry)));
+    if (dict->entries == nullptr) return -1;
+    for (int32_t i = 0; i < count; ++i)
+        if (!ReadEntry(in, dict->entries[i])) return -1;
+
+    const int32_t bucketCount = count + kExtraBuckets;
+    dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
+    if (dict->buckets == nullptr) return -1;
+    for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
+    for (int32_t h = 0; h < bucketCount; ++h) {
+        DictBucket bucket{-1, 0};
+        if (!in.I32(&bucket.first) || !in.I32(&bucket.count)) return -1;
+        if (!BucketInRange(bucket, count)) return -1;
+        dict->buckets[h] = bucket;
+    }
+    return 1;
+}
+
+int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {
+    if (dict == nullptr || dict->count < 0 || dict->count > INT32_MAX - kExtraBuckets ||
+        dict->buckets == nullptr || (dict->count > 0 && dict->entries == nullptr))
+        return -1;
+    for (int32_t i = 0; i < dict->count; ++i)
+        if (dict->entries[i].word == nullptr || dict->entries[i].length < 0) return -1;
+    Scratch scratch;
+    if (!scratch) return -1;
+    File fp = OpenFile(path, "wb");
+    if (!fp) return -1;
+
+    BinaryWriter out(fp.get(), scratch.bytes);
+    out.U32(kVersion);
+    out.I32(dict->count);
+    for (int32_t i = 0; i < dict->count; ++i) {
+        const DictEntry &e = dict->entries[i];
+        out.I32(e.length);
+        out.Bytes(e.word, static_cast<size_t>(e.length));
+        out.Float(static_cast<float>(e.value));
+        out.I32(e.hash);
+    }
+    for (int32_t h = 0; h < dict->count + kExtraBuckets; ++h) {
+        out.I32(dict->buckets[h].first);
+        out.I32(dict->buckets[h].count);
+    }
+    return out.Finish(fp) ? 1 : -1;
+}
+
+double Dictionary_GetValue(const char *word, const Dictionary *dict) {
+    if (dict == nullptr || word == nullptr || word[0] == '\0') return -1.0;
+    if (dict->buckets == nullptr || dict->entries == nullptr || dict->count < 0 ||
+        dict->count > INT32_MAX - kExtraBuckets)
+        return -1.0;
+    const uint32_t h = VSGHash1(word, static_cast<uint32_t>(dict->count) + kExtraBuckets);
+    const DictBucket &bucket = dict->buckets[h];
+    if (bucket.first < 0 || bucket.count <= 0) return -1.0;
+    const int64_t end = std::min<int64_t>(static_cast<int64_t>(bucket.first) + bucket.count, dict->count);
+    for (int64_t i = bucket.first; i < end; ++i) {
+        const DictEntry &entry = dict->entries[i];
+        if (entry.word != nullptr && std::strcmp(entry.word, word) == 0) return entry.value;
+    }
+    return -1.0;
+}
+
+double GetTransitionProb0(const char *a, const char *b, const Dictionary *pair) {
+    if (a == nullptr) a = "";
+    if (b == nullptr) b = "";
+    return Transition(a, std::strlen(a), b, std::strlen(b), pair);
+}
+
+double GetTransitionProb1(const SpanWord *x, const SpanWord *y, const Dictionary *pair) {
+    if (x == nullptr || y == nullptr) return -1.0;
+    const char *a = nullptr;
+    const char *b = nullptr;
+    size_t aLength = 0;
+    size_t bLength = 0;
+    if (x->classText[0] != '\0')
+        RecordText(x->classText, sizeof x->classText, a, aLength);
+    else
+        RecordText(x->text, sizeof x->text, a, aLength);
+    if (y->classText[0] != '\0')
+        RecordText(y->classText, sizeof y->classText, b, bLength);
+    else
+        RecordText(y->text, sizeof y->text, b, bLength);
+    return Transition(a, aLength, b, bLength, pair);
+}
+
+void Dictionary_Free(Dictionary *dict) {
+    if (dict == nullptr) return;
+    if (dict->entries != nullptr) {
+        for (int32_t i = 0; i < dict->count; ++i) {
+            std::free(dict->entries[i].word);
+            dict->entries[i].word = nullptr;
+        }
+        std::free(dict->entries);
+        dict->entries = nullptr;
+    }
+    std::free(dict->buckets);
+    dict->buckets = nullptr;
+}
+
+}  // extern "C"

@@ -1,0 +1,340 @@
+// The core dictionary: every known word with its candidate rows and four
+// statistics, hashed into 150,000 buckets. Loaded from a text file of
+// records (header line, then one line per row) or from its binary form.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/gbtext.h"
+#include "model/model_io.h"
+#include "vsglex/model.h"
+
+using vsg::model::BinaryReader;
+using vsg::model::BinaryWriter;
+using vsg::model::BucketInRange;
+using vsg::model::BytesLeft;
+using vsg::model::File;
+using vsg::model::OpenFile;
+using vsg::model::Scratch;
+
+extern "C" {
+int32_t gTaIndexNum = 4468;
+}
+
+namespace {
+
+constexpr uint32_t kVersion = 4;
+constexpr int kLineBytes = 128;
+// Smallest binary entry: length, posCount, four stats, hash, flag.
+constexpr uint64_t kMinEntryBytes = 4 + 4 + 16 + 4 + 4;
+constexpr uint64_t kRowBytes = 2 + 1 + 4 + 4;
+constexpr uint64_t kBucketBytes = static_cast<uint64_t>(DICTS_BUCKETS) * 8;
+
+void PrintMissing(const char *path) {
+    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
+}
+
+void PrintVersionError() { std::fwrite("coredict version error!", 1, 23, stderr); }
+
+// Reads one line of at most 127 bytes into a cleared buffer.
+bool ReadLine(char (&line)[kLineBytes], FILE *fp) {
+    std::memset(line, 0, sizeof line);
+    return std::fgets(line, kLineBytes, fp) != nullptr;
+}
+
+// Counting pass: one record per header line, skipping the row lines its
+// row count announces. Empty and malformed header lines count too.
+int64_t CountRecords(FILE *fp) {
+    int64_t records = 0;
+    char line[kLineBytes];
+    while (ReadLine(line, fp)) {
+        char word[kLineBytes] = "";
+        int rows = 0;
+        float first = 0;
+        std::sscanf(line, "%s %d %f", word, &rows, &first);
+        char skipped[kLineBytes];
+        for (int i = 0; i < rows && ReadLine(skipped, fp); ++i) {
+        }
+        ++records;
+        if (std::feof(fp)) break;
+    }
+    return records;
+}
+
+// Reads the rows of one entry. `code` carries over from the row before,
+// so a row line without a number repeats it. False when the file ends
+// before every row was read.
+bool ReadRows(FILE *fp, DictSEntry &entry, int &code) {
+    char line[kLineBytes];
+    for (int32_t r = 0; r < entry.posCount; ++r) {
+        if (!ReadLine(line, fp)) return false;
+        int sub = 255;
+        float value = 0;
+        std::sscanf(line, "%d %d %f", &code, &sub, &value);
+        DictSRow &row = entry.posList[r];
+        row.code = static_cast<uint16_t>(code);
+        row.subCode = static_cast<uint8_t>(sub);
+        row.value = value;
+        row.flag = 1;
+    }
+    return true;
+}
+
+// Loading pass: fills up to dict->count entries; returns how many were
+// loaded, or -1 when the file is truncated or memory runs out.
+int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
+    const uint64_t fileBytes = BytesLeft(fp);
+    int64_t loaded = 0;
+    int code = 0;
+    char line[kLineBytes];
+    while (ReadLine(line, fp)) {
+        vsg::model::TrimLineEnd(line);
+        char word[kLineBytes] = "";
+        int rows = 0;
+        float stats[4] = {0, 0, 0, 0};
+        std::sscanf(line, "%s %d %f %f %f %f", word, &rows, &stats[0], &stats[1], &stats[2],
+                    &stats[3]);
+        if (word[0] == '\0' || rows < 1) continue;
+        // More records than the counting pass saw (the file changed), or
+        // more rows than the file has bytes (it is truncated).
+        if (loaded >= dict->count || static_cast<uint64_t>(rows) > fileBytes) return -1;
+        DictSEntry &entry = dict->entries[loaded];
+        const size_t length = std::strlen(word);
+        entry.word = static_cast<char *>(std::malloc(length + 1));
+        if (entry.word == nullptr) return -1;
+        std::memcpy(entry.word, word, length + 1);
+        entry.length = static_cast<int32_t>(length);
+        entry.posCount = rows;
+        std::memcpy(entry.stats, stats, sizeof stats);
+        entry.flag = 1;
+        entry.posList = static_cast<DictSRow *>(
+            std::calloc(static_cast<size_t>(rows) + 1, sizeof(DictSRow)));
+        if (entry.posList == nullptr) return -1;
+        if (!ReadRows(fp, entry, code)) return -1;
+        entry.hash = static_cast<int32_t>(VSGHash(entry.word, DICTS_BUCKETS));
+        ++loaded;
+    }
+    return loaded;
+}
+
+// Allocates the bucket table and records the runs of the sorted entries;
+// for the core dictionary file also the class-word positions.
+bool BuildBuckets(DictionaryS *dict, bool isCoreFile) {
+    dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
+    if (dict->buckets == nullptr) return false;
+    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) dict->buckets[h] = DictBucket{-1, 0};
+    for (int32_t i = 0; i < dict->count; ++i) {
+        const DictSEntry &entry = dict->entries[i];
+        if (isCoreFile) {
+            if (std::strcmp(entry.word, vsg::kOtherClass) == 0) gTaIndexNum = i;
+            if (std::strcmp(entry.word, vsg::kPersonClass) == 0) dict->personIndex = i;
+            if (std::strcmp(entry.word, vsg::kPlaceClass) == 0) dict->placeIndex = i;
+            if (std::strcmp(entry.word, vsg::kOrgClass) == 0) dict->orgIndex = i;
+        }
+        DictBucket &bucket = dict->buckets[entry.hash];
+        if (bucket.first == -1) bucket.first = i;
+        ++bucket.count;
+    }
+    return true;
+}
+
+// A class-word position read from a file: an entry position, or 0/-1 for
+// a class word the dictionary does not hold.
+bool PositionValid(int32_t pos, int32_t count) { return pos == -1 || pos == 0 || (pos > 0 && pos < count); }
+
+bool ReadEntry(BinaryReader &in, DictSEntry &entry) {
+    int32_t length = 0;
+    if (!in.I32(&length) || length < 0 || static_cast<uint64_t>(length) > in.left()) return false;
+    entry.word = static_cast<char *>(std::malloc(static_cast<size_t>(length) + 1));
+    if (entry.word == nullptr || !in.Bytes(entry.word, static_cast<size_t>(length))) return false;
+    entry.word[length] = '\0';
+    entry.length = length;
+    int32_t rows = 0;
+    if (!in.I32(&rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > in.left()) return false;
+    for (float &s : entry.stats)
+        if (!in.Float(&s)) return false;
+    entry.posList =
+        static_cast<DictSRow *>(std::calloc(static_cast<size_t>(rows) + 1, sizeof(DictSRow)));
+    if (entry.posList == nullptr) return false;
+    entry.posCount = rows;
+    for (int32_t r = 0; r < rows; ++r) {
+        DictSRow &row = entry.posList[r];
+        if (!in.U16(&row.code) || !in.U8(&row.subCode) || !in.Float(&row.value) ||
+            !in.U32(&row.flag))
+            return false;
+    }
+    return in.I32(&entry.hash) && in.I32(&entry.flag);
+}
+
+}  // namespace
+
+extern "C" {
+
+int CompareDictSPos(const void *a, const void *b) {
+    const int32_t ha = static_cast<const DictSEntry *>(a)->hash;
+    const int32_t hb = static_cast<const DictSEntry *>(b)->hash;
+    return ha < hb ? -1 : (ha > hb ? 1 : 0);
+}
+
+int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
+    File fp = OpenFile(path, "r");
+    if (!fp) {
+        PrintMissing(path);
+        return -1;
+    }
+    if (dict == nullptr) return -1;
+    // A record that failed an earlier load still owns its partial tables.
+    DictionaryS_Free(dict);
+
+    const int64_t records = CountRecords(fp.get());
+    fp.reset();
+    if (records > INT32_MAX) return -1;
+    dict->count = static_cast<int32_t>(records);
+    dict->entries = static_cast<DictSEntry *>(
+        std::calloc(static_cast<size_t>(records) + 1, sizeof(DictSEntry)));
+    if (dict->entries == nullptr) return -1;
+    fp = OpenFile(path, "r");
+    if (!fp) {
+        PrintMissing(path);
+        return -1;
+    }
+    const int64_t loaded = LoadRecords(fp.get(), dict);
+    fp.reset();
+    if (loaded != dict->count) return -1;
+
+    // Ascending hash; entries of equal hash keep their file order.
+    std::stable_sort(dict->entries, dict->entries + dict->count,
+                     [](const DictSEntry &a, const DictSEntry &b) { return a.hash < b.hash; });
+    if (!BuildBuckets(dict, std::strstr(path, "coredict.dct") != nullptr)) return -1;
+    return 1;
+}
+
+int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
+    if (dict == nullptr) return -1;
+    File fp = OpenFile(path, "rb");
+    if (!fp) return -1;
+    Scratch scratch;
+    if (!scratch) return -1;
+    DictionaryS_Free(dict);
+
+    BinaryReader in(fp.get(), scratch.bytes);
+    uint32_t version = 0;
+    if (!in.U32(&version)) return -1;
+    if (version != kVersion) {
+        PrintVersionError();
+        return -1;
+    }
+    int32_t count = 0;
+    if (!in.I32(&count) || !in.I32(&dict->personIndex) || !in.I32(&dict->placeIndex) ||
+        !in.I32(&dict->orgIndex))
+        return -1;
+    // Every entry takes at least kMinEntryBytes and the buckets follow them.
+    if (count < 0 || in.left() < kBucketBytes ||
+        static_cast<uint64_t>(count) > (in.left() - kBucketBytes) / kMinEntryBytes)
+        return -1;
+    if (!PositionValid(dict->personIndex, count) || !PositionValid(dict->placeIndex, count) ||
+        !PositionValid(dict->orgIndex, count))
+        return -1;
+    dict->count = count;
+    dict->entries = static_cast<DictSEntry *>(
+        std::calloc(static_cast<size_t>(count) + 1, sizeof(DictSEntry)));
+    if (dict->entries == nullptr) return -1;
+    for (int32_t i = 0; i < count; ++i)
+        if (!ReadEntry(in, dict->entries[i])) return -1;
+
+    dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
+    if (dict->buckets == nullptr) return -1;
+    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) {
+        DictBucket &bucket = dict->buckets[h];
+        if (!in.I32(&bucket.first) || !in.I32(&bucket.count)) {
+            bucket = DictBucket{-1, 0};
+            for (int32_t rest = h + 1; rest < DICTS_BUCKETS; ++rest)
+                dict->buckets[rest] = DictBucket{-1, 0};
+            return -1;
+        }
+        if (!BucketInRange(bucket, count)) {
+            // Keep the table safe to scan for anyone who looks before _Free.
+            for (int32_t rest = h; rest < DICTS_BUCKETS; ++rest)
+                dict->buckets[rest] = DictBucket{-1, 0};
+            return -1;
+        }
+    }
+    return 1;
+}
+
+int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {
+    if (dict == nullptr || dict->count < 0 || dict->buckets == nullptr ||
+        (dict->count > 0 && dict->entries == nullptr))
+        return -1;
+    for (int32_t i = 0; i < dict->count; ++i) {
+        const DictSEntry &e = dict->entries[i];
+        if (e.word == nullptr || e.length < 0 || e.posCount < 0 ||
+            (e.posCount > 0 && e.posList == nullptr))
+            return -1;
+    }
+    Scratch scratch;
+    if (!scratch) return -1;
+    File fp = OpenFile(path, "wb");
+    if (!fp) return -1;
+
+    BinaryWriter out(fp.get(), scratch.bytes);
+    out.U32(kVersion);
+    out.I32(dict->count);
+    out.I32(dict->personIndex);
+    out.I32(dict->placeIndex);
+    out.I32(dict->orgIndex);
+    for (int32_t i = 0; i < dict->count; ++i) {
+        const DictSEntry &e = dict->entries[i];
+        out.I32(e.length);
+        out.Bytes(e.word, static_cast<size_t>(e.length));
+        out.I32(e.posCount);
+        for (float s : e.stats) out.Float(s);
+        for (int32_t r = 0; r < e.posCount; ++r) {
+            const DictSRow &row = e.posList[r];
+            out.U16(row.code);
+            out.U8(row.subCode);
+            out.Float(row.value);
+            out.U32(row.flag);
+        }
+        out.I32(e.hash);
+        out.I32(e.flag);
+    }
+    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) {
+        out.I32(dict->buckets[h].first);
+        out.I32(dict->buckets[h].count);
+    }
+    return out.Finish(fp) ? 1 : -1;
+}
+
+int32_t DictionaryS_GetCoreInfo(const char *word, const DictionaryS *dict) {
+    if (dict == nullptr || word == nullptr || word[0] == '\0') return -1;
+    if (dict->buckets == nullptr || dict->entries == nullptr) return -1;
+    const DictBucket &bucket = dict->buckets[VSGHash(word, DICTS_BUCKETS)];
+    if (bucket.first < 0 || bucket.count <= 0) return -1;
+    const int64_t end = std::min<int64_t>(static_cast<int64_t>(bucket.first) + bucket.count, dict->count);
+    for (int64_t i = bucket.first; i < end; ++i) {
+        const char *candidate = dict->entries[i].word;
+        if (candidate != nullptr && std::strcmp(candidate, word) == 0) return static_cast<int32_t>(i);
+    }
+    return -1;
+}
+
+void DictionaryS_Free(DictionaryS *dict) {
+    if (dict == nullptr) return;
+    if (dict->entries != nullptr) {
+        for (int32_t i = 0; i < dict->count; ++i) {
+            std::free(dict->entries[i].word);
+            dict->entries[i].word = nullptr;
+            std::free(dict->entries[i].posList);
+            dict->entries[i].posList = nullptr;
+        }
+        std::free(dict->entries);
+        dict->entries = nullptr;
+    }
+    std::free(dict->buckets);
+    dict->buckets = nullptr;
+}
+
+}  // extern "C"
