@@ -1,0 +1,312 @@
+// GB18030, BIG5 and UTF-8 decoders and encoders over the constant code
+// tables, and the locale character set.
+#include <atomic>
+#include <cstdint>
+
+#include "base/charset_tables.h"
+#include "vsglex/charset.h"
+#include "vsglex/tlsinst.h"
+
+namespace vsglex::charset {
+
+uint32_t TableDecode(const CodeTable &table, uint32_t index) {
+    // Last range starting at or before index.
+    uint32_t lo = 0, hi = table.rangeCount;
+    while (lo < hi) {
+        uint32_t mid = (lo + hi) / 2;
+        if (table.ranges[mid].index <= index)
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    if (lo > 0) {
+        const CodeRange &r = table.ranges[lo - 1];
+        if (index - r.index < r.count) return r.code + (index - r.index);
+    }
+    lo = 0;
+    hi = table.pairCount;
+    while (lo < hi) {
+        uint32_t mid = (lo + hi) / 2;
+        if (table.pairs[mid].index < index)
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    if (lo < table.pairCount && table.pairs[lo].index == index) return table.pairs[lo].code;
+    return 0;
+}
+
+int32_t TableEncode(const CodeTable &table, uint32_t code) {
+    uint32_t lo = 0, hi = table.rangeCount;
+    while (lo < hi) {
+        uint32_t mid = (lo + hi) / 2;
+        if (table.ranges[table.rangesByCode[mid]].code <= code)
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    if (lo > 0) {
+        const CodeRange &r = table.ranges[table.rangesByCode[lo - 1]];
+        if (code - r.code < r.count) return static_cast<int32_t>(r.index + (code - r.code));
+    }
+    lo = 0;
+    hi = table.pairsByCodeCount;
+    while (lo < hi) {
+        uint32_t mid = (lo + hi) / 2;
+        if (table.pairs[table.pairsByCode[mid]].code < code)
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    if (lo < table.pairsByCodeCount) {
+        const CodePair &p = table.pairs[table.pairsByCode[lo]];
+        if (p.code == code) return p.index;
+    }
+    return -1;
+}
+
+}  // namespace vsglex::charset
+
+using namespace vsglex::charset;
+
+namespace {
+
+constexpr uint32_t kGbTwoByteCount = 126 * 190;
+constexpr uint32_t kGbSurrogateFirst = 39420;  // four-byte value of U+D800
+constexpr uint32_t kGbSurrogateLast = 41467;   // four-byte value of U+DFFF (84 32 F3 37)
+constexpr uint32_t kGbSupplementaryBase = 189000;  // four-byte value of U+10000 (90 30 81 30)
+
+inline void SetLength(uint32_t *length, uint32_t n) {
+    if (length) *length = n;
+}
+
+// Writes the four-byte GB18030 code of linear value `value`.
+int32_t PutGbFour(uint32_t value, unsigned char *out) {
+    out[3] = static_cast<unsigned char>(0x30 + value % 10);
+    value /= 10;
+    out[2] = static_cast<unsigned char>(0x81 + value % 126);
+    value /= 126;
+    out[1] = static_cast<unsigned char>(0x30 + value % 10);
+    out[0] = static_cast<unsigned char>(0x81 + value / 10);
+    out[4] = 0;
+    return 4;
+}
+
+uint32_t Big5Index(unsigned lead, unsigned trail) {
+    return (lead - 0x81) * 157 + (trail < 0x7F ? trail - 0x40 : trail - 0x62);
+}
+
+// The process-wide locale character set, and the key under which threads
+// keep their own value (its stored value stays 0: "not set").
+std::atomic<uint32_t> g_localeCharset{0};
+std::atomic<bool> g_localePerThread{false};
+const int64_t g_localeCharsetKey = 0;
+
+}  // namespace
+
+extern "C" {
+
+VSGLEX_API uint32_t _T_GB18030ToUnicode(const char *bytes, uint32_t *length) {
+    SetLength(length, 0);
+    if (!bytes) return 0;
+    const auto *b = reinterpret_cast<const unsigned char *>(bytes);
+    if (b[0] < 0x80) {
+        SetLength(length, 1);
+        return b[0];
+    }
+    if (b[0] < 0x81 || b[0] > 0xFE) return 0;
+    uint32_t index;
+    if ((b[1] >= 0x40 && b[1] <= 0x7E) || (b[1] >= 0x80 && b[1] <= 0xFE)) {
+        index = (b[0] - 0x81u) * 190 + (b[1] < 0x7F ? b[1] - 0x40u : b[1] - 0x41u);
+        uint32_t code = TableDecode(kGb18030Table, index);
+        if (code == 0) {
+            for (uint32_t i = 0; i < kGb18030WideCount; ++i)
+                if (kGb18030Wide[i].index == index) code = kGb18030Wide[i].code;
+        }
+        if (code) SetLength(length, 2);
+        return code;
+    }
+    if (b[1] < 0x30 || b[1] > 0x39 || b[2] < 0x81 || b[2] > 0xFE || b[3] < 0x30 || b[3] > 0x39) return 0;
+    uint32_t value = (((b[0] - 0x81u) * 10 + (b[1] - 0x30u)) * 126 + (b[2] - 0x81u)) * 10 + (b[3] - 0x30u);
+    uint32_t code = 0;
+    if (b[0] >= 0x90) {
+        if (b[0] <= 0xE3 && value - kGbSupplementaryBase <= 0x10FFFF - 0x10000) code = value - 123464;
+    } else if (b[0] >= 0x85) {
+        code = 0;
+    } else if (value >= kGbSurrogateFirst) {
+        if (value <= kGbSurrogateLast) code = value + 15876;
+    } else {
+        code = TableDecode(kGb18030Table, value + kGbTwoByteCount);
+    }
+    if (code) SetLength(length, 4);
+    return code;
+}
+
+VSGLEX_API int32_t _T_UnicodeToGB18030(uint32_t code, char *out) {
+    if (!out) return 0;
+    auto *o = reinterpret_cast<unsigned char *>(out);
+    o[0] = 0;
+    if (code < 0x80) {
+        o[0] = static_cast<unsigned char>(code);
+        o[1] = 0;
+        return 1;
+    }
+    if (code > 0x10FFFF) return 0;
+    int32_t index = -1;
+    if (code >= 0x10000) {
+        for (uint32_t i = 0; i < kGb18030WideCount; ++i)
+            if (kGb18030Wide[i].code == code) index = kGb18030Wide[i].index;
+        if (index < 0) return PutGbFour(code - 0x10000 + kGbSupplementaryBase, o);
+    } else if (code >= 0xD800 && code <= 0xDFFF) {
+        return PutGbFour(code - 15876, o);
+    } else {
+        index = TableEncode(kGb18030Table, code);
+        if (index < 0) return 0;
+    }
+    auto u = static_cast<uint32_t>(index);
+    if (u >= kGbTwoByteCount) return PutGbFour(u - kGbTwoByteCount, o);
+    uint32_t trail = u % 190;
+    o[0] = static_cast<unsigned char>(0x81 + u / 190);
+    o[1] = static_cast<unsigned char>(trail < 0x3F ? trail + 0x40 : trail + 0x41);
+    o[2] = 0;
+    return 2;
+}
+
+VSGLEX_API uint32_t _T_BIG5ToUnicode(const char *bytes, uint32_t *length) {
+    SetLength(length, 0);
+    if (!bytes) return 0;
+    const auto *b = reinterpret_cast<const unsigned char *>(bytes);
+    if (b[0] < 0x80 || (b[0] == 0x80 && kBig5Byte80)) {
+        SetLength(length, 1);
+        return b[0];
+    }
+    if (b[0] < 0x81 || b[0] > 0xFE) return 0;
+    if (!((b[1] >= 0x40 && b[1] <= 0x7E) || (b[1] >= 0xA1 && b[1] <= 0xFE))) return 0;
+    uint32_t index = Big5Index(b[0], b[1]);
+    uint32_t code = TableDecode(kBig5Table, index);
+    if (code == 0) code = TableDecode(kBig5ExtTable, index);
+    if (code) SetLength(length, 2);
+    return code;
+}
+
+VSGLEX_API int32_t _T_UnicodeToBIG5(uint32_t code, char *out) {
+    if (!out) return 0;
+    auto *o = reinterpret_cast<unsigned char *>(out);
+    o[0] = 0;
+    if (code < 0x80 || (code == 0x80 && kBig5Byte80)) {
+        o[0] = static_cast<unsigned char>(code);
+        o[1] = 0;
+        return 1;
+    }
+    if (code > 0xFFFF) return 0;
+    int32_t index = TableEncode(kBig5Table, code);
+    if (index < 0) index = TableEncode(kBig5ExtTable, code);
+    if (index < 0) return 0;
+    auto u = static_cast<uint32_t>(index);
+    uint32_t trail = u % 157;
+    o[0] = static_cast<unsigned char>(0x81 + u / 157);
+    o[1] = static_cast<unsigned char>(trail < 0x3F ? trail + 0x40 : trail + 0x62);
+    o[2] = 0;
+    return 2;
+}
+
+VSGLEX_API uint32_t _T_UTF8ToUnicode(const char *bytes, uint32_t *length) {
+    SetLength(length, 0);
+    if (!bytes) return 0;
+    const auto *b = reinterpret_cast<const unsigned char *>(bytes);
+    if (b[0] < 0x80) {
+        SetLength(length, 1);
+        return b[0];
+    }
+    uint32_t n, code, min;
+    if (b[0] >= 0xC2 && b[0] <= 0xDF) {
+        n = 2, code = b[0] & 0x1Fu, min = 0x80;
+    } else if (b[0] >= 0xE0 && b[0] <= 0xEF) {
+        n = 3, code = b[0] & 0x0Fu, min = 0x800;
+    } else if (b[0] >= 0xF0 && b[0] <= 0xF4) {
+        n = 4, code = b[0] & 0x07u, min = 0x10000;
+    } else {
+        return 0;
+    }
+    for (uint32_t i = 1; i < n; ++i) {
+        if ((b[i] & 0xC0) != 0x80) return 0;  // also stops at the NUL
+        code = (code << 6) | (b[i] & 0x3Fu);
+    }
+    if (code < min || code > 0x10FFFF) return 0;
+    SetLength(length, n);
+    return code;
+}
+
+VSGLEX_API int32_t _T_UnicodeToUTF8(uint32_t code, char *out) {
+    if (!out) return 0;
+    auto *o = reinterpret_cast<unsigned char *>(out);
+    int32_t n;
+    if (code < 0x80) {
+        o[0] = static_cast<unsigned char>(code);
+        n = 1;
+    } else if (code < 0x800) {
+        o[0] = static_cast<unsigned char>(0xC0 | (code >> 6));
+        o[1] = static_cast<unsigned char>(0x80 | (code & 0x3F));
+        n = 2;
+    } else if (code < 0x10000) {
+        o[0] = static_cast<unsigned char>(0xE0 | (code >> 12));
+        o[1] = static_cast<unsigned char>(0x80 | ((code >> 6) & 0x3F));
+        o[2] = static_cast<unsigned char>(0x80 | (code & 0x3F));
+        n = 3;
+    } else if (code <= 0x10FFFF) {
+        o[0] = static_cast<unsigned char>(0xF0 | (code >> 18));
+        o[1] = static_cast<unsigned char>(0x80 | ((code >> 12) & 0x3F));
+        o[2] = static_cast<unsigned char>(0x80 | ((code >> 6) & 0x3F));
+        o[3] = static_cast<unsigned char>(0x80 | (code & 0x3F));
+        n = 4;
+    } else {
+        o[0] = 0;
+        return 0;
+    }
+    o[n] = 0;
+    return n;
+}
+
+VSGLEX_API int32_t _T_UnicodeToLocal(uint32_t code, char *out, uint32_t charset) {
+    switch (charset) {
+    case T_CHARSET_GB18030: return _T_UnicodeToGB18030(code, out);
+    case T_CHARSET_BIG5: return _T_UnicodeToBIG5(code, out);
+    case T_CHARSET_UTF8: return _T_UnicodeToUTF8(code, out);
+    default:
+        if (out) out[0] = 0;
+        return 0;
+    }
+}
+
+VSGLEX_API uint32_t _T_LocalToUnicode(const char *bytes, uint32_t *length, uint32_t charset) {
+    switch (charset) {
+    case T_CHARSET_GB18030: return _T_GB18030ToUnicode(bytes, length);
+    case T_CHARSET_BIG5: return _T_BIG5ToUnicode(bytes, length);
+    case T_CHARSET_UTF8: return _T_UTF8ToUnicode(bytes, length);
+    default: SetLength(length, 0); return 0;
+    }
+}
+
+VSGLEX_API uint32_t _T_LocaleCharset(int32_t raw) {
+    uint32_t charset = 0;
+    if (g_localePerThread.load(std::memory_order_acquire)) {
+        int64_t value = 0;
+        if (_T_GetTLSInst(&g_localeCharsetKey, &value) && value > 0 && value <= UINT32_MAX)
+            charset = static_cast<uint32_t>(value);
+    }
+    if (charset == 0) charset = g_localeCharset.load(std::memory_order_relaxed);
+    if (charset == 0 && raw == 0) charset = T_CHARSET_GB18030;
+    return charset;
+}
+
+VSGLEX_API int32_t _T_SetLocaleCharset(uint32_t charset, int32_t perThread) {
+    if (perThread) {
+        if (!_T_SetTLSInst(&g_localeCharsetKey, charset, nullptr)) return 0;
+        g_localePerThread.store(true, std::memory_order_release);
+        return 1;
+    }
+    g_localeCharset.store(charset, std::memory_order_relaxed);
+    return 1;
+}
+
+}  // extern "C"

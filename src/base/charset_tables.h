@@ -1,0 +1,119 @@
+// Layouts of the constant conversion tables (data in the generated
+// charset_data.cpp and charsub_data.cpp) and the lookups over them.
+#ifndef VSGLEX_BASE_CHARSET_TABLES_H
+#define VSGLEX_BASE_CHARSET_TABLES_H
+
+#include <cstdint>
+
+namespace vsglex::charset {
+
+// Codes index..index+count-1 map linearly onto code..code+count-1.
+struct CodeRange {
+    uint16_t index;
+    uint16_t code;
+    uint16_t count;
+};
+
+// One code (by linear index) and its code point.
+struct CodePair {
+    uint16_t index;
+    uint16_t code;
+};
+
+// A code table: ranges and pairs sorted by linear index (for decoding), each
+// with an array of positions sorted by code point (for encoding). Pairs that
+// the encoder must not produce (a second code of one code point) are left
+// out of pairsByCode.
+struct CodeTable {
+    const CodeRange *ranges;
+    uint32_t rangeCount;
+    const uint16_t *rangesByCode;
+    const CodePair *pairs;
+    uint32_t pairCount;
+    const uint16_t *pairsByCode;
+    uint32_t pairsByCodeCount;
+};
+
+// A two-byte GB18030 code whose code point lies outside the BMP.
+struct WidePair {
+    uint16_t index;
+    uint32_t code;
+};
+
+// GB18030: linear indices 0-23939 are the two-byte codes, 23940 and up the
+// four-byte codes of the BMP.
+extern const CodeTable kGb18030Table;
+extern const WidePair kGb18030Wide[];
+extern const uint32_t kGb18030WideCount;
+// BIG5: linear index (lead - 0x81) * 157 + trail position; the extension rows
+// (C6A1-C8FE, F9D6-F9FE) are kept apart.
+extern const CodeTable kBig5Table;
+extern const CodeTable kBig5ExtTable;
+// Whether the single byte 0x80 stands for U+0080 in BIG5 text.
+extern const bool kBig5Byte80;
+
+// Code point of linear `index`, 0 when the table has none.
+uint32_t TableDecode(const CodeTable &table, uint32_t index);
+// Linear index of `code`, -1 when the table has none.
+int32_t TableEncode(const CodeTable &table, uint32_t code);
+
+// One simplified/traditional pair.
+struct MapPair {
+    uint16_t from;
+    uint16_t to;
+};
+
+// A character whose mapping depends on context: `to` applies when context
+// word `word` ends at the character (0xFFFF: the default for `from`).
+struct ContextEntry {
+    uint16_t from;
+    uint16_t to;
+    uint16_t word;
+};
+
+// One mapping direction: single pairs sorted by `from`, context entries
+// grouped by `from` (longest words first, the default last), and the
+// context words as runs of UTF-16 units.
+struct MapTable {
+    const MapPair *pairs;
+    uint32_t pairCount;
+    const ContextEntry *context;
+    uint32_t contextCount;
+    const uint16_t *wordStart;  // wordCount + 1 offsets into wordChars
+    const uint16_t *wordChars;
+    uint32_t wordCount;
+};
+
+// Simplified to traditional, and traditional to simplified.
+extern const MapTable kToTraditional;
+extern const MapTable kToSimplified;
+// Forms preferred for BIG5 output and for GBK output, sorted by `from`.
+extern const MapPair kBig5Forms[];
+extern const uint32_t kBig5FormsCount;
+extern const MapPair kGbkForms[];
+extern const uint32_t kGbkFormsCount;
+
+// The private layout of T_CodeContext: the last kHistorySize code points
+// seen, as a ring, and how many were pushed in all.
+constexpr uint32_t kHistorySize = 12;
+struct History {
+    uint32_t code[kHistorySize];
+    uint32_t count;
+    uint32_t reserved;
+};
+// Remembers `code` as the latest character of the text (0 for a character
+// that could not be decoded).
+void HistoryPush(History *history, uint32_t code);
+
+// Direction of the simplified/traditional mapping.
+enum class MapDirection { kNone, kToTraditional, kToSimplified };
+// Maps `code` in `direction`, choosing context-dependent characters by the
+// characters in `history` (may be null); then applies the forms preferred
+// for BIG5 (`big5Forms`) or GBK (`gbkForms`). Returns `code` when nothing
+// applies; code points above U+FFFE are never mapped.
+uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, bool gbkForms,
+                      const History *history);
+
+}  // namespace vsglex::charset
+
+#endif  // VSGLEX_BASE_CHARSET_TABLES_H
