@@ -8,6 +8,7 @@
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
 #include "vsglex/types.h"
+#include "vsglex/utility.h"
 
 // Word slots of a span; slot 0 carries the previous run's last word.
 constexpr int kSpanSlots = 200;
@@ -60,10 +61,8 @@ int32_t CSpan_ComputeFrequency();
 // Index of the record in [low, n) whose offset equals key, or -1.
 int32_t CSpan_BinarySearch(void *unused, int32_t key, const SpanWord *results, int32_t low,
                            int32_t n);
-// Index of key in a sorted array of n integers, or -1.
-int32_t BinarySearch_0(int32_t key, const int32_t *array, int32_t n);
-// Copies the first character of text into out; returns its byte length.
-int32_t Getchar(const char *text, char *out);
+// BinarySearch_0 and Getchar are exported text utilities (src/text),
+// declared with C linkage in vsglex/utility.h.
 
 // Recognisers: read the run's best roles and merge name words in place.
 int32_t CSpan_PersonRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
