@@ -254,22 +254,33 @@ def mapping_table(chars, phrases):
         for k in range(1, len(src)):
             if src[k] in ambiguous:
                 prefixes[src[max(0, k + 1 - HISTORY):k + 1]][dst[k]] += 1
-    chosen = {p: c.most_common(1)[0][0] for p, c in prefixes.items()}
+    words = {p: c.most_common(1)[0][0] for p, c in prefixes.items()}
+    # Generalise: the shortest suffix of each prefix on which every prefix
+    # ending with it agrees decides as well.
     by_suffix = collections.defaultdict(set)
-    for p, t in chosen.items():
+    for p, t in words.items():
         for n in range(2, len(p) + 1):
             by_suffix[p[-n:]].add(t)
-    words = {}  # context word -> target
-    for p, t in chosen.items():
-        if t == ambiguous[p[-1]][0]:
-            continue
-        for n in range(2, len(p) + 1):
+    shorter = {}
+    for p, t in words.items():
+        for n in range(2, len(p)):
             s = p[-n:]
             if by_suffix[s] == {t}:
-                words[s] = t
+                if s not in words:
+                    shorter[s] = t
                 break
-    # A shorter word that some longer word extends wins only when tried
-    # later: words are tried longest first.
+    words.update(shorter)
+
+    # The longest word that the text ends with decides. A word deciding as its
+    # longest proper suffix in the set (or the default) is redundant.
+    def fallback(w):
+        for n in range(len(w) - 1, 1, -1):
+            if w[-n:] in words:
+                return words[w[-n:]]
+        return ambiguous[w[-1]][0]
+
+    words = {w: t for w, t in words.items() if t != fallback(w)}
+    # Words are tried longest first, the default last.
     entries, word_list = [], []
     for src in sorted(ambiguous):
         mine = sorted((w for w in words if w[-1] == src), key=lambda w: (-len(w), w))
