@@ -1,0 +1,383 @@
+// The engine instance and the segmentation call: loading and freeing the
+// twelve model files, and the per-call pipeline that cuts the input into
+// sentence chunks, recognises names, assigns class words and tags every word.
+#include <cstdlib>
+#include <cstring>
+
+#include "common/gbtext.h"
+#include "tagging/Span.h"
+#include "vsglex/engine.h"
+#include "vsglex/utility.h"
+
+extern "C" {
+SegmentEngine *g_mSEG = nullptr;
+int32_t g_bTag = 0;
+}
+
+namespace {
+
+// Room for the directory, its separator and a model file name.
+constexpr size_t kPathMax = 1024;
+// Items of one sentence chunk.
+constexpr int32_t kChunkItems = 150;
+
+// Default roles of the name role sets: the role of a word outside any name.
+constexpr int32_t kPersonDefaultRole = 22;
+constexpr int32_t kPlaceDefaultRole = 17;
+constexpr int32_t kOrgDefaultRole = 14;
+
+// Class assignment of long dictionary words.
+constexpr uint8_t kPersonTag = 24;
+constexpr uint8_t kForeignPersonTag = 27;
+constexpr uint8_t kPlaceTag = 29;
+constexpr uint8_t kForeignPlaceTag = 30;
+constexpr uint8_t kOrgTag = 31;
+constexpr double kNameThreshold = 2.3;
+constexpr double kPersonWeight = 11.21;
+constexpr double kOrgWeight = 10.7995;
+constexpr double kPlaceWeight = 9.19482;
+
+// A loader of one model kind; returns 1 or a negative value.
+using DictSLoader = int32_t (*)(const char *, DictionaryS *);
+using ContextLoader = int32_t (*)(const char *, ContextStat *);
+
+// Loads the core dictionary, binary form first, then the text form of the
+// same file. What a failed binary attempt allocated is released first so
+// the text loader starts from an empty record.
+bool LoadCore(const char *path, DictionaryS *dict) {
+    if (DictionaryS_LoadBinary(path, dict) >= 0) return true;
+    DictionaryS_Free(dict);
+    memset(dict, 0, sizeof *dict);
+    return DictionaryS_Load(path, dict) >= 0;
+}
+
+// Loads a context model, versioned form first, then the raw form.
+bool LoadContext(const char *path, ContextStat *model) {
+    if (ContextStat_LoadBinary(path, model) >= 0) return true;
+    ContextStat_Free(model);
+    memset(model, 0, sizeof *model);
+    return ContextStat_Load(path, model) >= 0;
+}
+
+bool LoadMap(const char *path, POSmap *map) { return POSmap_Load(path, map) >= 0; }
+
+bool LoadAffix(const char *path, Dictionary *dict) { return Dictionary_Load(path, dict) >= 0; }
+
+// Loads every model of `dir` (which ends with a separator or is empty) into
+// `e` in the fixed order; 0, or the status of the first file that failed.
+int32_t LoadModels(SegmentEngine *e, const char *dir) {
+    struct Step {
+        const char *file;
+        int32_t status;
+    };
+    static const Step kSteps[] = {
+        {"coredict.dct", VSG_ERR_COREDICT},    {"lexical.ctx", VSG_ERR_LEXICAL_CTX},
+        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP}, {"nr.ctx", VSG_ERR_NR_CTX},
+        {"nr.map", VSG_ERR_NR_MAP},            {"ns.ctx", VSG_ERR_NS_CTX},
+        {"ns.map", VSG_ERR_NS_MAP},            {"nt.ctx", VSG_ERR_NT_CTX},
+        {"nt.map", VSG_ERR_NT_MAP},            {"name_pre.dct", VSG_ERR_NAME_PRE},
+        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX}, {"org_suffix.dct", VSG_ERR_ORG_SUFFIX},
+    };
+    char path[kPathMax + 32];
+    for (int i = 0; i < 12; ++i) {
+        GetFullFileName(path, dir, kSteps[i].file);
+        bool ok = false;
+        switch (i) {
+        case 0:
+            ok = LoadCore(path, &e->core);
+            break;
+        case 1:
+            ok = LoadContext(path, &e->tagModels[VSG_TAG_POS].model);
+            break;
+        case 2:
+            ok = LoadMap(path, &e->tagModels[VSG_TAG_POS].map);
+            break;
+        case 3:
+            ok = LoadContext(path, &e->tagModels[VSG_TAG_PERSON].model);
+            break;
+        case 4:
+            ok = LoadMap(path, &e->tagModels[VSG_TAG_PERSON].map);
+            break;
+        case 5:
+            ok = LoadContext(path, &e->tagModels[VSG_TAG_PLACE].model);
+            break;
+        case 6:
+            ok = LoadMap(path, &e->tagModels[VSG_TAG_PLACE].map);
+            break;
+        case 7:
+            ok = LoadContext(path, &e->tagModels[VSG_TAG_ORG].model);
+            break;
+        case 8:
+            ok = LoadMap(path, &e->tagModels[VSG_TAG_ORG].map);
+            break;
+        case 9:
+            ok = LoadAffix(path, &e->affix[VSG_AFFIX_NAME_PREFIX]);
+            break;
+        case 10:
+            ok = LoadAffix(path, &e->affix[VSG_AFFIX_PLACE_SUFFIX]);
+            break;
+        default:
+            ok = LoadAffix(path, &e->affix[VSG_AFFIX_ORG_SUFFIX]);
+            break;
+        }
+        if (!ok) return kSteps[i].status;
+    }
+    return 0;
+}
+
+// Copies at most `cap` - 1 bytes of `src` (a field of `srcSize` bytes) into
+// `dst`, never splitting a two-byte character, and terminates it.
+void CopyText(char *dst, size_t cap, const char *src, size_t srcSize) {
+    size_t n = strnlen(src, srcSize);
+    if (n > cap - 1) {
+        size_t cut = 0;
+        while (cut < cap - 1) {
+            const size_t step = (static_cast<unsigned char>(src[cut]) >= 0x80) ? 2 : 1;
+            if (cut + step > cap - 1) break;
+            cut += step;
+        }
+        n = cut;
+    }
+    memcpy(dst, src, n);
+    dst[n] = '\0';
+}
+
+// Initialises one word record of the primary array.
+void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core) {
+    memset(w, 0, sizeof *w);
+    CopyText(w->text, sizeof w->text, text, textSize);
+    w->weight = 1.0;
+    w->tag = -1;
+    w->source = -1;
+    const int32_t at = DictionaryS_GetCoreInfo(w->text, core);
+    if (at >= 0 && core->entries != nullptr && at < core->count) {
+        const DictSEntry &entry = core->entries[at];
+        w->posCount = entry.posCount;
+        memcpy(w->stats, entry.stats, sizeof w->stats);
+        w->posList = entry.posList;
+    }
+}
+
+// Sentence key of an item: sentence and extra as one 32-bit value.
+inline uint32_t SentenceKey(const WordItem &item) {
+    return (static_cast<uint32_t>(item.sentence) << 16) | item.extra;
+}
+
+// Marks long dictionary words whose rows score as names with the class word
+// of that name class. Every row is examined; the last matching row decides.
+void AssignClasses(SpanWord *words) {
+    for (SpanWord *w = words; w->text[0] != '\0'; ++w) {
+        if (strnlen(w->text, sizeof w->text) <= 2 || w->classText[0] != '\0' || w->posCount <= 0 ||
+            w->posList == nullptr)
+            continue;
+        for (int32_t i = 0; i < w->posCount; ++i) {
+            const DictSRow &row = w->posList[i];
+            const double value = static_cast<double>(row.value);
+            if ((row.subCode == kPersonTag || row.subCode == kForeignPersonTag) &&
+                value > kNameThreshold) {
+                memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
+                w->weight = kPersonWeight;
+                w->tag = static_cast<int8_t>(row.subCode);
+            } else if ((row.subCode == kPlaceTag || row.subCode == kForeignPlaceTag) &&
+                       value > 0.0) {
+                memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
+                w->weight = kPlaceWeight;
+                w->tag = static_cast<int8_t>(row.subCode);
+            } else if (row.subCode == kOrgTag && value > kNameThreshold) {
+                memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
+                w->weight = kOrgWeight;
+                w->tag = static_cast<int8_t>(kOrgTag);
+            }
+        }
+    }
+}
+
+// Per-call working storage: four spans and two word arrays.
+struct Work {
+    CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
+    SpanWord *primary = nullptr;
+    SpanWord *secondary = nullptr;
+
+    explicit Work(const SegmentEngine *engine) {
+        for (int t = 0; t < 4; ++t) {
+            spans[t] = CSpan_new();
+            if (spans[t] == nullptr) continue;
+            CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
+            spans[t]->model = &engine->tagModels[t].model;
+        }
+        primary = static_cast<SpanWord *>(calloc(VSG_SPAN_WORDS, sizeof(SpanWord)));
+        secondary = static_cast<SpanWord *>(calloc(VSG_SPAN_WORDS, sizeof(SpanWord)));
+    }
+    ~Work() {
+        free(primary);
+        free(secondary);
+        for (CSpan *s : spans) CSpan_delete(s);
+    }
+    Work(const Work &) = delete;
+    Work &operator=(const Work &) = delete;
+
+    bool ok() const {
+        return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
+    }
+};
+
+// Role tagging of the primary array by mode; the result ends up in the
+// secondary array, without merged words.
+void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
+    SpanWord *a = work.primary;
+    SpanWord *b = work.secondary;
+    switch (mode) {
+    case 0:
+        CSpan_RoleTagging(work.spans[VSG_TAG_PERSON], a, VSG_TAG_PERSON, kPersonDefaultRole,
+                          engine, nullptr);
+        CopyWordResultA(b, a);
+        CSpan_RoleTagging(work.spans[VSG_TAG_PLACE], b, VSG_TAG_PLACE, kPlaceDefaultRole, engine,
+                          nullptr);
+        CopyWordResultA(a, b);
+        CSpan_RoleTagging(work.spans[VSG_TAG_ORG], a, VSG_TAG_ORG, kOrgDefaultRole, engine,
+                          nullptr);
+        CopyWordResultA(b, a);
+        break;
+    case 1:
+        CSpan_RoleTagging(work.spans[VSG_TAG_PERSON], a, VSG_TAG_PERSON, kPersonDefaultRole,
+                          engine, nullptr);
+        CopyWordResultA(b, a);
+        break;
+    case 2:
+        CSpan_RoleTagging(work.spans[VSG_TAG_PLACE], a, VSG_TAG_PLACE, kPlaceDefaultRole, engine,
+                          nullptr);
+        CopyWordResultA(b, a);
+        break;
+    default:
+        CSpan_RoleTagging(work.spans[VSG_TAG_ORG], a, VSG_TAG_ORG, kOrgDefaultRole, engine,
+                          nullptr);
+        CopyWordResultA(b, a);
+        break;
+    }
+}
+
+// Appends the surviving words of the secondary array to the output.
+// `first` is the chunk's first item, the fallback for a word whose source
+// does not name an input item.
+void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_t capacity,
+          int32_t first) {
+    for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
+        if (w->state == VSG_STATE_MERGED) continue;
+        if (strcmp(w->text, vsg::kStartWord) == 0 || strcmp(w->text, vsg::kEndWord) == 0) continue;
+        if (output->count >= capacity) return;
+        const int32_t src = (w->source >= 0 && w->source < input->count) ? w->source : first;
+        const WordItem &from = input->items[src];
+        WordItem &out = output->items[output->count++];
+        memset(&out, 0, sizeof out);
+        CopyText(out.text, sizeof out.text, w->text, sizeof w->text);
+        out.tag = static_cast<uint8_t>(w->tag);
+        out.mark = from.mark;
+        out.kind = from.kind;
+        out.sentence = from.sentence;
+        out.extra = from.extra;
+        out.id = from.id;
+        out.group = from.group;
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
+    if (g_bTag == 1) {
+        if (handle != nullptr) *handle = g_mSEG;
+        return 1;
+    }
+    // A previous failed load's instance stays where it was (unreleased);
+    // only VSG_FreeForServer releases the instance g_mSEG holds.
+    auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
+    g_mSEG = engine;
+    if (engine == nullptr) return VSG_ERR_COREDICT;
+
+    if (directory == nullptr) directory = "";
+    const size_t len = strlen(directory);
+    // The longest model file name and the joining separator must fit too.
+    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
+    char dir[kPathMax];
+    memcpy(dir, directory, len + 1);
+    if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
+        dir[len] = '/';
+        dir[len + 1] = '\0';
+    }
+
+    const int32_t status = LoadModels(engine, dir);
+    if (status != 0) return status;
+    if (handle != nullptr) *handle = engine;
+    g_bTag = 1;
+    return 0;
+}
+
+void VSG_FreeForServer(SegmentEngine *handle) {
+    (void)handle;
+    SegmentEngine *engine = g_mSEG;
+    if (engine == nullptr) return;
+    DictionaryS_Free(&engine->core);
+    for (TagModel &tm : engine->tagModels) {
+        ContextStat_Free(&tm.model);
+        POSmap_Free(&tm.map);
+    }
+    Dictionary_Free(&engine->affix[VSG_AFFIX_NAME_PREFIX]);
+    Dictionary_Free(&engine->affix[VSG_AFFIX_PLACE_SUFFIX]);
+    Dictionary_Free(&engine->affix[VSG_AFFIX_ORG_SUFFIX]);
+    free(engine);
+    g_mSEG = nullptr;
+    g_bTag = 0;
+}
+
+int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mode,
+                             const SegmentEngine *engine) {
+    if (input == nullptr || output == nullptr || engine == nullptr) return -1;
+    if (mode < 0 || mode > 3) return -1;
+    const int32_t n = (input->items != nullptr && input->count > 0) ? input->count : 0;
+    output->count = 0;
+    output->items = static_cast<WordItem *>(malloc((static_cast<size_t>(n) + 1) * sizeof(WordItem)));
+    if (output->items == nullptr) return 1;
+    if (n == 0) return 1;
+
+    Work work(engine);
+    if (!work.ok()) return 1;
+    const DictionaryS *core = &engine->core;
+    const WordItem *items = input->items;
+
+    for (int32_t s = 0; s < n;) {
+        const uint32_t key = SentenceKey(items[s]);
+        int32_t e = s + 1;
+        while (e < n && SentenceKey(items[e]) == key && e - s < kChunkItems) ++e;
+        const int32_t k = e - s;
+
+        SpanWord *a = work.primary;
+        FillWord(&a[0], vsg::kStartWord, sizeof vsg::kStartWord, core);
+        for (int32_t i = 0; i < k; ++i) {
+            const WordItem &item = items[s + i];
+            SpanWord *w = &a[i + 1];
+            FillWord(w, item.text, sizeof item.text, core);
+            w->sentence = item.sentence;
+            w->extra = item.extra;
+            w->id = static_cast<int32_t>(item.id);
+            w->source = s + i;
+        }
+        FillWord(&a[k + 1], vsg::kEndWord, sizeof vsg::kEndWord, core);
+        memset(&a[k + 2], 0, sizeof a[k + 2]);
+
+        TagRoles(work, mode, engine);
+        AssignClasses(work.secondary);
+        CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
+        Emit(work.secondary, input, output, n + 1, s);
+        s = e;
+    }
+    return 1;
+}
+
+void VSG_SegmentForServerFree(WordList *output) {
+    if (output == nullptr || output->items == nullptr) return;
+    free(output->items);
+    output->items = nullptr;
+}
+
+}  // extern "C"

@@ -1,0 +1,438 @@
+// The tagging span: fills word slots with candidate tags and their costs,
+// runs a first-order Viterbi search over a ContextStat model and traces the
+// cheapest tag sequence back into bestTag. One span serves part-of-speech
+// tagging and the three name role sets; all storage lives inside the record,
+// so tagging never allocates.
+#include "tagging/Span.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/gbtext.h"
+
+namespace {
+
+// Words read per run: slots 1..198; slot 199 is kept for the synthetic end.
+constexpr int kRunWords = 198;
+// Candidates a row can hold before its 255 terminator.
+constexpr int kMaxCands = kSpanCands - 1;
+// Path cost above which a predecessor does not count.
+constexpr double kNoPath = 1e7;
+// Back index of a candidate that found no predecessor.
+constexpr uint8_t kNoBack = 21;
+// Cost of a transition the model cannot name (tag outside its table); the
+// same value the model gives to a pair it never saw.
+constexpr double kUnknownTransition = 13.8155;
+// Tags of the sentence start and of the synthetic end word.
+constexpr uint8_t kStartTag = 0;
+constexpr uint8_t kEndTag = 1;
+// Person role of a word that is a whole name by itself ("×", "××").
+constexpr uint8_t kTimesSignRole = 9;
+
+// Per-tag value of the model; 0 for a tag beyond its table.
+inline double SingleValue(const ContextStat *m, int32_t tag) {
+    const uint32_t t = static_cast<uint8_t>(tag);
+    if (m == nullptr || m->singleValue == nullptr || t >= m->tagCount) return 0.0;
+    return m->singleValue[t];
+}
+
+// Occurrences of a tag; 0 for a tag beyond the model's table.
+inline int32_t Frequency(const ContextStat *m, int32_t tag) {
+    const uint32_t t = static_cast<uint8_t>(tag);
+    if (m == nullptr || m->tagFrequency == nullptr || t >= m->tagCount) return 0;
+    return m->tagFrequency[t];
+}
+
+// Cost of `cur` following `prev`, read straight from the model's table.
+inline double Transition(const ContextStat *m, uint8_t prev, uint8_t cur) {
+    if (m == nullptr || m->possibility == nullptr || prev >= m->tagCount || cur >= m->tagCount ||
+        m->possibility[prev] == nullptr)
+        return kUnknownTransition;
+    return m->possibility[prev][cur];
+}
+
+// Candidate j of slot k. A back index of 21 points past the 20-byte row;
+// like the row layout it reads on into the following row, and yields the
+// terminator past the end of the table.
+inline uint8_t CandAt(const CSpan *span, uint32_t k, uint32_t j) {
+    const size_t flat = static_cast<size_t>(k) * kSpanCands + j;
+    if (flat >= sizeof span->cand) return kNoTag;
+    return (&span->cand[0][0])[flat];
+}
+
+// Back index of candidate j of slot k, read the same way as CandAt.
+inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
+    const size_t flat = static_cast<size_t>(k) * kSpanCands + j;
+    if (flat >= sizeof span->back) return kNoBack;
+    return (&span->back[0][0])[flat];
+}
+
+// Copies the text a word stands for in the models (its class word when it has
+// one) into a slot, bounded by both fields.
+void CopySlotWord(char (&dst)[128], const SpanWord &w) {
+    const char *src = w.text;
+    size_t n = strnlen(w.text, sizeof w.text);
+    if (w.classText[0] != '\0') {
+        src = w.classText;
+        n = strnlen(w.classText, sizeof w.classText);
+    }
+    if (n > sizeof dst - 1) n = sizeof dst - 1;
+    memcpy(dst, src, n);
+    dst[n] = '\0';
+}
+
+inline bool IsEmpty(const SpanWord &w) { return w.text[0] == '\0'; }
+
+// True when `word` is found in "××" at an even byte offset (first hit only),
+// the character-list membership rule of the text utilities.
+bool IsTimesSign(const char *word) {
+    const char *hit = strstr(vsg::kTimesSigns, word);
+    return hit != nullptr && ((hit - vsg::kTimesSigns) % 2) == 0;
+}
+
+// Appends a candidate unless the row is full; returns the new count.
+inline int32_t AddCand(CSpan *span, uint32_t k, int32_t n, int32_t tag, double score) {
+    if (n >= kMaxCands) return n;
+    span->cand[k][n] = static_cast<uint8_t>(tag);
+    span->score[k][n] = score;
+    return n + 1;
+}
+
+inline int32_t RowSize(const CSpan *span, uint32_t k) {
+    int32_t n = 0;
+    while (n < kSpanCands && span->cand[k][n] != kNoTag) ++n;
+    return n;
+}
+
+// Closes a run whose first unfilled slot is kEnd: sets that slot's offset and
+// appends the synthetic end word unless the last slot has one candidate.
+void CloseRun(CSpan *span, uint32_t kEnd) {
+    const uint32_t last = kEnd - 1;
+    span->offset[kEnd] = span->offset[last] + static_cast<int32_t>(strlen(span->word[last]));
+    if (RowSize(span, last) == 1) {
+        span->count = kEnd;
+        return;
+    }
+    span->word[kEnd][0] = '\0';
+    span->cand[kEnd][0] = kEndTag;
+    span->cand[kEnd][1] = kNoTag;
+    span->score[kEnd][0] = 0.0;
+    span->count = kEnd + 1;
+}
+
+// Forward pass and back-trace shared by GetBestPOS0 and GetBestPOS1.
+void Trace(CSpan *span) {
+    CSpan_Disamb(span);
+    const uint32_t count = span->count;
+    if (count == 0 || count > kSpanSlots) return;
+    uint32_t j = 0;
+    for (uint32_t k = count - 1; k >= 1; --k) {
+        if (span->word[k][0] != '\0') span->bestTag[k] = CandAt(span, k, j);
+        j = BackAt(span, k, j);
+    }
+    if (span->word[count - 1][0] == '\0')
+        span->bestTag[count - 1] = kNoTag;
+    else if (count < kSpanSlots)
+        span->bestTag[count] = kNoTag;
+}
+
+}  // namespace
+
+CSpan *CSpan_new() {
+    auto *span = static_cast<CSpan *>(calloc(1, sizeof(CSpan)));
+    if (span == nullptr) return nullptr;
+    span->cand[0][0] = kStartTag;
+    span->cand[0][1] = kNoTag;
+    span->score[0][0] = 0.0;
+    span->word[0][0] = '\0';
+    span->count = 1;
+    span->startOffset = 0;
+    span->offset[1] = 0;
+    span->tagType = 0;
+    return span;
+}
+
+void CSpan_delete(CSpan *span) { free(span); }
+
+void CSpan_SetTagType(CSpan *span, uint32_t type) {
+    if (span != nullptr) span->tagType = type;
+}
+
+int32_t CSpan_Reset(CSpan *span, int32_t carry) {
+    if (span == nullptr) return 1;
+    if (carry == 0) {
+        span->startOffset = 0;
+        span->cand[0][0] = kStartTag;
+        span->score[0][0] = 0.0;
+        span->offset[1] = 0;
+    } else {
+        uint32_t last = span->count > 0 ? span->count - 1 : 0;
+        if (last >= kSpanSlots) last = kSpanSlots - 1;
+        span->cand[0][0] = span->cand[last][0];
+        span->score[0][0] = span->score[last][0];
+        const int32_t next = span->offset[last] + static_cast<int32_t>(strnlen(span->word[last], 128));
+        span->startOffset = static_cast<uint32_t>(next);
+        span->offset[1] = next;
+    }
+    span->count = 1;
+    span->word[0][0] = '\0';
+    return 1;
+}
+
+int32_t CSpan_RoleGuess(CSpan *span, int32_t k, int32_t *flag, int32_t defaultRole) {
+    if (span == nullptr || k < 0 || k >= kSpanSlots) {
+        if (flag != nullptr) *flag = 0;
+        return 1;
+    }
+    const uint32_t type = span->tagType;
+    if (type == 1 || type == 2 || type == 3) {
+        int32_t tag = defaultRole;
+        if (type == 1 && IsTimesSign(span->word[k])) tag = kTimesSignRole;
+        span->cand[k][0] = static_cast<uint8_t>(tag);
+        span->score[k][0] = 1.0 / (static_cast<double>(Frequency(span->model, tag)) + 1.0);
+    }
+    if (flag != nullptr) *flag = (type >= 1 && type <= 3) ? 1 : 0;
+    return 1;
+}
+
+int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t tagSet,
+                       int32_t defaultRole) {
+    if (span == nullptr || results == nullptr || start < 0) return -1;
+    const ContextStat *m = span->model;
+    int32_t result = -1;
+    uint32_t k = 1;
+    int32_t r = start;
+    for (;;) {
+        const SpanWord &w = results[r];
+        if (IsEmpty(w)) {
+            result = -1;
+            break;
+        }
+        CopySlotWord(span->word[k], w);
+        span->offset[k] = w.offset;
+        const char *word = span->word[k];
+        const bool isStart = strcmp(word, vsg::kStartWord) == 0;
+        const bool isEnd = strcmp(word, vsg::kEndWord) == 0;
+        int32_t n = 0;
+        if (!isStart && !isEnd && strlen(word) > 2) {
+            // A word of several characters always takes role 0.
+            n = AddCand(span, k, n, 0, 0.0);
+        } else {
+            if (w.posList != nullptr) {
+                for (int32_t i = 0; i < w.posCount; ++i) {
+                    const DictSRow &row = w.posList[i];
+                    if (row.code != tagSet) continue;
+                    n = AddCand(span, k, n, row.subCode,
+                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
+                }
+            }
+            if (isStart && n == 1) {
+                span->cand[k][0] = kStartTag;
+                span->score[k][0] = 0.0;
+            } else if (isEnd && n == 1) {
+                span->score[k][1] = 0.0;
+            } else {
+                const float w8 = (tagSet >= 0 && tagSet < 4) ? w.stats[tagSet] : 0.0f;
+                const double wd = static_cast<double>(w8);
+                if (n > 0 && w8 > 0)
+                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                if (n == 0 && tagSet == 1) {
+                    n = AddCand(span, k, n, 2, SingleValue(m, 2) - wd);
+                    n = AddCand(span, k, n, 3, SingleValue(m, 3) - wd);
+                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                }
+                if (n == 0) CSpan_RoleGuess(span, static_cast<int32_t>(k), &n, defaultRole);
+            }
+        }
+        span->cand[k][n] = kNoTag;
+        ++k;
+        ++r;
+        if (k > kRunWords) {
+            // The record right after a full run is passed over.
+            result = IsEmpty(results[r]) ? -1 : r + 1;
+            break;
+        }
+    }
+    CloseRun(span, k);
+    return result;
+}
+
+int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const DictionaryS *core) {
+    if (gTaIndexNum < 0) {
+        static const char kMessage[] = "\xce\xb4##\xcb\xfc\xb3\xf6\xb4\xed!";  // 未##它出错!
+        fwrite(kMessage, 1, sizeof kMessage - 1, stderr);
+        return -1;
+    }
+    if (span == nullptr || results == nullptr || start < 0) return -1;
+    const ContextStat *m = span->model;
+    // Rows of the unknown-word class, taken by words without tag rows.
+    const DictSEntry *other = nullptr;
+    if (core != nullptr && core->entries != nullptr && gTaIndexNum < core->count)
+        other = &core->entries[gTaIndexNum];
+
+    int32_t result = -1;
+    uint32_t k = 1;
+    int32_t r = start;
+    for (;;) {
+        const SpanWord &w = results[r];
+        if (IsEmpty(w)) {
+            result = -1;
+            break;
+        }
+        CopySlotWord(span->word[k], w);
+        span->offset[k] = w.offset;
+        span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
+        int32_t n = 0;
+        const uint8_t fixed = static_cast<uint8_t>(w.tag);
+        if (fixed != kNoTag) {
+            n = AddCand(span, k, n, fixed, SingleValue(m, fixed) - w.weight);
+        } else {
+            if (w.posList != nullptr) {
+                for (int32_t i = 0; i < w.posCount; ++i) {
+                    const DictSRow &row = w.posList[i];
+                    if (row.code != 0) continue;
+                    n = AddCand(span, k, n, row.subCode,
+                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
+                }
+            }
+            if (n == 0 && other != nullptr && other->posList != nullptr) {
+                for (int32_t i = 0; i < other->posCount; ++i) {
+                    const DictSRow &row = other->posList[i];
+                    n = AddCand(span, k, n, row.subCode,
+                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
+                }
+            }
+        }
+        span->cand[k][n] = kNoTag;
+        if (n == 1 && span->cand[k][0] != 0) {
+            // A settled word other than tag 0 ends the run.
+            span->word[k + 1][0] = '\0';
+            ++k;
+            result = r + 1;
+            break;
+        }
+        ++k;
+        ++r;
+        if (k > kRunWords) {
+            result = IsEmpty(results[r]) ? -1 : r + 1;
+            break;
+        }
+    }
+    CloseRun(span, k);
+    return result;
+}
+
+int32_t CSpan_Disamb(CSpan *span) {
+    if (span == nullptr || span->count < 2) return 1;
+    const ContextStat *m = span->model;
+    const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    for (uint32_t k = 1; k < count; ++k) {
+        const uint8_t *prev = span->cand[k - 1];
+        const double *prevScore = span->score[k - 1];
+        for (int j = 0; j < kSpanCands && span->cand[k][j] != kNoTag; ++j) {
+            const uint8_t cur = span->cand[k][j];
+            double best = kNoPath;
+            uint8_t arg = kNoBack;
+            for (int i = 0; i < kSpanCands && prev[i] != kNoTag; ++i) {
+                const double c = Transition(m, prev[i], cur) + prevScore[i];
+                if (c < best) {
+                    best = c;
+                    arg = static_cast<uint8_t>(i);
+                }
+            }
+            span->back[k][j] = arg;
+            span->score[k][j] += best;
+        }
+    }
+    return 1;
+}
+
+int32_t CSpan_GetBestPOS0(CSpan *span) {
+    if (span == nullptr) return 1;
+    Trace(span);
+    return 1;
+}
+
+int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
+    if (span == nullptr) return 0;
+    Trace(span);
+    if (span->count < 2) return 0;
+    const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    int named = 0;
+    for (uint32_t k = 1; k < count; ++k)
+        if (span->word[k][0] != '\0' && span->bestTag[k] != defaultRole) ++named;
+    return named > 1 ? 1 : 0;
+}
+
+int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_t defaultRole,
+                          const SegmentEngine *engine, WordGraph *graph) {
+    if (span == nullptr || results == nullptr) return 1;
+    CSpan_Reset(span, 0);
+    int32_t start = 0;
+    while (!IsEmpty(results[start])) {
+        const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);
+        // Runs where at most one word left the default role hold no name.
+        if (CSpan_GetBestPOS1(span, defaultRole) == 1 && engine != nullptr) {
+            switch (span->tagType) {
+            case 2:
+                CSpan_PlaceRecognize(span, results, engine, start, graph);
+                break;
+            case 3:
+                CSpan_OrgRecognize(span, results, engine, start, graph);
+                break;
+            case 1:
+                CSpan_PersonRecognize(span, results, engine, start, graph);
+                break;
+            default:
+                break;
+            }
+        }
+        CSpan_Reset(span, 1);
+        if (next < 0) break;
+        start = next;
+    }
+    return 1;
+}
+
+int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core) {
+    if (span == nullptr || results == nullptr) return 1;
+    CSpan_Reset(span, 0);
+    int32_t start = 0;
+    while (!IsEmpty(results[start])) {
+        const int32_t next = CSpan_GetFrom0(span, results, start, core);
+        CSpan_GetBestPOS0(span);
+        if (span->bestTag[1] < kNoTag && span->count >= 2) {
+            // Record start+j is slot j+1; the word that closed the run is
+            // tagged too and carries over as slot 0 of the next run.
+            for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
+                const uint8_t tag = span->bestTag[j + 1];
+                if (tag == kNoTag) break;
+                results[start + static_cast<int32_t>(j)].tag = static_cast<int8_t>(tag);
+            }
+        }
+        CSpan_Reset(span, 1);
+        if (next < 0) break;
+        start = next;
+    }
+    return 1;
+}
+
+int32_t CSpan_ComputeFrequency() { return 1; }
+
+int32_t CSpan_BinarySearch(void *unused, int32_t key, const SpanWord *results, int32_t low,
+                           int32_t n) {
+    (void)unused;
+    if (results == nullptr) return -1;
+    if (low < 0) low = 0;  // records before the array do not exist
+    int32_t high = n - 1;
+    while (low <= high) {
+        const int32_t mid = static_cast<int32_t>((static_cast<int64_t>(low) + high) / 2);
+        if (results[mid].offset == key) return mid;
+        if (key > results[mid].offset)
+            low = mid + 1;
+        else
+            high = mid - 1;
+    }
+    return -1;
+}
