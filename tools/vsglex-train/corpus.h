@@ -1,0 +1,125 @@
+// Reading the tagged newspaper corpus and turning it into the units the
+// models are trained on: words with their part-of-speech tag numbers, person
+// names joined from their surname and given-name tokens, place names, and
+// the organisation compounds marked in brackets. All text is GB bytes.
+#ifndef VSGLEX_TOOLS_TRAIN_CORPUS_H
+#define VSGLEX_TOOLS_TRAIN_CORPUS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vsgtrain {
+
+// Converts UTF-8 text to GB18030 bytes; unconvertible input is dropped byte
+// by byte. Returns false when a byte had to be dropped.
+bool Utf8ToGb(const std::string &utf8, std::string *gb);
+// Converts GB18030 bytes to UTF-8 (for messages).
+std::string GbToUtf8(const std::string &gb);
+
+// Splits GB text into characters (one or two bytes each, the GB text rule).
+std::vector<std::string> SplitChars(const std::string &gb);
+
+// One token of the corpus: word, its corpus tag, and the bracketed compound
+// it belongs to (-1 when none).
+struct Token {
+    std::string word;  // GB bytes
+    std::string tag;   // corpus tag, e.g. "n", "nr", "Vg"
+    int bracket = -1;
+};
+
+// A bracketed compound: tokens [first, last] and its closing label.
+struct Bracket {
+    int first = 0;
+    int last = 0;
+    std::string label;  // "nt", "ns", "nz", "i", "l"
+};
+
+// One paragraph (one line of the corpus).
+struct Paragraph {
+    std::string id;   // "19980101-01-001-001"
+    int32_t date = 0; // 19980101
+    std::vector<Token> tokens;
+    std::vector<Bracket> brackets;
+};
+
+// Parses one corpus line (UTF-8); false for a blank or malformed line.
+bool ParseParagraph(const std::string &utf8Line, Paragraph *out);
+// Reads every paragraph of a corpus file whose date lies in [from, to]
+// (0 means unbounded); false when the file cannot be read.
+bool ReadCorpusFile(const std::string &path, int32_t from, int32_t to, std::vector<Paragraph> *out);
+// The corpus files of a directory ("*.txt" except README), sorted by name.
+std::vector<std::string> CorpusFiles(const std::string &dir);
+
+// What a unit stands for.
+enum class UnitKind { Plain, Person, Place, Org };
+
+// One unit of a paragraph: a word as the part-of-speech model sees it.
+// Person names are joined ("江" + "泽民" = "江泽民"); everything else is a
+// corpus token.
+struct Unit {
+    std::string text;      // GB bytes
+    int tag = 0;           // part-of-speech tag number (zyrpos30.map line)
+    UnitKind kind = UnitKind::Plain;
+    std::string roles;     // person names: one role letter per character
+    int bracket = -1;      // bracketed compound of the paragraph, or -1
+    std::string bracketLabel;  // its closing label ("nt", "ns", ...)
+    bool bracketFirst = false;
+    bool bracketLast = false;
+};
+
+// Builds the units of a paragraph.
+std::vector<Unit> BuildUnits(const Paragraph &p);
+
+// ---- Tag sets ------------------------------------------------------------
+
+// Part-of-speech tag numbers the engine relies on.
+enum PosTag : int {
+    kPosBegin = 0,
+    kPosEnd = 1,
+    kPosPerson = 24,
+    kPosForeignPerson = 27,
+    kPosJapanesePerson = 28,
+    kPosPlace = 29,
+    kPosForeignPlace = 30,
+    kPosOrg = 31,
+    kPosPunctFirst = 78,
+    kPosPunctLast = 92,
+};
+
+// The part-of-speech tag names; line k of "zyrpos30.map" is entry k.
+const std::vector<std::string> &PosTagNames();
+// True for the numbers of the function-word (stop-word) classes.
+bool IsStopTag(int tag);
+// Number of a corpus word with a coarse corpus tag other than a name tag.
+int PosTagOf(const std::string &gbWord, const std::string &corpusTag);
+
+// Role letters of the three role sets; line k of the map is entry k.
+const std::vector<std::string> &PersonRoleNames();
+const std::vector<std::string> &PlaceRoleNames();
+const std::vector<std::string> &OrgRoleNames();
+// Role number of a letter in a role set, or -1.
+int RoleOf(const std::vector<std::string> &names, char letter);
+
+// Default roles of the three role sets.
+constexpr int kPersonDefault = 22;
+constexpr int kPlaceDefault = 17;
+constexpr int kOrgDefault = 14;
+
+// Role letters of a place name cut into characters.
+std::string PlaceRoles(const std::string &gbPlace);
+
+// ---- Character lists -------------------------------------------------------
+
+// True when `ch` (one GB character) is in the single-character place
+// suffix list.
+bool IsPlaceSuffixChar(const std::string &ch);
+// The single-character and multi-character place suffixes (GB).
+const std::vector<std::string> &PlaceSuffixes();
+// Count of the characters of `gb` that lie in transliteration set A, B or
+// the Japanese-name set C (0, 1, 2).
+int CharsInSet(const std::string &gb, int set);
+
+}  // namespace vsgtrain
+
+#endif  // VSGLEX_TOOLS_TRAIN_CORPUS_H

@@ -1,0 +1,82 @@
+// vsglex-train CORPUS_DIR OUT_DIR: trains the default model set from the
+// tagged corpus and prints a summary.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+#include "trainer.h"
+
+namespace {
+
+void Usage() {
+    std::fprintf(stderr,
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] CORPUS_DIR OUT_DIR\n"
+                 "  --text          also write the text/raw forms into OUT_DIR/text\n"
+                 "  --exclude-from  leave out the paragraphs of this day and later\n"
+                 "  --place-cut N   cut places seen at most N times into characters (default 1)\n");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    vsgtrain::TrainOptions opt;
+    std::vector<std::string> args;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--text") {
+            opt.text = true;
+        } else if (a == "--exclude-from" && i + 1 < argc) {
+            opt.excludeFrom = std::atoi(argv[++i]);
+        } else if (a == "--place-cut" && i + 1 < argc) {
+            opt.placeCutMax = std::atoi(argv[++i]);
+        } else if (a == "-h" || a == "--help") {
+            Usage();
+            return 0;
+        } else if (!a.empty() && a[0] == '-') {
+            Usage();
+            return 2;
+        } else {
+            args.push_back(a);
+        }
+    }
+    if (args.size() != 2) {
+        Usage();
+        return 2;
+    }
+    std::vector<std::string> files = vsgtrain::CorpusFiles(args[0]);
+    if (files.empty()) {
+        std::fprintf(stderr, "vsglex-train: no corpus files (*.txt) in %s\n", args[0].c_str());
+        return 1;
+    }
+    std::vector<vsgtrain::Paragraph> paragraphs;
+    for (const std::string &f : files) {
+        if (!vsgtrain::ReadCorpusFile(f, 0, 0, &paragraphs)) {
+            std::fprintf(stderr, "vsglex-train: cannot read %s\n", f.c_str());
+            return 1;
+        }
+    }
+    vsgtrain::TrainSummary s;
+    std::string error;
+    if (!vsgtrain::TrainModels(paragraphs, args[1], opt, &s, &error)) {
+        std::fprintf(stderr, "vsglex-train: %s\n", error.c_str());
+        return 1;
+    }
+    std::printf("paragraphs %lld, tokens %lld, words %lld\n", static_cast<long long>(s.paragraphs),
+                static_cast<long long>(s.tokens), static_cast<long long>(s.units));
+    std::printf("core dictionary entries %lld, part-of-speech tags in use %lld of %zu\n",
+                static_cast<long long>(s.entries), static_cast<long long>(s.posTagsUsed),
+                vsgtrain::PosTagNames().size());
+    std::printf("person names %lld (Chinese %lld, transliterated %lld, Japanese %lld)\n",
+                static_cast<long long>(s.persons[0] + s.persons[1] + s.persons[2]),
+                static_cast<long long>(s.persons[0]), static_cast<long long>(s.persons[1]),
+                static_cast<long long>(s.persons[2]));
+    std::printf("place names %lld (place %lld, transliterated %lld), cut into characters for role training %lld\n",
+                static_cast<long long>(s.places[0] + s.places[1]), static_cast<long long>(s.places[0]),
+                static_cast<long long>(s.places[1]), static_cast<long long>(s.placesCut));
+    std::printf("organisation names %lld\n", static_cast<long long>(s.orgs));
+    std::printf("unseen-word rows at entry %d\n", s.twinPosition);
+    return 0;
+}

@@ -1,0 +1,608 @@
+// Counting and writing of the model set. Every table is built from sorted
+// containers so that the same corpus always gives the same bytes.
+#include "trainer.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <unordered_map>
+
+#include "vsglex/model.h"
+
+namespace vsgtrain {
+
+namespace {
+
+const char kStartWord[] = "\xca\xbc##\xca\xbc";    // 始##始
+const char kEndWord[] = "\xc4\xa9##\xc4\xa9";      // 末##末
+const char kPersonClass[] = "\xce\xb4##\xc8\xcb";  // 未##人
+const char kPlaceClass[] = "\xce\xb4##\xb5\xd8";   // 未##地
+const char kOrgClass[] = "\xce\xb4##\xcd\xc5";     // 未##团
+const char kOtherClass[] = "\xce\xb4##\xcb\xfc";   // 未##它
+
+// Counts of a tag set: tag frequencies and tag-to-tag transitions.
+struct ContextCounts {
+    explicit ContextCounts(size_t n) : freq(n, 0), matrix(n, std::vector<int32_t>(n, 0)) {}
+    std::vector<int32_t> freq;
+    std::vector<std::vector<int32_t>> matrix;
+    // Adds one sequence (framed by begin 0 and end 1 by the caller).
+    void Add(const std::vector<int> &tags) {
+        for (size_t i = 0; i < tags.size(); ++i) {
+            ++freq[static_cast<size_t>(tags[i])];
+            if (i + 1 < tags.size()) ++matrix[static_cast<size_t>(tags[i])][static_cast<size_t>(tags[i + 1])];
+        }
+    }
+};
+
+// Per-word counts: part-of-speech tags and the roles of the three role sets.
+struct WordCounts {
+    std::map<int, int32_t> pos;
+    std::map<int, int32_t> roles[3];  // person, place, organisation
+    int64_t total = 0;
+};
+
+// A word of the role-training sequence: its text and its role in each set.
+struct RoleWord {
+    std::string text;
+    bool single = false;  // one character (two bytes or one byte)
+    int role = 0;
+};
+
+float LogCount(double c) { return static_cast<float>(std::log(c)); }
+
+bool IsSingle(const std::string &w) { return SplitChars(w).size() == 1; }
+
+// True for a one-character numeral (digits, Chinese numerals, 第).
+bool IsNumberChar(const std::string &w) {
+    static const std::set<std::string> digits = [] {
+        std::set<std::string> d;
+        std::string gb;
+        Utf8ToGb("零〇一二两三四五六七八九十百千万０１２３４５６７８９第", &gb);
+        for (const std::string &c : SplitChars(gb)) d.insert(c);
+        return d;
+    }();
+    return digits.count(w) != 0 || (w.size() == 1 && w[0] >= '0' && w[0] <= '9');
+}
+
+// Most candidates a word may bring to one slot of the tagger.
+constexpr size_t kMaxRows = 19;
+
+// The `limit` largest counts (ties to the lower tag), in tag order.
+std::map<int, int32_t> TopCounts(const std::map<int, int32_t> &counts, size_t limit) {
+    if (counts.size() <= limit) return counts;
+    std::vector<std::pair<int, int32_t>> v(counts.begin(), counts.end());
+    std::stable_sort(v.begin(), v.end(), [](const auto &a, const auto &b) { return a.second > b.second; });
+    v.resize(limit);
+    return std::map<int, int32_t>(v.begin(), v.end());
+}
+
+// Core dictionary row and entry as the trainer builds them.
+struct Row {
+    uint16_t code;
+    uint8_t subCode;
+    float value;
+};
+struct Entry {
+    std::string word;
+    std::vector<Row> rows;
+    float stats[4] = {0, 0, 0, 0};
+    int32_t hash = 0;
+};
+
+// Formats a float so that reading it back with "%f" gives the same float.
+std::string FloatText(float v) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.9g", static_cast<double>(v));
+    return buf;
+}
+
+bool WriteText(const std::string &path, const std::string &bytes, std::string *error) {
+    FILE *fp = std::fopen(path.c_str(), "wb");
+    if (fp == nullptr) {
+        *error = "cannot write " + path;
+        return false;
+    }
+    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), fp) == bytes.size();
+    ok = std::fclose(fp) == 0 && ok;
+    if (!ok) *error = "cannot write " + path;
+    return ok;
+}
+
+bool EnsureDir(const std::string &dir, std::string *error) {
+    struct stat st;
+    if (stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return true;
+    if (mkdir(dir.c_str(), 0755) != 0) {
+        *error = "cannot create directory " + dir;
+        return false;
+    }
+    return true;
+}
+
+std::string MapText(const std::vector<std::string> &names) {
+    std::string s;
+    for (const std::string &n : names) s += n + "\n";
+    return s;
+}
+
+bool SaveContext(const ContextCounts &c, const std::string &path, bool raw, std::string *error) {
+    ContextStat m;
+    std::memset(&m, 0, sizeof m);
+    size_t n = c.freq.size();
+    std::vector<int32_t> freq = c.freq;
+    std::vector<std::vector<int32_t>> rows = c.matrix;
+    std::vector<int32_t *> rowPtrs(n);
+    int64_t total = 0;
+    for (size_t i = 0; i < n; ++i) {
+        rowPtrs[i] = rows[i].data();
+        total += freq[i];
+    }
+    m.tagCount = static_cast<uint8_t>(n);
+    m.tagFrequency = freq.data();
+    m.contextMatrix = rowPtrs.data();
+    m.totalFrequency = static_cast<int32_t>(total);
+    int32_t r = raw ? ContextStat_Save(path.c_str(), &m) : ContextStat_SaveBinary(path.c_str(), &m);
+    if (r != 1) *error = "cannot write " + path;
+    return r == 1;
+}
+
+// Finds the text of the unseen-word twin: the class word, a byte that no GB
+// text contains (0xFF), then the first suffix in a fixed order whose hash
+// lies in [lo, hi].
+std::string FindTwin(uint32_t lo, uint32_t hi) {
+    static const char alphabet[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    const size_t a = sizeof alphabet - 1;
+    std::string prefix = std::string(kOtherClass) + "\xff";
+    for (size_t len = 1; len <= 4; ++len) {
+        std::vector<size_t> idx(len, 0);
+        for (;;) {
+            std::string s = prefix;
+            for (size_t k = 0; k < len; ++k) s += alphabet[idx[k]];
+            uint32_t h = VSGHash(s.c_str(), DICTS_BUCKETS);
+            if (h >= lo && h <= hi) return s;
+            size_t k = len;
+            while (k > 0 && ++idx[k - 1] == a) idx[--k] = 0;
+            if (k == 0) break;
+        }
+    }
+    return std::string();
+}
+
+}  // namespace
+
+bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &outDir, const TrainOptions &opt,
+                 TrainSummary *summary, std::string *error) {
+    *summary = TrainSummary();
+    const size_t nPos = PosTagNames().size();
+    const std::vector<std::string> *roleNames[3] = {&PersonRoleNames(), &PlaceRoleNames(), &OrgRoleNames()};
+    const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
+
+    std::vector<std::vector<Unit>> all;
+    all.reserve(paragraphs.size());
+    std::unordered_map<std::string, int32_t> placeCount;
+    for (const Paragraph &p : paragraphs) {
+        if (opt.excludeFrom != 0 && p.date >= opt.excludeFrom) continue;
+        all.push_back(BuildUnits(p));
+        ++summary->paragraphs;
+        summary->tokens += static_cast<int64_t>(p.tokens.size());
+        for (const Bracket &b : p.brackets)
+            if (b.label == "nt") ++summary->orgs;
+        for (const Unit &u : all.back())
+            if (u.kind == UnitKind::Place) ++placeCount[u.text];
+    }
+
+    ContextCounts posCtx(nPos);
+    ContextCounts roleCtx[3] = {ContextCounts(roleNames[0]->size()), ContextCounts(roleNames[1]->size()),
+                                ContextCounts(roleNames[2]->size())};
+    std::unordered_map<std::string, WordCounts> words;
+    std::map<std::string, int32_t> namePrefix, orgSuffix;
+    std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
+    std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
+
+    std::set<std::string> prefixChars = {"\xc0\xcf" /* 老 */, "\xd0\xa1" /* 小 */, "\xb0\xa2" /* 阿 */};
+    const int roleG = RoleOf(*roleNames[0], 'G'), roleT = RoleOf(*roleNames[0], 'T');
+    const int roleR = RoleOf(*roleNames[0], 'R'), roleS = RoleOf(*roleNames[0], 'S');
+    const int placeS = RoleOf(*roleNames[1], 'S'), placeM = RoleOf(*roleNames[1], 'M');
+    const int placeN = RoleOf(*roleNames[1], 'N'), placeO = RoleOf(*roleNames[1], 'O');
+    const int placeP = RoleOf(*roleNames[1], 'P'), placeQ = RoleOf(*roleNames[1], 'Q');
+    const int orgT = RoleOf(*roleNames[2], 'T'), orgD = RoleOf(*roleNames[2], 'D');
+    const int orgJ = RoleOf(*roleNames[2], 'J'), orgC = RoleOf(*roleNames[2], 'C');
+    const int orgE = RoleOf(*roleNames[2], 'E');
+    const int orgLeft = RoleOf(*roleNames[2], '1'), orgRight = RoleOf(*roleNames[2], '4');
+
+    auto placeCut = [&](const Unit &u) {
+        if (u.kind != UnitKind::Place) return false;
+        auto it = placeCount.find(u.text);
+        return it != placeCount.end() && it->second <= opt.placeCutMax;
+    };
+    auto countRoles = [&](int set, const std::vector<RoleWord> &seq) {
+        std::vector<int> roles = {0};
+        for (const RoleWord &w : seq) {
+            roles.push_back(w.role);
+            if (w.single) ++words[w.text].roles[set][w.role];
+        }
+        roles.push_back(1);
+        roleCtx[set].Add(roles);
+    };
+
+    for (const std::vector<Unit> &units : all) {
+        summary->units += static_cast<int64_t>(units.size());
+        // Part-of-speech sequence and word counts.
+        std::vector<int> tags = {kPosBegin};
+        for (const Unit &u : units) {
+            tags.push_back(u.tag);
+            if (u.text.size() <= kMaxDictWord) {
+                WordCounts &wc = words[u.text];
+                ++wc.pos[u.tag];
+                ++wc.total;
+            }
+            if (u.kind == UnitKind::Person) {
+                ++summary->persons[u.tag == kPosPerson ? 0 : u.tag == kPosForeignPerson ? 1 : 2];
+                ++nameTagCounts[u.tag];
+            } else if (u.kind == UnitKind::Place) {
+                ++summary->places[u.tag == kPosPlace ? 0 : 1];
+                ++nameTagCounts[u.tag];
+                std::vector<std::string> chars = SplitChars(u.text);
+                if (chars.size() >= 3) placeEndings[chars.back()].insert(u.text);
+            } else if (u.kind == UnitKind::Org) {
+                ++summary->orgs;
+                ++nameTagCounts[u.tag];
+                std::vector<std::string> chars = SplitChars(u.text);
+                if (chars.size() >= 3) ++orgSuffix[chars.back()];
+            }
+            if (u.bracketLabel == "nt" && u.bracketLast) ++orgSuffix[u.text];
+        }
+        tags.push_back(kPosEnd);
+        posCtx.Add(tags);
+
+        // Person roles. Person names always arrive cut into characters, and
+        // so do rare places (the host's cut keeps known words whole and
+        // breaks up what it does not know).
+        {
+            std::vector<RoleWord> seq;
+            std::vector<char> inName;
+            for (const Unit &u : units) {
+                if (u.kind == UnitKind::Person || placeCut(u)) {
+                    std::vector<std::string> chars = SplitChars(u.text);
+                    for (size_t k = 0; k < chars.size(); ++k) {
+                        RoleWord w;
+                        w.text = chars[k];
+                        w.single = true;
+                        w.role = kPersonDefault;
+                        if (u.kind == UnitKind::Person) {
+                            char letter = k < u.roles.size() ? u.roles[k] : u.roles.back();
+                            w.role = RoleOf(*roleNames[0], letter);
+                        }
+                        seq.push_back(w);
+                        inName.push_back(u.kind == UnitKind::Person ? 1 : 0);
+                    }
+                } else {
+                    RoleWord w;
+                    w.text = u.text;
+                    w.single = IsSingle(u.text);
+                    w.role = w.single ? kPersonDefault : 0;
+                    seq.push_back(w);
+                    inName.push_back(0);
+                }
+            }
+            for (size_t i = 0; i < seq.size(); ++i) {
+                if (!seq[i].single || inName[i]) continue;
+                bool before = i + 1 < seq.size() && inName[i + 1];
+                bool after = i > 0 && inName[i - 1];
+                if (before && !after && prefixChars.count(seq[i].text) && seq[i + 1].role == 2) {
+                    seq[i].role = roleG;
+                    ++namePrefix[seq[i].text];
+                } else if (before && after) {
+                    seq[i].role = roleT;
+                } else if (before) {
+                    seq[i].role = roleR;
+                } else if (after) {
+                    seq[i].role = roleS;
+                }
+            }
+            countRoles(0, seq);
+        }
+        // Place roles: person names arrive merged into one word.
+        {
+            std::vector<RoleWord> seq;
+            std::vector<char> cut, whole;
+            for (const Unit &u : units) {
+                if (placeCut(u)) {
+                    std::string letters = PlaceRoles(u.text);
+                    std::vector<std::string> chars = SplitChars(u.text);
+                    ++summary->placesCut;
+                    for (size_t k = 0; k < chars.size(); ++k) {
+                        RoleWord w;
+                        w.text = chars[k];
+                        w.single = true;
+                        w.role = RoleOf(*roleNames[1], letters[k]);
+                        seq.push_back(w);
+                        cut.push_back(1);
+                        whole.push_back(0);
+                    }
+                } else {
+                    RoleWord w;
+                    w.text = u.text;
+                    w.single = u.kind != UnitKind::Person && IsSingle(u.text);
+                    w.role = w.single ? (u.kind == UnitKind::Place ? placeS : kPlaceDefault) : 0;
+                    seq.push_back(w);
+                    cut.push_back(0);
+                    whole.push_back(u.kind == UnitKind::Place && !w.single ? 1 : 0);
+                }
+            }
+            for (size_t i = 0; i < seq.size(); ++i) {
+                if (!seq[i].single || cut[i] || seq[i].role != kPlaceDefault) continue;
+                bool before = i + 1 < seq.size() && cut[i + 1];
+                bool after = i > 0 && cut[i - 1];
+                if (before && after) seq[i].role = placeO;
+                else if (before) seq[i].role = placeM;
+                else if (after) seq[i].role = placeN;
+                else if (i + 1 < seq.size() && whole[i + 1]) seq[i].role = placeP;
+                else if (i > 0 && whole[i - 1]) seq[i].role = placeQ;
+            }
+            countRoles(1, seq);
+        }
+        // Organisation roles: person and place names arrive merged; one
+        // word per unit.
+        {
+            std::vector<RoleWord> seq;
+            std::vector<char> inOrg(units.size(), 0);
+            for (size_t i = 0; i < units.size(); ++i) {
+                const Unit &u = units[i];
+                RoleWord w;
+                w.text = u.text;
+                w.single = u.kind != UnitKind::Person && !placeCut(u) && IsSingle(u.text);
+                w.role = w.single ? kOrgDefault : 0;
+                if (u.bracketLabel == "nt") {
+                    inOrg[i] = 1;
+                    int part = u.bracketLast ? orgD : u.bracketFirst ? orgC : orgE;
+                    if (w.single) {
+                        w.role = (part != orgD && IsNumberChar(u.text)) ? orgJ : part;
+                    } else if (u.kind != UnitKind::Person && u.text.size() <= kMaxDictWord &&
+                               !(u.bracketFirst && u.bracketLast)) {
+                        ++words[u.text].roles[2][part];  // read by the recogniser from the rows
+                    }
+                } else if (u.kind == UnitKind::Org) {
+                    inOrg[i] = 1;
+                    if (w.single) w.role = orgT;
+                }
+                seq.push_back(w);
+            }
+            for (size_t i = 0; i < seq.size(); ++i) {
+                if (!seq[i].single || inOrg[i]) continue;
+                if (i + 1 < seq.size() && inOrg[i + 1]) seq[i].role = orgLeft;
+                else if (i > 0 && inOrg[i - 1]) seq[i].role = orgRight;
+            }
+            countRoles(2, seq);
+        }
+    }
+
+    // ---- Core dictionary entries -------------------------------------------
+    std::vector<Entry> entries;
+    entries.reserve(words.size() + 8);
+    std::map<int, int32_t> unseen;  // tag -> words seen once with it
+    int64_t skipped = 0;
+    {
+        std::vector<std::string> keys;
+        keys.reserve(words.size());
+        for (const auto &kv : words) keys.push_back(kv.first);
+        std::sort(keys.begin(), keys.end());
+        for (const std::string &w : keys) {
+            const WordCounts &wc = words[w];
+            Entry e;
+            e.word = w;
+            for (const auto &tc : TopCounts(wc.pos, kMaxRows))
+                e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+            if (wc.total == 1) {
+                int t = wc.pos.begin()->first;
+                if (!(t >= kPosPerson && t <= kPosOrg)) ++unseen[t];
+            }
+            e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
+            if (!IsSingle(w)) {
+                // Organisation rows of words inside organisation names.
+                for (const auto &rc : TopCounts(wc.roles[2], kMaxRows))
+                    e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
+            } else {
+                for (int set = 0; set < 3; ++set) {
+                    int32_t def = 0;
+                    std::map<int, int32_t> named;
+                    for (const auto &rc : wc.roles[set]) {
+                        if (rc.first == defaults[set]) def = rc.second;
+                        else named.insert(rc);
+                    }
+                    for (const auto &rc : TopCounts(named, kMaxRows - 1))
+                        e.rows.push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first),
+                                          LogCount(rc.second + 1.0)});
+                    e.stats[set + 1] = LogCount(def + 1.0);
+                }
+            }
+            if (e.rows.empty()) {
+                ++skipped;
+                continue;
+            }
+            entries.push_back(std::move(e));
+        }
+    }
+    const int64_t sentences = summary->paragraphs > 0 ? summary->paragraphs : 1;
+    auto classEntry = [&](const char *word, std::vector<Row> rows) {
+        Entry e;
+        e.word = word;
+        e.rows = std::move(rows);
+        entries.push_back(std::move(e));
+    };
+    auto nameRows = [&](std::initializer_list<int> tagsOf) {
+        std::vector<Row> rows;
+        for (int t : tagsOf) {
+            auto it = nameTagCounts.find(t);
+            if (it != nameTagCounts.end()) rows.push_back({0, static_cast<uint8_t>(t), LogCount(it->second)});
+        }
+        if (rows.empty()) rows.push_back({0, static_cast<uint8_t>(*tagsOf.begin()), 0.0f});
+        return rows;
+    };
+    float sentenceValue = LogCount(static_cast<double>(sentences));
+    // The class words replace any corpus word spelled the same way.
+    for (const char *cw : {kStartWord, kEndWord, kPersonClass, kPlaceClass, kOrgClass, kOtherClass}) {
+        entries.erase(std::remove_if(entries.begin(), entries.end(), [cw](const Entry &e) { return e.word == cw; }),
+                      entries.end());
+    }
+    classEntry(kStartWord, {{0, kPosBegin, sentenceValue}, {1, 0, sentenceValue}, {2, 0, sentenceValue},
+                            {3, 0, sentenceValue}});
+    classEntry(kEndWord, {{0, kPosEnd, sentenceValue}, {1, 1, sentenceValue}, {2, 1, sentenceValue},
+                          {3, 1, sentenceValue}});
+    classEntry(kPersonClass, nameRows({kPosPerson, kPosForeignPerson, kPosJapanesePerson}));
+    classEntry(kPlaceClass, nameRows({kPosPlace, kPosForeignPlace}));
+    classEntry(kOrgClass, nameRows({kPosOrg}));
+    std::vector<Row> unseenRows;
+    for (const auto &tc : TopCounts(unseen, kMaxRows)) unseenRows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+    if (unseenRows.empty()) unseenRows.push_back({0, 2, 0.0f});
+    classEntry(kOtherClass, unseenRows);
+
+    for (Entry &e : entries) e.hash = static_cast<int32_t>(VSGHash(e.word.c_str(), DICTS_BUCKETS));
+    std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {
+        return a.hash != b.hash ? a.hash < b.hash : a.word < b.word;
+    });
+    // The binary loader leaves the engine reading unseen-word rows from a
+    // fixed position; a twin of the unseen-word entry is placed there.
+    {
+        size_t pos = static_cast<size_t>(kUnseenRowsPosition);
+        uint32_t lo = 0, hi = DICTS_BUCKETS - 1;
+        if (entries.size() >= pos) {
+            lo = pos > 0 ? static_cast<uint32_t>(entries[pos - 1].hash) : 0;
+            hi = pos < entries.size() ? static_cast<uint32_t>(entries[pos].hash) : DICTS_BUCKETS - 1;
+        }
+        Entry twin;
+        twin.word = FindTwin(lo, hi);
+        if (twin.word.empty()) {
+            *error = "no text found for the unseen-word twin";
+            return false;
+        }
+        twin.rows = unseenRows;
+        twin.hash = static_cast<int32_t>(VSGHash(twin.word.c_str(), DICTS_BUCKETS));
+        if (entries.size() >= pos) {
+            entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(pos), twin);
+            summary->twinPosition = static_cast<int32_t>(pos);
+        } else {  // a corpus too small to reach the position: keep hash order
+            auto at = std::upper_bound(entries.begin(), entries.end(), twin,
+                                       [](const Entry &a, const Entry &b) { return a.hash < b.hash; });
+            summary->twinPosition = static_cast<int32_t>(at - entries.begin());
+            entries.insert(at, twin);
+        }
+        summary->twin = twin.word;
+    }
+    summary->entries = static_cast<int64_t>(entries.size());
+    for (size_t t = 0; t < nPos; ++t)
+        if (posCtx.freq[t] > 0) ++summary->posTagsUsed;
+    (void)skipped;
+
+    // ---- Writing -------------------------------------------------------------
+    if (!EnsureDir(outDir, error)) return false;
+    const std::string textDir = outDir + "/text";
+    if (opt.text && !EnsureDir(textDir, error)) return false;
+
+    // Core dictionary, binary form, from an in-memory table in this order.
+    {
+        std::vector<DictSEntry> table(entries.size());
+        std::vector<std::vector<DictSRow>> rowStore(entries.size());
+        std::vector<DictBucket> buckets(DICTS_BUCKETS, DictBucket{-1, 0});
+        for (size_t i = 0; i < entries.size(); ++i) {
+            const Entry &e = entries[i];
+            rowStore[i].resize(e.rows.size() + 1);
+            for (size_t r = 0; r < e.rows.size(); ++r) {
+                DictSRow &row = rowStore[i][r];
+                std::memset(&row, 0, sizeof row);
+                row.code = e.rows[r].code;
+                row.subCode = e.rows[r].subCode;
+                row.value = e.rows[r].value;
+                row.flag = 1;
+            }
+            DictSEntry &d = table[i];
+            std::memset(&d, 0, sizeof d);
+            d.word = const_cast<char *>(e.word.c_str());
+            d.length = static_cast<int32_t>(e.word.size());
+            d.posCount = static_cast<int32_t>(e.rows.size());
+            std::memcpy(d.stats, e.stats, sizeof d.stats);
+            d.posList = rowStore[i].data();
+            d.hash = e.hash;
+            d.flag = 1;
+            DictBucket &b = buckets[static_cast<size_t>(e.hash)];
+            if (b.first == -1) b.first = static_cast<int32_t>(i);
+            ++b.count;
+        }
+        DictionaryS dict;
+        std::memset(&dict, 0, sizeof dict);
+        dict.buckets = buckets.data();
+        dict.entries = table.data();
+        dict.count = static_cast<int32_t>(table.size());
+        dict.personIndex = dict.placeIndex = dict.orgIndex = -1;
+        for (size_t i = 0; i < entries.size(); ++i) {
+            if (entries[i].word == kPersonClass) dict.personIndex = static_cast<int32_t>(i);
+            if (entries[i].word == kPlaceClass) dict.placeIndex = static_cast<int32_t>(i);
+            if (entries[i].word == kOrgClass) dict.orgIndex = static_cast<int32_t>(i);
+        }
+        const std::string path = outDir + "/coredict.dct";
+        if (DictionaryS_SaveBinary(path.c_str(), &dict) != 1) {
+            *error = "cannot write " + path;
+            return false;
+        }
+    }
+    if (opt.text) {
+        std::string text;
+        for (const Entry &e : entries) {
+            text += e.word + " " + std::to_string(e.rows.size());
+            for (float s : e.stats) text += " " + FloatText(s);
+            text += "\n";
+            for (const Row &r : e.rows)
+                text += std::to_string(r.code) + " " + std::to_string(r.subCode) + " " + FloatText(r.value) + "\n";
+        }
+        if (!WriteText(textDir + "/coredict.dct", text, error)) return false;
+    }
+
+    // Context statistics.
+    const char *ctxNames[4] = {"lexical.ctx", "nr.ctx", "ns.ctx", "nt.ctx"};
+    const ContextCounts *ctx[4] = {&posCtx, &roleCtx[0], &roleCtx[1], &roleCtx[2]};
+    for (int i = 0; i < 4; ++i) {
+        if (!SaveContext(*ctx[i], outDir + "/" + ctxNames[i], false, error)) return false;
+        if (opt.text && !SaveContext(*ctx[i], textDir + "/" + ctxNames[i], true, error)) return false;
+    }
+
+    // Tag maps and affix dictionaries (single text form).
+    std::vector<std::pair<std::string, std::string>> plain;
+    plain.emplace_back("zyrpos30.map", MapText(PosTagNames()));
+    plain.emplace_back("nr.map", MapText(*roleNames[0]));
+    plain.emplace_back("ns.map", MapText(*roleNames[1]));
+    plain.emplace_back("nt.map", MapText(*roleNames[2]));
+    {
+        std::map<std::string, std::string> pre;
+        for (const std::string &c : prefixChars) pre[c] = FloatText(1.0f);
+        for (const auto &kv : namePrefix) pre[kv.first] = FloatText(1.0f + LogCount(kv.second + 1.0));
+        std::string s;
+        for (const auto &kv : pre) s += kv.first + " " + kv.second + "\n";
+        plain.emplace_back("name_pre.dct", s);
+    }
+    {
+        std::set<std::string> suffixes(PlaceSuffixes().begin(), PlaceSuffixes().end());
+        for (const auto &kv : placeEndings)
+            if (kv.second.size() >= 10) suffixes.insert(kv.first);
+        std::string s;
+        for (const std::string &x : suffixes) s += x + " 1\n";
+        plain.emplace_back("loc_suffix.dct", s);
+    }
+    {
+        std::string s;
+        for (const auto &kv : orgSuffix)
+            if (kv.second >= 3 && kv.first.size() <= kMaxDictWord)
+                s += kv.first + " " + FloatText(LogCount(kv.second + 1.0)) + "\n";
+        plain.emplace_back("org_suffix.dct", s);
+    }
+    for (const auto &f : plain) {
+        if (!WriteText(outDir + "/" + f.first, f.second, error)) return false;
+        if (opt.text && !WriteText(textDir + "/" + f.first, f.second, error)) return false;
+    }
+    return true;
+}
+
+}  // namespace vsgtrain

@@ -1,0 +1,49 @@
+// Training of the twelve model files from the tagged corpus.
+#ifndef VSGLEX_TOOLS_TRAIN_TRAINER_H
+#define VSGLEX_TOOLS_TRAIN_TRAINER_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+
+namespace vsgtrain {
+
+// Entry position that the engine reads the unseen-word rows from after a
+// binary load of the core dictionary.
+constexpr int32_t kUnseenRowsPosition = 4468;
+// Longest word (bytes) kept in the core dictionary; longer words would not
+// fit the text form's 127-byte header line.
+constexpr size_t kMaxDictWord = 60;
+
+// What to train on and what to write.
+struct TrainOptions {
+    int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
+    bool text = false;        // also write the text/raw forms into OUT_DIR/text
+    int placeCutMax = 1;      // places seen at most this often are cut into characters
+};
+
+// Figures printed after training.
+struct TrainSummary {
+    int64_t paragraphs = 0;
+    int64_t tokens = 0;
+    int64_t units = 0;
+    int64_t entries = 0;       // core dictionary entries (class words included)
+    int64_t posTagsUsed = 0;   // part-of-speech tags that occur
+    int64_t persons[3] = {0, 0, 0};  // Chinese, transliterated, Japanese
+    int64_t places[2] = {0, 0};      // place, transliterated place
+    int64_t orgs = 0;          // organisation tokens and bracketed compounds
+    int64_t placesCut = 0;     // place occurrences cut into characters for role training
+    std::string twin;          // text of the unseen-word twin (GB)
+    int32_t twinPosition = -1;
+};
+
+// Trains from paragraphs and writes the model set into `outDir` (created if
+// missing). Returns false with a message in `error` when writing fails.
+bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &outDir, const TrainOptions &opt,
+                 TrainSummary *summary, std::string *error);
+
+}  // namespace vsgtrain
+
+#endif  // VSGLEX_TOOLS_TRAIN_TRAINER_H
