@@ -33,11 +33,12 @@ constexpr int kPosTagCount = sizeof kPosTags / sizeof kPosTags[0];
 static_assert(kPosTagCount == 95, "fixture part-of-speech tag count");
 
 // Role letters: person A..W (default 22 "W"), place A..S (default 17 "R"),
-// organisation with suffix role 5 "D" and default role 14.
+// organisation with 2 "C" first and 3 "E" inner name word, 5 "D" suffix
+// and default role 14.
 const char kPersonLetters[] = "ABCDEFGHIJKLMNOPQRSTUVW";
 const char kPlaceLetters[] = "ABCDEFGHIJKLMNOPQRS";
 const char *const kOrgTags[] = {"A", "B", "C", "E", "F", "D", "G", "H",
-                                "I", "J", "K", "L", "M", "T", "Z", "X"};
+                                "I", "J", "K", "L", "M", "T", "O", "X"};
 
 struct FixtureRow {
     int code, sub;
@@ -77,14 +78,17 @@ const std::vector<FixtureWord> &Words() {
         {"学生", {{0, 16, "6"}}, "0 0 0 0"},
         {"记者", {{0, 16, "5"}}, "0 0 0 0"},
         {"工作", {{0, 20, "5"}, {0, 21, "4"}}, "0 0 0 0"},
-        {"公司", {{0, 16, "6"}}, "0 0 0 0"},
+        {"公司", {{0, 16, "6"}, {3, 5, "3"}}, "0 0 0 0"},
         {"银行", {{0, 16, "6"}}, "0 0 0 0"},
         {"北京", {{0, 29, "7"}}, "0 0 0 0"},
         {"中国", {{0, 29, "7"}}, "0 0 0 0"},
         {"鲁迅", {{0, 24, "3.0"}}, "0 0 0 0"},
-        {"老舍", {{0, 24, "2.3"}, {0, 16, "1"}}, "0 0 0 0"},
+        {"老舍", {{0, 24, "2.3"}, {0, 16, "6"}}, "0 0 0 0"},
         {"上海滩", {{0, 24, "3.0"}, {0, 29, "0.5"}}, "0 0 0 0"},
         {"新华社", {{0, 31, "4.0"}}, "0 0 0 0"},
+        {"胡", {{0, 24, "3.0"}, {0, 16, "8"}, PLAIN_ROLES}, "0 0 0 0"},
+        {"华", {{0, 16, "3"}, {1, 22, "5"}, {2, 17, "5"}, {3, 2, "5"}}, "0 0 0 0"},
+        {"星", {{0, 16, "3"}, {1, 22, "5"}, {2, 17, "5"}, {3, 3, "5"}}, "0 0 0 0"},
         {"张", {{0, 16, "2"}, {1, 2, "6"}, {2, 17, "5"}, {3, 14, "5"}}, "0 0 0 0"},
         {"王", {{0, 16, "2"}, {1, 2, "6"}, {2, 17, "5"}, {3, 14, "5"}}, "0 0 0 0"},
         {"伟", {{0, 2, "3"}, {1, 5, "5"}, {2, 17, "5"}, {3, 14, "5"}}, "0 1 0 0"},
@@ -120,6 +124,7 @@ const std::vector<Sequence> kPlaceSequences = {
 };
 const std::vector<Sequence> kOrgSequences = {
     {{0, 14, 14, 1}, 20}, {{0, 0, 14, 1}, 10}, {{0, 0, 5, 14, 1}, 5}, {{0, 14, 0, 1}, 10},
+    {{0, 2, 3, 0, 14, 1}, 10},
 };
 
 void PutLe32(std::string &out, uint32_t v) {

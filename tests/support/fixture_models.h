@@ -37,7 +37,8 @@ enum FixturePos {
 // Writes the fixture model set into `dir`: a text "coredict.dct" of a few
 // dozen words, four context models (versioned form, or raw form when
 // `rawContexts`), four tag maps and three affix dictionaries. The words
-// "张 伟" (surname, given name) form a person name and "黄 岩 村" a place name.
+// "张 伟" (surname, given name) form a person name, "黄 岩 村" a place name
+// and "华 星 公司" an organisation name.
 void WriteFixtureModels(const std::string &dir, bool rawContexts = false);
 
 // A temporary directory holding the fixture model set.
