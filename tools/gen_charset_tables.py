@@ -20,6 +20,7 @@ Python 3 standard library only.
 """
 
 import argparse
+import bisect
 import collections
 import ctypes
 import os
@@ -324,8 +325,19 @@ def rows(items, per_line):
     return "\n".join(lines) if lines else "    {}"
 
 
+def blocks(keys):
+    """Positions in sorted `keys` of the first key of each 256-key block."""
+    return [bisect.bisect_left(keys, b * 256) for b in range(257)]
+
+
 def emit_table(name, table):
     ranges, ranges_by_code, pairs, pairs_by_code = table
+    block_lists = [
+        blocks([r[0] for r in ranges]),
+        blocks([pairs[n][0] for n in range(len(pairs))]),
+        blocks([ranges[n][1] for n in ranges_by_code]),
+        blocks([pairs[n][1] for n in pairs_by_code]),
+    ]
     out = []
     out.append("static const CodeRange %sRanges[%d] = {\n%s\n};" % (
         name, max(1, len(ranges)), rows(["{%d,%d,%d}" % r for r in ranges], 8)))
@@ -335,8 +347,10 @@ def emit_table(name, table):
         name, max(1, len(pairs)), rows(["{%d,%d}" % p for p in pairs], 10)))
     out.append("static const uint16_t %sPairsByCode[%d] = {\n%s\n};" % (
         name, max(1, len(pairs_by_code)), rows([str(n) for n in pairs_by_code], 20)))
-    out.append("const CodeTable %sTable = {%sRanges, %d, %sRangesByCode, %sPairs, %d, %sPairsByCode, %d};" % (
-        name, name, len(ranges), name, name, len(pairs), name, len(pairs_by_code)))
+    out.append("static const uint16_t %sBlocks[4][257] = {\n%s\n};" % (
+        name, ",\n".join("  {\n%s\n  }" % rows([str(n) for n in b], 20) for b in block_lists)))
+    out.append("const CodeTable %sTable = {%sRanges, %d, %sRangesByCode, %sPairs, %d, %sPairsByCode, %d, %sBlocks};" % (
+        name, name, len(ranges), name, name, len(pairs), name, len(pairs_by_code), name))
     return "\n".join(out) + "\n"
 
 

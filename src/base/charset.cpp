@@ -9,57 +9,62 @@
 
 namespace vsglex::charset {
 
-uint32_t TableDecode(const CodeTable &table, uint32_t index) {
-    // Last range starting at or before index.
-    uint32_t lo = 0, hi = table.rangeCount;
-    while (lo < hi) {
-        uint32_t mid = (lo + hi) / 2;
-        if (table.ranges[mid].index <= index)
-            lo = mid + 1;
-        else
-            hi = mid;
+namespace {
+
+// Search window of the block holding `key` in block row `row`; for ranges
+// the window starts one earlier, since a range may reach into the block.
+inline void Window(const CodeTable &table, int row, uint32_t key, bool ranges, uint32_t *lo, uint32_t *hi) {
+    uint32_t block = key >> 8;
+    *lo = table.blocks[row][block];
+    *hi = table.blocks[row][block + 1];
+    if (ranges && *lo > 0) --*lo;
+}
+
+// Position in [lo, hi) of the last element whose key is <= `key`, or `hi`
+// when there is none. Written without data-dependent branches: the search
+// runs once per character.
+template <typename KeyAt>
+inline uint32_t LastNotAbove(uint32_t lo, uint32_t hi, uint32_t key, KeyAt keyAt) {
+    if (lo >= hi || keyAt(lo) > key) return hi;
+    uint32_t n = hi - lo;
+    while (n > 1) {
+        uint32_t half = n / 2;
+        lo = keyAt(lo + half) <= key ? lo + half : lo;
+        n -= half;
     }
-    if (lo > 0) {
-        const CodeRange &r = table.ranges[lo - 1];
+    return lo;
+}
+
+}  // namespace
+
+uint32_t TableDecode(const CodeTable &table, uint32_t index) {
+    if (index > 0xFFFF) return 0;
+    uint32_t lo, hi;
+    Window(table, 0, index, true, &lo, &hi);
+    uint32_t at = LastNotAbove(lo, hi, index, [&](uint32_t i) { return table.ranges[i].index; });
+    if (at < hi) {
+        const CodeRange &r = table.ranges[at];
         if (index - r.index < r.count) return r.code + (index - r.index);
     }
-    lo = 0;
-    hi = table.pairCount;
-    while (lo < hi) {
-        uint32_t mid = (lo + hi) / 2;
-        if (table.pairs[mid].index < index)
-            lo = mid + 1;
-        else
-            hi = mid;
-    }
-    if (lo < table.pairCount && table.pairs[lo].index == index) return table.pairs[lo].code;
+    Window(table, 1, index, false, &lo, &hi);
+    at = LastNotAbove(lo, hi, index, [&](uint32_t i) { return table.pairs[i].index; });
+    if (at < hi && table.pairs[at].index == index) return table.pairs[at].code;
     return 0;
 }
 
 int32_t TableEncode(const CodeTable &table, uint32_t code) {
-    uint32_t lo = 0, hi = table.rangeCount;
-    while (lo < hi) {
-        uint32_t mid = (lo + hi) / 2;
-        if (table.ranges[table.rangesByCode[mid]].code <= code)
-            lo = mid + 1;
-        else
-            hi = mid;
-    }
-    if (lo > 0) {
-        const CodeRange &r = table.ranges[table.rangesByCode[lo - 1]];
+    if (code > 0xFFFF) return -1;
+    uint32_t lo, hi;
+    Window(table, 2, code, true, &lo, &hi);
+    uint32_t at = LastNotAbove(lo, hi, code, [&](uint32_t i) { return table.ranges[table.rangesByCode[i]].code; });
+    if (at < hi) {
+        const CodeRange &r = table.ranges[table.rangesByCode[at]];
         if (code - r.code < r.count) return static_cast<int32_t>(r.index + (code - r.code));
     }
-    lo = 0;
-    hi = table.pairsByCodeCount;
-    while (lo < hi) {
-        uint32_t mid = (lo + hi) / 2;
-        if (table.pairs[table.pairsByCode[mid]].code < code)
-            lo = mid + 1;
-        else
-            hi = mid;
-    }
-    if (lo < table.pairsByCodeCount) {
-        const CodePair &p = table.pairs[table.pairsByCode[lo]];
+    Window(table, 3, code, false, &lo, &hi);
+    at = LastNotAbove(lo, hi, code, [&](uint32_t i) { return table.pairs[table.pairsByCode[i]].code; });
+    if (at < hi) {
+        const CodePair &p = table.pairs[table.pairsByCode[at]];
         if (p.code == code) return p.index;
     }
     return -1;

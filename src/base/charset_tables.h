@@ -23,7 +23,9 @@ struct CodePair {
 // A code table: ranges and pairs sorted by linear index (for decoding), each
 // with an array of positions sorted by code point (for encoding). Pairs that
 // the encoder must not produce (a second code of one code point) are left
-// out of pairsByCode.
+// out of pairsByCode. `blocks` narrows each binary search: row 0 (ranges by
+// index), 1 (pairs by index), 2 (rangesByCode), 3 (pairsByCode) give, for
+// every block of 256 keys, the position of its first key.
 struct CodeTable {
     const CodeRange *ranges;
     uint32_t rangeCount;
@@ -32,6 +34,7 @@ struct CodeTable {
     uint32_t pairCount;
     const uint16_t *pairsByCode;
     uint32_t pairsByCodeCount;
+    const uint16_t (*blocks)[257];
 };
 
 // A two-byte GB18030 code whose code point lies outside the BMP.
@@ -94,16 +97,22 @@ extern const MapPair kGbkForms[];
 extern const uint32_t kGbkFormsCount;
 
 // The private layout of T_CodeContext: the last kHistorySize code points
-// seen, as a ring, and how many were pushed in all.
+// seen, as a ring with its next slot, and how many it holds.
 constexpr uint32_t kHistorySize = 12;
 struct History {
     uint32_t code[kHistorySize];
     uint32_t count;
-    uint32_t reserved;
+    uint32_t next;
 };
 // Remembers `code` as the latest character of the text (0 for a character
 // that could not be decoded).
-void HistoryPush(History *history, uint32_t code);
+inline void HistoryPush(History *history, uint32_t code) {
+    if (!history) return;
+    if (history->next >= kHistorySize) history->next = 0;
+    history->code[history->next] = code;
+    history->next = history->next + 1 == kHistorySize ? 0 : history->next + 1;
+    if (history->count < kHistorySize) ++history->count;
+}
 
 // Direction of the simplified/traditional mapping.
 enum class MapDirection { kNone, kToTraditional, kToSimplified };

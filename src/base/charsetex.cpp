@@ -191,12 +191,23 @@ VSGLEX_API int64_t _T_TranslateText(const char *source, uint32_t sourceCharset, 
     size_t consumed = 0;
     int64_t result = 0;
     char local[16];
+    const bool asciiFast = KnownSet(sourceCharset) && !(flags & T_CODE_ONE_UNIT);
     for (;;) {
         if (source[consumed] == 0) {
             result = written + 1;
             break;
         }
         int64_t room = targetSize - written;
+        // ASCII is itself in every known set: copy runs of it directly.
+        if (asciiFast) {
+            auto c = static_cast<unsigned char>(source[consumed]);
+            if (c < 0x80 && room > 1) {
+                target[written++] = static_cast<char>(c);
+                ++consumed;
+                HistoryPush(history, c);
+                continue;
+            }
+        }
         bool direct = room >= static_cast<int64_t>(sizeof local);
         char *out = direct ? target + written : local;
         uint32_t n = 0;

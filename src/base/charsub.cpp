@@ -24,8 +24,9 @@ uint32_t LookupPair(const MapPair *pairs, uint32_t count, uint32_t code) {
 // The code point `back` characters before the current one (1 = previous),
 // 0 when the history does not reach that far.
 uint32_t Previous(const History *history, uint32_t back) {
-    if (!history || back > history->count || back > kHistorySize) return 0;
-    return history->code[(history->count - back) % kHistorySize];
+    if (!history || back > history->count || back > kHistorySize || history->next >= kHistorySize) return 0;
+    uint32_t at = history->next >= back ? history->next - back : history->next + kHistorySize - back;
+    return history->code[at];
 }
 
 // Whether context word `word` (which ends with the current character) is
@@ -42,13 +43,6 @@ bool WordMatches(const MapTable &table, uint32_t word, const History *history) {
 }
 
 }  // namespace
-
-void HistoryPush(History *history, uint32_t code) {
-    if (!history) return;
-    history->code[history->count % kHistorySize] = code;
-    // Past the ring size only the position modulo the size matters.
-    history->count = history->count >= 2 * kHistorySize ? history->count - kHistorySize + 1 : history->count + 1;
-}
 
 uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, bool gbkForms,
                       const History *history) {
