@@ -1,0 +1,175 @@
+// Runs the segmentation call over corpus paragraphs and compares its output
+// with the corpus's own words, tags and names.
+#include "evaluate.h"
+
+#include <cstring>
+#include <map>
+#include <set>
+
+namespace vsgeval {
+
+namespace {
+
+using Span = std::pair<int, int>;  // byte range [first, second) in the paragraph
+
+// Name class of a part-of-speech tag: 0 person, 1 place, 2 organisation, -1.
+int ClassOf(int tag) {
+    switch (tag) {
+    case vsgtrain::kPosPerson: case vsgtrain::kPosForeignPerson: case vsgtrain::kPosJapanesePerson:
+        return 0;
+    case vsgtrain::kPosPlace: case vsgtrain::kPosForeignPlace:
+        return 1;
+    case vsgtrain::kPosOrg:
+        return 2;
+    default:
+        return -1;
+    }
+}
+
+// The gold side of one paragraph.
+struct Gold {
+    std::string text;                  // all units joined
+    std::map<Span, int> tags;          // unit span -> tag
+    std::set<Span> names[3];
+    std::vector<std::string> words;    // input words
+};
+
+Gold MakeGold(const vsgtrain::Paragraph &p, const std::vector<vsgtrain::Unit> &units, const DictionaryS &core) {
+    Gold g;
+    std::map<int, int> bracketStart;
+    int pos = 0;
+    for (const vsgtrain::Unit &u : units) {
+        Span s{pos, pos + static_cast<int>(u.text.size())};
+        g.tags[s] = u.tag;
+        int cls = u.kind == vsgtrain::UnitKind::Person ? 0 : u.kind == vsgtrain::UnitKind::Place ? 1
+                  : u.kind == vsgtrain::UnitKind::Org   ? 2 : -1;
+        if (cls >= 0) g.names[cls].insert(s);
+        if (u.bracket >= 0 && u.bracketLabel == "nt") {
+            if (u.bracketFirst) bracketStart[u.bracket] = s.first;
+            if (u.bracketLast && bracketStart.count(u.bracket)) g.names[2].insert({bracketStart[u.bracket], s.second});
+        }
+        g.text += u.text;
+        pos = s.second;
+    }
+    (void)p;
+    g.words = InputWords(units, core);
+    return g;
+}
+
+std::string Context(const std::vector<std::pair<std::string, int>> &out, size_t at) {
+    std::string s;
+    size_t from = at >= 4 ? at - 4 : 0;
+    for (size_t i = from; i < out.size() && i <= at + 4; ++i) {
+        if (!s.empty()) s += " ";
+        if (i == at) s += "[";
+        s += vsgtrain::GbToUtf8(out[i].first) + "/" + vsgtrain::PosTagNames()[static_cast<size_t>(out[i].second) %
+                                                                               vsgtrain::PosTagNames().size()];
+        if (i == at) s += "]";
+    }
+    return s;
+}
+
+void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, size_t examples, EvalResult *r) {
+    std::string joined;
+    for (const auto &w : out) joined += w.first;
+    if (joined != g.text) {
+        ++r->misaligned;
+        for (int c = 0; c < 3; ++c) r->names[c].gold += static_cast<int64_t>(g.names[c].size());
+        return;
+    }
+    std::set<Span> predicted[3];
+    std::map<Span, size_t> outAt;
+    int pos = 0;
+    for (size_t i = 0; i < out.size(); ++i) {
+        Span s{pos, pos + static_cast<int>(out[i].first.size())};
+        pos = s.second;
+        outAt[s] = i;
+        auto it = g.tags.find(s);
+        if (it != g.tags.end()) {
+            ++r->posCompared;
+            if (it->second == out[i].second) ++r->posCorrect;
+            else ++r->confusion[{it->second, out[i].second}];
+        }
+        int cls = ClassOf(out[i].second);
+        if (cls >= 0) predicted[cls].insert(s);
+    }
+    for (int c = 0; c < 3; ++c) {
+        NameScore &n = r->names[c];
+        n.gold += static_cast<int64_t>(g.names[c].size());
+        n.predicted += static_cast<int64_t>(predicted[c].size());
+        for (const Span &s : g.names[c]) {
+            if (s.second - s.first <= 2) ++n.goldOneChar;
+            if (predicted[c].count(s)) {
+                ++n.found;
+            } else if (r->examples[c].size() < examples) {
+                auto at = outAt.lower_bound({s.first, 0});
+                size_t i = at != outAt.end() ? at->second : out.size() - 1;
+                r->examples[c].push_back("miss  " + vsgtrain::GbToUtf8(g.text.substr(
+                                             static_cast<size_t>(s.first), static_cast<size_t>(s.second - s.first))) +
+                                         "  :  " + Context(out, i));
+            }
+        }
+        for (const Span &s : predicted[c]) {
+            if (!g.names[c].count(s) && r->examples[c].size() < examples)
+                r->examples[c].push_back("false " + Context(out, outAt[s]));
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core) {
+    std::vector<std::string> words;
+    for (const vsgtrain::Unit &u : units) {
+        bool cut = u.kind == vsgtrain::UnitKind::Person ||
+                   (u.kind == vsgtrain::UnitKind::Place && DictionaryS_GetCoreInfo(u.text.c_str(), &core) < 0) ||
+                   u.text.size() > VSG_ITEM_TEXT_MAX;
+        if (cut) {
+            for (const std::string &c : vsgtrain::SplitChars(u.text)) words.push_back(c);
+        } else {
+            words.push_back(u.text);
+        }
+    }
+    return words;
+}
+
+EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
+                    size_t examples) {
+    EvalResult r;
+    const size_t batch = 64;
+    for (size_t first = 0; first < paragraphs.size(); first += batch) {
+        size_t last = std::min(paragraphs.size(), first + batch);
+        std::vector<Gold> golds;
+        std::vector<WordItem> items;
+        for (size_t i = first; i < last; ++i) {
+            golds.push_back(MakeGold(paragraphs[i], vsgtrain::BuildUnits(paragraphs[i]), engine->core));
+            uint32_t key = static_cast<uint32_t>(i - first);
+            for (const std::string &w : golds.back().words) {
+                WordItem item;
+                std::memset(&item, 0, sizeof item);
+                std::memcpy(item.text, w.data(), w.size());
+                item.sentence = static_cast<uint16_t>(key & 0xffffu);
+                item.extra = static_cast<uint16_t>(key >> 16);
+                item.id = static_cast<uint32_t>(items.size());
+                items.push_back(item);
+            }
+        }
+        WordList in{static_cast<int32_t>(items.size()), items.data()};
+        WordList out{0, nullptr};
+        VSG_SegmentForServer(&in, &out, 0, engine);
+        std::vector<std::vector<std::pair<std::string, int>>> outputs(golds.size());
+        for (int32_t k = 0; k < out.count; ++k) {
+            const WordItem &o = out.items[k];
+            size_t key = static_cast<size_t>(o.sentence) | (static_cast<size_t>(o.extra) << 16);
+            if (key < outputs.size()) outputs[key].emplace_back(std::string(o.text), o.tag);
+        }
+        VSG_SegmentForServerFree(&out);
+        for (size_t g = 0; g < golds.size(); ++g) {
+            ++r.paragraphs;
+            Score(golds[g], outputs[g], examples, &r);
+        }
+    }
+    return r;
+}
+
+}  // namespace vsgeval

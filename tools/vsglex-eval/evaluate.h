@@ -1,0 +1,52 @@
+// Scoring of the segmentation call against tagged corpus paragraphs.
+#ifndef VSGLEX_TOOLS_EVAL_EVALUATE_H
+#define VSGLEX_TOOLS_EVAL_EVALUATE_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+#include "vsglex/engine.h"
+
+namespace vsgeval {
+
+// Counts of one name class.
+struct NameScore {
+    int64_t gold = 0;       // names in the corpus
+    int64_t predicted = 0;  // output words carrying the class's tags
+    int64_t found = 0;      // predicted words that cover a gold name exactly
+    int64_t goldOneChar = 0;  // gold names of one character
+    double Precision() const { return predicted ? static_cast<double>(found) / static_cast<double>(predicted) : 0; }
+    double Recall() const { return gold ? static_cast<double>(found) / static_cast<double>(gold) : 0; }
+    double F1() const {
+        double p = Precision(), r = Recall();
+        return p + r > 0 ? 2 * p * r / (p + r) : 0;
+    }
+};
+
+// Result of an evaluation run.
+struct EvalResult {
+    int64_t paragraphs = 0;
+    int64_t misaligned = 0;   // paragraphs whose output text differs from the input
+    int64_t posCompared = 0;  // output words that match a gold word
+    int64_t posCorrect = 0;
+    NameScore names[3];       // person, place, organisation
+    std::vector<std::string> examples[3];  // UTF-8 lines: misses and false names
+    std::map<std::pair<int, int>, int64_t> confusion;  // (gold tag, output tag) -> wrong words
+};
+
+// The input words of a paragraph as the evaluation cuts them: person names
+// and places unknown to the core dictionary as single characters, every
+// other unit whole.
+std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core);
+
+// Runs the engine over the paragraphs and scores the output. Keeps up to
+// `examples` error lines per class.
+EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
+                    size_t examples);
+
+}  // namespace vsgeval
+
+#endif  // VSGLEX_TOOLS_EVAL_EVALUATE_H

@@ -1,0 +1,67 @@
+// vsglex-eval MODEL_DIR CORPUS_FILE...: part-of-speech accuracy and name
+// recognition scores of a model set on tagged corpus paragraphs.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "evaluate.h"
+
+int main(int argc, char **argv) {
+    int32_t from = 0, to = 0;
+    size_t examples = 0, confusions = 0;
+    std::vector<std::string> args;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--from" && i + 1 < argc) from = std::atoi(argv[++i]);
+        else if (a == "--to" && i + 1 < argc) to = std::atoi(argv[++i]);
+        else if (a == "--examples" && i + 1 < argc) examples = static_cast<size_t>(std::atoi(argv[++i]));
+        else if (a == "--confusions" && i + 1 < argc) confusions = static_cast<size_t>(std::atoi(argv[++i]));
+        else args.push_back(a);
+    }
+    if (args.size() < 2) {
+        std::fprintf(stderr,
+                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] MODEL_DIR CORPUS_FILE...\n");
+        return 2;
+    }
+    SegmentEngine *engine = nullptr;
+    int32_t status = VSG_LoadForServer(&engine, args[0].c_str());
+    if (status != 0 || engine == nullptr) {
+        std::fprintf(stderr, "vsglex-eval: cannot load the models of %s (status %d)\n", args[0].c_str(), status);
+        return 1;
+    }
+    std::vector<vsgtrain::Paragraph> paragraphs;
+    for (size_t i = 1; i < args.size(); ++i) {
+        if (!vsgtrain::ReadCorpusFile(args[i], from, to, &paragraphs)) {
+            std::fprintf(stderr, "vsglex-eval: cannot read %s\n", args[i].c_str());
+            return 1;
+        }
+    }
+    vsgeval::EvalResult r = vsgeval::Evaluate(engine, paragraphs, examples);
+    std::printf("paragraphs %lld (output text differs from input in %lld)\n", static_cast<long long>(r.paragraphs),
+                static_cast<long long>(r.misaligned));
+    std::printf("part-of-speech accuracy %.4f (%lld of %lld words that match a gold word)\n",
+                r.posCompared ? static_cast<double>(r.posCorrect) / static_cast<double>(r.posCompared) : 0.0,
+                static_cast<long long>(r.posCorrect), static_cast<long long>(r.posCompared));
+    const char *names[3] = {"person", "place", "organisation"};
+    for (int c = 0; c < 3; ++c) {
+        const vsgeval::NameScore &n = r.names[c];
+        std::printf("%-12s P %.4f R %.4f F1 %.4f (gold %lld, output %lld, found %lld; gold of one character %lld)\n",
+                    names[c], n.Precision(), n.Recall(), n.F1(), static_cast<long long>(n.gold),
+                    static_cast<long long>(n.predicted), static_cast<long long>(n.found),
+                    static_cast<long long>(n.goldOneChar));
+    }
+    for (int c = 0; c < 3; ++c)
+        for (const std::string &e : r.examples[c]) std::printf("%s: %s\n", names[c], e.c_str());
+    std::vector<std::pair<int64_t, std::pair<int, int>>> conf;
+    for (const auto &kv : r.confusion) conf.emplace_back(-kv.second, kv.first);
+    std::sort(conf.begin(), conf.end());
+    const auto &tags = vsgtrain::PosTagNames();
+    for (size_t i = 0; i < conf.size() && i < confusions; ++i)
+        std::printf("tagged %s as %s: %lld\n", tags[static_cast<size_t>(conf[i].second.first) % tags.size()].c_str(),
+                    tags[static_cast<size_t>(conf[i].second.second) % tags.size()].c_str(),
+                    static_cast<long long>(-conf[i].first));
+    VSG_FreeForServer(engine);
+    return 0;
+}
