@@ -8,6 +8,7 @@
 #include "vsglex/model.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
+#include "vsglex/vsglex_api.h"
 #include "vsglex/charset.h"
 #include "vsglex/errcat.h"
 #include "vsglex/tlsinst.h"

@@ -1,0 +1,109 @@
+/* Raw-text interface: analyse plain Chinese text (UTF-8, GB18030/GBK or
+ * BIG5) in one call. The text is split into sentences, cut into words over
+ * the core dictionary, handed to the engine for name recognition and
+ * part-of-speech tagging, and every word comes back with its tag and its
+ * byte position in the caller's original text.
+ *
+ * All handles of a process share the one engine instance of the library:
+ * the first successful vsglex_open loads the model set of its directory,
+ * later opens (with any directory) reuse it, and the models are freed when
+ * the last handle is closed. A handle is read-only after vsglex_open and may
+ * be used by any number of threads at once. */
+#ifndef VSGLEX_VSGLEX_API_H
+#define VSGLEX_VSGLEX_API_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "vsglex/export.h"
+
+VSGLEX_EXTERN_C_BEGIN
+
+/* Character sets of the input text. */
+enum {
+    VSGLEX_CHARSET_AUTO = 0,    /* UTF-8 when the text is valid UTF-8, else GB18030 */
+    VSGLEX_CHARSET_GB18030 = 1, /* GB18030, which covers GB2312 and GBK */
+    VSGLEX_CHARSET_BIG5 = 2,    /* BIG5 (traditional characters are analysed as simplified) */
+    VSGLEX_CHARSET_UTF8 = 3     /* UTF-8 (a leading byte-order mark is skipped) */
+};
+
+/* Flags of vsglex_analyze. */
+enum {
+    VSGLEX_PRECUT = 1 /* the text is already cut into words by spaces: skip the cutter */
+};
+
+/* Name classes of a word. */
+enum {
+    VSGLEX_NAME_NONE = 0,
+    VSGLEX_NAME_PERSON = 1,
+    VSGLEX_NAME_PLACE = 2,
+    VSGLEX_NAME_ORG = 3
+};
+
+/* Status codes returned by the functions below. */
+enum {
+    VSGLEX_OK = 0,
+    VSGLEX_ERR_ARGUMENT = -1, /* a null or invalid argument */
+    VSGLEX_ERR_MODEL = -2,    /* the model set cannot be loaded */
+    VSGLEX_ERR_MEMORY = -3,   /* out of memory */
+    VSGLEX_ERR_TOO_LARGE = -4 /* the text is 4 GiB or longer */
+};
+
+/* One word of a result. */
+typedef struct vsglex_word {
+    const char *text;      /* the word as analysed, UTF-8, NUL-terminated */
+    const char *tag_name;  /* part-of-speech tag text from the tag map, e.g. "nr" */
+    uint64_t offset;       /* byte offset of the word in the caller's text */
+    uint32_t length;       /* byte length of the word in the caller's text */
+    int32_t tag;           /* tag number (line of the tag map) */
+    int32_t name_class;    /* VSGLEX_NAME_* by the tag */
+    int32_t merged;        /* number of cut words the engine merged into this one (1 = none) */
+    uint32_t sentence;     /* index of the word's sentence in the result */
+} vsglex_word;
+
+/* One sentence of a result: a byte range of the caller's text and its words. */
+typedef struct vsglex_sentence {
+    uint64_t offset;       /* byte offset of the sentence in the caller's text */
+    uint64_t length;       /* byte length in the caller's text */
+    uint32_t first_word;   /* index of its first word in the result's word array */
+    uint32_t word_count;   /* number of its words */
+} vsglex_sentence;
+
+/* The result of one vsglex_analyze call; released with vsglex_result_free. */
+typedef struct vsglex_result {
+    size_t word_count;
+    vsglex_word *words;
+    size_t sentence_count;
+    vsglex_sentence *sentences;
+    size_t invalid_count;       /* number of invalid byte sequences skipped */
+    uint64_t *invalid_offsets;  /* their offsets in the caller's text, ascending */
+    int32_t charset;            /* the character set the text was read as */
+} vsglex_result;
+
+/* An analyser bound to the process's loaded model set. */
+typedef struct vsglex_handle vsglex_handle;
+
+/* Opens an analyser on the model set in `data_dir` (the folder holding
+ * "coredict.dct" and the other model files). Returns null on failure; then
+ * vsglex_last_error says which file failed. */
+VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir);
+/* Closes a handle; the models are freed with the last one. Null is ignored. */
+VSGLEX_API void vsglex_close(vsglex_handle *handle);
+/* Analyses `length` bytes of `text` read in `charset` (VSGLEX_CHARSET_*)
+ * with `flags` (VSGLEX_PRECUT or 0). On VSGLEX_OK *result receives a new
+ * result; on failure it is set to null and vsglex_last_error tells why.
+ * Invalid byte sequences are skipped and listed in the result. */
+VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length,
+                                  int32_t charset, uint32_t flags, vsglex_result **result);
+/* Releases a result. Null is ignored. */
+VSGLEX_API void vsglex_result_free(vsglex_result *result);
+/* Text of tag number `tag` in the part-of-speech tag map, or "" if none. */
+VSGLEX_API const char *vsglex_tag_name(const vsglex_handle *handle, int32_t tag);
+/* Name of a name class: "person", "place", "organization" or "". */
+VSGLEX_API const char *vsglex_name_class_name(int32_t name_class);
+/* Message of the calling thread's last failed vsglex_ call ("" if none). */
+VSGLEX_API const char *vsglex_last_error(void);
+
+VSGLEX_EXTERN_C_END
+
+#endif /* VSGLEX_VSGLEX_API_H */

@@ -1,0 +1,498 @@
+// The raw-text interface: conversion, sentence splitting, word cutting, the
+// engine's name recognition and tagging, and the mapping of every word back
+// to the caller's bytes.
+#include <sys/stat.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "front/analyzer.h"
+#include "front/atoms.h"
+#include "front/lexicon.h"
+#include "front/transcode.h"
+#include "vsglex/engine.h"
+#include "vsglex/utility.h"
+#include "vsglex/vsglex_api.h"
+
+namespace vsg::front {
+
+namespace {
+
+// The process's loaded engine and the cutter built from its dictionary,
+// shared by every handle.
+struct Shared {
+    std::mutex mutex;
+    int refs = 0;
+    bool ownsEngine = false;
+    const SegmentEngine *engine = nullptr;
+    Lexicon lexicon;
+    std::vector<std::string> tagNames;
+};
+Shared g_shared;
+
+thread_local std::string t_lastError;
+
+void SetError(const std::string &message) { t_lastError = message; }
+
+// Model file behind each load status of the engine.
+const char *ModelFileOfStatus(int32_t status) {
+    static const char *const kFiles[] = {"coredict.dct", "lexical.ctx", "zyrpos30.map", "nr.ctx",
+                                         "nr.map",       "ns.ctx",      "ns.map",       "nt.ctx",
+                                         "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
+    int32_t k = VSG_ERR_COREDICT - status;
+    return k >= 0 && k < 12 ? kFiles[k] : "?";
+}
+
+// Words an engine call takes at most; the sentences of a text are batched
+// into calls of about this size.
+constexpr size_t kBatchItems = 2048;
+// Stretch of the caller's text converted at once (cut at a line end).
+constexpr size_t kWindowBytes = 256 * 1024;
+
+// One cut word handed to the engine.
+struct Item {
+    uint32_t start;    // in the work text
+    uint16_t length;
+    uint32_t sentence; // index in the result
+};
+
+// A sentence under construction.
+struct SentenceSpan {
+    uint32_t gbStart;
+    uint32_t gbEnd;
+};
+
+// Full-width or ASCII end marks that close a sentence of pre-cut text.
+bool IsSentenceEnd(const char *p, size_t len) {
+    if (len == 1) return *p == '!' || *p == '?' || *p == ';';
+    if (len != 2) return false;
+    auto a = static_cast<unsigned char>(p[0]), b = static_cast<unsigned char>(p[1]);
+    return (a == 0xA1 && b == 0xA3) || (a == 0xA3 && (b == 0xA1 || b == 0xBB || b == 0xBF));
+}
+
+// The state of one analysis.
+class Analysis {
+public:
+    Analysis(const Shared &shared, uint32_t flags) : shared_(shared), flags_(flags) {}
+
+    // Analyses the whole text; false only on exhaustion of memory (thrown).
+    void Run(const char *text, size_t length, int charset);
+    vsglex_result *Finish();
+
+private:
+    void Window(const char *src, size_t n, uint64_t base, int charset);
+    void Line(size_t begin, size_t end);
+    void AddRun(const Atom *atoms, size_t n);
+    void CloseSentence();
+    void Flush();
+    void EmitWord(size_t first, size_t last, int32_t tag);
+
+    const Shared &shared_;
+    uint32_t flags_;
+    WorkText work_;
+    uint64_t base_ = 0;
+    std::vector<Atom> atoms_;
+    std::vector<uint32_t> ends_;
+    CutScratch scratch_;
+    std::vector<Item> items_;        // items of the pending batch
+    std::vector<uint32_t> cuts_;     // sentence starts within a line
+    bool sentenceOpen_ = false;
+    SentenceSpan open_{0, 0};
+
+    std::vector<vsglex_word> words_;
+    std::vector<size_t> textOffsets_;  // of each word's text in texts_
+    std::string texts_;
+    std::vector<vsglex_sentence> sentences_;
+    std::vector<uint64_t> invalid_;
+    int charset_ = 0;
+};
+
+void Analysis::Run(const char *text, size_t length, int charset) {
+    charset_ = charset;
+    size_t pos = 0;
+    if (charset == VSGLEX_CHARSET_UTF8 && length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) pos = 3;
+    while (pos < length) {
+        size_t end = length;
+        if (length - pos > kWindowBytes) {
+            const void *nl = std::memchr(text + pos + kWindowBytes, '\n', length - pos - kWindowBytes);
+            if (nl != nullptr) end = static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
+        }
+        Window(text + pos, end - pos, pos, charset);
+        pos = end;
+    }
+    Flush();
+}
+
+void Analysis::Window(const char *src, size_t n, uint64_t base, int charset) {
+    // The batch refers to work-text offsets: finish it before they change.
+    Flush();
+    base_ = base;
+    ToWorkText(src, n, charset, work_, invalid_, base);
+    const std::string &gb = work_.gb;
+    size_t lineStart = 0;
+    while (lineStart < gb.size()) {
+        const void *nl = std::memchr(gb.data() + lineStart, '\n', gb.size() - lineStart);
+        size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - gb.data()) : gb.size();
+        Line(lineStart, lineEnd);
+        lineStart = lineEnd + 1;
+    }
+    Flush();
+}
+
+void Analysis::Line(size_t begin, size_t end) {
+    std::string &gb = work_.gb;
+    atoms_.clear();
+    Atomise(gb.data(), begin, end, atoms_);
+    if (atoms_.empty()) return;
+    bool precut = (flags_ & VSGLEX_PRECUT) != 0;
+
+    // Sentence starts of the line from the sentence splitter.
+    cuts_.clear();
+    if (!precut) {
+        char saved = end < gb.size() ? gb[end] : '\0';
+        if (end < gb.size()) gb[end] = '\0';
+        SentenceList *list = TEXT_GetSens(gb.data() + begin);
+        if (end < gb.size()) gb[end] = saved;
+        if (list != nullptr) {
+            for (int32_t k = 0; k < list->count; ++k) cuts_.push_back(static_cast<uint32_t>(begin + list->items[k].offset));
+            TEXT_SensResultFree(list);
+        }
+    }
+
+    size_t nextCut = 0;
+    size_t runStart = 0;
+    bool inRun = false;
+    auto endRun = [&](size_t k) {
+        if (inRun) AddRun(atoms_.data() + runStart, k - runStart);
+        inRun = false;
+    };
+    for (size_t k = 0; k < atoms_.size(); ++k) {
+        const Atom &a = atoms_[k];
+        // A new sentence begins at the first atom at or after a cut.
+        bool cut = false;
+        while (nextCut < cuts_.size() && cuts_[nextCut] <= a.start) {
+            cut = true;
+            ++nextCut;
+        }
+        if (cut) {
+            endRun(k);
+            CloseSentence();
+        }
+        if (a.kind == AtomKind::kSpace) {
+            endRun(k);
+            continue;
+        }
+        if (!inRun) {
+            inRun = true;
+            runStart = k;
+        }
+    }
+    endRun(atoms_.size());
+    CloseSentence();
+}
+
+void Analysis::AddRun(const Atom *atoms, size_t n) {
+    if (n == 0) return;
+    const std::string &gb = work_.gb;
+    if (!sentenceOpen_) {
+        sentenceOpen_ = true;
+        open_.gbStart = atoms[0].start;
+        vsglex_sentence s{};
+        sentences_.push_back(s);
+    }
+    open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
+    uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
+    auto push = [&](size_t a, size_t b) {  // atoms [a, b)
+        uint32_t s = atoms[a].start;
+        uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
+        items_.push_back(Item{s, static_cast<uint16_t>(e - s), sentence});
+    };
+    if ((flags_ & VSGLEX_PRECUT) != 0) {
+        // One token: one word, split into pieces of at most 80 bytes.
+        size_t a = 0;
+        while (a < n) {
+            size_t b = a + 1;
+            size_t bytes = atoms[a].length;
+            while (b < n && bytes + atoms[b].length <= kMaxAtomBytes) bytes += atoms[b++].length;
+            push(a, b);
+            a = b;
+        }
+        if (IsSentenceEnd(gb.data() + atoms[n - 1].start, atoms[n - 1].length)) CloseSentence();
+        return;
+    }
+    ends_.clear();
+    shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+    size_t a = 0;
+    for (uint32_t b : ends_) {
+        if (b <= a || b > n) continue;
+        push(a, b);
+        a = b;
+    }
+}
+
+void Analysis::CloseSentence() {
+    if (!sentenceOpen_) return;
+    sentenceOpen_ = false;
+    vsglex_sentence &s = sentences_.back();
+    s.offset = base_ + work_.srcStart[open_.gbStart];
+    s.length = base_ + work_.srcEnd[open_.gbEnd - 1] - s.offset;
+    if (items_.size() >= kBatchItems) Flush();
+}
+
+void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
+    const Item &a = items_[first];
+    const Item &b = items_[last];
+    vsglex_word w{};
+    uint32_t gbStart = a.start, gbEnd = b.start + b.length;
+    w.offset = base_ + work_.srcStart[gbStart];
+    w.length = static_cast<uint32_t>(base_ + work_.srcEnd[gbEnd - 1] - w.offset);
+    w.tag = tag;
+    w.name_class = NameClassOfTag(tag);
+    w.merged = static_cast<int32_t>(last - first + 1);
+    w.sentence = a.sentence;
+    w.tag_name = tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
+    textOffsets_.push_back(texts_.size());
+    GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+    texts_.push_back('\0');
+    vsglex_sentence &s = sentences_[a.sentence];
+    if (s.word_count == 0) s.first_word = static_cast<uint32_t>(words_.size());
+    ++s.word_count;
+    words_.push_back(w);
+}
+
+void Analysis::Flush() {
+    if (items_.empty()) return;
+    const std::string &gb = work_.gb;
+    size_t n = items_.size();
+    std::vector<WordItem> in(n);
+    for (size_t k = 0; k < n; ++k) {
+        WordItem &w = in[k];
+        std::memset(&w, 0, sizeof w);
+        std::memcpy(w.text, gb.data() + items_[k].start, items_[k].length);
+        w.sentence = static_cast<uint16_t>(items_[k].sentence & 0xFFFF);
+        w.extra = static_cast<uint16_t>(items_[k].sentence >> 16);
+        w.id = static_cast<uint32_t>(k);
+    }
+    WordList input{static_cast<int32_t>(n), in.data()};
+    WordList output{0, nullptr};
+    VSG_SegmentForServer(&input, &output, 0, shared_.engine);
+
+    // Align the engine's words with the cut words: each output word is the
+    // concatenation of one or more consecutive input words.
+    auto match = [&](size_t p, const char *text, size_t len, size_t *last) {
+        size_t acc = 0;
+        for (size_t q = p; q < n && items_[q].sentence == items_[p].sentence; ++q) {
+            size_t l = items_[q].length;
+            if (acc + l > len || std::memcmp(text + acc, gb.data() + items_[q].start, l) != 0) return false;
+            acc += l;
+            if (acc == len) {
+                *last = q;
+                return true;
+            }
+        }
+        return false;
+    };
+    size_t cursor = 0;
+    int32_t outCount = output.items != nullptr ? output.count : 0;
+    for (int32_t o = 0; o < outCount; ++o) {
+        const WordItem &w = output.items[o];
+        size_t len = strnlen(w.text, sizeof w.text);
+        if (len == 0) continue;
+        size_t last = 0;
+        size_t p = cursor;
+        bool found = false;
+        for (; p < n && p < cursor + VSG_SPAN_WORDS; ++p) {
+            if (match(p, w.text, len, &last)) {
+                found = true;
+                break;
+            }
+        }
+        if (!found) continue;
+        // Input words the engine did not hand back keep no tag.
+        for (size_t q = cursor; q < p; ++q) EmitWord(q, q, -1);
+        EmitWord(p, last, w.tag);
+        cursor = last + 1;
+    }
+    for (size_t q = cursor; q < n; ++q) EmitWord(q, q, -1);
+    VSG_SegmentForServerFree(&output);
+    items_.clear();
+}
+
+vsglex_result *Analysis::Finish() {
+    // One block for the record, the arrays and the texts, released by free().
+    size_t wordBytes = words_.size() * sizeof(vsglex_word);
+    size_t sentenceBytes = sentences_.size() * sizeof(vsglex_sentence);
+    size_t invalidBytes = invalid_.size() * sizeof(uint64_t);
+    size_t total = sizeof(vsglex_result) + wordBytes + sentenceBytes + invalidBytes + texts_.size() + 1;
+    auto *block = static_cast<char *>(std::malloc(total));
+    if (block == nullptr) throw std::bad_alloc();
+    auto *r = reinterpret_cast<vsglex_result *>(block);
+    char *p = block + sizeof(vsglex_result);
+    r->word_count = words_.size();
+    r->words = words_.empty() ? nullptr : reinterpret_cast<vsglex_word *>(p);
+    p += wordBytes;
+    r->sentence_count = sentences_.size();
+    r->sentences = sentences_.empty() ? nullptr : reinterpret_cast<vsglex_sentence *>(p);
+    p += sentenceBytes;
+    r->invalid_count = invalid_.size();
+    r->invalid_offsets = invalid_.empty() ? nullptr : reinterpret_cast<uint64_t *>(p);
+    p += invalidBytes;
+    std::memcpy(p, texts_.data(), texts_.size());
+    p[texts_.size()] = '\0';
+    r->charset = charset_;
+    for (size_t k = 0; k < words_.size(); ++k) {
+        words_[k].text = p + textOffsets_[k];
+        r->words[k] = words_[k];
+    }
+    if (!sentences_.empty()) std::memcpy(r->sentences, sentences_.data(), sentenceBytes);
+    if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
+    return r;
+}
+
+}  // namespace
+
+int32_t NameClassOfTag(int32_t tag) {
+    switch (tag) {
+    case 24: case 27: case 28: return VSGLEX_NAME_PERSON;
+    case 29: case 30: return VSGLEX_NAME_PLACE;
+    case 31: return VSGLEX_NAME_ORG;
+    default: return VSGLEX_NAME_NONE;
+    }
+}
+
+const Lexicon *SharedLexicon() { return g_shared.refs > 0 ? &g_shared.lexicon : nullptr; }
+
+}  // namespace vsg::front
+
+using namespace vsg::front;
+
+struct vsglex_handle {
+    Shared *shared;
+};
+
+extern "C" {
+
+VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
+    try {
+        if (data_dir == nullptr || *data_dir == '\0') {
+            SetError("no model directory given");
+            return nullptr;
+        }
+        if (std::strlen(data_dir) > 900) {
+            SetError("model directory path too long");
+            return nullptr;
+        }
+        Shared &sh = g_shared;
+        std::lock_guard<std::mutex> lock(sh.mutex);
+        if (sh.refs == 0) {
+            struct stat st;
+            if (stat(data_dir, &st) != 0 || !S_ISDIR(st.st_mode)) {
+                SetError(std::string("model directory not found: ") + data_dir);
+                return nullptr;
+            }
+            SegmentEngine *engine = nullptr;
+            int32_t status = VSG_LoadForServer(&engine, data_dir);
+            if (status != 0 && status != 1) {
+                // Release what the failed load left behind.
+                VSG_FreeForServer(nullptr);
+                std::string dir = data_dir;
+                if (dir.back() != '/') dir += '/';
+                SetError("cannot load model file " + dir + ModelFileOfStatus(status) + " (status " +
+                         std::to_string(status) + ")");
+                return nullptr;
+            }
+            LexiconOptions options;
+            const char *keep = std::getenv("VSGLEX_KEEP_NAME_WORDS");
+            options.keepPersonFragments = keep != nullptr && *keep == '1';
+            if (engine == nullptr || !sh.lexicon.Build(engine->core, options)) {
+                if (status == 0) VSG_FreeForServer(engine);
+                SetError(std::string("the core dictionary in ") + data_dir + " holds no words");
+                return nullptr;
+            }
+            sh.tagNames.clear();
+            const POSmap &map = engine->tagModels[VSG_TAG_POS].map;
+            char tag[256];
+            for (int32_t k = 0; k < map.count && k < 255; ++k) {
+                tag[0] = '\0';
+                POSmap_GetPOS(k, tag, &map);
+                sh.tagNames.emplace_back(tag);
+            }
+            sh.engine = engine;
+            sh.ownsEngine = status == 0;
+        }
+        ++sh.refs;
+        auto *h = new (std::nothrow) vsglex_handle{&sh};
+        if (h == nullptr) {
+            --sh.refs;
+            SetError("out of memory");
+        }
+        return h;
+    } catch (...) {
+        SetError("out of memory");
+        return nullptr;
+    }
+}
+
+VSGLEX_API void vsglex_close(vsglex_handle *handle) {
+    if (handle == nullptr) return;
+    Shared &sh = *handle->shared;
+    delete handle;
+    std::lock_guard<std::mutex> lock(sh.mutex);
+    if (sh.refs > 0 && --sh.refs == 0) {
+        if (sh.ownsEngine) VSG_FreeForServer(const_cast<SegmentEngine *>(sh.engine));
+        sh.engine = nullptr;
+        sh.ownsEngine = false;
+        sh.lexicon = Lexicon();
+        sh.tagNames.clear();
+    }
+}
+
+VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length, int32_t charset,
+                                  uint32_t flags, vsglex_result **result) {
+    if (result != nullptr) *result = nullptr;
+    if (handle == nullptr || result == nullptr || (text == nullptr && length > 0) || charset < 0 || charset > 3 ||
+        (flags & ~static_cast<uint32_t>(VSGLEX_PRECUT)) != 0) {
+        SetError("invalid argument");
+        return VSGLEX_ERR_ARGUMENT;
+    }
+    if (length >= 0xFFFFFFFFu) {
+        SetError("text too large (4 GiB or more)");
+        return VSGLEX_ERR_TOO_LARGE;
+    }
+    try {
+        if (charset == VSGLEX_CHARSET_AUTO)
+            charset = IsValidUtf8(text, length) ? VSGLEX_CHARSET_UTF8 : VSGLEX_CHARSET_GB18030;
+        Analysis analysis(*handle->shared, flags);
+        analysis.Run(text != nullptr ? text : "", length, charset);
+        *result = analysis.Finish();
+        return VSGLEX_OK;
+    } catch (...) {
+        SetError("out of memory");
+        return VSGLEX_ERR_MEMORY;
+    }
+}
+
+VSGLEX_API void vsglex_result_free(vsglex_result *result) { std::free(result); }
+
+VSGLEX_API const char *vsglex_tag_name(const vsglex_handle *handle, int32_t tag) {
+    if (handle == nullptr || tag < 0 || static_cast<size_t>(tag) >= handle->shared->tagNames.size()) return "";
+    return handle->shared->tagNames[static_cast<size_t>(tag)].c_str();
+}
+
+VSGLEX_API const char *vsglex_name_class_name(int32_t name_class) {
+    switch (name_class) {
+    case VSGLEX_NAME_PERSON: return "person";
+    case VSGLEX_NAME_PLACE: return "place";
+    case VSGLEX_NAME_ORG: return "organization";
+    default: return "";
+    }
+}
+
+VSGLEX_API const char *vsglex_last_error(void) { return t_lastError.c_str(); }
+
+}  // extern "C"

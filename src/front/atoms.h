@@ -1,0 +1,41 @@
+// Atoms of GB18030 text: the smallest units the word cutter works on.
+#ifndef VSGLEX_SRC_FRONT_ATOMS_H
+#define VSGLEX_SRC_FRONT_ATOMS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vsg::front {
+
+// Longest atom in bytes; longer runs of digits or letters are split so that
+// every word fits the engine's 80-byte word field.
+inline constexpr size_t kMaxAtomBytes = 80;
+
+// What an atom is.
+enum class AtomKind : uint8_t {
+    kHan,     // one Chinese character
+    kNumber,  // digits (half or full width), with inner '.' or ',' and a closing '%'
+    kLatin,   // letters (half or full width), possibly followed by digits
+    kPunct,   // one punctuation mark or symbol
+    kSpace,   // a run of white space or control bytes; never part of a word
+    kOther    // any other character, or a byte that opens no valid character
+};
+
+// One atom: `length` bytes of the text from byte `start`.
+struct Atom {
+    uint32_t start;
+    uint16_t length;
+    AtomKind kind;
+};
+
+// Byte length of the GB18030 character at text[i] (1, 2 or 4); 1 for a byte
+// that opens no complete valid sequence.
+size_t GbCharLength(const unsigned char *text, size_t i, size_t n);
+
+// Appends the atoms of text[begin, end) to `out` (offsets from text[0]).
+void Atomise(const char *text, size_t begin, size_t end, std::vector<Atom> &out);
+
+}  // namespace vsg::front
+
+#endif  // VSGLEX_SRC_FRONT_ATOMS_H

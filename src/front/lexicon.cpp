@@ -1,0 +1,189 @@
+// Word cutter over the core dictionary: a lattice of dictionary words over
+// atoms, searched for the cheapest path with unigram costs.
+#include "front/lexicon.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace vsg::front {
+
+namespace {
+
+constexpr uint32_t kFnvBasis = 2166136261u;
+constexpr uint32_t kFnvPrime = 16777619u;
+// Longest word the cutter tries, in atoms.
+constexpr size_t kMaxWordAtoms = 16;
+
+inline uint32_t HashMore(uint32_t h, const char *p, size_t n) {
+    for (size_t i = 0; i < n; ++i) {
+        h ^= static_cast<unsigned char>(p[i]);
+        h *= kFnvPrime;
+    }
+    return h;
+}
+
+// Person-name tags of the part-of-speech tag map.
+inline bool IsPersonTag(unsigned tag) { return tag == 24 || tag == 27 || tag == 28; }
+
+}  // namespace
+
+const Lexicon::Slot *Lexicon::Find(uint32_t hash, const char *key, size_t length) const {
+    if (slots_.empty()) return nullptr;
+    size_t mask = slots_.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot &s = slots_[i];
+        if (s.length == 0) return nullptr;
+        if (s.hash == hash && s.length == length && std::memcmp(keys_.data() + s.offset, key, length) == 0)
+            return &s;
+    }
+}
+
+void Lexicon::Grow() {
+    std::vector<Slot> old;
+    old.swap(slots_);
+    slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{0, 0, 0, 0, 0, 0.0f});
+    size_t mask = slots_.size() - 1;
+    for (const Slot &s : old) {
+        if (s.length == 0) continue;
+        size_t i = s.hash & mask;
+        while (slots_[i].length != 0) i = (i + 1) & mask;
+        slots_[i] = s;
+    }
+}
+
+void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost) {
+    if ((used_ + 1) * 3 >= slots_.size() * 2) Grow();
+    size_t mask = slots_.size() - 1;
+    size_t i = hash & mask;
+    for (;; i = (i + 1) & mask) {
+        Slot &s = slots_[i];
+        if (s.length == 0) break;
+        if (s.hash == hash && s.length == length && std::memcmp(keys_.data() + s.offset, key, length) == 0) {
+            if (isWord) {
+                s.isWord = 1;
+                s.cost = cost;
+            }
+            return;
+        }
+    }
+    Slot s{hash, static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(length),
+           static_cast<uint8_t>(isWord ? 1 : 0), 0, cost};
+    keys_.append(key, length);
+    slots_[i] = s;
+    ++used_;
+}
+
+bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
+    slots_.clear();
+    keys_.clear();
+    used_ = words_ = fragments_ = maxBytes_ = 0;
+    if (dict.entries == nullptr || dict.count <= 0) return false;
+
+    // Count of each usable word: the sum of its part-of-speech rows' counts.
+    std::vector<double> counts(static_cast<size_t>(dict.count), 0.0);
+    double total = 0.0;
+    for (int32_t e = 0; e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        if (entry.word == nullptr || entry.length <= 0 || entry.length > 80 || entry.posList == nullptr) continue;
+        if (std::strstr(entry.word, "##") != nullptr) continue;  // class words
+        double count = 0.0, person = 0.0;
+        for (int32_t r = 0; r < entry.posCount; ++r) {
+            const DictSRow &row = entry.posList[r];
+            if (row.code != 0 || !std::isfinite(row.value)) continue;
+            double c = std::exp(static_cast<double>(row.value));
+            count += c;
+            if (IsPersonTag(row.subCode)) person += c;
+        }
+        if (count <= 0.0) continue;
+        // A word of two or more characters seen mostly as a person name is a
+        // name fragment: cutting it as a word would hide the single
+        // characters the person recogniser works on.
+        if (!options.keepPersonFragments && entry.length > 2 && person * 2.0 >= count) {
+            ++fragments_;
+            continue;
+        }
+        counts[static_cast<size_t>(e)] = count;
+        total += count;
+    }
+    if (total <= 0.0) return false;
+    double logTotal = std::log(total);
+    unknownCost_ = logTotal + 3.0;
+    runCost_ = logTotal - std::log(100.0);
+
+    for (int32_t e = 0; e < dict.count; ++e) {
+        double count = counts[static_cast<size_t>(e)];
+        if (count <= 0.0) continue;
+        const DictSEntry &entry = dict.entries[e];
+        // Register every atom-aligned prefix so the search can stop early.
+        std::vector<Atom> atoms;
+        Atomise(entry.word, 0, static_cast<size_t>(entry.length), atoms);
+        bool hasSpace = false;
+        for (const Atom &a : atoms) hasSpace |= a.kind == AtomKind::kSpace;
+        if (hasSpace || atoms.empty() || atoms.size() > kMaxWordAtoms) continue;
+        uint32_t h = kFnvBasis;
+        for (size_t k = 0; k < atoms.size(); ++k) {
+            h = HashMore(h, entry.word + atoms[k].start, atoms[k].length);
+            size_t len = atoms[k].start + atoms[k].length;
+            bool last = k + 1 == atoms.size();
+            Insert(h, entry.word, len, last, last ? static_cast<float>(logTotal - std::log(count)) : 0.0f);
+        }
+        ++words_;
+        if (static_cast<size_t>(entry.length) > maxBytes_) maxBytes_ = static_cast<size_t>(entry.length);
+    }
+    return words_ > 0;
+}
+
+double Lexicon::WordCost(const char *word, size_t length) const {
+    const Slot *s = Find(HashMore(kFnvBasis, word, length), word, length);
+    return s != nullptr && s->isWord ? s->cost : -1.0;
+}
+
+void Lexicon::Cut(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends,
+                  CutScratch &scratch) const {
+    if (n == 0) return;
+    auto &cost = scratch.cost;
+    auto &back = scratch.back;
+    cost.assign(n + 1, std::numeric_limits<double>::infinity());
+    back.assign(n + 1, 0);
+    cost[0] = 0.0;
+    for (size_t i = 0; i < n; ++i) {
+        double base = cost[i];
+        // The atom alone is always a way on.
+        const Atom &a = atoms[i];
+        double single = -1.0;
+        uint32_t h = kFnvBasis;
+        size_t j = i;
+        size_t bytes = 0;
+        while (j < n && j - i < kMaxWordAtoms) {
+            const Atom &b = atoms[j];
+            bytes += b.length;
+            if (bytes > maxBytes_) break;
+            h = HashMore(h, text + b.start, b.length);
+            const Slot *s = Find(h, text + a.start, bytes);
+            if (s == nullptr) break;
+            if (s->isWord) {
+                if (j == i) {
+                    single = s->cost;
+                } else if (base + s->cost < cost[j + 1]) {
+                    cost[j + 1] = base + s->cost;
+                    back[j + 1] = static_cast<uint32_t>(i);
+                }
+            }
+            ++j;
+        }
+        if (single < 0.0) {
+            single = (a.kind == AtomKind::kNumber || a.kind == AtomKind::kLatin) ? runCost_ : unknownCost_;
+        }
+        if (base + single < cost[i + 1]) {
+            cost[i + 1] = base + single;
+            back[i + 1] = static_cast<uint32_t>(i);
+        }
+    }
+    // Read the path backwards, then append it in text order.
+    size_t first = ends.size();
+    for (size_t k = n; k > 0; k = back[k]) ends.push_back(static_cast<uint32_t>(k));
+    for (size_t l = first, r = ends.size() - 1; l < r; ++l, --r) std::swap(ends[l], ends[r]);
+}
+
+}  // namespace vsg::front

@@ -1,0 +1,239 @@
+// The raw-text C interface end to end on the shipped model set.
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "front_support.h"
+#include "support/support.h"
+#include "vsglex/vsglex_api.h"
+
+namespace {
+
+std::string Convert(const std::string &in, const char *to) {
+    iconv_t cd = iconv_open(to, "UTF-8");
+    std::string out(in.size() * 2 + 4, '\0');
+    char *src = const_cast<char *>(in.data());
+    size_t left = in.size(), room = out.size();
+    char *dst = out.data();
+    EXPECT_NE(iconv(cd, &src, &left, &dst, &room), static_cast<size_t>(-1)) << to;
+    iconv_close(cd);
+    out.resize(out.size() - room);
+    return out;
+}
+
+std::string ToUtf8(const std::string &in, const char *from) {
+    iconv_t cd = iconv_open("UTF-8", from);
+    std::string out(in.size() * 3 + 4, '\0');
+    char *src = const_cast<char *>(in.data());
+    size_t left = in.size(), room = out.size();
+    char *dst = out.data();
+    iconv(cd, &src, &left, &dst, &room);
+    iconv_close(cd);
+    out.resize(out.size() - room);
+    return out;
+}
+
+// A handle on the shipped models, closed at the end of the test.
+class ApiTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        REQUIRE_MODELS();
+        handle_ = vsglex_open(fronttest::ModelDir().c_str());
+        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
+    }
+    void TearDown() override { vsglex_close(handle_); }
+
+    // Words of one analysis as "text/tag" plus the raw result.
+    struct Out {
+        std::vector<std::string> words;
+        std::vector<vsglex_word> raw;
+        std::vector<uint64_t> invalid;
+        size_t sentences = 0;
+    };
+    Out Analyze(const std::string &text, int charset, uint32_t flags = 0) {
+        vsglex_result *r = nullptr;
+        Out out;
+        EXPECT_EQ(vsglex_analyze(handle_, text.data(), text.size(), charset, flags, &r), VSGLEX_OK);
+        if (r == nullptr) return out;
+        for (size_t k = 0; k < r->word_count; ++k) {
+            out.words.push_back(std::string(r->words[k].text) + "/" + r->words[k].tag_name);
+            out.raw.push_back(r->words[k]);
+        }
+        out.invalid.assign(r->invalid_offsets, r->invalid_offsets + r->invalid_count);
+        out.sentences = r->sentence_count;
+        vsglex_result_free(r);
+        return out;
+    }
+
+    vsglex_handle *handle_ = nullptr;
+};
+
+std::string Sample() { return vsgtest::ReadFile(fronttest::SourceDir() + "/examples/sample.txt"); }
+
+// Every word's bytes in the original, converted to UTF-8, give its text;
+// words come in order without overlapping.
+void ExpectOffsetsMatch(const std::string &original, const char *charset, const std::vector<vsglex_word> &words) {
+    uint64_t pos = 0;
+    for (const vsglex_word &w : words) {
+        ASSERT_GE(w.offset, pos);
+        ASSERT_LE(w.offset + w.length, original.size());
+        EXPECT_EQ(ToUtf8(original.substr(w.offset, w.length), charset), w.text) << "at " << w.offset;
+        pos = w.offset + w.length;
+    }
+}
+
+TEST_F(ApiTest, SampleParagraphInEverySetWithMergedNames) {
+    std::string utf8 = Sample();
+    ASSERT_FALSE(utf8.empty());
+    Out u = Analyze(utf8, VSGLEX_CHARSET_AUTO);
+    ASSERT_FALSE(u.words.empty());
+    ExpectOffsetsMatch(utf8, "UTF-8", u.raw);
+    EXPECT_GT(u.sentences, 2u);
+
+    // The same text in GBK gives the same words and tags at its own offsets.
+    std::string gbk = Convert(utf8, "GB18030");
+    Out g = Analyze(gbk, VSGLEX_CHARSET_AUTO);
+    EXPECT_EQ(g.words, u.words);
+    ExpectOffsetsMatch(gbk, "GB18030", g.raw);
+
+    // Names of all three classes are found, persons merged from single
+    // characters.
+    int classes[4] = {0, 0, 0, 0};
+    int mergedPersons = 0;
+    for (const vsglex_word &w : u.raw) {
+        ASSERT_GE(w.name_class, 0);
+        ASSERT_LE(w.name_class, 3);
+        ++classes[w.name_class];
+        if (w.name_class == VSGLEX_NAME_PERSON && w.merged > 1) ++mergedPersons;
+    }
+    EXPECT_GT(mergedPersons, 0);
+    EXPECT_GT(classes[VSGLEX_NAME_PLACE], 0);
+    EXPECT_GT(classes[VSGLEX_NAME_ORG], 0);
+}
+
+TEST_F(ApiTest, Big5IsReadAsSimplifiedText) {
+    std::string trad = "國務院總理在東京會見了日本學者。";
+    std::string simp = "国务院总理在东京会见了日本学者。";
+    std::string big5 = Convert(trad, "BIG5");
+    Out b = Analyze(big5, VSGLEX_CHARSET_BIG5);
+    Out s = Analyze(simp, VSGLEX_CHARSET_UTF8);
+    EXPECT_EQ(b.words, s.words);
+    ASSERT_EQ(b.raw.size(), s.raw.size());
+    // Offsets point into the BIG5 bytes: two bytes per character.
+    for (const vsglex_word &w : b.raw) {
+        EXPECT_EQ(w.offset % 2, 0u);
+        EXPECT_EQ(w.length, 2 * (std::string(w.text).size() / 3));
+    }
+}
+
+TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
+    // An invented name of rare characters: either merged from its three
+    // characters or left as three single characters, never cut as a word.
+    std::string text = "昨天上午，郗璇琮在会上发言。";
+    Out o = Analyze(text, VSGLEX_CHARSET_UTF8);
+    bool seen = false;
+    for (const vsglex_word &w : o.raw) {
+        std::string t = w.text;
+        if (t == "郗璇琮") {
+            EXPECT_EQ(w.merged, 3);
+            seen = true;
+        }
+        if (t.find("璇") != std::string::npos && t != "郗璇琮") {
+            EXPECT_EQ(t, "璇");
+        }
+    }
+    (void)seen;
+    // Pre-cut input keeps the caller's words; invalid bytes are listed and
+    // skipped without shifting later offsets.
+    std::string cut = "我们 在 北京 见面 。";
+    Out p = Analyze(cut, VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT);
+    std::vector<std::string> texts;
+    for (const vsglex_word &w : p.raw) texts.push_back(w.text);
+    EXPECT_EQ(texts, (std::vector<std::string>{"我们", "在", "北京", "见面", "。"}));
+    ExpectOffsetsMatch(cut, "UTF-8", p.raw);
+
+    std::string bad = "我们\xFF在北京。\n\xC3\n见面";
+    Out v = Analyze(bad, VSGLEX_CHARSET_UTF8);
+    EXPECT_EQ(v.invalid, (std::vector<uint64_t>{6, 20}));
+    ASSERT_FALSE(v.raw.empty());
+    EXPECT_EQ(std::string(v.raw.back().text), "见面");
+    EXPECT_EQ(v.raw.back().offset, 22u);
+
+    Out e = Analyze("", VSGLEX_CHARSET_AUTO);
+    EXPECT_TRUE(e.words.empty());
+}
+
+TEST(ApiErrorTest, BadArgumentsAndMissingModels) {
+    EXPECT_EQ(vsglex_open(nullptr), nullptr);
+    EXPECT_STRNE(vsglex_last_error(), "");
+    EXPECT_EQ(vsglex_open("/nonexistent/vsglex-models"), nullptr);
+    EXPECT_NE(std::string(vsglex_last_error()).find("not found"), std::string::npos);
+    {
+        vsgtest::TempDir empty;
+        EXPECT_EQ(vsglex_open(empty.path().c_str()), nullptr);
+        EXPECT_NE(std::string(vsglex_last_error()).find("coredict.dct"), std::string::npos) << vsglex_last_error();
+    }
+    vsglex_result *r = reinterpret_cast<vsglex_result *>(1);
+    EXPECT_EQ(vsglex_analyze(nullptr, "a", 1, 0, 0, &r), VSGLEX_ERR_ARGUMENT);
+    EXPECT_EQ(r, nullptr);
+    EXPECT_STREQ(vsglex_name_class_name(VSGLEX_NAME_ORG), "organization");
+    EXPECT_STREQ(vsglex_tag_name(nullptr, 3), "");
+
+    if (fronttest::ModelDir().empty()) return;
+    // A model set missing one file names that file.
+    vsgtest::TempDir broken;
+    for (const auto &e : std::filesystem::directory_iterator(fronttest::ModelDir()))
+        if (e.path().filename() != "nt.map") std::filesystem::copy(e.path(), broken.path() + "/" + e.path().filename().string());
+    EXPECT_EQ(vsglex_open(broken.path().c_str()), nullptr);
+    EXPECT_NE(std::string(vsglex_last_error()).find("nt.map"), std::string::npos) << vsglex_last_error();
+
+    vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());
+    ASSERT_NE(h, nullptr);
+    EXPECT_EQ(vsglex_analyze(h, "a", 1, 7, 0, &r), VSGLEX_ERR_ARGUMENT);
+    EXPECT_EQ(vsglex_analyze(h, nullptr, 3, 0, 0, &r), VSGLEX_ERR_ARGUMENT);
+    vsglex_close(h);
+}
+
+TEST(ApiThreadTest, ConcurrentAnalysesMatchOneThread) {
+    REQUIRE_MODELS();
+    vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());
+    ASSERT_NE(h, nullptr) << vsglex_last_error();
+    std::string text = Sample();
+    auto run = [&](std::string *out) {
+        vsglex_result *r = nullptr;
+        if (vsglex_analyze(h, text.data(), text.size(), VSGLEX_CHARSET_UTF8, 0, &r) != VSGLEX_OK) return;
+        for (size_t k = 0; k < r->word_count; ++k)
+            *out += std::string(r->words[k].text) + "/" + r->words[k].tag_name + "@" + std::to_string(r->words[k].offset) + " ";
+        vsglex_result_free(r);
+    };
+    std::string expected;
+    run(&expected);
+    ASSERT_FALSE(expected.empty());
+    std::vector<std::string> got(4);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            // Each thread also opens and closes a handle of its own.
+            vsglex_handle *mine = vsglex_open(fronttest::ModelDir().c_str());
+            for (int k = 0; k < 3; ++k) {
+                std::string once;
+                run(&once);
+                if (k == 0) {
+                    got[t] = once;
+                } else if (once != got[t]) {
+                    got[t] = "differs";
+                }
+            }
+            vsglex_close(mine);
+        });
+    }
+    for (auto &th : threads) th.join();
+    for (const std::string &g : got) EXPECT_EQ(g, expected);
+    vsglex_close(h);
+}
+
+}  // namespace

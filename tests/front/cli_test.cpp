@@ -1,0 +1,111 @@
+// The vsglex command: options, formats and exit codes, run as a program.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+
+#include "front_support.h"
+#include "support/support.h"
+
+#ifdef VSGLEX_CLI
+
+namespace {
+
+struct CliRun {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+// Runs the command with `args` (a shell fragment), stdin from `input`.
+CliRun Vsglex(const std::string &args, const std::string &input = "", const std::string &env = "") {
+    vsgtest::TempDir dir;
+    vsgtest::WriteFile(dir.file("in"), input);
+    std::string cmd = env + " '" VSGLEX_CLI "' " + args + " <'" + dir.file("in") + "' >'" + dir.file("out") +
+                      "' 2>'" + dir.file("err") + "'";
+    int status = std::system(cmd.c_str());
+    CliRun r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, vsgtest::ReadFile(dir.file("out")),
+          vsgtest::ReadFile(dir.file("err"))};
+    return r;
+}
+
+size_t Count(const std::string &s, char c) {
+    size_t n = 0;
+    for (char x : s) n += x == c;
+    return n;
+}
+
+TEST(CliTest, UsageAndModelErrors) {
+    CliRun help = Vsglex("--help");
+    EXPECT_EQ(help.code, 0);
+    EXPECT_NE(help.out.find("--names-only"), std::string::npos);
+    EXPECT_EQ(Vsglex("--bogus").code, 2);
+    EXPECT_EQ(Vsglex("--format xml").code, 2);
+    EXPECT_EQ(Vsglex("--threads 0").code, 2);
+    EXPECT_EQ(Vsglex("--encoding latin1").code, 2);
+
+    CliRun missing = Vsglex("--data /nonexistent/models", "中文");
+    EXPECT_EQ(missing.code, 4);
+    EXPECT_NE(missing.err.find("/nonexistent/models"), std::string::npos) << missing.err;
+    vsgtest::TempDir empty;
+    CliRun broken = Vsglex("", "中文", "VSGLEX_DATA='" + empty.path() + "'");
+    EXPECT_EQ(broken.code, 4);
+    EXPECT_NE(broken.err.find("coredict.dct"), std::string::npos) << broken.err;
+}
+
+TEST(CliTest, FormatsInputsAndExitCodes) {
+    REQUIRE_MODELS();
+    std::string data = "--data '" + fronttest::ModelDir() + "' ";
+    std::string text = "新华社北京一月五日电。\n\n国务院总理会见了客人。\n";
+
+    // text: one output line per input line, word/tag pairs.
+    CliRun t = Vsglex(data, text);
+    ASSERT_EQ(t.code, 0) << t.err;
+    EXPECT_EQ(Count(t.out, '\n'), 3u);
+    EXPECT_NE(t.out.find("\xe3\x80\x82/"), std::string::npos);  // "。/" tagged
+    EXPECT_EQ(t.out.find("\n\n"), t.out.find('\n'));           // the blank line stays
+
+    // The same through several threads and in GBK gives the same lines.
+    EXPECT_EQ(Vsglex(data + "--threads 3", text).out, t.out);
+    CliRun g = Vsglex(data + "--encoding gbk", vsgtest::Gb(text));
+    EXPECT_EQ(vsgtest::Utf8(g.out), t.out);
+
+    // json: one object per sentence with offsets; tsv: five columns.
+    CliRun j = Vsglex(data + "--format json", text);
+    EXPECT_EQ(j.code, 0);
+    EXPECT_EQ(Count(j.out, '\n'), 2u);
+    EXPECT_EQ(j.out.rfind("{\"offset\":0,", 0), 0u) << j.out;
+    EXPECT_NE(j.out.find("\"line\":3"), std::string::npos);
+    CliRun s = Vsglex(data + "--format=tsv", text);
+    size_t firstLine = s.out.find('\n');
+    ASSERT_NE(firstLine, std::string::npos);
+    EXPECT_EQ(Count(s.out.substr(0, firstLine), '\t'), 4u);
+
+    // names-only lists names with class and offset.
+    CliRun n = Vsglex(data + "--names-only", text);
+    EXPECT_NE(n.out.find("\tplace\t"), std::string::npos) << n.out;
+
+    // Invalid bytes: reported with their line, the rest still analysed.
+    CliRun bad = Vsglex(data, "中文\n好\xFF的\n");
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("<stdin>:2:"), std::string::npos) << bad.err;
+    EXPECT_EQ(Count(bad.out, '\n'), 2u);
+
+    // An unreadable file is reported; the other files are still read.
+    vsgtest::TempDir dir;
+    vsgtest::WriteFile(dir.file("a.txt"), "中文。\n");
+    CliRun files = Vsglex(data + "'" + dir.file("none.txt") + "' '" + dir.file("a.txt") + "'");
+    EXPECT_EQ(files.code, 3);
+    EXPECT_NE(files.err.find("none.txt"), std::string::npos);
+    EXPECT_EQ(Count(files.out, '\n'), 1u);
+
+    // Pre-cut input keeps the given words.
+    CliRun p = Vsglex(data + "--pre-cut --format tsv", "我们 在 北京 。\n");
+    EXPECT_EQ(p.out.find("我们\t"), 0u) << p.out;
+    EXPECT_NE(p.out.find("\n北京\t"), std::string::npos) << p.out;
+}
+
+}  // namespace
+
+#endif  // VSGLEX_CLI

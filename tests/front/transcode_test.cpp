@@ -1,0 +1,90 @@
+// Conversion into the work text and the map back to the caller's bytes.
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <string>
+#include <vector>
+
+#include "front/transcode.h"
+#include "support/support.h"
+
+namespace {
+
+using vsg::front::WorkText;
+
+std::string Big5(const std::string &utf8) {
+    iconv_t cd = iconv_open("BIG5", "UTF-8");
+    std::string out(utf8.size() * 2 + 4, '\0');
+    char *src = const_cast<char *>(utf8.data());
+    size_t left = utf8.size(), room = out.size();
+    char *dst = out.data();
+    EXPECT_NE(iconv(cd, &src, &left, &dst, &room), static_cast<size_t>(-1));
+    iconv_close(cd);
+    out.resize(out.size() - room);
+    return out;
+}
+
+// Source bytes of work bytes [s, e): from the start of the first character
+// to the end of the last.
+std::string Slice(const std::string &src, const WorkText &w, size_t s, size_t e) {
+    return src.substr(w.srcStart[s], w.srcEnd[e - 1] - w.srcStart[s]);
+}
+
+TEST(TranscodeTest, SameWorkTextAndOffsetsFromEverySet) {
+    const std::string utf8 = "台灣的中文abc。";
+    const std::string gb = vsgtest::Gb("台湾的中文abc。");
+    const std::string big5 = Big5(utf8);
+    std::vector<uint64_t> invalid;
+    WorkText w;
+
+    vsg::front::ToWorkText(utf8.data(), utf8.size(), 3, w, invalid, 0);
+    // UTF-8 is converted as it is: the traditional character stays.
+    EXPECT_EQ(vsgtest::Utf8(w.gb), utf8);
+    ASSERT_EQ(w.srcStart.size(), w.gb.size());
+    EXPECT_EQ(Slice(utf8, w, 2, 4), "灣");          // work bytes 2-3 came from UTF-8 bytes 3-5
+    EXPECT_EQ(Slice(utf8, w, 10, 13), "abc");
+
+    vsg::front::ToWorkText(gb.data(), gb.size(), 1, w, invalid, 0);
+    EXPECT_EQ(w.gb, gb);
+    EXPECT_EQ(w.srcStart[4], 4u);
+
+    // BIG5 is read as simplified text; offsets stay on the BIG5 bytes.
+    vsg::front::ToWorkText(big5.data(), big5.size(), 2, w, invalid, 0);
+    EXPECT_EQ(w.gb, gb);
+    EXPECT_EQ(Slice(big5, w, 2, 4), big5.substr(2, 2));
+    EXPECT_TRUE(invalid.empty());
+
+    std::string back;
+    vsg::front::GbToUtf8(gb.data(), gb.size(), back);
+    EXPECT_EQ(back, "台湾的中文abc。");
+}
+
+TEST(TranscodeTest, InvalidBytesAreSkippedAndListed) {
+    std::vector<uint64_t> invalid;
+    WorkText w;
+    // UTF-8: a stray continuation byte, an overlong form, a cut sequence.
+    std::string bad = "中\x80文\xC0\xAFx\xE4\xB8";
+    vsg::front::ToWorkText(bad.data(), bad.size(), 3, w, invalid, 100);
+    EXPECT_EQ(vsgtest::Utf8(w.gb), "中文x");
+    EXPECT_EQ(invalid, (std::vector<uint64_t>{103, 107, 108, 110, 111}));
+    EXPECT_EQ(w.srcStart[4], 9u);  // 'x' keeps its own offset
+
+    // GB18030: a lead byte with a bad trail byte and a lone lead byte at the end.
+    invalid.clear();
+    std::string gbBad = vsgtest::Gb("中") + "\x81\x20" + vsgtest::Gb("文") + "\xD6";
+    vsg::front::ToWorkText(gbBad.data(), gbBad.size(), 1, w, invalid, 0);
+    EXPECT_EQ(vsgtest::Utf8(w.gb), "中 文");
+    EXPECT_EQ(invalid, (std::vector<uint64_t>{2, 6}));
+
+    // NUL bytes become spaces so that the work text stays a C string.
+    invalid.clear();
+    std::string nul("a\0b", 3);
+    vsg::front::ToWorkText(nul.data(), nul.size(), 3, w, invalid, 0);
+    EXPECT_EQ(w.gb, "a b");
+
+    EXPECT_TRUE(vsg::front::IsValidUtf8("中文", 6));
+    EXPECT_FALSE(vsg::front::IsValidUtf8(gbBad.data(), gbBad.size()));
+    EXPECT_FALSE(vsg::front::IsValidUtf8("\xED\xA0\x80", 3));  // a surrogate
+}
+
+}  // namespace

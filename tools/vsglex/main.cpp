@@ -1,0 +1,483 @@
+// vsglex: finds person, place and organisation names in Chinese text and
+// tags every word, reading files or standard input.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vsglex/vsglex_api.h"
+
+namespace {
+
+// Exit codes, the highest one met wins.
+enum Exit { kOk = 0, kInvalidBytes = 1, kUsage = 2, kUnreadable = 3, kModels = 4 };
+
+enum class Format { kText, kJson, kTsv };
+
+struct Options {
+    int charset = VSGLEX_CHARSET_AUTO;
+    Format format = Format::kText;
+    bool precut = false;
+    bool namesOnly = false;
+    unsigned threads = 1;
+    std::string data;
+    std::vector<std::string> files;
+};
+
+const char kUsageText[] =
+    "usage: vsglex [options] [FILE...]\n"
+    "Finds person, place and organisation names in Chinese text and tags every\n"
+    "word. Reads standard input when no FILE (or '-') is given.\n"
+    "\n"
+    "  --encoding utf-8|gbk|gb18030|big5  input character set (default: UTF-8 when\n"
+    "                                     the input is valid UTF-8, else GB18030)\n"
+    "  --format text|json|tsv             text: word/tag per word, one line per input\n"
+    "                                     line; json: one object per sentence;\n"
+    "                                     tsv: word, tag, offset, length, name class\n"
+    "  --pre-cut                          input words are already separated by spaces\n"
+    "  --names-only                       print only the names with class and offset\n"
+    "  --threads N                        analyse with N threads (output order kept)\n"
+    "  --data DIR                         model set directory (default: $VSGLEX_DATA,\n"
+    "                                     else the installed set, else data/vsg of\n"
+    "                                     the source tree)\n"
+    "  --help, --version\n"
+    "\n"
+    "Offsets are byte offsets in the input file. Exit status: 0 ok, 1 invalid bytes\n"
+    "were skipped, 2 usage error, 3 an input could not be read, 4 no usable model set.\n";
+
+bool HasModels(const std::string &dir) {
+    struct stat st;
+    return !dir.empty() && stat((dir + "/coredict.dct").c_str(), &st) == 0;
+}
+
+// The model directory: --data, then VSGLEX_DATA, then the installed set,
+// then the source tree's.
+std::string FindModels(const Options &o, std::string *looked) {
+    if (!o.data.empty()) return o.data;
+    const char *env = std::getenv("VSGLEX_DATA");
+    if (env != nullptr && *env != '\0') return env;
+    const char *candidates[] = {VSGLEX_INSTALLED_DATA, VSGLEX_SOURCE_DATA};
+    for (const char *c : candidates) {
+        if (HasModels(c)) return c;
+        *looked += std::string(looked->empty() ? "" : ", ") + c;
+    }
+    return "";
+}
+
+// ---- output -------------------------------------------------------------
+
+void JsonString(std::string &out, const char *s, size_t n) {
+    out.push_back('"');
+    for (size_t i = 0; i < n; ++i) {
+        auto c = static_cast<unsigned char>(s[i]);
+        switch (c) {
+        case '"': out += "\\\""; break;
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        default:
+            if (c < 0x20) {
+                char buf[8];
+                std::snprintf(buf, sizeof buf, "\\u%04x", c);
+                out += buf;
+            } else {
+                out.push_back(static_cast<char>(c));
+            }
+        }
+    }
+    out.push_back('"');
+}
+
+void AppendNumber(std::string &out, uint64_t v) { out += std::to_string(v); }
+
+// One piece of input analysed on its own.
+struct Piece {
+    const char *text;
+    size_t length;
+    uint64_t base;       // offset of the piece in the file
+    uint64_t firstLine;  // number of its first line, from 1
+    std::string out;
+    std::vector<uint64_t> badLines;  // lines that held invalid bytes
+    int32_t status = VSGLEX_OK;
+    int32_t charset = 0;
+    std::string error;
+};
+
+// Line number (from 1) of byte `offset` of the piece, walking forward from
+// the previous position.
+struct LineCounter {
+    const Piece &p;
+    size_t pos = 0;
+    uint64_t line;
+    explicit LineCounter(const Piece &piece) : p(piece), line(piece.firstLine) {}
+    uint64_t At(uint64_t offset) {
+        while (pos < offset && pos < p.length) {
+            if (p.text[pos] == '\n') ++line;
+            ++pos;
+        }
+        return line;
+    }
+};
+
+void Format1(const Options &o, const vsglex_result &r, Piece &p) {
+    std::string &out = p.out;
+    const char *src = p.text;
+    {
+        LineCounter lines(p);
+        for (size_t k = 0; k < r.invalid_count; ++k) {
+            uint64_t line = lines.At(r.invalid_offsets[k]);
+            if (p.badLines.empty() || p.badLines.back() != line) p.badLines.push_back(line);
+        }
+    }
+    if (o.namesOnly) {
+        LineCounter lines(p);
+        for (size_t k = 0; k < r.word_count; ++k) {
+            const vsglex_word &w = r.words[k];
+            if (w.name_class == VSGLEX_NAME_NONE) continue;
+            const char *cls = vsglex_name_class_name(w.name_class);
+            if (o.format == Format::kJson) {
+                out += "{\"text\":";
+                JsonString(out, w.text, std::strlen(w.text));
+                out += ",\"class\":\"";
+                out += cls;
+                out += "\",\"tag\":";
+                JsonString(out, w.tag_name, std::strlen(w.tag_name));
+                out += ",\"offset\":";
+                AppendNumber(out, p.base + w.offset);
+                out += ",\"length\":";
+                AppendNumber(out, w.length);
+                out += ",\"line\":";
+                AppendNumber(out, lines.At(w.offset));
+                out += "}\n";
+            } else {
+                out.append(src + w.offset, w.length);
+                out += '\t';
+                out += cls;
+                out += '\t';
+                AppendNumber(out, p.base + w.offset);
+                out += '\t';
+                AppendNumber(out, w.length);
+                out += '\n';
+            }
+        }
+        return;
+    }
+    switch (o.format) {
+    case Format::kText: {
+        // One output line per input line: words in input order.
+        size_t k = 0;
+        size_t lineStart = 0;
+        while (lineStart < p.length) {
+            const void *nl = std::memchr(src + lineStart, '\n', p.length - lineStart);
+            size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - src) : p.length;
+            bool first = true;
+            for (; k < r.word_count && r.words[k].offset < lineEnd; ++k) {
+                const vsglex_word &w = r.words[k];
+                if (!first) out += ' ';
+                first = false;
+                out.append(src + w.offset, w.length);
+                out += '/';
+                out += w.tag_name;
+            }
+            out += '\n';
+            lineStart = lineEnd + 1;
+        }
+        break;
+    }
+    case Format::kTsv:
+        for (size_t s = 0; s < r.sentence_count; ++s) {
+            const vsglex_sentence &sen = r.sentences[s];
+            for (uint32_t k = sen.first_word; k < sen.first_word + sen.word_count; ++k) {
+                const vsglex_word &w = r.words[k];
+                out.append(src + w.offset, w.length);
+                out += '\t';
+                out += w.tag_name;
+                out += '\t';
+                AppendNumber(out, p.base + w.offset);
+                out += '\t';
+                AppendNumber(out, w.length);
+                out += '\t';
+                out += w.name_class != VSGLEX_NAME_NONE ? vsglex_name_class_name(w.name_class) : "-";
+                out += '\n';
+            }
+            out += '\n';
+        }
+        break;
+    case Format::kJson: {
+        LineCounter lines(p);
+        for (size_t s = 0; s < r.sentence_count; ++s) {
+            const vsglex_sentence &sen = r.sentences[s];
+            out += "{\"offset\":";
+            AppendNumber(out, p.base + sen.offset);
+            out += ",\"length\":";
+            AppendNumber(out, sen.length);
+            out += ",\"line\":";
+            AppendNumber(out, lines.At(sen.offset));
+            out += ",\"words\":[";
+            for (uint32_t k = sen.first_word; k < sen.first_word + sen.word_count; ++k) {
+                const vsglex_word &w = r.words[k];
+                if (k != sen.first_word) out += ',';
+                out += "{\"text\":";
+                JsonString(out, w.text, std::strlen(w.text));
+                out += ",\"tag\":";
+                JsonString(out, w.tag_name, std::strlen(w.tag_name));
+                out += ",\"offset\":";
+                AppendNumber(out, p.base + w.offset);
+                out += ",\"length\":";
+                AppendNumber(out, w.length);
+                if (w.name_class != VSGLEX_NAME_NONE) {
+                    out += ",\"name\":\"";
+                    out += vsglex_name_class_name(w.name_class);
+                    out += '"';
+                }
+                out += '}';
+            }
+            out += "]}\n";
+        }
+        break;
+    }
+    }
+}
+
+void Analyse(const vsglex_handle *h, const Options &o, int charset, Piece &p) {
+    vsglex_result *r = nullptr;
+    p.status = vsglex_analyze(h, p.text, p.length, charset, o.precut ? VSGLEX_PRECUT : 0, &r);
+    if (p.status != VSGLEX_OK) {
+        p.error = vsglex_last_error();
+        return;
+    }
+    p.charset = r->charset;
+    Format1(o, *r, p);
+    vsglex_result_free(r);
+}
+
+// ---- input --------------------------------------------------------------
+
+class Progress {
+public:
+    Progress(const std::string &name, uint64_t total)
+        : name_(name), total_(total), on_(total > 4u * 1024 * 1024 && isatty(STDERR_FILENO)) {}
+    void Update(uint64_t done) {
+        if (!on_) return;
+        int pct = static_cast<int>(done * 100 / total_);
+        int bars = pct / 4;
+        std::fprintf(stderr, "\r%s [%-25.*s] %3d%%", name_.c_str(), bars, "#########################", pct);
+        std::fflush(stderr);
+    }
+    ~Progress() {
+        if (on_) std::fprintf(stderr, "\r%*s\r", static_cast<int>(name_.size()) + 34, "");
+    }
+
+private:
+    std::string name_;
+    uint64_t total_;
+    bool on_;
+};
+
+// Analyses one input stream block by block; returns the exit code it earns.
+int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex_handle *h, const Options &o) {
+    constexpr size_t kBlock = 1 << 20;
+    std::string buf;
+    uint64_t base = 0;  // file offset of buf[0]
+    uint64_t line = 1;  // line number of buf[0]
+    int charset = o.charset;
+    int code = kOk;
+    Progress progress(name, size);
+    std::vector<char> chunk(kBlock);
+    bool eof = false;
+    while (!eof || !buf.empty()) {
+        if (!eof) {
+            size_t got = std::fread(chunk.data(), 1, chunk.size(), in);
+            if (got > 0) buf.append(chunk.data(), got);
+            if (got < chunk.size()) {
+                if (std::ferror(in)) {
+                    std::fprintf(stderr, "vsglex: cannot read %s: %s\n", name.c_str(), std::strerror(errno));
+                    return kUnreadable;
+                }
+                eof = true;
+            }
+        }
+        // Analyse whole lines; keep a trailing partial line for the next read.
+        size_t take = buf.size();
+        if (!eof) {
+            size_t nl = buf.rfind('\n');
+            if (nl == std::string::npos) {
+                if (buf.size() < 16 * kBlock) continue;
+            } else {
+                take = nl + 1;
+            }
+        }
+        if (take == 0) break;
+        // Cut the block into one piece per thread at line ends.
+        unsigned n = std::max(1u, o.threads);
+        std::vector<Piece> pieces;
+        size_t start = 0;
+        uint64_t pieceLine = line;
+        for (unsigned t = 0; t < n && start < take; ++t) {
+            size_t end = take;
+            if (t + 1 < n) {
+                size_t want = start + (take - start) / (n - t);
+                size_t nl = buf.find('\n', want);
+                end = nl == std::string::npos || nl + 1 > take ? take : nl + 1;
+            }
+            Piece p{buf.data() + start, end - start, base + start, pieceLine, {}, {}, VSGLEX_OK, 0, {}};
+            pieceLine += static_cast<uint64_t>(std::count(buf.data() + start, buf.data() + end, '\n'));
+            pieces.push_back(std::move(p));
+            start = end;
+        }
+        // The first piece of a file fixes the character set of the rest.
+        size_t first = 0;
+        if (charset == VSGLEX_CHARSET_AUTO) {
+            Analyse(h, o, charset, pieces[0]);
+            if (pieces[0].status == VSGLEX_OK) charset = pieces[0].charset;
+            first = 1;
+        }
+        std::vector<std::thread> workers;
+        for (size_t t = first + 1; t < pieces.size(); ++t)
+            workers.emplace_back([&, t] { Analyse(h, o, charset, pieces[t]); });
+        if (first < pieces.size()) Analyse(h, o, charset, pieces[first]);
+        for (auto &w : workers) w.join();
+        for (Piece &p : pieces) {
+            if (p.status != VSGLEX_OK) {
+                std::fprintf(stderr, "vsglex: %s: %s\n", name.c_str(), p.error.c_str());
+                return kUnreadable;
+            }
+            std::fwrite(p.out.data(), 1, p.out.size(), stdout);
+            for (uint64_t l : p.badLines) {
+                std::fprintf(stderr, "vsglex: %s:%llu: invalid bytes skipped\n", name.c_str(),
+                             static_cast<unsigned long long>(l));
+                code = kInvalidBytes;
+            }
+        }
+        line = pieceLine;
+        base += take;
+        buf.erase(0, take);
+        progress.Update(std::min<uint64_t>(base, size));
+    }
+    return code;
+}
+
+bool ParseArgs(int argc, char **argv, Options &o) {
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        auto value = [&](std::string &v) {
+            size_t eq = a.find('=');
+            if (a.rfind("--", 0) == 0 && eq != std::string::npos) {
+                v = a.substr(eq + 1);
+                a = a.substr(0, eq);
+                return true;
+            }
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "vsglex: %s needs a value\n", a.c_str());
+                return false;
+            }
+            v = argv[++i];
+            return true;
+        };
+        std::string name = a.substr(0, a.find('='));
+        std::string v;
+        if (a == "--help" || a == "-h") {
+            std::fputs(kUsageText, stdout);
+            std::exit(kOk);
+        } else if (a == "--version") {
+            std::printf("vsglex %s\n", VSGLEX_VERSION);
+            std::exit(kOk);
+        } else if (name == "--encoding") {
+            if (!value(v)) return false;
+            std::transform(v.begin(), v.end(), v.begin(), [](unsigned char c) { return std::tolower(c); });
+            if (v == "utf-8" || v == "utf8") o.charset = VSGLEX_CHARSET_UTF8;
+            else if (v == "gbk" || v == "gb18030" || v == "gb2312") o.charset = VSGLEX_CHARSET_GB18030;
+            else if (v == "big5") o.charset = VSGLEX_CHARSET_BIG5;
+            else {
+                std::fprintf(stderr, "vsglex: unknown encoding '%s' (utf-8, gbk, big5)\n", v.c_str());
+                return false;
+            }
+        } else if (name == "--format") {
+            if (!value(v)) return false;
+            if (v == "text") o.format = Format::kText;
+            else if (v == "json") o.format = Format::kJson;
+            else if (v == "tsv") o.format = Format::kTsv;
+            else {
+                std::fprintf(stderr, "vsglex: unknown format '%s' (text, json, tsv)\n", v.c_str());
+                return false;
+            }
+        } else if (a == "--pre-cut") {
+            o.precut = true;
+        } else if (a == "--names-only") {
+            o.namesOnly = true;
+        } else if (name == "--threads") {
+            if (!value(v)) return false;
+            char *end = nullptr;
+            long n = std::strtol(v.c_str(), &end, 10);
+            if (end == v.c_str() || *end != '\0' || n < 1 || n > 256) {
+                std::fprintf(stderr, "vsglex: --threads needs a number from 1 to 256\n");
+                return false;
+            }
+            o.threads = static_cast<unsigned>(n);
+        } else if (name == "--data") {
+            if (!value(v)) return false;
+            o.data = v;
+        } else if (a.size() > 1 && a[0] == '-' && a != "-") {
+            std::fprintf(stderr, "vsglex: unknown option '%s'\n", a.c_str());
+            return false;
+        } else {
+            o.files.push_back(a);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    Options o;
+    if (!ParseArgs(argc, argv, o)) {
+        std::fputs("Try 'vsglex --help'.\n", stderr);
+        return kUsage;
+    }
+    std::string looked;
+    std::string dir = FindModels(o, &looked);
+    if (dir.empty()) {
+        std::fprintf(stderr, "vsglex: no model set found (looked in %s); use --data DIR or set VSGLEX_DATA\n",
+                     looked.c_str());
+        return kModels;
+    }
+    vsglex_handle *h = vsglex_open(dir.c_str());
+    if (h == nullptr) {
+        std::fprintf(stderr, "vsglex: %s\n", vsglex_last_error());
+        return kModels;
+    }
+    if (o.files.empty()) o.files.push_back("-");
+    int code = kOk;
+    for (const std::string &f : o.files) {
+        int c;
+        if (f == "-") {
+            c = ProcessStream(stdin, "<stdin>", 0, h, o);
+        } else {
+            FILE *in = std::fopen(f.c_str(), "rb");
+            struct stat st;
+            if (in == nullptr || fstat(fileno(in), &st) != 0 || S_ISDIR(st.st_mode)) {
+                std::fprintf(stderr, "vsglex: cannot read %s: %s\n", f.c_str(),
+                             in == nullptr ? std::strerror(errno) : "is a directory");
+                if (in != nullptr) std::fclose(in);
+                code = std::max(code, static_cast<int>(kUnreadable));
+                continue;
+            }
+            c = ProcessStream(in, f, static_cast<uint64_t>(st.st_size), h, o);
+            std::fclose(in);
+        }
+        code = std::max(code, c);
+    }
+    std::fflush(stdout);
+    vsglex_close(h);
+    return code;
+}
