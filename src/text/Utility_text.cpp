@@ -1,6 +1,7 @@
 // Sentence splitting, character-aligned string helpers, line and field
 // readers, and the word-record copy helpers.
 #include <cctype>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -9,6 +10,14 @@
 #include "vsglex/utility.h"
 
 using namespace vsg::text;
+
+// Hosts walk these arrays, so their layouts are fixed.
+static_assert(sizeof(SentenceEntry) == 24, "SentenceEntry size");
+static_assert(offsetof(SentenceEntry, offset) == 8, "SentenceEntry.offset");
+static_assert(offsetof(SentenceEntry, sentence) == 12, "SentenceEntry.sentence");
+static_assert(offsetof(SentenceEntry, paragraph) == 16, "SentenceEntry.paragraph");
+static_assert(sizeof(PartEntry) == 16, "PartEntry size");
+static_assert(offsetof(PartEntry, flag) == 8, "PartEntry.flag");
 
 namespace {
 

@@ -4,6 +4,8 @@ utilities as C++ byte-escaped constants, each line commented with its
 characters in UTF-8.
 
 Usage: python3 tools/gblists/gen_gb_lists.py > src/text/gb_lists.h
+       python3 tools/gblists/gen_gb_lists.py --check src/text/gb_lists.h
+(the second form exits with 1 when the file differs from what it prints)
 """
 import sys
 
@@ -77,6 +79,27 @@ def encode(text):
     return out
 
 
+def first_hit_is_aligned(encoded, ch_bytes):
+    """True when the first occurrence of ch_bytes in encoded is at an even
+    offset, i.e. when CC_Find finds the member."""
+    return encoded.find(ch_bytes) % 2 == 0
+
+
+def align_members(text):
+    """Reorders `text` so that CC_Find finds every member: a character whose
+    bytes first occur straddling two neighbours is moved to the front. Lists
+    without such straddles keep their order."""
+    chars = list(text)
+    for _ in range(10 * len(chars)):
+        encoded = encode("".join(chars))
+        bad = [c for c in chars if ord(c) >= 0x80 and not first_hit_is_aligned(encoded, encode(c))]
+        if not bad:
+            return "".join(chars)
+        chars.remove(bad[0])
+        chars.insert(0, bad[0])
+    sys.exit("cannot order %r so that every member is found" % text)
+
+
 def escape(data):
     return "".join("\\x%02x" % c for c in data)
 
@@ -107,7 +130,10 @@ def main():
             sys.exit("%s has %d characters, expected %d" % (name, len(text), expected))
         if len(set(text)) != len(text):
             sys.exit("%s repeats a character" % name)
-        out.append("// %s (%d characters)" % (comment[0].upper() + comment[1:], len(text)))
+        ordered = align_members(text)
+        note = "" if ordered == text else "; reordered so that CC_Find finds every member"
+        text = ordered
+        out.append("// %s (%d characters%s)" % (comment[0].upper() + comment[1:], len(text), note))
         out.append("inline constexpr char %s[] =" % name)
         out.extend(literal_lines(text, "    "))
         out[-1] = out[-1].replace('"  //', '";  //', 1)
@@ -127,7 +153,13 @@ def main():
     out.append("}  // namespace vsg::text")
     out.append("")
     out.append("#endif  // VSGLEX_SRC_TEXT_GB_LISTS_H")
-    sys.stdout.write("\n".join(out) + "\n")
+    text = "\n".join(out) + "\n"
+    if len(sys.argv) == 3 and sys.argv[1] == "--check":
+        with open(sys.argv[2], encoding="utf-8") as f:
+            if f.read() != text:
+                sys.exit("%s is out of date: regenerate it with %s" % (sys.argv[2], sys.argv[0]))
+        return
+    sys.stdout.write(text)
 
 
 if __name__ == "__main__":
