@@ -1,0 +1,147 @@
+// Shared pieces of the name recognisers.
+#include "tagging/Span_names.h"
+
+#include <cstring>
+
+namespace vsg::names {
+
+namespace {
+
+constexpr size_t kTextField = sizeof(SpanWord{}.text);
+constexpr size_t kClassField = sizeof(SpanWord{}.classText);
+
+// First byte of the role text of `tag`, or NUL when the map has none.
+char RoleLetter(const POSmap *map, uint8_t tag) {
+    if (map == nullptr || map->tags == nullptr || tag >= map->count) return '\0';
+    const char *text = map->tags[tag];
+    if (text == nullptr) return '\0';
+    // Maps loaded from files hold tags of at most 98 bytes; a longer one
+    // (only possible in a map built in memory) is read directly.
+    char out[256];
+    if (strnlen(text, sizeof out) == sizeof out) return text[0];
+    if (POSmap_GetPOS(tag, out, map) != 1) return '\0';
+    return out[0];
+}
+
+// An empty but valid transition table pair: every lookup misses, so the
+// transition functions fall back to their default cost.
+struct EmptyPair {
+    DictBucket buckets[2][100];
+    Dictionary pair[2];
+    EmptyPair() {
+        for (int t = 0; t < 2; ++t) {
+            for (DictBucket &b : buckets[t]) b = DictBucket{-1, 0};
+            pair[t] = Dictionary{buckets[t], nullptr, 0};
+        }
+    }
+};
+
+const Dictionary *TransitionPair() {
+    static EmptyPair table;
+    return table.pair;
+}
+
+}  // namespace
+
+int32_t ArrayLength(const SpanWord *results) {
+    if (results == nullptr) return 0;
+    int32_t n = 0;
+    while (n < VSG_SPAN_WORDS && results[n].text[0] != '\0') ++n;
+    return n;
+}
+
+bool RoleString::HasAt(int32_t i, const char *pattern) const {
+    if (i < 0 || i > n) return false;
+    const size_t len = std::strlen(pattern);
+    if (static_cast<size_t>(n - i) < len) return false;
+    return std::memcmp(letter + i, pattern, len) == 0;
+}
+
+void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
+                     int32_t arrayLength, RoleString *out) {
+    std::memset(out->letter, 0, sizeof out->letter);
+    out->letter[0] = lead;
+    int32_t i = 1;
+    while (i < kSpanSlots && span->bestTag[i] != kNoTag && start + i - 1 < arrayLength) {
+        out->letter[i] = RoleLetter(map, span->bestTag[i]);
+        ++i;
+    }
+    out->n = i;
+}
+
+bool IsWord(const char *text, const char *word) {
+    return std::strncmp(text, word, kTextField) == 0;
+}
+
+size_t TextLength(const char *text) { return strnlen(text, kTextField); }
+
+void NameBuffer::Append(const char *text) {
+    const size_t add = TextLength(text);
+    if (overflow_ || length_ + add > kCapacity) {
+        overflow_ = true;
+        return;
+    }
+    std::memcpy(text_ + length_, text, add);
+    length_ += add;
+    text_[length_] = '\0';
+}
+
+void WriteNameRecord(SpanWord *record, const char *name, const NameClass &values,
+                     int32_t offset, const DictionaryS *core, CoreClass coreClass) {
+    if (name != nullptr) {
+        const size_t len = strnlen(name, kTextField - 1);
+        std::memcpy(record->text, name, len);
+        record->text[len] = '\0';
+    }
+    std::strncpy(record->classText, values.classText, kClassField - 1);
+    record->classText[kClassField - 1] = '\0';
+    record->tag = static_cast<int8_t>(values.tag);
+    record->frequency = values.frequency;
+    record->weight = values.weight;
+    record->offset = static_cast<int16_t>(offset);
+
+    int32_t index = -1;
+    if (core != nullptr) {
+        switch (coreClass) {
+            case CoreClass::kPerson: index = core->personIndex; break;
+            case CoreClass::kPlace: index = core->placeIndex; break;
+            case CoreClass::kOrganisation: index = core->orgIndex; break;
+        }
+    }
+    if (core != nullptr && core->entries != nullptr && index >= 0 && index < core->count) {
+        const DictSEntry &entry = core->entries[index];
+        record->posCount = entry.posCount;
+        std::memcpy(record->stats, entry.stats, sizeof record->stats);
+        record->posList = entry.posList;
+    } else {
+        record->posCount = 0;
+        std::memset(record->stats, 0, sizeof record->stats);
+        record->posList = nullptr;
+    }
+}
+
+void MarkMerged(SpanWord *results, int32_t arrayLength, int32_t first, int32_t count) {
+    for (int32_t r = first; r < first + count && r < arrayLength; ++r) {
+        if (r >= 0) results[r].state = VSG_STATE_MERGED;
+    }
+}
+
+void LinkIntoGraph(WordGraph *graph, const SpanWord *results, int32_t arrayLength,
+                   int32_t nameRecord, int32_t nextRecord) {
+    if (graph == nullptr || nameRecord < 0 || nameRecord >= arrayLength) return;
+    int32_t previous = nameRecord - 1;
+    while (previous >= 0 && results[previous].state == VSG_STATE_MERGED) --previous;
+
+    const int32_t vertex = graph->vertexCount;
+    const SpanWord &name = results[nameRecord];
+    if (InsertVex(graph, name) != 1) return;
+    const Dictionary *pair = TransitionPair();
+    if (previous >= 0) {
+        InsertArc(graph, previous, vertex, GetTransitionProb1(&results[previous], &name, pair));
+    }
+    if (nextRecord >= 0 && nextRecord < arrayLength) {
+        InsertArc(graph, vertex, nextRecord, GetTransitionProb1(&name, &results[nextRecord], pair));
+    }
+}
+
+}  // namespace vsg::names

@@ -1,0 +1,112 @@
+// Shared pieces of the person, place and organisation recognisers: the role
+// string of a run, a bounded name buffer, writing a merged name record and
+// linking it into a caller's word graph.
+#ifndef VSGLEX_SRC_TAGGING_SPAN_NAMES_H
+#define VSGLEX_SRC_TAGGING_SPAN_NAMES_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "tagging/Span.h"
+#include "vsglex/engine.h"
+#include "vsglex/model.h"
+#include "vsglex/types.h"
+
+namespace vsg::names {
+
+// Longest name, in bytes, that a recogniser writes into a record.
+constexpr size_t kMaxNameBytes = 32;
+
+// Number of live records of a word array: the index of its end record (the
+// first with an empty text), or VSG_SPAN_WORDS when none of the first 200
+// records is empty. Records at and past this index are never written.
+int32_t ArrayLength(const SpanWord *results);
+
+// The best roles of a run as one letter per slot: letter[0] is the lead
+// letter, letter[i] the first byte of the role text of bestTag[i]. Slots
+// stop at the best-tag end mark, at slot 199, and where the slot's record
+// (start + i - 1) would lie at or past the array's end record.
+struct RoleString {
+    char letter[kSpanSlots + 8];  // NUL after the last letter, and padding
+    int32_t n;                    // letters, the lead included
+
+    // Letter at i, or NUL outside the string.
+    char At(int32_t i) const { return (i >= 0 && i < n) ? letter[i] : '\0'; }
+    // Whether the letters at i begin with `pattern`.
+    bool HasAt(int32_t i, const char *pattern) const;
+};
+
+// Builds the role string of the run held in `span` (see RoleString).
+void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
+                     int32_t arrayLength, RoleString *out);
+
+// Whether a NUL-terminated text field equals the GB string `word`.
+bool IsWord(const char *text, const char *word);
+
+// Length of a record text (at most the 128 bytes of the field).
+size_t TextLength(const char *text);
+
+// A name joined from record texts. Appends that would not fit are dropped
+// and mark the buffer as overflowed; Length() then reports more than any
+// name limit the recognisers use.
+class NameBuffer {
+public:
+    // Capacity: room for a 1000-byte run name plus one more record text.
+    static constexpr size_t kCapacity = 1200;
+
+    // Empties the buffer.
+    void Clear() {
+        length_ = 0;
+        overflow_ = false;
+        text_[0] = '\0';
+    }
+    // Appends a record text.
+    void Append(const char *text);
+    // Length in bytes; kCapacity when an append was dropped.
+    size_t Length() const { return overflow_ ? kCapacity : length_; }
+    // Whether nothing was appended since the last Clear.
+    bool Empty() const { return length_ == 0 && !overflow_; }
+    // The joined text, NUL-terminated.
+    const char *Text() const { return text_; }
+
+private:
+    char text_[kCapacity + 1] = {};
+    size_t length_ = 0;
+    bool overflow_ = false;
+};
+
+// Class word and statistics written into a new name record.
+struct NameClass {
+    const char *classText;  // GB class word
+    int32_t tag;
+    uint32_t frequency;
+    double weight;
+};
+
+// Which class word's core dictionary entry a name record borrows rows from.
+enum class CoreClass { kPerson, kPlace, kOrganisation };
+
+// Turns `record` into a name record: `name` as its text (kept when null),
+// the class word, tag, frequency, weight and offset, and the posCount, stats
+// and posList of the core dictionary's class entry (none when the dictionary
+// lacks it).
+void WriteNameRecord(SpanWord *record, const char *name, const NameClass &values,
+                     int32_t offset, const DictionaryS *core, CoreClass coreClass);
+
+// Marks records first .. first+count-1 as merged (state 250), stopping at
+// the array's end.
+void MarkMerged(SpanWord *results, int32_t arrayLength, int32_t first, int32_t count);
+
+// Links a new name record into a caller's word graph. Vertex k of the graph
+// stands for record k of the word array (the caller inserted the sentence's
+// words in order); the name becomes a new vertex with an arc from the
+// nearest earlier record that is not merged, and an arc to `nextRecord`
+// (when it is a live record). Arc costs are GetTransitionProb1 over an empty
+// transition table pair, which gives every pair the model's default cost
+// (11.0285): the engine loads no word-pair table.
+void LinkIntoGraph(WordGraph *graph, const SpanWord *results, int32_t arrayLength,
+                   int32_t nameRecord, int32_t nextRecord);
+
+}  // namespace vsg::names
+
+#endif  // VSGLEX_SRC_TAGGING_SPAN_NAMES_H

@@ -1,0 +1,281 @@
+// Organisation name recognition (first design): reads the organisation roles
+// of a run as letters, builds names from body words and closes them at a
+// suffix word, then merges each accepted name into one "未##团" record.
+//
+// Role letters of the organisation role map read here:
+//   A        role 0: every word of more than one character (the span gives
+//            such words no other role) and the sentence start;
+//   C        first single-character word of a name;
+//   E        inner single-character word of a name;
+//   J        number-like single-character word inside a name (一, 三, 第);
+//   D        role 5: the suffix that ends a name (厂, 所, 局, 社 ...);
+//   T        a single-character word that is an organisation by itself;
+//   1, 4     the words just before and just after a name;
+//   z, Z     the run's lead letter and hard breaks.
+// The default role 14, whatever its letter, marks words outside any name.
+//
+// Because multi-character words always carry role 0, the recogniser also
+// reads each record's own organisation rows (tag set 3) from the core
+// dictionary: a row of role C or E marks a multi-character word that occurs
+// inside names, a row of role D with a value of at least 1.1 a suffix word.
+// The rules, in scan order for each slot:
+//   1. "z", "Z", "1", "4" end any name being built (it is dropped).
+//   2. While a name is open: round brackets are counted and taken into the
+//      name, and everything inside an open bracket is taken as well; a
+//      suffix word at bracket depth 0 closes the name (see Accept); a body
+//      word or a number (IsAllNum) is appended; anything else drops the name.
+//   3. With no name open, a body word that is not a number opens a name.
+// A dropped or rejected name still marks its "T" words one by one, and so
+// does a "T" word outside any name.
+#include <cstring>
+
+#include "common/gbtext.h"
+#include "tagging/Span.h"
+#include "tagging/Span_names.h"
+#include "vsglex/utility.h"
+
+namespace {
+
+using vsg::names::CoreClass;
+using vsg::names::NameBuffer;
+using vsg::names::NameClass;
+using vsg::names::RoleString;
+
+const NameClass kOrgName{vsg::kOrgClass, 31, 48993u, 10.7995};
+
+// Tag set code of organisation rows, and the roles read from them.
+constexpr uint16_t kOrgTagSet = 3;
+constexpr uint8_t kRoleFirst = 2;   // C
+constexpr uint8_t kRoleInner = 3;   // E
+constexpr uint8_t kRoleSuffix = 5;  // D
+constexpr int32_t kDefaultRole = 14;
+// A suffix row must carry at least this value (the log of its count).
+constexpr float kMinSuffixValue = 1.1f;
+// Single-character body letters chosen by the search.
+constexpr char kBodyLetters[] = "CEJ";
+// A two-slot name read as "JD" or "CD" must be longer than this.
+constexpr size_t kMinShortNameBytes = 4;
+
+// One-character words that the role model often takes for suffixes.
+// Function words and date/dispatch markers never close a name.
+constexpr const char *kNeverSuffix[] = {
+    "\xb6\xd4" /* 对 */, "\xcf\xf2" /* 向 */, "\xc4\xdc" /* 能 */,
+    "\xb1\xbe" /* 本 */, "\xc8\xd5" /* 日 */, "\xb5\xe7" /* 电 */,
+};
+// 中 closes a name only right after a number (四中: a numbered school).
+constexpr char kMiddle[] = "\xd6\xd0"; /* 中 */
+// 所 and 局 close a name only after a multi-character word that is not a
+// number (研究所, 公安局; not 第三局, not the particle 所).
+constexpr const char *kAfterWordSuffix[] = {"\xcb\xf9" /* 所 */, "\xbe\xd6" /* 局 */};
+
+constexpr char kOpenBrackets[][4] = {"\xa3\xa8" /* （ */, "("};
+constexpr char kCloseBrackets[][4] = {"\xa3\xa9" /* ） */, ")"};
+
+template <size_t N, typename T>
+bool IsOneOf(const char *text, const T (&words)[N]) {
+    for (const auto &w : words) {
+        if (vsg::names::IsWord(text, w)) return true;
+    }
+    return false;
+}
+
+// Whether the record has an organisation row of `role` with at least `min`.
+bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
+    if (record.posList == nullptr) return false;
+    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
+        const DictSRow &row = record.posList[k];
+        if (row.code == kOrgTagSet && row.subCode == role && row.value >= min) return true;
+    }
+    return false;
+}
+
+class OrgScan {
+public:
+    OrgScan(CSpan *span, SpanWord *results, const SegmentEngine *engine, int32_t start,
+            WordGraph *graph)
+        : span_(span), results_(results), engine_(engine), start_(start), graph_(graph),
+          arrayLength_(vsg::names::ArrayLength(results)) {}
+
+    void Run();
+
+private:
+    // Record of a slot (start + slot - 1); always below arrayLength_ for the
+    // slots of the role string.
+    SpanWord &Record(int32_t slot) const { return results_[start_ + slot - 1]; }
+    bool IsMultiChar(int32_t slot) const {
+        return vsg::names::TextLength(Record(slot).text) > 2;
+    }
+    bool IsNumber(int32_t slot) const { return IsAllNum(Record(slot).text) == 1; }
+    // Whether the slot's word can be part of a name's body.
+    bool IsBody(int32_t slot) const;
+    // Whether the slot's word can close a name as its suffix.
+    bool IsSuffix(int32_t slot) const;
+    // Opens a name at slot.
+    void Open(int32_t slot);
+    // Appends the word of slot to the open name.
+    void Take(int32_t slot) {
+        name_.Append(Record(slot).text);
+        last_ = slot;
+    }
+    // Offers slot to the open name; false when the name was dropped and the
+    // slot is still to be looked at on its own.
+    bool Extend(int32_t slot);
+    // Drops the open name, marking its one-word organisations.
+    void Drop();
+    // Closes the open name at the suffix slot; writes it when accepted.
+    void Accept(int32_t suffix);
+    // Marks the "T" word of slot as an organisation by itself.
+    void MarkSingle(int32_t slot);
+
+    CSpan *span_;
+    SpanWord *results_;
+    const SegmentEngine *engine_;
+    int32_t start_;
+    WordGraph *graph_;
+    int32_t arrayLength_;
+    RoleString roles_{};
+
+    bool open_ = false;
+    int32_t first_ = 0;      // first slot of the open name
+    int32_t last_ = 0;       // last slot taken into it
+    int32_t depth_ = 0;      // open round brackets
+    bool hasWord_ = false;   // a body word that is not a number was taken
+    NameBuffer name_;
+};
+
+bool OrgScan::IsBody(int32_t slot) const {
+    const char c = roles_.At(slot);
+    if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
+    if (c == 'T') return true;
+    if (!IsMultiChar(slot)) return false;
+    const SpanWord &r = Record(slot);
+    // Merged names and class words are frequent parts of organisation names.
+    if (r.classText[0] != '\0') return true;
+    return HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f);
+}
+
+bool OrgScan::IsSuffix(int32_t slot) const {
+    const SpanWord &r = Record(slot);
+    if (roles_.At(slot) != 'D' && !IsMultiChar(slot)) return false;
+    return HasOrgRow(r, kRoleSuffix, kMinSuffixValue);
+}
+
+void OrgScan::Open(int32_t slot) {
+    open_ = true;
+    first_ = slot;
+    depth_ = 0;
+    hasWord_ = !IsNumber(slot);
+    name_.Clear();
+    Take(slot);
+}
+
+void OrgScan::MarkSingle(int32_t slot) {
+    const int32_t record = start_ + slot - 1;
+    vsg::names::WriteNameRecord(&results_[record], nullptr, kOrgName, span_->offset[slot],
+                                &engine_->core, CoreClass::kOrganisation);
+    vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + 1);
+}
+
+void OrgScan::Drop() {
+    if (!open_) return;
+    open_ = false;
+    for (int32_t s = first_; s <= last_; ++s) {
+        if (roles_.At(s) == 'T') MarkSingle(s);
+    }
+}
+
+void OrgScan::Accept(int32_t suffix) {
+    const char *word = Record(suffix).text;
+    const int32_t before = suffix - 1;  // the slot before is in the name
+    bool ok = hasWord_;
+    if (IsOneOf(word, kNeverSuffix)) ok = false;
+    if (vsg::names::IsWord(word, kMiddle) && !IsNumber(before)) ok = false;
+    if (IsOneOf(word, kAfterWordSuffix) && (!IsMultiChar(before) || IsNumber(before))) ok = false;
+
+    name_.Append(word);
+    const int32_t slots = suffix - first_ + 1;
+    if (slots == 2 && roles_.At(suffix) == 'D' &&
+        (roles_.At(first_) == 'J' || roles_.At(first_) == 'C') &&
+        name_.Length() <= kMinShortNameBytes) {
+        ok = false;
+    }
+    if (name_.Length() > vsg::names::kMaxNameBytes) ok = false;
+    if (!ok) {
+        Drop();
+        return;
+    }
+    open_ = false;
+    const int32_t record = start_ + first_ - 1;
+    vsg::names::WriteNameRecord(&results_[record], name_.Text(), kOrgName,
+                                span_->offset[first_], &engine_->core,
+                                CoreClass::kOrganisation);
+    vsg::names::MarkMerged(results_, arrayLength_, record + 1, slots - 1);
+    vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
+}
+
+void OrgScan::Run() {
+    if (span_->bestTag[1] == kNoTag) return;
+    vsg::names::BuildRoleString(span_, &engine_->tagModels[VSG_TAG_ORG].map, 'z', start_,
+                                arrayLength_, &roles_);
+    for (int32_t s = 1; s < roles_.n; ++s) {
+        const char c = roles_.At(s);
+        if (c == 'z' || c == 'Z' || c == '1' || c == '4') {
+            Drop();
+            continue;
+        }
+        if (open_ && Extend(s)) continue;
+        if (span_->bestTag[s] != kDefaultRole && IsBody(s) && !IsNumber(s)) {
+            Open(s);
+        } else if (c == 'T') {
+            MarkSingle(s);
+        }
+    }
+    Drop();
+}
+
+bool OrgScan::Extend(int32_t s) {
+    const char *word = Record(s).text;
+    if (IsOneOf(word, kOpenBrackets)) {
+        ++depth_;
+        Take(s);
+        return true;
+    }
+    if (IsOneOf(word, kCloseBrackets)) {
+        if (depth_ == 0) {
+            Drop();
+            return true;  // a stray closing bracket starts nothing either
+        }
+        --depth_;
+        Take(s);
+        return true;
+    }
+    if (depth_ > 0) {
+        // A name never closes inside an open bracket.
+        Take(s);
+        return true;
+    }
+    if (IsSuffix(s)) {
+        Accept(s);
+        return true;
+    }
+    if (IsNumber(s)) {
+        Take(s);
+        return true;
+    }
+    if (span_->bestTag[s] != kDefaultRole && IsBody(s)) {
+        hasWord_ = true;
+        Take(s);
+        return true;
+    }
+    Drop();
+    return false;
+}
+
+}  // namespace
+
+int32_t CSpan_OrgRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
+                           int32_t start, WordGraph *graph) {
+    if (span == nullptr || results == nullptr || engine == nullptr || start < 0) return 1;
+    OrgScan(span, results, engine, start, graph).Run();
+    return 1;
+}

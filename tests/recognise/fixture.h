@@ -1,0 +1,179 @@
+// Hand-built recogniser inputs: role maps in memory, a tiny core dictionary
+// holding the class words, a place-suffix dictionary, word arrays and spans.
+#ifndef VSGLEX_TESTS_RECOGNISE_FIXTURE_H
+#define VSGLEX_TESTS_RECOGNISE_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/gbtext.h"
+#include "support/support.h"
+#include "tagging/Span.h"
+#include "vsglex/engine.h"
+#include "vsglex/model.h"
+
+namespace rectest {
+
+// A role map built from one tag text per line.
+class RoleMap {
+public:
+    explicit RoleMap(std::vector<std::string> lines) : lines_(std::move(lines)) {
+        for (auto &l : lines_) ptrs_.push_back(&l[0]);
+        map_.tags = ptrs_.data();
+        map_.count = static_cast<int32_t>(ptrs_.size());
+    }
+    const POSmap &map() const { return map_; }
+    // Tag number of a one-letter tag text.
+    uint8_t Tag(char letter) const {
+        for (size_t k = 0; k < lines_.size(); ++k) {
+            if (lines_[k] == std::string(1, letter)) return static_cast<uint8_t>(k);
+        }
+        ADD_FAILURE() << "no role " << letter;
+        return 0;
+    }
+
+private:
+    std::vector<std::string> lines_;
+    std::vector<char *> ptrs_;
+    POSmap map_{};
+};
+
+// Person roles A..W (default W = 22) plus the break letter Z.
+inline std::vector<std::string> PersonLetters() {
+    std::vector<std::string> v;
+    for (char c = 'A'; c <= 'W'; ++c) v.emplace_back(1, c);
+    v.emplace_back("Z");
+    return v;
+}
+// Place roles A..S (default R = 17) plus the break letters z and Z.
+inline std::vector<std::string> PlaceLetters() {
+    std::vector<std::string> v;
+    for (char c = 'A'; c <= 'S'; ++c) v.emplace_back(1, c);
+    v.emplace_back("z");
+    v.emplace_back("Z");
+    return v;
+}
+// Organisation roles: D is role 5, X (line 14) the default.
+inline std::vector<std::string> OrgLetters() {
+    return {"A", "B", "C", "E", "J", "D", "T", "1", "4", "F", "G", "H", "I", "K", "X", "z", "Z"};
+}
+
+// Rows of the class-word entries; their first values tell them apart.
+inline const DictSRow kPersonRows[] = {{0, 24, 9.5f, 1}};
+inline const DictSRow kPlaceRows[] = {{0, 29, 8.5f, 1}, {0, 30, 2.0f, 1}};
+inline const DictSRow kOrgRows[] = {{0, 31, 7.5f, 1}};
+
+// An engine with the three role maps, a core dictionary of the three class
+// words and a place-suffix dictionary read from a text file.
+class Engine {
+public:
+    explicit Engine(const std::string &placeSuffixes = "") {
+        entries_[0] = Entry(vsg::kPersonClass, kPersonRows, 1);
+        entries_[1] = Entry(vsg::kPlaceClass, kPlaceRows, 2);
+        entries_[2] = Entry(vsg::kOrgClass, kOrgRows, 1);
+        engine_.core.entries = entries_;
+        engine_.core.count = 3;
+        engine_.core.personIndex = 0;
+        engine_.core.placeIndex = 1;
+        engine_.core.orgIndex = 2;
+        engine_.tagModels[VSG_TAG_PERSON].map = person_.map();
+        engine_.tagModels[VSG_TAG_PLACE].map = place_.map();
+        engine_.tagModels[VSG_TAG_ORG].map = org_.map();
+        if (!placeSuffixes.empty()) {
+            vsgtest::WriteFile(dir_.file("loc_suffix.dct"), placeSuffixes);
+            EXPECT_EQ(Dictionary_Load(dir_.file("loc_suffix.dct").c_str(),
+                                      &engine_.affix[VSG_AFFIX_PLACE_SUFFIX]),
+                      1);
+        }
+    }
+    ~Engine() { Dictionary_Free(&engine_.affix[VSG_AFFIX_PLACE_SUFFIX]); }
+    Engine(const Engine &) = delete;
+    Engine &operator=(const Engine &) = delete;
+
+    const SegmentEngine *get() const { return &engine_; }
+    const DictSEntry &entry(int i) const { return entries_[i]; }
+    const RoleMap &person() const { return person_; }
+    const RoleMap &place() const { return place_; }
+    const RoleMap &org() const { return org_; }
+
+private:
+    static DictSEntry Entry(const char *word, const DictSRow *rows, int32_t n) {
+        DictSEntry e{};
+        e.word = const_cast<char *>(word);
+        e.length = static_cast<int32_t>(std::strlen(word));
+        e.posCount = n;
+        e.stats[0] = static_cast<float>(n) + 0.25f;
+        e.posList = const_cast<DictSRow *>(rows);
+        return e;
+    }
+
+    vsgtest::TempDir dir_;
+    RoleMap person_{PersonLetters()};
+    RoleMap place_{PlaceLetters()};
+    RoleMap org_{OrgLetters()};
+    DictSEntry entries_[3]{};
+    SegmentEngine engine_{};
+};
+
+// A word of a hand-built array: UTF-8 text and optional organisation rows.
+struct W {
+    std::string utf8;
+    std::vector<DictSRow> rows{};
+};
+
+// A sentence's word array of 200 records; words after the last given one
+// are empty, so the array ends right after them.
+class Sentence {
+public:
+    explicit Sentence(const std::vector<W> &words) : records_(VSG_SPAN_WORDS), rows_(words.size()) {
+        for (size_t i = 0; i < words.size() && i + 1 < records_.size(); ++i) {
+            std::string gb = vsgtest::Gb(words[i].utf8);
+            if (words[i].utf8 == "^") gb = vsg::kStartWord;
+            if (words[i].utf8 == "$") gb = vsg::kEndWord;
+            std::strncpy(records_[i].text, gb.c_str(), sizeof records_[i].text - 1);
+            records_[i].tag = -1;
+            records_[i].source = static_cast<int32_t>(i);
+            rows_[i] = words[i].rows;
+            records_[i].posList = rows_[i].empty() ? nullptr : rows_[i].data();
+            records_[i].posCount = static_cast<int32_t>(rows_[i].size());
+        }
+    }
+    SpanWord *data() { return records_.data(); }
+    SpanWord &operator[](size_t i) { return records_[i]; }
+    std::string Text(size_t i) const { return vsgtest::Utf8(records_[i].text); }
+
+private:
+    std::vector<SpanWord> records_;
+    std::vector<std::vector<DictSRow>> rows_;
+};
+
+// A span holding one run: slot k (k >= 1) is record start + k - 1 with the
+// role letter roles[k - 1]; offsets are the records' byte positions.
+inline std::unique_ptr<CSpan> MakeSpan(Sentence &s, int32_t start, const std::string &roles,
+                                       const RoleMap &map) {
+    auto span = std::make_unique<CSpan>();
+    int32_t offset = 0;
+    for (int32_t r = 0; r < start; ++r) offset += static_cast<int32_t>(std::strlen(s[r].text));
+    size_t k = 1;
+    for (char letter : roles) {
+        const SpanWord &rec = s[static_cast<size_t>(start) + k - 1];
+        const std::string word = rec.classText[0] ? rec.classText : rec.text;
+        std::memcpy(span->word[k], word.c_str(), std::min<size_t>(word.size() + 1, 128));
+        span->offset[k] = offset;
+        offset += static_cast<int32_t>(std::strlen(rec.text));
+        span->bestTag[k] = map.Tag(letter);
+        ++k;
+    }
+    span->bestTag[k] = kNoTag;
+    span->count = static_cast<uint32_t>(k);
+    return span;
+}
+
+}  // namespace rectest
+
+#endif  // VSGLEX_TESTS_RECOGNISE_FIXTURE_H

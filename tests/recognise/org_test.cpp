@@ -1,0 +1,156 @@
+#include "fixture.h"
+
+namespace {
+
+using rectest::Engine;
+using rectest::MakeSpan;
+using rectest::Sentence;
+using rectest::W;
+
+// Organisation rows of role C (first), E (inner) and D (suffix).
+const std::vector<DictSRow> kFirst = {{3, 2, 2.0f, 1}};
+const std::vector<DictSRow> kInner = {{3, 3, 1.0f, 1}};
+const std::vector<DictSRow> kSuffix = {{0, 7, 4.0f, 1}, {3, 5, 2.0f, 1}};
+const std::vector<DictSRow> kWeakSuffix = {{3, 5, 1.0f, 1}};
+
+void Org(const Engine &e, Sentence &s, const std::string &roles, WordGraph *graph = nullptr) {
+    auto span = MakeSpan(s, 0, roles, e.org());
+    EXPECT_EQ(CSpan_OrgRecognize(span.get(), s.data(), e.get(), 0, graph), 1);
+}
+
+bool Untouched(Sentence &s) {
+    for (size_t r = 0; r < VSG_SPAN_WORDS; ++r) {
+        if (s[r].classText[0] != '\0' || s[r].state != 0) return false;
+    }
+    return true;
+}
+
+void ExpectOrg(Sentence &s, size_t record, const std::string &utf8, size_t merged) {
+    EXPECT_EQ(s.Text(record), utf8);
+    EXPECT_STREQ(s[record].classText, vsg::kOrgClass);
+    EXPECT_EQ(s[record].tag, 31);
+    EXPECT_EQ(s[record].frequency, 48993u);
+    EXPECT_DOUBLE_EQ(s[record].weight, 10.7995);
+    EXPECT_EQ(s[record].posList, rectest::kOrgRows);
+    EXPECT_EQ(s[record].state, 0);
+    for (size_t r = record + 1; r <= record + merged; ++r) {
+        EXPECT_EQ(s[r].state, VSG_STATE_MERGED) << r;
+    }
+    EXPECT_EQ(s[record + merged + 1].state, 0);
+}
+
+TEST(OrgRecognize, SingleWordsAndSuffixClosedNames) {
+    Engine e;
+    Sentence t({{"^"}, {"党"}, {"说"}, {"$"}});
+    Org(e, t, "ATXB");
+    ExpectOrg(t, 1, "党", 0);
+
+    Sentence d({{"^"}, {"华联", kFirst}, {"电子", kInner}, {"厂", kSuffix}, {"说"}, {"$"}});
+    Org(e, d, "AAADXB");
+    ExpectOrg(d, 1, "华联电子厂", 2);
+
+    // The suffix row must reach 1.1.
+    Sentence weak({{"^"}, {"华联", kFirst}, {"电子", kInner}, {"厂", kWeakSuffix}, {"$"}});
+    Org(e, weak, "AAADB");
+    EXPECT_TRUE(Untouched(weak));
+
+    // A multi-character suffix is known by its rows alone; a word without
+    // organisation rows does not join the body.
+    Sentence multi({{"^"}, {"昨天"}, {"中国", kFirst}, {"银行", kSuffix}, {"$"}});
+    Org(e, multi, "AAAAB");
+    EXPECT_EQ(multi.Text(1), "昨天");
+    EXPECT_EQ(multi[1].classText[0], '\0');
+    ExpectOrg(multi, 2, "中国银行", 1);
+
+    // A "T" word of a dropped name is still marked on its own.
+    Sentence dropped({{"^"}, {"中国", kFirst}, {"党"}, {"说"}, {"$"}});
+    Org(e, dropped, "AATXB");
+    EXPECT_EQ(dropped[1].classText[0], '\0');
+    ExpectOrg(dropped, 2, "党", 0);
+}
+
+TEST(OrgRecognize, BracketsKeepNamesOpen) {
+    Engine e;
+    Sentence s({{"^"}, {"中国", kFirst}, {"（"}, {"集团", kSuffix}, {"）"}, {"公司", kSuffix}, {"$"}});
+    Org(e, s, "AAXAXAB");
+    ExpectOrg(s, 1, "中国（集团）公司", 4);
+
+    Sentence ascii({{"^"}, {"中国", kFirst}, {"("}, {"集团", kSuffix}, {")"}, {"公司", kSuffix}, {"$"}});
+    Org(e, ascii, "AAXAXAB");
+    ExpectOrg(ascii, 1, "中国(集团)公司", 4);
+
+    Sentence open({{"^"}, {"中国", kFirst}, {"（"}, {"集团", kSuffix}, {"公司", kSuffix}, {"$"}});
+    Org(e, open, "AAXAAB");
+    EXPECT_TRUE(Untouched(open));
+}
+
+TEST(OrgRecognize, TerminatorLettersEndNames) {
+    Engine e;
+    Sentence plain({{"^"}, {"华联", kFirst}, {"新"}, {"厂", kSuffix}, {"$"}});
+    Org(e, plain, "AAEDB");
+    ExpectOrg(plain, 1, "华联新厂", 2);
+    for (char stop : std::string("zZ14")) {
+        Sentence s({{"^"}, {"华联", kFirst}, {"新"}, {"厂", kSuffix}, {"$"}});
+        Org(e, s, std::string("AA") + stop + "DB");
+        EXPECT_TRUE(Untouched(s)) << stop;
+    }
+}
+
+TEST(OrgRecognize, SpecialOneCharacterSuffixes) {
+    Engine e;
+    for (const char *word : {"对", "向", "能", "本", "日", "电"}) {
+        Sentence s({{"^"}, {"华联", kFirst}, {"电子", kInner}, {word, kSuffix}, {"$"}});
+        Org(e, s, "AAADB");
+        EXPECT_TRUE(Untouched(s)) << word;
+    }
+    // 中 only after a number.
+    Sentence school({{"^"}, {"北京", kFirst}, {"１０１"}, {"中", kSuffix}, {"$"}});
+    Org(e, school, "AAXDB");
+    ExpectOrg(school, 1, "北京１０１中", 2);
+    Sentence meeting({{"^"}, {"大会", kFirst}, {"会议", kInner}, {"中", kSuffix}, {"$"}});
+    Org(e, meeting, "AAADB");
+    EXPECT_TRUE(Untouched(meeting));
+
+    // 所 and 局 only after a multi-character word that is not a number.
+    for (const char *word : {"所", "局"}) {
+        Sentence ok({{"^"}, {"计算", kFirst}, {"研究", kInner}, {word, kSuffix}, {"$"}});
+        Org(e, ok, "AAADB");
+        ExpectOrg(ok, 1, std::string("计算研究") + word, 2);
+        Sentence number({{"^"}, {"计算", kFirst}, {"3"}, {word, kSuffix}, {"$"}});
+        Org(e, number, "AAXDB");
+        EXPECT_TRUE(Untouched(number)) << word;
+        Sentence single({{"^"}, {"计算", kFirst}, {"新"}, {word, kSuffix}, {"$"}});
+        Org(e, single, "AAEDB");
+        EXPECT_TRUE(Untouched(single)) << word;
+    }
+}
+
+TEST(OrgRecognize, ShortNumberAndLongNames) {
+    Engine e;
+    // "CD" and "JD" of two single characters are too short.
+    Sentence cd({{"^"}, {"新"}, {"厂", kSuffix}, {"$"}});
+    Org(e, cd, "ACDB");
+    EXPECT_TRUE(Untouched(cd));
+    Sentence jd({{"^"}, {"三"}, {"厂", kSuffix}, {"$"}});
+    Org(e, jd, "AJDB");
+    EXPECT_TRUE(Untouched(jd));
+    Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
+    Org(e, longer, "ACDB");
+    ExpectOrg(longer, 1, "华联厂", 1);
+
+    // Numbers continue a name but never begin one.
+    Sentence inside({{"^"}, {"北京", kFirst}, {"502"}, {"厂", kSuffix}, {"$"}});
+    Org(e, inside, "AAXDB");
+    ExpectOrg(inside, 1, "北京502厂", 2);
+    Sentence only({{"^"}, {"502"}, {"厂", kSuffix}, {"$"}});
+    Org(e, only, "AXDB");
+    EXPECT_TRUE(Untouched(only));
+
+    // Over 32 bytes: not merged.
+    Sentence big({{"^"}, {"一二三四五六七八", kFirst}, {"一二三四五六七八", kInner}, {"厂", kSuffix},
+                  {"$"}});
+    Org(e, big, "AAADB");
+    EXPECT_TRUE(Untouched(big));
+}
+
+}  // namespace
