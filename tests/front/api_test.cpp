@@ -50,6 +50,7 @@ protected:
     // Words of one analysis as "text/tag" plus the raw result.
     struct Out {
         std::vector<std::string> words;
+        std::vector<std::string> texts;  // raw[k].text points into freed memory
         std::vector<vsglex_word> raw;
         std::vector<uint64_t> invalid;
         size_t sentences = 0;
@@ -62,6 +63,8 @@ protected:
         for (size_t k = 0; k < r->word_count; ++k) {
             out.words.push_back(std::string(r->words[k].text) + "/" + r->words[k].tag_name);
             out.raw.push_back(r->words[k]);
+            out.texts.push_back(r->words[k].text);
+            out.raw.back().text = nullptr;
         }
         out.invalid.assign(r->invalid_offsets, r->invalid_offsets + r->invalid_count);
         out.sentences = r->sentence_count;
@@ -76,12 +79,15 @@ std::string Sample() { return vsgtest::ReadFile(fronttest::SourceDir() + "/examp
 
 // Every word's bytes in the original, converted to UTF-8, give its text;
 // words come in order without overlapping.
-void ExpectOffsetsMatch(const std::string &original, const char *charset, const std::vector<vsglex_word> &words) {
+void ExpectOffsetsMatch(const std::string &original, const char *charset, const std::vector<vsglex_word> &words,
+                        const std::vector<std::string> &texts) {
     uint64_t pos = 0;
-    for (const vsglex_word &w : words) {
+    ASSERT_EQ(words.size(), texts.size());
+    for (size_t k = 0; k < words.size(); ++k) {
+        const vsglex_word &w = words[k];
         ASSERT_GE(w.offset, pos);
         ASSERT_LE(w.offset + w.length, original.size());
-        EXPECT_EQ(ToUtf8(original.substr(w.offset, w.length), charset), w.text) << "at " << w.offset;
+        EXPECT_EQ(ToUtf8(original.substr(w.offset, w.length), charset), texts[k]) << "at " << w.offset;
         pos = w.offset + w.length;
     }
 }
@@ -91,14 +97,14 @@ TEST_F(ApiTest, SampleParagraphInEverySetWithMergedNames) {
     ASSERT_FALSE(utf8.empty());
     Out u = Analyze(utf8, VSGLEX_CHARSET_AUTO);
     ASSERT_FALSE(u.words.empty());
-    ExpectOffsetsMatch(utf8, "UTF-8", u.raw);
+    ExpectOffsetsMatch(utf8, "UTF-8", u.raw, u.texts);
     EXPECT_GT(u.sentences, 2u);
 
     // The same text in GBK gives the same words and tags at its own offsets.
     std::string gbk = Convert(utf8, "GB18030");
     Out g = Analyze(gbk, VSGLEX_CHARSET_AUTO);
     EXPECT_EQ(g.words, u.words);
-    ExpectOffsetsMatch(gbk, "GB18030", g.raw);
+    ExpectOffsetsMatch(gbk, "GB18030", g.raw, g.texts);
 
     // Names of all three classes are found, persons merged from single
     // characters.
@@ -124,9 +130,9 @@ TEST_F(ApiTest, Big5IsReadAsSimplifiedText) {
     EXPECT_EQ(b.words, s.words);
     ASSERT_EQ(b.raw.size(), s.raw.size());
     // Offsets point into the BIG5 bytes: two bytes per character.
-    for (const vsglex_word &w : b.raw) {
-        EXPECT_EQ(w.offset % 2, 0u);
-        EXPECT_EQ(w.length, 2 * (std::string(w.text).size() / 3));
+    for (size_t k = 0; k < b.raw.size(); ++k) {
+        EXPECT_EQ(b.raw[k].offset % 2, 0u);
+        EXPECT_EQ(b.raw[k].length, 2 * (b.texts[k].size() / 3));
     }
 }
 
@@ -136,10 +142,10 @@ TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
     std::string text = "昨天上午，郗璇琮在会上发言。";
     Out o = Analyze(text, VSGLEX_CHARSET_UTF8);
     bool seen = false;
-    for (const vsglex_word &w : o.raw) {
-        std::string t = w.text;
+    for (size_t k = 0; k < o.raw.size(); ++k) {
+        const std::string &t = o.texts[k];
         if (t == "郗璇琮") {
-            EXPECT_EQ(w.merged, 3);
+            EXPECT_EQ(o.raw[k].merged, 3);
             seen = true;
         }
         if (t.find("璇") != std::string::npos && t != "郗璇琮") {
@@ -151,16 +157,14 @@ TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
     // skipped without shifting later offsets.
     std::string cut = "我们 在 北京 见面 。";
     Out p = Analyze(cut, VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT);
-    std::vector<std::string> texts;
-    for (const vsglex_word &w : p.raw) texts.push_back(w.text);
-    EXPECT_EQ(texts, (std::vector<std::string>{"我们", "在", "北京", "见面", "。"}));
-    ExpectOffsetsMatch(cut, "UTF-8", p.raw);
+    EXPECT_EQ(p.texts, (std::vector<std::string>{"我们", "在", "北京", "见面", "。"}));
+    ExpectOffsetsMatch(cut, "UTF-8", p.raw, p.texts);
 
     std::string bad = "我们\xFF在北京。\n\xC3\n见面";
     Out v = Analyze(bad, VSGLEX_CHARSET_UTF8);
     EXPECT_EQ(v.invalid, (std::vector<uint64_t>{6, 20}));
     ASSERT_FALSE(v.raw.empty());
-    EXPECT_EQ(std::string(v.raw.back().text), "见面");
+    EXPECT_EQ(v.texts.back(), "见面");
     EXPECT_EQ(v.raw.back().offset, 22u);
 
     Out e = Analyze("", VSGLEX_CHARSET_AUTO);
