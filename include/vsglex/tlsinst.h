@@ -26,10 +26,10 @@ VSGLEX_API int64_t _T_GetTLSInstPtr(const void *variable);
  * optional release routine (a replaced value different from the new one is
  * released first). Returns 1, or 0 after recording an error. */
 VSGLEX_API int32_t _T_SetTLSInst(const void *variable, int64_t value, T_TLSRelease release);
-/* Removes the calling thread's instance of `variable`, or all its instances
- * when `variable` is null, calling each release routine in the order the
- * instances were set; stores the thread identifier in `*threadId` (if not
- * null). */
+/* Removes all instances of the calling thread, calling each release routine
+ * in the order the instances were set, and frees the thread's slot; stores
+ * the thread identifier in `*threadId` (if not null). `variable` is not used
+ * (the thread-exit destructor passes its key value there). */
 VSGLEX_API void _T_FreeTLSInst(const void *variable, uint64_t *threadId);
 
 VSGLEX_EXTERN_C_END

@@ -218,46 +218,27 @@ int32_t _T_SetTLSInst(const void *variable, int64_t value, T_TLSRelease release)
 }
 
 void _T_FreeTLSInst(const void *variable, uint64_t *threadId) {
+    (void)variable;
     const uint64_t self = static_cast<uint64_t>(pthread_self());
     if (threadId) *threadId = self;
     if (!Start()) return;
-    // Detach what is to be released under the mutex, release it outside.
+    // Detach the thread's list under the mutex, release it outside so that
+    // release routines may use the service again.
     VarNode *released = nullptr;
-    VarEntry single{nullptr, 0, nullptr};
     pthread_mutex_lock(&g_mutex);
-    ThreadBlock *block = g_table;
-    ThreadSlot *slot = nullptr;
-    for (; block && !slot; block = block->next) {
-        for (ThreadSlot &s : block->slots) {
-            if (s.active && s.threadId == self) {
-                slot = &s;
+    for (ThreadBlock *block = g_table; block && !released; block = block->next) {
+        for (ThreadSlot &slot : block->slots) {
+            if (slot.active && slot.threadId == self) {
+                released = slot.vars;
+                slot.vars = nullptr;
+                slot.active = 0;
+                slot.threadId = 0;
+                block->count--;
                 break;
             }
         }
-        if (slot) break;
-    }
-    if (slot) {
-        if (variable) {
-            for (VarNode *node = slot->vars; node && !single.variable; node = node->next) {
-                for (VarEntry &e : node->entries) {
-                    if (e.variable == variable) {
-                        single = e;
-                        e = VarEntry{nullptr, 0, nullptr};
-                        node->count--;
-                        break;
-                    }
-                }
-            }
-        } else {
-            released = slot->vars;
-            slot->vars = nullptr;
-            slot->active = 0;
-            slot->threadId = 0;
-            block->count--;
-        }
     }
     pthread_mutex_unlock(&g_mutex);
-    if (single.variable && single.release) single.release(single.variable, single.value);
     while (released) {
         for (VarEntry &e : released->entries)
             if (e.variable && e.release) e.release(e.variable, e.value);
