@@ -13,5 +13,7 @@
 #include "vsglex/errcat.h"
 #include "vsglex/tlsinst.h"
 #include "vsglex/memext.h"
+#include "vsglex/strsvc.h"
+#include "vsglex/lexical.h"
 
 #endif /* VSGLEX_VSGLEX_H */
