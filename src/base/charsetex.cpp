@@ -100,7 +100,7 @@ uint32_t TranslateOne(const char *source, uint32_t sourceSet, char *out, uint32_
     if (KnownSet(sourceSet)) {
         code = _T_LocalToUnicode(source, &length, sourceSet);
         valid = length > 0;
-        if (valid && (flags & T_CODE_ONE_UNIT) && b[length] != 0) valid = false;
+        if (valid && (flags & T_CODE_ONE_UNIT) && b[0] != 0 && b[length] != 0) valid = false;
     } else if (sourceSet == targetSet || b[0] == 0) {
         out[0] = source[0];
         out[1] = 0;
