@@ -14,8 +14,8 @@ Usage (from the repository root):
     python3 tools/gen_charset_tables.py [--check] [--only charset|charsub]
 
 With --check nothing is written: the generated text is compared with the
-committed files and the exit status is 1 when they differ (2 when an input is
-missing, so callers can skip).
+committed files and the exit status is 1 when they differ. A file whose
+inputs are missing is skipped; the status is 2 when every file was skipped.
 Python 3 standard library only.
 """
 
@@ -434,15 +434,18 @@ def main():
     ap.add_argument("--check", action="store_true", help="compare with the committed files only")
     ap.add_argument("--only", choices=["charset", "charsub"])
     args = ap.parse_args()
-    jobs = []
-    try:
-        with tempfile.TemporaryDirectory() as work:
-            if args.only in (None, "charset"):
-                jobs.append((OUT_CHARSET, charset_source()))
-            if args.only in (None, "charsub"):
-                jobs.append((OUT_CHARSUB, charsub_source(work)))
-    except MissingInput as e:
-        print("skipped: %s" % e, file=sys.stderr)
+    jobs, skipped = [], []
+    with tempfile.TemporaryDirectory() as work:
+        for name, path, make in (("charset", OUT_CHARSET, charset_source),
+                                 ("charsub", OUT_CHARSUB, lambda: charsub_source(work))):
+            if args.only not in (None, name):
+                continue
+            try:
+                jobs.append((path, make()))
+            except MissingInput as e:
+                print("skipped %s: %s" % (os.path.relpath(path, ROOT), e), file=sys.stderr)
+                skipped.append(path)
+    if not jobs:
         return 2
     status = 0
     for path, text in jobs:
