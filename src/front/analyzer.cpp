@@ -3,6 +3,7 @@
 // to the caller's bytes.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -48,9 +49,10 @@ const char *ModelFileOfStatus(int32_t status) {
     return k >= 0 && k < 12 ? kFiles[k] : "?";
 }
 
-// Words an engine call takes at most; the sentences of a text are batched
-// into calls of about this size.
-constexpr size_t kBatchItems = 2048;
+// Words an engine call takes at least, unless the text ends; the sentences
+// of a text are batched into calls of about this size (the engine's output
+// block then stays below the size that malloc serves by mapping pages).
+constexpr size_t kBatchItems = 1024;
 // Stretch of the caller's text converted at once (cut at a line end).
 constexpr size_t kWindowBytes = 256 * 1024;
 
@@ -95,6 +97,7 @@ private:
     const Shared &shared_;
     uint32_t flags_;
     WorkText work_;
+    const char *src_ = nullptr;  // the caller's bytes of the current stretch
     uint64_t base_ = 0;
     std::vector<Atom> atoms_;
     std::vector<uint32_t> ends_;
@@ -132,6 +135,7 @@ void Analysis::Window(const char *src, size_t n, uint64_t base, int charset) {
     // The batch refers to work-text offsets: finish it before they change.
     Flush();
     base_ = base;
+    src_ = src;
     ToWorkText(src, n, charset, work_, invalid_, base);
     const std::string &gb = work_.gb;
     size_t lineStart = 0;
@@ -257,7 +261,16 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     w.sentence = a.sentence;
     w.tag_name = tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
     textOffsets_.push_back(texts_.size());
-    GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+    // UTF-8 words are the caller's own bytes unless something inside them
+    // was dropped or replaced.
+    const char *orig = src_ + (w.offset - base_);
+    auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), w.offset);
+    if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= w.offset + w.length) &&
+        std::memchr(orig, '\0', w.length) == nullptr) {
+        texts_.append(orig, w.length);
+    } else {
+        GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+    }
     texts_.push_back('\0');
     vsglex_sentence &s = sentences_[a.sentence];
     if (s.word_count == 0) s.first_word = static_cast<uint32_t>(words_.size());
@@ -269,7 +282,9 @@ void Analysis::Flush() {
     if (items_.empty()) return;
     const std::string &gb = work_.gb;
     size_t n = items_.size();
-    std::vector<WordItem> in(n);
+    // The input block is kept per thread: the engine is called many times.
+    thread_local std::vector<WordItem> in;
+    in.resize(n);
     for (size_t k = 0; k < n; ++k) {
         WordItem &w = in[k];
         std::memset(&w, 0, sizeof w);
