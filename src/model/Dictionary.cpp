@@ -201,12 +201,12 @@ int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
     const int32_t bucketCount = count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
     if (dict->buckets == nullptr) return -1;
-    for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
-    for (int32_t h = 0; h < bucketCount; ++h) {
-        DictBucket bucket{-1, 0};
-        if (!in.I32(&bucket.first) || !in.I32(&bucket.count)) return -1;
-        if (!BucketInRange(bucket, count)) return -1;
-        dict->buckets[h] = bucket;
+    // A short or bad table is left all empty, safe to scan until _Free.
+    bool ok = in.Buckets(dict->buckets, static_cast<size_t>(bucketCount));
+    for (int32_t h = 0; ok && h < bucketCount; ++h) ok = BucketInRange(dict->buckets[h], count);
+    if (!ok) {
+        for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
+        return -1;
     }
     return 1;
 }

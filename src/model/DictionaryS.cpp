@@ -246,20 +246,13 @@ int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
 
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return -1;
-    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) {
-        DictBucket &bucket = dict->buckets[h];
-        if (!in.I32(&bucket.first) || !in.I32(&bucket.count)) {
-            bucket = DictBucket{-1, 0};
-            for (int32_t rest = h + 1; rest < DICTS_BUCKETS; ++rest)
-                dict->buckets[rest] = DictBucket{-1, 0};
-            return -1;
-        }
-        if (!BucketInRange(bucket, count)) {
-            // Keep the table safe to scan for anyone who looks before _Free.
-            for (int32_t rest = h; rest < DICTS_BUCKETS; ++rest)
-                dict->buckets[rest] = DictBucket{-1, 0};
-            return -1;
-        }
+    // Read as one run of first/count pairs, then checked; a short or bad
+    // table is left all empty so it stays safe to scan until _Free.
+    bool ok = in.Buckets(dict->buckets, DICTS_BUCKETS);
+    for (int32_t h = 0; ok && h < DICTS_BUCKETS; ++h) ok = BucketInRange(dict->buckets[h], count);
+    if (!ok) {
+        for (int32_t h = 0; h < DICTS_BUCKETS; ++h) dict->buckets[h] = DictBucket{-1, 0};
+        return -1;
     }
     return 1;
 }

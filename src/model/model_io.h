@@ -84,6 +84,25 @@ public:
         return true;
     }
     bool U8(uint8_t *value) noexcept { return Bytes(value, 1); }
+    // Reads n buckets (first, count), in chunks rather than field by field.
+    bool Buckets(DictBucket *out, size_t n) noexcept {
+        unsigned char chunk[8 * 512];
+        while (n > 0) {
+            const size_t take = n < 512 ? n : 512;
+            if (!Bytes(chunk, take * 8)) return false;
+            for (size_t i = 0; i < take; ++i) {
+                uint32_t first = 0;
+                uint32_t count = 0;
+                VSGNetDestreamUINT32(chunk + 8 * i, &first);
+                VSGNetDestreamUINT32(chunk + 8 * i + 4, &count);
+                out[i].first = static_cast<int32_t>(first);
+                out[i].count = static_cast<int32_t>(count);
+            }
+            out += take;
+            n -= take;
+        }
+        return true;
+    }
     bool Float(float *value) noexcept {
         if (!Bytes(scratch_, 4)) return false;
         VSGNetDestreamFLOAT(scratch_, value);

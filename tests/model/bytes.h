@@ -4,8 +4,11 @@
 #define VSGLEX_TESTS_MODEL_BYTES_H
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "support/support.h"
 
 namespace vsgtest {
 
@@ -39,6 +42,13 @@ public:
 private:
     std::string data_;
 };
+
+// Replaces a file with a new one holding `bytes` (a new file rather than a
+// truncated one: rewriting a truncated file may flush to disk on close).
+inline void RewriteFile(const std::string &path, const std::string &bytes) {
+    std::remove(path.c_str());
+    WriteFile(path, bytes);
+}
 
 }  // namespace vsgtest
 

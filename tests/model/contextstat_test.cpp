@@ -68,8 +68,8 @@ void ExpectCosts(const ContextStat &m) {
 
 TEST(ContextStat, BothFormsDeriveTheCostTablesAndSaveByteExact) {
     vsgtest::TempDir dir;
-    vsgtest::WriteFile(dir.file("raw.ctx"), RawFile());
-    vsgtest::WriteFile(dir.file("ver.ctx"), VersionedFile());
+    vsgtest::RewriteFile(dir.file("raw.ctx"), RawFile());
+    vsgtest::RewriteFile(dir.file("ver.ctx"), VersionedFile());
     Ctx raw;
     Ctx ver;
     ASSERT_EQ(ContextStat_Load(dir.file("raw.ctx").c_str(), &raw.m), 1);
@@ -94,7 +94,7 @@ TEST(ContextStat, VersionedCountKeepsItsLowByte) {
     b.U32(4).U32(300).I32(1000);
     for (int i = 0; i < 300; ++i) b.I32(i + 1);
     for (int i = 0; i < 300 * 300; ++i) b.I32(1);
-    vsgtest::WriteFile(dir.file("big.ctx"), b.str());
+    vsgtest::RewriteFile(dir.file("big.ctx"), b.str());
     Ctx m;
     ASSERT_EQ(ContextStat_LoadBinary(dir.file("big.ctx").c_str(), &m.m), 1);
     EXPECT_EQ(m.m.tagCount, 44);
@@ -116,7 +116,7 @@ TEST(ContextStat, FailuresAndShortFiles) {
     // A raw file read as versioned: refused with the shared message, then
     // read as raw (its first byte is N).
     const std::string path = dir.file("nr.ctx");
-    vsgtest::WriteFile(path, RawFile());
+    vsgtest::RewriteFile(path, RawFile());
     testing::internal::CaptureStderr();
     EXPECT_EQ(ContextStat_LoadBinary(path.c_str(), &m.m), -1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "coredict version error!");
@@ -127,12 +127,12 @@ TEST(ContextStat, FailuresAndShortFiles) {
     // loads with the missing counts at 0.
     const std::string ver = VersionedFile();
     for (size_t len = 0; len < ver.size(); ++len) {
-        vsgtest::WriteFile(path, ver.substr(0, len));
+        vsgtest::RewriteFile(path, ver.substr(0, len));
         ASSERT_EQ(ContextStat_LoadBinary(path.c_str(), &m.m), -1) << len;
     }
     const std::string raw = RawFile();
     for (size_t len = 0; len < raw.size(); ++len) {
-        vsgtest::WriteFile(path, raw.substr(0, len));
+        vsgtest::RewriteFile(path, raw.substr(0, len));
         ASSERT_EQ(ContextStat_Load(path.c_str(), &m.m), 1) << len;
         const size_t whole = len < 5 ? 0 : (len - 5) / 4;  // complete counts after N and T
         EXPECT_EQ(m.m.tagCount, len == 0 ? 0 : kN);
@@ -146,7 +146,7 @@ TEST(ContextStat, FailuresAndShortFiles) {
         }
     }
     // An empty model answers every getter neutrally.
-    vsgtest::WriteFile(path, "");
+    vsgtest::RewriteFile(path, "");
     ASSERT_EQ(ContextStat_Load(path.c_str(), &m.m), 1);
     EXPECT_EQ(ContextStat_GetFrequency(0, &m.m), 0);
     EXPECT_DOUBLE_EQ(ContextStat_GetPossibility(0, 0, &m.m), 13.8155);

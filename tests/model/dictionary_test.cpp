@@ -29,7 +29,7 @@ struct PairTables {
 TEST(Dictionary, TextLoadSkipsBlankLinesAndLooksUpValues) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("name_pre.dct");
-    vsgtest::WriteFile(path, Gb("老 2.5\r\n\n \n小 1.25 extra\n阿\n"));
+    vsgtest::RewriteFile(path, Gb("老 2.5\r\n\n \n小 1.25 extra\n阿\n"));
     Dict dict;
     ASSERT_EQ(Dictionary_Load(path.c_str(), &dict.d), 1);
     EXPECT_EQ(dict.d.count, 3);
@@ -50,7 +50,7 @@ TEST(Dictionary, ManyKeysSharingBucketsRoundTripThroughBinary) {
     for (int i = 0; i < 400; ++i) text += "k" + std::to_string(i) + " " + std::to_string(i) + ".5\n";
     const std::string path = dir.file("org_suffix.dct");
     const std::string bin = dir.file("org_suffix.bin");
-    vsgtest::WriteFile(path, text);
+    vsgtest::RewriteFile(path, text);
     Dict a;
     ASSERT_EQ(Dictionary_Load(path.c_str(), &a.d), 1);
     ASSERT_EQ(Dictionary_SaveBinary(bin.c_str(), &a.d), 1);
@@ -82,19 +82,19 @@ TEST(Dictionary, LoadFailures) {
               "The input file " + missing + " does not exist !\n");
     // Two spaces or a tab: counted, then an empty key, so the load fails.
     for (const char *bad : {"a 1\n  \nb 2\n", "a 1\n\t\n"}) {
-        vsgtest::WriteFile(missing, bad);
+        vsgtest::RewriteFile(missing, bad);
         EXPECT_EQ(Dictionary_Load(missing.c_str(), &dict.d), -1) << bad;
     }
 
     // Binary: every truncation, wrong version, hostile counts and buckets.
-    vsgtest::WriteFile(missing, "ab 1.5\nc 2\n");
+    vsgtest::RewriteFile(missing, "ab 1.5\nc 2\n");
     ASSERT_EQ(Dictionary_Load(missing.c_str(), &dict.d), 1);
     const std::string bin = dir.file("x.bin");
     ASSERT_EQ(Dictionary_SaveBinary(bin.c_str(), &dict.d), 1);
     const std::string good = vsgtest::ReadFile(bin);
     ASSERT_EQ(good.size(), 8u + (4 + 2 + 8) + (4 + 1 + 8) + 102u * 8);
     for (size_t len = 0; len < good.size(); len += (len < 40 ? 1 : 29)) {
-        vsgtest::WriteFile(bin, good.substr(0, len));
+        vsgtest::RewriteFile(bin, good.substr(0, len));
         ASSERT_EQ(Dictionary_LoadBinary(bin.c_str(), &dict.d), -1) << len;
     }
     auto patched = [&](size_t offset, int32_t value) {
@@ -108,27 +108,27 @@ TEST(Dictionary, LoadFailures) {
     for (const std::string &bad : {patched(4, INT32_MAX), patched(4, -2), patched(4, 40),
                                    patched(8, 1 << 30), patched(8, -1), patched(abBucket, 2),
                                    patched(abBucket, -4), patched(abBucket + 4, 3)}) {
-        vsgtest::WriteFile(bin, bad);
+        vsgtest::RewriteFile(bin, bad);
         EXPECT_EQ(Dictionary_LoadBinary(bin.c_str(), &dict.d), -1);
         EXPECT_DOUBLE_EQ(Dictionary_GetValue("ab", &dict.d), -1.0);
     }
     std::string v3 = good;
     v3[0] = 3;
-    vsgtest::WriteFile(bin, v3);
+    vsgtest::RewriteFile(bin, v3);
     testing::internal::CaptureStderr();
     EXPECT_EQ(Dictionary_LoadBinary(bin.c_str(), &dict.d), -1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "coredict version error!");
     EXPECT_EQ(Dictionary_SaveBinary(bin.c_str(), nullptr), -1);
-    vsgtest::WriteFile(bin, good);
+    vsgtest::RewriteFile(bin, good);
     EXPECT_EQ(Dictionary_LoadBinary(bin.c_str(), &dict.d), 1);
     EXPECT_DOUBLE_EQ(Dictionary_GetValue("ab", &dict.d), 1.5);
 }
 
 TEST(Dictionary, TransitionCostsFallBackToTheFirstWord) {
     vsgtest::TempDir dir;
-    vsgtest::WriteFile(dir.file("pair.dct"),
+    vsgtest::RewriteFile(dir.file("pair.dct"),
                        Gb("张@三 2.5\n王@五 0\n李@四 -3\n未##人@三 4.25\n赵@钱 nan\n"));
-    vsgtest::WriteFile(dir.file("single.dct"), Gb("张 1.5\n王 -1\n李 0.75\n"));
+    vsgtest::RewriteFile(dir.file("single.dct"), Gb("张 1.5\n王 -1\n李 0.75\n"));
     PairTables p;
     ASSERT_EQ(Dictionary_Load(dir.file("pair.dct").c_str(), &p.t[0]), 1);
     ASSERT_EQ(Dictionary_Load(dir.file("single.dct").c_str(), &p.t[1]), 1);

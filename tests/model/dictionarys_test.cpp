@@ -47,7 +47,7 @@ const DictSEntry *Find(const DictionaryS &d, const std::string &word) {
 TEST(DictionaryS, TextLoadRowsStatsAndClassWords) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("coredict.dct");
-    vsgtest::WriteFile(path, SmallCoreText());
+    vsgtest::RewriteFile(path, SmallCoreText());
     gTaIndexNum = 4468;
     DictS dict;
     ASSERT_EQ(DictionaryS_Load(path.c_str(), &dict.d), 1);
@@ -92,7 +92,7 @@ TEST(DictionaryS, TextLoadRowsStatsAndClassWords) {
 TEST(DictionaryS, ClassWordsOnlyRecordedForTheCoreFileName) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("other.dct");
-    vsgtest::WriteFile(path, SmallCoreText());
+    vsgtest::RewriteFile(path, SmallCoreText());
     gTaIndexNum = 4468;
     DictS dict;
     ASSERT_EQ(DictionaryS_Load(path.c_str(), &dict.d), 1);
@@ -115,7 +115,7 @@ TEST(DictionaryS, ManyWordsWithSharedBucketsAreAllFound) {
         text += w + " 1 " + std::to_string(i) + " 0 0 0\n" + std::to_string(i % 4) + " 3 1.5\n";
     }
     const std::string path = dir.file("big.dct");
-    vsgtest::WriteFile(path, text);
+    vsgtest::RewriteFile(path, text);
     DictS dict;
     ASSERT_EQ(DictionaryS_Load(path.c_str(), &dict.d), 1);
     std::map<int32_t, int> perBucket;
@@ -136,7 +136,7 @@ TEST(DictionaryS, BinaryRoundTripKeepsEverythingButLeavesClassGlobal) {
     vsgtest::TempDir dir;
     const std::string text = dir.file("coredict.dct");
     const std::string bin = dir.file("coredict.bin");
-    vsgtest::WriteFile(text, SmallCoreText());
+    vsgtest::RewriteFile(text, SmallCoreText());
     DictS a;
     ASSERT_EQ(DictionaryS_Load(text.c_str(), &a.d), 1);
     const int32_t other = gTaIndexNum;
@@ -195,15 +195,15 @@ TEST(DictionaryS, TextLoadFailures) {
                                    std::string("a 1 0 0 0 0\n1 1 1\n\n"),
                                    std::string("a 5 0 0 0 0\n1 1 1\n"),
                                    std::string("a 2147483647 0 0 0 0\n1 1 1\n")}) {
-        vsgtest::WriteFile(path, bad);
+        vsgtest::RewriteFile(path, bad);
         EXPECT_EQ(DictionaryS_Load(path.c_str(), &dict.d), -1) << bad;
         EXPECT_EQ(DictionaryS_GetCoreInfo("a", &dict.d), -1);
     }
     // The same record loads again after failures, without leaks.
-    vsgtest::WriteFile(path, SmallCoreText());
+    vsgtest::RewriteFile(path, SmallCoreText());
     EXPECT_EQ(DictionaryS_Load(path.c_str(), &dict.d), 1);
     // Lines longer than the buffer and NUL bytes are read safely.
-    vsgtest::WriteFile(path, std::string(300, 'x') + " 1 0 0 0 0\n1 1 1\n" + std::string("a\0b 1", 5));
+    vsgtest::RewriteFile(path, std::string(300, 'x') + " 1 0 0 0 0\n1 1 1\n" + std::string("a\0b 1", 5));
     EXPECT_EQ(DictionaryS_Load(path.c_str(), &dict.d), -1);
 }
 
@@ -228,7 +228,7 @@ TEST(DictionaryS, BinaryLoadReadsTheLayoutAndRejectsCorruptFiles) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("coredict.dct");
     const std::string good = TwoEntryBinary().str();
-    vsgtest::WriteFile(path, good);
+    vsgtest::RewriteFile(path, good);
     DictS dict;
     ASSERT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), 1);
     EXPECT_EQ(dict.d.personIndex, 1);
@@ -245,7 +245,7 @@ TEST(DictionaryS, BinaryLoadReadsTheLayoutAndRejectsCorruptFiles) {
     // Wrong version: the message names the core dictionary.
     std::string v5 = good;
     v5[0] = 5;
-    vsgtest::WriteFile(path, v5);
+    vsgtest::RewriteFile(path, v5);
     testing::internal::CaptureStderr();
     EXPECT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), -1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "coredict version error!");
@@ -253,11 +253,11 @@ TEST(DictionaryS, BinaryLoadReadsTheLayoutAndRejectsCorruptFiles) {
 
     // Every truncation of the entries and a sample of the buckets fails.
     for (size_t len = 0; len < good.size(); len += (len < 200 ? 1 : 4999)) {
-        vsgtest::WriteFile(path, good.substr(0, len));
+        vsgtest::RewriteFile(path, good.substr(0, len));
         ASSERT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), -1) << len;
         EXPECT_EQ(DictionaryS_GetCoreInfo("ab", &dict.d), -1);
     }
-    vsgtest::WriteFile(path, good.substr(0, good.size() - 1));
+    vsgtest::RewriteFile(path, good.substr(0, good.size() - 1));
     EXPECT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), -1);
 
     // Hostile counts, lengths, positions and bucket runs.
@@ -274,19 +274,19 @@ TEST(DictionaryS, BinaryLoadReadsTheLayoutAndRejectsCorruptFiles) {
          {patched(4, INT32_MAX), patched(4, -1), patched(4, 3), patched(8, 2), patched(12, -7),
           patched(20, INT32_MAX), patched(20, -3), patched(26, 100000000), patched(26, -1),
           patched(bucketOfAbc, 2), patched(bucketOfAbc + 4, 2), patched(bucketOfAbc, -5)}) {
-        vsgtest::WriteFile(path, bad);
+        vsgtest::RewriteFile(path, bad);
         EXPECT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), -1);
         EXPECT_EQ(DictionaryS_GetCoreInfo("abc", &dict.d), -1);
     }
     // Harmless oddities load: an empty bucket with a stray count.
-    vsgtest::WriteFile(path, patched(bucketTable + 4, 99));
+    vsgtest::RewriteFile(path, patched(bucketTable + 4, 99));
     EXPECT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), 1);
 }
 
 TEST(DictionaryS, TextFileReadAsBinaryFailsThenLoadsAsText) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("coredict.dct");
-    vsgtest::WriteFile(path, SmallCoreText());
+    vsgtest::RewriteFile(path, SmallCoreText());
     DictS dict;
     testing::internal::CaptureStderr();
     EXPECT_EQ(DictionaryS_LoadBinary(path.c_str(), &dict.d), -1);

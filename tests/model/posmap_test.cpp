@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "model/bytes.h"
 #include "support/support.h"
 #include "vsglex/model.h"
 
@@ -22,7 +23,7 @@ std::string Tag(int32_t id, const POSmap &m) {
 TEST(POSmap, LinesGiveNumbersFirstWordOnlyBlankRepeats) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("nr.map");
-    vsgtest::WriteFile(path, "a\nb person name\n\nc\r\n  d  \n");
+    vsgtest::RewriteFile(path, "a\nb person name\n\nc\r\n  d  \n");
     Map map;
     ASSERT_EQ(POSmap_Load(path.c_str(), &map.m), 1);
     ASSERT_EQ(POSmap_GetItemCount(&map.m), 5);
@@ -40,7 +41,7 @@ TEST(POSmap, LinesGiveNumbersFirstWordOnlyBlankRepeats) {
 TEST(POSmap, CaseInsensitiveBinarySearch) {
     vsgtest::TempDir dir;
     const std::string path = dir.file("zyrpos30.map");
-    vsgtest::WriteFile(path, "a\nAg\nb\nnr\nns\nNT\nv\nvn\nw\n");
+    vsgtest::RewriteFile(path, "a\nAg\nb\nnr\nns\nNT\nv\nvn\nw\n");
     Map map;
     ASSERT_EQ(POSmap_Load(path.c_str(), &map.m), 1);
     const char *tags[] = {"a", "Ag", "b", "nr", "ns", "NT", "v", "vn", "w"};
@@ -60,14 +61,14 @@ TEST(POSmap, EmptyMissingLongLinesAndRelease) {
     Map map;
     EXPECT_EQ(POSmap_Load(dir.file("none.map").c_str(), &map.m), -1);
     const std::string path = dir.file("ns.map");
-    vsgtest::WriteFile(path, "");
+    vsgtest::RewriteFile(path, "");
     ASSERT_EQ(POSmap_Load(path.c_str(), &map.m), 1);
     EXPECT_EQ(POSmap_GetItemCount(&map.m), 0);
     EXPECT_EQ(POSmap_GetID("a", &map.m), -1);
     EXPECT_EQ(Tag(0, map.m), "");
 
     // A line of 99 bytes or more is read in pieces: each piece gives a tag.
-    vsgtest::WriteFile(path, "first " + std::string(120, 'y') + "\nlast\n" + std::string("x\0y\n", 4));
+    vsgtest::RewriteFile(path, "first " + std::string(120, 'y') + "\nlast\n" + std::string("x\0y\n", 4));
     ASSERT_EQ(POSmap_Load(path.c_str(), &map.m), 1);
     ASSERT_EQ(POSmap_GetItemCount(&map.m), 4);
     EXPECT_EQ(Tag(0, map.m), "first");
