@@ -17,6 +17,8 @@ constexpr int kSpanCands = 20;
 // Terminator of candidate rows and best-tag arrays; never a tag.
 constexpr uint8_t kNoTag = 255;
 
+// The tagging span of one run: candidate tags, costs and best tags of up to
+// 200 word slots, all inside one fixed-size record.
 struct CSpan {
     const ContextStat *model;   // not owned
     uint32_t tagType;
@@ -64,11 +66,17 @@ int32_t CSpan_BinarySearch(void *unused, int32_t key, const SpanWord *results, i
 // BinarySearch_0 and Getchar are exported text utilities (src/text),
 // declared with C linkage in vsglex/utility.h.
 
-// Recognisers: read the run's best roles and merge name words in place.
+// Recognisers: each reads the best roles of the run that starts at record
+// `start` and merges name words of `results` in place (absorbed records get
+// state 250); `graph`, when given, receives the new name words. Return 1.
+
+// Person names (role map "nr.map"): pattern table and transliterated names.
 int32_t CSpan_PersonRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                               int32_t start, WordGraph *graph);
+// Place names (role map "ns.map"): suffix and non-suffix place forms.
 int32_t CSpan_PlaceRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                              int32_t start, WordGraph *graph);
+// Organisation names (role map "nt.map"): body words closed by a suffix.
 int32_t CSpan_OrgRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                            int32_t start, WordGraph *graph);
 

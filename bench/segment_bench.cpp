@@ -1,0 +1,197 @@
+// Throughput of the segmentation call: one call per paragraph over a few
+// thousand paragraphs of tagged newspaper text (or generated sentences when
+// the corpus is absent), on one and on two threads sharing one engine.
+//
+// Models: $VSGLEX_MODEL_DIR, else data/vsg of the source tree.
+// Text:   $VSGLEX_BENCH_CORPUS, else ../shared/corpus/pfr-1998-01/train-22-28.txt
+//         beside the source tree (UTF-8 "word/tag" tokens, one paragraph a
+//         line); person names are cut into characters as a host's word cutter
+//         leaves unknown names.
+#include <benchmark/benchmark.h>
+#include <iconv.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "vsglex/engine.h"
+
+namespace {
+
+constexpr size_t kParagraphs = 3000;
+
+std::string SourceRoot() {
+    std::string file = __FILE__;
+    for (int up = 0; up < 2; ++up) {
+        const size_t slash = file.rfind('/');
+        if (slash == std::string::npos) return ".";
+        file.resize(slash);
+    }
+    return file.empty() ? "." : file;
+}
+
+std::string EnvOr(const char *name, const std::string &fallback) {
+    const char *v = getenv(name);
+    return (v != nullptr && v[0] != '\0') ? std::string(v) : fallback;
+}
+
+// UTF-8 to GB18030; empty when the text cannot be converted.
+std::string ToGb(iconv_t cd, const std::string &utf8) {
+    std::string out(utf8.size() * 2 + 4, '\0');
+    char *src = const_cast<char *>(utf8.data());
+    size_t srcLeft = utf8.size();
+    char *dst = out.data();
+    size_t dstLeft = out.size();
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1)) return {};
+    out.resize(out.size() - dstLeft);
+    return out;
+}
+
+// Splits a UTF-8 word into its characters.
+std::vector<std::string> Utf8Chars(const std::string &word) {
+    std::vector<std::string> out;
+    for (size_t i = 0; i < word.size();) {
+        const auto c = static_cast<unsigned char>(word[i]);
+        const size_t n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
+        out.push_back(word.substr(i, n));
+        i += n;
+    }
+    return out;
+}
+
+struct Corpus {
+    std::vector<std::vector<WordItem>> paragraphs;
+    size_t words = 0;
+    std::string source;
+};
+
+void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
+    if (gb.empty() || gb.size() > VSG_ITEM_TEXT_MAX) return;
+    WordItem w{};
+    memcpy(w.text, gb.data(), gb.size());
+    w.sentence = static_cast<uint16_t>(key & 0xffff);
+    w.extra = static_cast<uint16_t>(key >> 16);
+    w.id = static_cast<uint32_t>(para.size());
+    para.push_back(w);
+}
+
+bool ReadCorpus(const std::string &path, Corpus *corpus) {
+    std::ifstream in(path);
+    if (!in) return false;
+    iconv_t cd = iconv_open("GB18030", "UTF-8");
+    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
+    std::string line;
+    while (corpus->paragraphs.size() < kParagraphs && std::getline(in, line)) {
+        std::istringstream tokens(line);
+        std::string token;
+        std::vector<WordItem> para;
+        const auto key = static_cast<uint32_t>(corpus->paragraphs.size());
+        bool first = true;
+        while (tokens >> token) {
+            if (first) {  // the paragraph identifier
+                first = false;
+                continue;
+            }
+            if (!token.empty() && token[0] == '[') token.erase(0, 1);
+            const size_t bracket = token.rfind(']');
+            if (bracket != std::string::npos) token.resize(bracket);
+            const size_t slash = token.rfind('/');
+            if (slash == std::string::npos) continue;
+            const std::string word = token.substr(0, slash);
+            const std::string tag = token.substr(slash + 1);
+            if (tag == "nr") {
+                for (const std::string &c : Utf8Chars(word)) AddItem(para, ToGb(cd, c), key);
+            } else {
+                AddItem(para, ToGb(cd, word), key);
+            }
+        }
+        if (para.empty()) continue;
+        corpus->words += para.size();
+        corpus->paragraphs.push_back(std::move(para));
+    }
+    iconv_close(cd);
+    corpus->source = path;
+    return !corpus->paragraphs.empty();
+}
+
+// Sentences of dictionary words in pseudo-random order.
+void GenerateCorpus(const SegmentEngine *engine, Corpus *corpus) {
+    std::vector<const char *> words;
+    for (int32_t i = 0; i < engine->core.count; ++i) {
+        const char *w = engine->core.entries[i].word;
+        if (w != nullptr && w[0] != '\0' && strlen(w) <= VSG_ITEM_TEXT_MAX && strstr(w, "##") == nullptr)
+            words.push_back(w);
+    }
+    if (words.empty()) return;
+    uint32_t seed = 12345;
+    for (size_t p = 0; p < kParagraphs; ++p) {
+        std::vector<WordItem> para;
+        const size_t len = 10 + p % 60;
+        for (size_t i = 0; i < len; ++i) {
+            seed = seed * 1103515245u + 12345u;
+            AddItem(para, words[(seed >> 8) % words.size()], static_cast<uint32_t>(p));
+        }
+        corpus->words += para.size();
+        corpus->paragraphs.push_back(std::move(para));
+    }
+    corpus->source = "generated from the core dictionary";
+}
+
+struct Setup {
+    SegmentEngine *engine = nullptr;
+    Corpus corpus;
+    std::string error;
+};
+
+const Setup &GetSetup() {
+    static Setup setup;
+    static std::once_flag once;
+    std::call_once(once, [] {
+        const std::string models = EnvOr("VSGLEX_MODEL_DIR", SourceRoot() + "/data/vsg");
+        const int32_t status = VSG_LoadForServer(&setup.engine, models.c_str());
+        if (status != 0 && status != 1) {
+            setup.error = "cannot load models from " + models + " (status " + std::to_string(status) +
+                          "); set VSGLEX_MODEL_DIR";
+            setup.engine = nullptr;
+            return;
+        }
+        const std::string text = EnvOr("VSGLEX_BENCH_CORPUS",
+                                       SourceRoot() + "/../shared/corpus/pfr-1998-01/train-22-28.txt");
+        if (!ReadCorpus(text, &setup.corpus)) GenerateCorpus(setup.engine, &setup.corpus);
+        if (setup.corpus.paragraphs.empty()) setup.error = "no input text";
+    });
+    return setup;
+}
+
+void BM_Segment(benchmark::State &state) {
+    const Setup &setup = GetSetup();
+    if (setup.engine == nullptr || !setup.error.empty()) {
+        state.SkipWithError(setup.error.c_str());
+        return;
+    }
+    const int mode = static_cast<int>(state.range(0));
+    size_t words = 0;
+    for (auto _ : state) {
+        for (const std::vector<WordItem> &para : setup.corpus.paragraphs) {
+            WordList input{static_cast<int32_t>(para.size()), const_cast<WordItem *>(para.data())};
+            WordList output{0, nullptr};
+            VSG_SegmentForServer(&input, &output, mode, setup.engine);
+            benchmark::DoNotOptimize(output.items);
+            VSG_SegmentForServerFree(&output);
+        }
+        words += setup.corpus.words;
+    }
+    state.counters["words/s"] = benchmark::Counter(static_cast<double>(words), benchmark::Counter::kIsRate);
+    state.SetLabel(std::to_string(setup.corpus.paragraphs.size()) + " paragraphs, " +
+                   std::to_string(setup.corpus.words) + " words, " + setup.corpus.source);
+}
+
+}  // namespace
+
+BENCHMARK(BM_Segment)->Arg(0)->Arg(1)->Threads(1)->Threads(2)->UseRealTime()->Unit(benchmark::kMillisecond);
