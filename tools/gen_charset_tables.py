@@ -231,8 +231,23 @@ def bmp(s):
     return all(ord(c) <= 0xFFFE for c in s)
 
 
+def window_matches(phrase, k, word, pos):
+    """Whether `word`, with its deciding character at `pos`, lies in `phrase`
+    with that character at position k."""
+    a = k - pos
+    return a >= 0 and phrase[a:a + len(word)] == word
+
+
 def mapping_table(chars, phrases):
-    """Single pairs, context entries and context words for one direction."""
+    """Single pairs, context entries and context words for one direction.
+
+    A character with several candidates is decided by the longest context
+    word around it (characters before it already read, characters after it
+    still to come); the first candidate is the default. Words come from the
+    phrase dictionary: for each phrase position whose choice is not the
+    default, the shortest window of two or three characters on which every
+    phrase agrees, else the phrase itself; phrases that choose the default
+    although they contain such a word are added as words too."""
     pairs, ambiguous = [], {}
     for src, targets in chars.items():
         if len(src) != 1 or not bmp(src):
@@ -240,54 +255,63 @@ def mapping_table(chars, phrases):
         targets = [t for t in targets if len(t) == 1 and bmp(t)]
         if not targets:
             continue
-        if len(targets) == 1 or len(set(targets)) == 1:
+        if len(set(targets)) == 1:
             if targets[0] != src:
                 pairs.append((ord(src), ord(targets[0])))
         else:
             ambiguous[src] = targets
-    # Every phrase position after the first that holds an ambiguous character
-    # gives the phrase prefix ending there and the target chosen there.
-    prefixes = collections.defaultdict(collections.Counter)
-    for src, targets in phrases.items():
+    occurrences = []  # (phrase, position, chosen target)
+    for src, targets in sorted(phrases.items()):
         dst = targets[0]
-        if len(src) != len(dst) or not bmp(src):
+        if len(src) != len(dst) or len(src) > HISTORY or not bmp(src + dst):
             continue
-        for k in range(1, len(src)):
-            if src[k] in ambiguous:
-                prefixes[src[max(0, k + 1 - HISTORY):k + 1]][dst[k]] += 1
-    words = {p: c.most_common(1)[0][0] for p, c in prefixes.items()}
-    # Generalise: the shortest suffix of each prefix on which every prefix
-    # ending with it agrees decides as well.
-    by_suffix = collections.defaultdict(set)
-    for p, t in words.items():
-        for n in range(2, len(p) + 1):
-            by_suffix[p[-n:]].add(t)
-    shorter = {}
-    for p, t in words.items():
-        for n in range(2, len(p)):
-            s = p[-n:]
-            if by_suffix[s] == {t}:
-                if s not in words:
-                    shorter[s] = t
+        for k, c in enumerate(src):
+            if c in ambiguous:
+                occurrences.append((src, k, dst[k]))
+    windows = collections.defaultdict(set)
+    for src, k, t in occurrences:
+        for a in range(max(0, k - 2), k + 1):
+            for b in range(max(k + 1, a + 2), min(len(src), a + 3) + 1):
+                windows[(src[a:b], k - a)].add(t)
+
+    def candidates(src, k):
+        out = []
+        for a in range(max(0, k - 2), k + 1):
+            for b in range(max(k + 1, a + 2), min(len(src), a + 3) + 1):
+                out.append((b - a, k - a, src[a:b]))
+        return [(w, p) for _, p, w in sorted(out, key=lambda x: (x[0], -x[1]))]
+
+    words = {}  # (word, position) -> target
+    for src, k, t in occurrences:
+        if t == ambiguous[src[k]][0]:
+            continue
+        key = next((c for c in candidates(src, k) if windows[c] == {t}), (src, k))
+        words[key] = t
+
+    def decide(src, k):
+        best = None
+        for (w, p), t in by_char.get(src[k], ()):
+            if window_matches(src, k, w, p):
+                best = t
                 break
-    words.update(shorter)
+        return best if best is not None else ambiguous[src[k]][0]
 
-    # The longest word that the text ends with decides. A word deciding as its
-    # longest proper suffix in the set (or the default) is redundant.
-    def fallback(w):
-        for n in range(len(w) - 1, 1, -1):
-            if w[-n:] in words:
-                return words[w[-n:]]
-        return ambiguous[w[-1]][0]
-
-    words = {w: t for w, t in words.items() if t != fallback(w)}
-    # Words are tried longest first, the default last.
+    # Add whole phrases as words until every phrase position decides as the
+    # dictionary does (longest word first, ties by text).
+    for _ in range(8):
+        by_char = collections.defaultdict(list)
+        for (w, p), t in sorted(words.items(), key=lambda x: (-len(x[0][0]), x[0][0], x[0][1])):
+            by_char[w[p]].append(((w, p), t))
+        wrong = [(src, k, t) for src, k, t in occurrences if decide(src, k) != t]
+        if not wrong:
+            break
+        for src, k, t in wrong:
+            words[(src, k)] = t
     entries, word_list = [], []
     for src in sorted(ambiguous):
-        mine = sorted((w for w in words if w[-1] == src), key=lambda w: (-len(w), w))
-        for w in mine:
-            entries.append((ord(src), ord(words[w]), len(word_list)))
-            word_list.append(w)
+        for (w, p), t in by_char.get(src, ()):
+            entries.append((ord(src), ord(t), len(word_list)))
+            word_list.append((w, p))
         entries.append((ord(src), ord(ambiguous[src][0]), 0xFFFF))
     return sorted(pairs), entries, word_list
 
@@ -372,10 +396,11 @@ def charset_source():
 
 def emit_mapping(name, table):
     pairs, entries, words = table
-    offsets, chars = [], []
-    for w in words:
+    offsets, chars, positions = [], [], []
+    for w, p in words:
         offsets.append(len(chars))
         chars.extend(ord(c) for c in w)
+        positions.append(p)
     offsets.append(len(chars))
     if len(chars) > 0xFFFF:
         raise SystemExit("context words too long for 16-bit offsets")
@@ -388,8 +413,10 @@ def emit_mapping(name, table):
         name, len(offsets), rows([str(n) for n in offsets], 20)))
     out.append("static const uint16_t %sWordChars[%d] = {\n%s\n};" % (
         name, max(1, len(chars)), rows([str(n) for n in chars], 20)))
-    out.append("const MapTable %s = {%sPairs, %d, %sContext, %d, %sWordStart, %sWordChars, %d};" % (
-        name, name, len(pairs), name, len(entries), name, name, len(words)))
+    out.append("static const uint8_t %sWordPos[%d] = {\n%s\n};" % (
+        name, max(1, len(positions)), rows([str(n) for n in positions], 30)))
+    out.append("const MapTable %s = {%sPairs, %d, %sContext, %d, %sWordStart, %sWordChars, %sWordPos, %d};" % (
+        name, name, len(pairs), name, len(entries), name, name, name, len(words)))
     return "\n".join(out) + "\n"
 
 
@@ -412,14 +439,23 @@ def charsub_source(workdir):
 
     to_trad = mapping_table(st, sp)
     to_simp = mapping_table(ts, tp)
-    # Variants that BIG5 lacks, with a variant it has.
-    big5_forms = preferred_forms(variants, in_big5)
-    # Variants outside the two-byte GBK codes, with a variant inside them.
-    gbk_forms = preferred_forms(variants, in_gbk)
+    def in_gb2312(cp):
+        code = gb.encode(cp)
+        return bool(code) and len(code) == 2 and code[0] >= 0xA1 and code[1] >= 0xA1
+
+    # BIG5 output takes the Taiwan standard forms, and for a variant BIG5
+    # lacks one that it has.
+    big5_forms = dict(preferred_forms(variants, in_big5))
+    for a, targets in opencc_text("TWVariants", workdir).items():
+        if len(a) == 1 and len(targets[0]) == 1 and bmp(a + targets[0]) and in_big5(ord(targets[0])):
+            big5_forms[ord(a)] = ord(targets[0])
+    big5_forms = sorted(big5_forms.items())
+    # GBK output takes the GB2312 form of a variant outside GB2312.
+    gbk_forms = preferred_forms(variants, in_gb2312)
     text = HEADER.format(source="the opencc package's dictionaries (STCharacters, STPhrases, "
                                 "TSCharacters, TSPhrases, TW/HK variants)",
                          only=" --only charsub",
-                         note="Context words end with the character they decide; longest are tried first.")
+                         note="Context words are tried longest first; WordPos is where the decided character sits.")
     text += "\n" + emit_mapping("kToTraditional", to_trad)
     text += "\n" + emit_mapping("kToSimplified", to_simp)
     for name, pairs in (("kBig5Forms", big5_forms), ("kGbkForms", gbk_forms)):

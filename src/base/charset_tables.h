@@ -67,7 +67,7 @@ struct MapPair {
 };
 
 // A character whose mapping depends on context: `to` applies when context
-// word `word` ends at the character (0xFFFF: the default for `from`).
+// word `word` surrounds the character (0xFFFF: the default for `from`).
 struct ContextEntry {
     uint16_t from;
     uint16_t to;
@@ -76,7 +76,8 @@ struct ContextEntry {
 
 // One mapping direction: single pairs sorted by `from`, context entries
 // grouped by `from` (longest words first, the default last), and the
-// context words as runs of UTF-16 units.
+// context words as runs of UTF-16 units, each with the position of the
+// character it decides.
 struct MapTable {
     const MapPair *pairs;
     uint32_t pairCount;
@@ -84,6 +85,7 @@ struct MapTable {
     uint32_t contextCount;
     const uint16_t *wordStart;  // wordCount + 1 offsets into wordChars
     const uint16_t *wordChars;
+    const uint8_t *wordPos;
     uint32_t wordCount;
 };
 
@@ -114,14 +116,26 @@ inline void HistoryPush(History *history, uint32_t code) {
     if (history->count < kHistorySize) ++history->count;
 }
 
+// The characters after the current one, decoded from the source on demand.
+struct Lookahead {
+    const char *next = nullptr;  // source after the current character
+    uint32_t charset = 0;
+    uint32_t count = 0;  // characters decoded so far
+    bool ended = false;
+    uint32_t code[kHistorySize] = {};
+    // The code point `i` characters ahead (0 = the next one), 0 past the end.
+    uint32_t At(uint32_t i);
+};
+
 // Direction of the simplified/traditional mapping.
 enum class MapDirection { kNone, kToTraditional, kToSimplified };
 // Maps `code` in `direction`, choosing context-dependent characters by the
-// characters in `history` (may be null); then applies the forms preferred
-// for BIG5 (`big5Forms`) or GBK (`gbkForms`). Returns `code` when nothing
-// applies; code points above U+FFFE are never mapped.
+// characters before it in `history` and after it in `ahead` (either may be
+// null); then applies the forms preferred for BIG5 (`big5Forms`) or GBK
+// (`gbkForms`). Returns `code` when nothing applies; code points above
+// U+FFFE are never mapped.
 uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, bool gbkForms,
-                      const History *history);
+                      const History *history, Lookahead *ahead);
 
 }  // namespace vsglex::charset
 

@@ -117,8 +117,11 @@ uint32_t TranslateOne(const char *source, uint32_t sourceSet, char *out, uint32_
         }
         bool verify = (flags & T_CODE_BIG5_VERIFY) != 0;
         Mapping m = ChooseMapping(sourceSet, targetSet, flags);
-        // The context words look back at the characters before this one.
-        uint32_t mapped = MapCharacter(code, m.direction, m.big5Forms, m.gbkForms, history);
+        // Context words look at the characters before and after this one.
+        Lookahead ahead;
+        ahead.next = source + length;
+        ahead.charset = sourceSet;
+        uint32_t mapped = MapCharacter(code, m.direction, m.big5Forms, m.gbkForms, history, &ahead);
         HistoryPush(history, code);
         uint32_t n = Encode(mapped, out, targetSet, verify);
         if (n == 0 && mapped != code) n = Encode(code, out, targetSet, verify);

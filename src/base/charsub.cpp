@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/charset_tables.h"
+#include "vsglex/charset.h"
 
 namespace vsglex::charset {
 
@@ -29,23 +30,39 @@ uint32_t Previous(const History *history, uint32_t back) {
     return history->code[at];
 }
 
-// Whether context word `word` (which ends with the current character) is
-// preceded in the history by all its other characters.
-bool WordMatches(const MapTable &table, uint32_t word, const History *history) {
+// Whether context word `word` surrounds the current character: the
+// characters before its deciding position are the latest in the history,
+// those after it come next in the source.
+bool WordMatches(const MapTable &table, uint32_t word, const History *history, Lookahead *ahead) {
     if (word >= table.wordCount) return false;
     uint32_t first = table.wordStart[word], end = table.wordStart[word + 1];
-    if (end - first < 2) return false;
-    for (uint32_t back = 1; back < end - first; ++back) {
-        uint32_t want = table.wordChars[end - 1 - back];
-        if (Previous(history, back) != want) return false;
-    }
+    uint32_t pos = table.wordPos[word];
+    if (end - first < 2 || pos >= end - first) return false;
+    for (uint32_t back = 1; back <= pos; ++back)
+        if (Previous(history, back) != table.wordChars[first + pos - back]) return false;
+    for (uint32_t i = first + pos + 1; i < end; ++i)
+        if (!ahead || ahead->At(i - first - pos - 1) != table.wordChars[i]) return false;
     return true;
 }
 
 }  // namespace
 
+uint32_t Lookahead::At(uint32_t i) {
+    while (count <= i && !ended && count < kHistorySize) {
+        uint32_t length = 0;
+        uint32_t c = next ? _T_LocalToUnicode(next, &length, charset) : 0;
+        if (length == 0 || c == 0) {
+            ended = true;
+            break;
+        }
+        code[count++] = c;
+        next += length;
+    }
+    return i < count ? code[i] : 0;
+}
+
 uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, bool gbkForms,
-                      const History *history) {
+                      const History *history, Lookahead *ahead) {
     if (direction == MapDirection::kNone || code > 0xFFFE) return code;
     const MapTable &table = direction == MapDirection::kToTraditional ? kToTraditional : kToSimplified;
     uint32_t mapped = LookupPair(table.pairs, table.pairCount, code);
@@ -60,7 +77,7 @@ uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, boo
         }
         for (; lo < table.contextCount && table.context[lo].from == code; ++lo) {
             const ContextEntry &e = table.context[lo];
-            if (e.word == 0xFFFF || WordMatches(table, e.word, history)) {
+            if (e.word == 0xFFFF || WordMatches(table, e.word, history, ahead)) {
                 mapped = e.to;
                 break;
             }

@@ -178,6 +178,10 @@ TEST(CharsetMapping, SimplifiedAndTraditionalBothWays) {
     EXPECT_EQ(Translate(vsgtest::Gb("理发"), GB, BIG5), Big5("理髮"));
     EXPECT_EQ(Translate(vsgtest::Gb("后来"), GB, BIG5), Big5("後來"));
     EXPECT_EQ(Translate(vsgtest::Gb("皇后"), GB, BIG5), Big5("皇后"));
+    // Words after the character decide as well; BIG5 output takes its own forms.
+    EXPECT_EQ(Translate(vsgtest::Gb("在理发店里吃干燥的面条，干部"), GB, BIG5),
+              Big5("在理髮店裡吃乾燥的麵條，幹部"));
+    EXPECT_EQ(Translate("一只钟表", UTF8, UTF8, T_CODE_TO_TRAD), "一隻鐘錶");
     // BIG5 to GB and UTF-8 goes simplified.
     EXPECT_EQ(Translate(Big5("後來的頭髮"), BIG5, GB), vsgtest::Gb("后来的头发"));
     EXPECT_EQ(Translate(Big5("漢語詞彙"), BIG5, UTF8), "汉语词汇");
