@@ -48,21 +48,41 @@ struct Scratch {
     explicit operator bool() const { return bytes != nullptr; }
 };
 
-// Sequential reader of a binary model file. Every read fails (returns
-// false) once fewer bytes are left than it needs; `left()` bounds counts
-// read from the file before anything is allocated for them.
+// Sequential reader of a binary model file through a 64 KiB buffer. Every
+// read fails (returns false) once fewer bytes are left than it needs;
+// `left()` bounds counts read from the file before anything is allocated
+// for them.
 class BinaryReader {
 public:
     BinaryReader(FILE *fp, unsigned char *scratch) noexcept
-        : fp_(fp), scratch_(scratch), left_(BytesLeft(fp)) {}
+        : fp_(fp), scratch_(scratch), left_(BytesLeft(fp)),
+          buffer_(static_cast<unsigned char *>(std::malloc(kBufferBytes))) {}
+    ~BinaryReader() { std::free(buffer_); }
+    BinaryReader(const BinaryReader &) = delete;
+    BinaryReader &operator=(const BinaryReader &) = delete;
 
     uint64_t left() const { return left_; }
 
     bool Bytes(void *out, size_t n) noexcept {
         if (n > left_) return false;
-        if (n != 0 && std::fread(out, 1, n, fp_) != n) {
-            left_ = 0;
-            return false;
+        auto *dst = static_cast<unsigned char *>(out);
+        size_t need = n;
+        while (need > 0) {
+            if (pos_ == end_) {
+                // Without a buffer (no memory for it) read straight through.
+                if (buffer_ == nullptr) {
+                    if (std::fread(dst, 1, need, fp_) != need) return Exhausted();
+                    break;
+                }
+                end_ = std::fread(buffer_, 1, kBufferBytes, fp_);
+                pos_ = 0;
+                if (end_ == 0) return Exhausted();
+            }
+            const size_t take = need < end_ - pos_ ? need : end_ - pos_;
+            std::memcpy(dst, buffer_ + pos_, take);
+            pos_ += take;
+            dst += take;
+            need -= take;
         }
         left_ -= n;
         return true;
@@ -110,9 +130,20 @@ public:
     }
 
 private:
+    static constexpr size_t kBufferBytes = 64 * 1024;
+
+    // The file ended before its size said it would (it shrank while read).
+    bool Exhausted() noexcept {
+        left_ = 0;
+        return false;
+    }
+
     FILE *fp_;
     unsigned char *scratch_;
     uint64_t left_;
+    unsigned char *buffer_;
+    size_t pos_ = 0;
+    size_t end_ = 0;
 };
 
 // Sequential writer of a binary model file; ok() is false after any failed
