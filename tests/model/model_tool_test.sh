@@ -52,6 +52,20 @@ printf 'a\nnr person\n' > nr.map
 "$tool" info nr.map > map.out
 check "map tags" has map.out "  1  nr"
 
+# A whole model directory through the engine loader.
+mkdir models
+printf '\312\274##\312\274 1 10 0 0 0\n1 0 3.5\n\316\264##\313\374 1 5 0 0 0\n0 4 1.5\n' > models/coredict.dct
+for c in lexical nr ns nt; do cp nr.ctx models/$c.ctx; done
+for m in zyrpos30 nr ns nt; do cp nr.map models/$m.map; done
+for a in name_pre loc_suffix org_suffix; do cp name_pre.dct models/$a.dct; done
+cp nr.bin.ctx models/ns.ctx
+"$tool" check models > check.out; check "check exits 0" test $? -eq 0
+check "check status" has check.out "status: 0 (all twelve models loaded)"
+check "check core size" has check.out "coredict.dct    text"
+check "check versioned ctx" has check.out "ns.ctx          versioned          36 bytes  2 tags"
+check "check affix size" has check.out "org_suffix.dct  text               12 bytes  2 entries"
+rm models/loc_suffix.dct
+
 # Errors: missing files, malformed files, unknown kinds, bad usage.
 expect_error() {  # expect_error TEXT COMMAND...: non-zero exit, TEXT on stderr
   local text=$1; shift
@@ -71,6 +85,12 @@ expect_error "malformed versioned context file" "$tool" info short.ctx
 expect_error "use --kind" "$tool" info name_pre.bin
 expect_error "usage:" "$tool" compile only-one-argument
 expect_error "usage:" "$tool" frobnicate
+expect_error "loc_suffix.dct: missing" "$tool" check models
+"$tool" check models > check.out 2>/dev/null
+check "check names the failing file" has check.out "status: -2214 (loc_suffix.dct failed to load)"
+printf 'x 0\n' > models/coredict.dct
+expect_error "coredict.dct: neither a binary core dictionary of version 4" "$tool" check models
+expect_error "not a directory" "$tool" check absent-dir
 
 if [ "$failures" -ne 0 ]; then echo "$failures checks failed"; exit 1; fi
 echo "vsglex-model checks passed"

@@ -3,13 +3,17 @@
 //
 //   vsglex-model compile [--kind core|ctx|affix] IN OUT
 //   vsglex-model info [--kind core|ctx|affix|map] FILE [WORD...]
+//   vsglex-model check DIR
 //
 // The kind follows from the file name unless given: coredict*.dct is the
 // core dictionary, *.ctx context statistics, *.map a tag map, any other
 // .dct an affix dictionary. Words given to `info` are UTF-8 and are looked
 // up after conversion to GB18030; `info` exits with 3 when one is missing.
+// `check` loads a model directory the way the engine does and reports the
+// status, which file failed and why, and the size of every model.
 #include <iconv.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -19,6 +23,7 @@
 #include <vector>
 
 #include "common/gbtext.h"
+#include "vsglex/engine.h"
 #include "vsglex/model.h"
 
 namespace {
@@ -31,8 +36,9 @@ enum class Kind { Unknown, Core, Context, Affix, Map };
 int Usage() {
     std::fprintf(stderr,
                  "usage: %s compile [--kind core|ctx|affix] IN OUT\n"
-                 "       %s info [--kind core|ctx|affix|map] FILE [WORD...]\n",
-                 kProgram, kProgram);
+                 "       %s info [--kind core|ctx|affix|map] FILE [WORD...]\n"
+                 "       %s check DIR\n",
+                 kProgram, kProgram, kProgram);
     return 2;
 }
 
@@ -348,6 +354,151 @@ int Info(Kind kind, const std::string &path, const std::vector<std::string> &wor
     }
 }
 
+
+// ---- check: a whole model directory through the engine loader -------------
+
+// The model files in the engine's load order, with the status of each.
+struct ModelFile {
+    const char *name;
+    Kind kind;
+    int32_t status;
+};
+constexpr ModelFile kModelFiles[] = {
+    {"coredict.dct", Kind::Core, VSG_ERR_COREDICT},      {"lexical.ctx", Kind::Context, VSG_ERR_LEXICAL_CTX},
+    {"zyrpos30.map", Kind::Map, VSG_ERR_LEXICAL_MAP},    {"nr.ctx", Kind::Context, VSG_ERR_NR_CTX},
+    {"nr.map", Kind::Map, VSG_ERR_NR_MAP},               {"ns.ctx", Kind::Context, VSG_ERR_NS_CTX},
+    {"ns.map", Kind::Map, VSG_ERR_NS_MAP},               {"nt.ctx", Kind::Context, VSG_ERR_NT_CTX},
+    {"nt.map", Kind::Map, VSG_ERR_NT_MAP},               {"name_pre.dct", Kind::Affix, VSG_ERR_NAME_PRE},
+    {"loc_suffix.dct", Kind::Affix, VSG_ERR_LOC_SUFFIX}, {"org_suffix.dct", Kind::Affix, VSG_ERR_ORG_SUFFIX},
+};
+
+// Runs `load` with standard output and error sent to a temporary file and
+// returns what was written there (the loaders' own messages).
+template <typename F>
+std::string Captured(F load) {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    FILE *sink = std::tmpfile();
+    const int savedOut = dup(1);
+    const int savedErr = dup(2);
+    if (sink == nullptr || savedOut < 0 || savedErr < 0) {
+        if (sink != nullptr) std::fclose(sink);
+        if (savedOut >= 0) close(savedOut);
+        if (savedErr >= 0) close(savedErr);
+        load();
+        return std::string();
+    }
+    dup2(fileno(sink), 1);
+    dup2(fileno(sink), 2);
+    load();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    dup2(savedOut, 1);
+    dup2(savedErr, 2);
+    close(savedOut);
+    close(savedErr);
+    std::string text;
+    std::rewind(sink);
+    char chunk[512];
+    size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, sink)) > 0) text.append(chunk, got);
+    std::fclose(sink);
+    return text;
+}
+
+// Why the engine could not load one file.
+std::string Diagnose(const std::string &path, Kind kind) {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return "missing (" + std::string(std::strerror(errno)) + ")";
+    std::string error;
+    if (!CheckReadable(path, error)) return "unreadable: " + error;
+    const bool versioned = HasBinaryVersion(path);
+    switch (kind) {
+    case Kind::Core:
+        return versioned ? "malformed binary core dictionary (version 4 but truncated or corrupt)"
+                         : "neither a binary core dictionary of version 4 (wrong version) nor a "
+                           "valid text core dictionary (malformed)";
+    case Kind::Affix: return "malformed text affix dictionary";
+    default: return "cannot be read";
+    }
+}
+
+// One line per model of a loaded engine: form, file size and model size.
+void PrintModelSizes(const std::string &dir, const SegmentEngine &e) {
+    const int tagType[] = {0, 0, 0, 1, 1, 2, 2, 3, 3};
+    for (size_t i = 0; i < sizeof kModelFiles / sizeof kModelFiles[0]; ++i) {
+        const ModelFile &f = kModelFiles[i];
+        const std::string path = dir + f.name;
+        const bool binary = HasBinaryVersion(path);
+        std::printf("  %-15s %-10s %10llu bytes  ", f.name,
+                    f.kind == Kind::Map ? "text" : f.kind == Kind::Context ? (binary ? "versioned" : "raw")
+                                                                          : (binary ? "binary" : "text"),
+                    static_cast<unsigned long long>(FileSize(path)));
+        switch (f.kind) {
+        case Kind::Core:
+            std::printf("%d entries, gTaIndexNum %d\n", e.core.count, gTaIndexNum);
+            break;
+        case Kind::Context:
+            std::printf("%u tags\n", e.tagModels[tagType[i]].model.tagCount);
+            break;
+        case Kind::Map:
+            std::printf("%d tags\n", POSmap_GetItemCount(&e.tagModels[tagType[i]].map));
+            break;
+        default:
+            std::printf("%d entries\n", e.affix[i - 9].count);
+            break;
+        }
+    }
+}
+
+int Check(std::string dir) {
+    struct stat st {};
+    if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return Fail(dir + ": not a directory");
+    if (!dir.empty() && dir.back() != '/') dir += '/';
+    SegmentEngine *engine = nullptr;
+    int32_t status = 0;
+    const std::string messages = Captured([&] { status = VSG_LoadForServer(&engine, dir.c_str()); });
+    int rc = 0;
+    if (status == 0 || status == 1) {
+        std::printf("status: %d (%s)\nmodels:\n", status, status == 0 ? "all twelve models loaded" : "already loaded");
+        if (engine != nullptr) PrintModelSizes(dir, *engine);
+    } else {
+        const ModelFile *failed = nullptr;
+        for (const ModelFile &f : kModelFiles)
+            if (f.status == status) failed = &f;
+        if (failed == nullptr) {
+            rc = Fail("load failed with unknown status " + std::to_string(status));
+        } else {
+            std::printf("status: %d (%s failed to load)\n", status, failed->name);
+            rc = Fail(dir + failed->name + ": " + Diagnose(dir + failed->name, failed->kind));
+        }
+    }
+    if (!messages.empty()) {
+        // The version message has no line end of its own.
+        std::string lines;
+        const std::string version = "coredict version error!";
+        for (size_t at = 0; at < messages.size();) {
+            const size_t hit = messages.find(version, at);
+            if (hit == std::string::npos) {
+                lines += messages.substr(at);
+                break;
+            }
+            lines += messages.substr(at, hit - at) + version + "\n";
+            at = hit + version.size();
+        }
+        std::printf("messages printed while loading:\n");
+        size_t start = 0;
+        while (start < lines.size()) {
+            size_t end = lines.find('\n', start);
+            if (end == std::string::npos) end = lines.size();
+            if (end > start) std::printf("  %s\n", Show(lines.substr(start, end - start).c_str()).c_str());
+            start = end + 1;
+        }
+    }
+    VSG_FreeForServer(engine);
+    return rc;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -371,6 +522,10 @@ int main(int argc, char **argv) {
         if (args.empty()) return Usage();
         const std::vector<std::string> words(args.begin() + 1, args.end());
         return Info(forced != Kind::Unknown ? forced : KindFromName(args[0]), args[0], words);
+    }
+    if (command == "check") {
+        if (args.size() != 1) return Usage();
+        return Check(args[0]);
     }
     return Usage();
 }
