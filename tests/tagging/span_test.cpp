@@ -401,3 +401,84 @@ TEST(SpanSearch, BinarySearchByOffset) {
     EXPECT_EQ(CSpan_BinarySearch(nullptr, 0, a.data(), -5, 6), 0);
     EXPECT_EQ(CSpan_ComputeFrequency(), 1);
 }
+
+namespace {
+
+// An engine record holding only what the recognisers read: the role maps
+// and the class-word entries of the core dictionary.
+struct MemoryEngine {
+    vsgtest::TagMap personMap{vsgtest::TagMap::Letters("ABCDEFGHIJKLMNOPQRSTUVW")};
+    vsgtest::TagMap placeMap{vsgtest::TagMap::Letters("ABCDEFGHIJKLMNOPQRS")};
+    std::vector<DictSRow> personRows{Row(0, 24, 8.0f)};
+    std::vector<DictSRow> placeRows{Row(0, 29, 8.0f)};
+    DictSEntry entries[2]{};
+    SegmentEngine engine{};
+
+    MemoryEngine() {
+        entries[0].posList = personRows.data();
+        entries[0].posCount = 1;
+        entries[0].stats[0] = 0.25f;
+        entries[1].posList = placeRows.data();
+        entries[1].posCount = 1;
+        engine.core.entries = entries;
+        engine.core.count = 2;
+        engine.core.personIndex = 0;
+        engine.core.placeIndex = 1;
+        engine.core.orgIndex = -1;
+        engine.tagModels[VSG_TAG_PERSON].map = *personMap.get();
+        engine.tagModels[VSG_TAG_PLACE].map = *placeMap.get();
+    }
+};
+
+}  // namespace
+
+// Forced role sequences reach the recognisers; the merged record takes the
+// class values and the class entry's rows, the absorbed ones state 250.
+TEST(SpanRoleTagging, MergesForcedNames) {
+    MemoryEngine mem;
+    ContextModel model(23, 1.0, 2.0);
+    SpanPtr span = NewSpan(1, model);
+    const DictSRow plain = Row(1, 22, 5.0f);
+    for (const int lead : {0, 5}) {
+        WordArray a;
+        a.Add(kStart, {Row(1, 0, 9.0f)});
+        for (int i = 0; i < lead; ++i) a.Add(Gb("说"), {plain});
+        const int first = a.Add(Gb("王"), {Row(1, 2, 5.0f)});
+        a.Add(Gb("小"), {Row(1, 3, 5.0f)});
+        a.Add(Gb("明"), {Row(1, 4, 5.0f)});
+        a.Add(Gb("说"), {plain});
+        a.Add(kEnd, {Row(1, 1, 9.0f)});
+        for (int i = 0; i < a.size(); ++i) a[i].offset = static_cast<int16_t>(2 * i);
+        ASSERT_EQ(CSpan_RoleTagging(span.get(), a.data(), 1, 22, &mem.engine, nullptr), 1);
+        const SpanWord &name = a[first];
+        EXPECT_EQ(name.text, Gb("王小明")) << "lead " << lead;
+        EXPECT_EQ(name.classText, Gb("未##人"));
+        EXPECT_EQ(name.tag, 24);
+        EXPECT_EQ(name.frequency, 73861u);
+        EXPECT_DOUBLE_EQ(name.weight, 11.21);
+        EXPECT_EQ(name.offset, 2 * first);
+        EXPECT_EQ(name.posList, mem.personRows.data());
+        EXPECT_EQ(name.stats[0], 0.25f);
+        for (int i = 0; i < a.size(); ++i)
+            EXPECT_EQ(a[i].state, (i == first + 1 || i == first + 2) ? VSG_STATE_MERGED : 0) << i;
+    }
+
+    CSpan_SetTagType(span.get(), 2);
+    ContextModel placeModel(19, 1.0, 2.0);
+    span->model = placeModel.get();
+    WordArray p;
+    p.Add(kStart, {Row(2, 0, 9.0f)});
+    p.Add(Gb("黄"), {Row(2, 2, 5.0f)});
+    p.Add(Gb("岩"), {Row(2, 5, 5.0f)});
+    p.Add(Gb("村"), {Row(2, 6, 5.0f)});
+    p.Add(Gb("说"), {Row(2, 17, 5.0f)});
+    p.Add(kEnd, {Row(2, 1, 9.0f)});
+    CSpan_RoleTagging(span.get(), p.data(), 2, 17, &mem.engine, nullptr);
+    EXPECT_EQ(p[1].text, Gb("黄岩村"));
+    EXPECT_EQ(p[1].tag, 29);
+    EXPECT_DOUBLE_EQ(p[1].weight, 9.19482);
+    EXPECT_EQ(p[1].posList, mem.placeRows.data());
+    EXPECT_EQ(p[2].state, VSG_STATE_MERGED);
+    EXPECT_EQ(p[3].state, VSG_STATE_MERGED);
+    EXPECT_EQ(p[4].state, 0);
+}
