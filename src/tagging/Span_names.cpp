@@ -136,10 +136,12 @@ void LinkIntoGraph(WordGraph *graph, const SpanWord *results, int32_t arrayLengt
     const SpanWord &name = results[nameRecord];
     if (InsertVex(graph, name) != 1) return;
     const Dictionary *pair = TransitionPair();
-    if (previous >= 0) {
+    // Arcs join existing vertices only: an arc leaving a slot past the
+    // vertex count would never be released by DestroyGraph.
+    if (previous >= 0 && previous < vertex) {
         InsertArc(graph, previous, vertex, GetTransitionProb1(&results[previous], &name, pair));
     }
-    if (nextRecord >= 0 && nextRecord < arrayLength) {
+    if (nextRecord >= 0 && nextRecord < arrayLength && nextRecord < vertex) {
         InsertArc(graph, vertex, nextRecord, GetTransitionProb1(&name, &results[nextRecord], pair));
     }
 }

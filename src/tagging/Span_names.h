@@ -101,7 +101,8 @@ void MarkMerged(SpanWord *results, int32_t arrayLength, int32_t first, int32_t c
 // stands for record k of the word array (the caller inserted the sentence's
 // words in order); the name becomes a new vertex with an arc from the
 // nearest earlier record that is not merged, and an arc to `nextRecord`
-// (when it is a live record). Arc costs are GetTransitionProb1 over an empty
+// (when it is a live record); an arc is added only when both of its records
+// already have vertices. Arc costs are GetTransitionProb1 over an empty
 // transition table pair, which gives every pair the model's default cost
 // (11.0285): the engine loads no word-pair table.
 void LinkIntoGraph(WordGraph *graph, const SpanWord *results, int32_t arrayLength,
