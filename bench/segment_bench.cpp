@@ -1,6 +1,7 @@
-// Throughput of the segmentation call: one call per paragraph over a few
-// thousand paragraphs of tagged newspaper text (or generated sentences when
-// the corpus is absent), on one and on two threads sharing one engine.
+// Throughput of the segmentation call over a few thousand paragraphs of
+// tagged newspaper text (or generated sentences when the corpus is absent),
+// one paragraph per call or 100 per call, on one and on two threads sharing
+// one engine.
 //
 // Models: $VSGLEX_MODEL_DIR, else data/vsg of the source tree.
 // Text:   $VSGLEX_BENCH_CORPUS, else ../shared/corpus/pfr-1998-01/train-22-28.txt
@@ -169,6 +170,21 @@ const Setup &GetSetup() {
     return setup;
 }
 
+// Paragraphs joined into calls of `perCall` paragraphs each (one sentence
+// key per paragraph), so that the per-call set-up is measured apart from
+// the per-word work.
+std::vector<std::vector<WordItem>> Batches(const Corpus &corpus, size_t perCall) {
+    std::vector<std::vector<WordItem>> calls;
+    for (size_t p = 0; p < corpus.paragraphs.size(); p += perCall) {
+        std::vector<WordItem> call;
+        for (size_t q = p; q < p + perCall && q < corpus.paragraphs.size(); ++q)
+            call.insert(call.end(), corpus.paragraphs[q].begin(), corpus.paragraphs[q].end());
+        calls.push_back(std::move(call));
+    }
+    return calls;
+}
+
+// Arguments: mode, paragraphs per call.
 void BM_Segment(benchmark::State &state) {
     const Setup &setup = GetSetup();
     if (setup.engine == nullptr || !setup.error.empty()) {
@@ -176,10 +192,11 @@ void BM_Segment(benchmark::State &state) {
         return;
     }
     const int mode = static_cast<int>(state.range(0));
+    const std::vector<std::vector<WordItem>> calls = Batches(setup.corpus, static_cast<size_t>(state.range(1)));
     size_t words = 0;
     for (auto _ : state) {
-        for (const std::vector<WordItem> &para : setup.corpus.paragraphs) {
-            WordList input{static_cast<int32_t>(para.size()), const_cast<WordItem *>(para.data())};
+        for (const std::vector<WordItem> &call : calls) {
+            WordList input{static_cast<int32_t>(call.size()), const_cast<WordItem *>(call.data())};
             WordList output{0, nullptr};
             VSG_SegmentForServer(&input, &output, mode, setup.engine);
             benchmark::DoNotOptimize(output.items);
@@ -194,4 +211,13 @@ void BM_Segment(benchmark::State &state) {
 
 }  // namespace
 
-BENCHMARK(BM_Segment)->Arg(0)->Arg(1)->Threads(1)->Threads(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Segment)
+    ->ArgNames({"mode", "per_call"})
+    ->Args({0, 1})
+    ->Args({0, 100})
+    ->Args({1, 1})
+    ->Args({1, 100})
+    ->Threads(1)
+    ->Threads(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);

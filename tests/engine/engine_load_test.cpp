@@ -27,7 +27,9 @@ protected:
 TEST_F(EngineLoad, LoadsOnceAndHandsBackTheSameInstance) {
     FixtureModelSet set;
     SegmentEngine *first = nullptr;
+    testing::internal::CaptureStderr();  // the text core dictionary is refused as binary
     ASSERT_EQ(VSG_LoadForServer(&first, set.path().c_str()), 0);
+    testing::internal::GetCapturedStderr();
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(first, g_mSEG);
     EXPECT_EQ(g_bTag, 1);
@@ -52,11 +54,30 @@ TEST_F(EngineLoad, LoadsOnceAndHandsBackTheSameInstance) {
     FixtureModelSet raw(true);
     for (const std::string &dir : {set.path() + "/", raw.path(), raw.path() + "/"}) {
         SegmentEngine *again = nullptr;
+        testing::internal::CaptureStderr();
         EXPECT_EQ(VSG_LoadForServer(&again, dir.c_str()), 0) << dir;
+        testing::internal::GetCapturedStderr();
         EXPECT_EQ(again, g_mSEG);
         EXPECT_EQ(again->tagModels[VSG_TAG_PLACE].model.tagCount, 19);
         VSG_FreeForServer(again);
     }
+
+    // A binary core dictionary is read by the binary loader: no refusal
+    // message, same entries.
+    FixtureModelSet binary;
+    SegmentEngine *text = nullptr;
+    testing::internal::CaptureStderr();
+    ASSERT_EQ(VSG_LoadForServer(&text, set.path().c_str()), 0);
+    testing::internal::GetCapturedStderr();
+    ASSERT_EQ(DictionaryS_SaveBinary(binary.file("coredict.dct").c_str(), &text->core), 1);
+    const int32_t count = text->core.count;
+    VSG_FreeForServer(text);
+    testing::internal::CaptureStderr();
+    SegmentEngine *fromBinary = nullptr;
+    EXPECT_EQ(VSG_LoadForServer(&fromBinary, binary.path().c_str()), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(fromBinary->core.count, count);
+    EXPECT_GE(DictionaryS_GetCoreInfo(vsgtest::Gb("黄").c_str(), &fromBinary->core), 0);
 }
 
 // Each missing file fails with its own status, the engine stays unloaded
