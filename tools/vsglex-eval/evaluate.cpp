@@ -31,6 +31,8 @@ struct Gold {
     std::string text;                  // all units joined
     std::map<Span, int> tags;          // unit span -> tag
     std::set<Span> names[3];
+    std::set<Span> neutral[3];         // spans scored neither way
+    std::set<Span> capped[3];          // gold names the recognisers cannot or rarely produce
     std::vector<std::string> words;    // input words
 };
 
@@ -43,7 +45,19 @@ Gold MakeGold(const vsgtrain::Paragraph &p, const std::vector<vsgtrain::Unit> &u
         g.tags[s] = u.tag;
         int cls = u.kind == vsgtrain::UnitKind::Person ? 0 : u.kind == vsgtrain::UnitKind::Place ? 1
                   : u.kind == vsgtrain::UnitKind::Org   ? 2 : -1;
+        // A place inside an organisation compound belongs to the
+        // organisation name, not to the places.
+        if (cls == 1 && u.bracketLabel == "nt") {
+            g.neutral[1].insert(s);
+            cls = -1;
+        }
         if (cls >= 0) g.names[cls].insert(s);
+        // Names whose characters no pattern of the recognisers can join.
+        if (cls == 0 && (u.roles == "C" || u.roles == "F" || u.roles == "DE" || u.roles == "LN" ||
+                         u.roles == "ON"))
+            g.capped[0].insert(s);
+        if (cls == 1 && vsgtrain::SplitChars(u.text).size() == 2 && DictionaryS_GetCoreInfo(u.text.c_str(), &core) < 0)
+            g.capped[1].insert(s);
         if (u.bracket >= 0 && u.bracketLabel == "nt") {
             if (u.bracketFirst) bracketStart[u.bracket] = s.first;
             if (u.bracketLast && bracketStart.count(u.bracket)) g.names[2].insert({bracketStart[u.bracket], s.second});
@@ -69,7 +83,8 @@ std::string Context(const std::vector<std::pair<std::string, int>> &out, size_t 
     return s;
 }
 
-void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, size_t examples, EvalResult *r) {
+void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, const DictionaryS *core,
+           size_t examples, EvalResult *r) {
     std::string joined;
     for (const auto &w : out) joined += w.first;
     if (joined != g.text) {
@@ -89,9 +104,13 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, s
             ++r->posCompared;
             if (it->second == out[i].second) ++r->posCorrect;
             else ++r->confusion[{it->second, out[i].second}];
+            if (DictionaryS_GetCoreInfo(out[i].first.c_str(), core) < 0) {
+                ++r->unknownCompared;
+                if (it->second == out[i].second) ++r->unknownCorrect;
+            }
         }
         int cls = ClassOf(out[i].second);
-        if (cls >= 0) predicted[cls].insert(s);
+        if (cls >= 0 && !g.neutral[cls].count(s)) predicted[cls].insert(s);
     }
     for (int c = 0; c < 3; ++c) {
         NameScore &n = r->names[c];
@@ -99,6 +118,10 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, s
         n.predicted += static_cast<int64_t>(predicted[c].size());
         for (const Span &s : g.names[c]) {
             if (s.second - s.first <= 2) ++n.goldOneChar;
+            if (g.capped[c].count(s)) {
+                ++n.goldCapped;
+                if (predicted[c].count(s)) ++n.foundCapped;
+            }
             if (predicted[c].count(s)) {
                 ++n.found;
             } else if (r->examples[c].size() < examples) {
@@ -166,7 +189,7 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         VSG_SegmentForServerFree(&out);
         for (size_t g = 0; g < golds.size(); ++g) {
             ++r.paragraphs;
-            Score(golds[g], outputs[g], examples, &r);
+            Score(golds[g], outputs[g], &engine->core, examples, &r);
         }
     }
     return r;

@@ -18,6 +18,10 @@ struct NameScore {
     int64_t predicted = 0;  // output words carrying the class's tags
     int64_t found = 0;      // predicted words that cover a gold name exactly
     int64_t goldOneChar = 0;  // gold names of one character
+    int64_t goldCapped = 0;   // person: gold names no pattern can join (one character, lone
+                              // given names, two-character transliterations); place: unknown
+                              // two-character places (accepted only by the suffix rule)
+    int64_t foundCapped = 0;
     double Precision() const { return predicted ? static_cast<double>(found) / static_cast<double>(predicted) : 0; }
     double Recall() const { return gold ? static_cast<double>(found) / static_cast<double>(gold) : 0; }
     double F1() const {
@@ -32,6 +36,8 @@ struct EvalResult {
     int64_t misaligned = 0;   // paragraphs whose output text differs from the input
     int64_t posCompared = 0;  // output words that match a gold word
     int64_t posCorrect = 0;
+    int64_t unknownCompared = 0;  // of those, words the core dictionary lacks
+    int64_t unknownCorrect = 0;
     NameScore names[3];       // person, place, organisation
     std::vector<std::string> examples[3];  // UTF-8 lines: misses and false names
     std::map<std::pair<int, int>, int64_t> confusion;  // (gold tag, output tag) -> wrong words

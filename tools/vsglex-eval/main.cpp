@@ -44,6 +44,8 @@ int main(int argc, char **argv) {
     std::printf("part-of-speech accuracy %.4f (%lld of %lld words that match a gold word)\n",
                 r.posCompared ? static_cast<double>(r.posCorrect) / static_cast<double>(r.posCompared) : 0.0,
                 static_cast<long long>(r.posCorrect), static_cast<long long>(r.posCompared));
+    std::printf("  of which not in the core dictionary: %lld, accuracy %.4f\n", static_cast<long long>(r.unknownCompared),
+                r.unknownCompared ? static_cast<double>(r.unknownCorrect) / static_cast<double>(r.unknownCompared) : 0.0);
     const char *names[3] = {"person", "place", "organisation"};
     for (int c = 0; c < 3; ++c) {
         const vsgeval::NameScore &n = r.names[c];
@@ -52,6 +54,9 @@ int main(int argc, char **argv) {
                     static_cast<long long>(n.predicted), static_cast<long long>(n.found),
                     static_cast<long long>(n.goldOneChar));
     }
+    std::printf("person names no pattern can join: %lld (found %lld); unknown two-character places: %lld (found %lld)\n",
+                static_cast<long long>(r.names[0].goldCapped), static_cast<long long>(r.names[0].foundCapped),
+                static_cast<long long>(r.names[1].goldCapped), static_cast<long long>(r.names[1].foundCapped));
     for (int c = 0; c < 3; ++c)
         for (const std::string &e : r.examples[c]) std::printf("%s: %s\n", names[c], e.c_str());
     std::vector<std::pair<int64_t, std::pair<int, int>>> conf;

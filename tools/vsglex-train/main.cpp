@@ -16,7 +16,7 @@ void Usage() {
                  "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
-                 "  --place-cut N   cut places seen at most N times into characters (default 1)\n");
+                 "  --place-cut N   cut places seen at most N times into characters (default 10)\n");
 }
 
 }  // namespace

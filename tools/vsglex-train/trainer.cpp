@@ -69,6 +69,10 @@ bool IsNumberChar(const std::string &w) {
     return digits.count(w) != 0 || (w.size() == 1 && w[0] >= '0' && w[0] <= '9');
 }
 
+// Pseudo-occurrences that pull each tag's rate of new words toward the
+// overall rate.
+double kUnseenPrior = 5000.0;
+
 // Most candidates a word may bring to one slot of the tagger.
 constexpr size_t kMaxRows = 19;
 
@@ -417,6 +421,12 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                     for (const auto &rc : TopCounts(named, kMaxRows - 1))
                         e.rows.push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first),
                                           LogCount(rc.second + 1.0)});
+                    // A character without person rows would get the guessed
+                    // candidates surname, given name and default, all scored
+                    // with the default count, which favours the rarer name
+                    // roles; a row of its own default role prevents that.
+                    if (set == 0 && named.empty() && def > 0)
+                        e.rows.push_back({1, static_cast<uint8_t>(defaults[0]), LogCount(def + 1.0)});
                     e.stats[set + 1] = LogCount(def + 1.0);
                 }
             }
@@ -457,7 +467,28 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     classEntry(kPlaceClass, nameRows({kPosPlace, kPosForeignPlace}));
     classEntry(kOrgClass, nameRows({kPosOrg}));
     std::vector<Row> unseenRows;
-    for (const auto &tc : TopCounts(unseen, kMaxRows)) unseenRows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+    {
+        // Seen-once counts estimate how often a tag brings a new word, but a
+        // small class made mostly of rare words (onomatopoeia) would then
+        // outbid the nouns: each rate is pulled toward the overall rate by
+        // kUnseenPrior pseudo-occurrences before it is turned back into a
+        // count of the tag's frequency.
+        int64_t seenOnce = 0, tokens = 0;
+        for (const auto &tc : unseen) seenOnce += tc.second;
+        for (size_t t = 0; t < nPos; ++t)
+            if (t != kPosBegin && t != kPosEnd) tokens += posCtx.freq[t];
+        const double overall = tokens > 0 ? static_cast<double>(seenOnce) / static_cast<double>(tokens) : 0.0;
+        std::map<int, double> smoothed;
+        for (const auto &tc : unseen) {
+            double f = posCtx.freq[static_cast<size_t>(tc.first)];
+            double rate = (tc.second + kUnseenPrior * overall) / (f + kUnseenPrior);
+            smoothed[tc.first] = rate * (f + 22.0);
+        }
+        std::map<int, int32_t> order;  // ranks for the row limit
+        for (const auto &tc : smoothed) order[tc.first] = static_cast<int32_t>(tc.second * 1000.0);
+        for (const auto &tc : TopCounts(order, kMaxRows))
+            unseenRows.push_back({0, static_cast<uint8_t>(tc.first), static_cast<float>(std::log(smoothed[tc.first]))});
+    }
     if (unseenRows.empty()) unseenRows.push_back({0, 2, 0.0f});
     classEntry(kOtherClass, unseenRows);
 

@@ -21,7 +21,7 @@ constexpr size_t kMaxDictWord = 60;
 struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
     bool text = false;        // also write the text/raw forms into OUT_DIR/text
-    int placeCutMax = 1;      // places seen at most this often are cut into characters
+    int placeCutMax = 10;     // places seen at most this often are cut into characters
 };
 
 // Figures printed after training.
