@@ -11,7 +11,8 @@
 //   D        role 5: the suffix that ends a name (厂, 所, 局, 社 ...);
 //   T        a single-character word that is an organisation by itself;
 //   1, 4     the words just before and just after a name;
-//   z, Z     the run's lead letter and hard breaks.
+//   Z, z     role 1 (sentence end) and role 14 (the default: every other
+//            single-character word); "z" also leads the role string.
 // The default role 14, whatever its letter, marks words outside any name.
 //
 // Because multi-character words always carry role 0, the recogniser also

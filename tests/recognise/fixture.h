@@ -58,9 +58,9 @@ inline std::vector<std::string> PlaceLetters() {
     v.emplace_back("Z");
     return v;
 }
-// Organisation roles: D is role 5, X (line 14) the default.
+// Organisation roles: D is role 5, z (line 14) the default, Z the end.
 inline std::vector<std::string> OrgLetters() {
-    return {"A", "B", "C", "E", "J", "D", "T", "1", "4", "F", "G", "H", "I", "K", "X", "z", "Z"};
+    return {"A", "Z", "C", "E", "J", "D", "T", "1", "4", "U", "V", "W", "X", "Y", "z"};
 }
 
 // Rows of the class-word entries; their first values tell them apart.
