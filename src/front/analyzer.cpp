@@ -422,8 +422,9 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
                 return nullptr;
             }
             LexiconOptions options;
-            const char *keep = std::getenv("VSGLEX_KEEP_NAME_WORDS");
-            options.keepPersonFragments = keep != nullptr && *keep == '1';
+            // Measurement switch: the shortest person word the cutter keeps.
+            if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
+                options.minPersonWordChars = std::atoi(chars);
             if (engine == nullptr || !sh.lexicon.Build(engine->core, options)) {
                 if (status == 0) VSG_FreeForServer(engine);
                 SetError(std::string("the core dictionary in ") + data_dir + " holds no words");

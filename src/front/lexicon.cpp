@@ -26,23 +26,36 @@ inline uint32_t HashMore(uint32_t h, const char *p, size_t n) {
 // Person-name tags of the part-of-speech tag map.
 inline bool IsPersonTag(unsigned tag) { return tag == 24 || tag == 27 || tag == 28; }
 
+// The first bytes of a key (up to 8), zero-padded.
+inline uint64_t InlineKey(const char *key, size_t length) {
+    uint64_t v = 0;
+    std::memcpy(&v, key, length < 8 ? length : 8);
+    return v;
+}
+
 }  // namespace
+
+bool Lexicon::SameKey(const Slot &s, uint64_t inlineKey, const char *key, size_t length) const {
+    if (s.length != length) return false;
+    if (length <= 8) return s.inlineKey == inlineKey;
+    return std::memcmp(keys_.data() + s.offset, key, length) == 0;
+}
 
 const Lexicon::Slot *Lexicon::Find(uint32_t hash, const char *key, size_t length) const {
     if (slots_.empty()) return nullptr;
+    uint64_t inlineKey = InlineKey(key, length);
     size_t mask = slots_.size() - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {
         const Slot &s = slots_[i];
         if (s.length == 0) return nullptr;
-        if (s.hash == hash && s.length == length && std::memcmp(keys_.data() + s.offset, key, length) == 0)
-            return &s;
+        if (s.hash == hash && SameKey(s, inlineKey, key, length)) return &s;
     }
 }
 
 void Lexicon::Grow() {
     std::vector<Slot> old;
     old.swap(slots_);
-    slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{0, 0, 0, 0, 0, 0.0f});
+    slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{0, 0, 0, 0, 0, 0, 0.0f});
     size_t mask = slots_.size() - 1;
     for (const Slot &s : old) {
         if (s.length == 0) continue;
@@ -54,12 +67,13 @@ void Lexicon::Grow() {
 
 void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost) {
     if ((used_ + 1) * 3 >= slots_.size() * 2) Grow();
+    uint64_t inlineKey = InlineKey(key, length);
     size_t mask = slots_.size() - 1;
     size_t i = hash & mask;
     for (;; i = (i + 1) & mask) {
         Slot &s = slots_[i];
         if (s.length == 0) break;
-        if (s.hash == hash && s.length == length && std::memcmp(keys_.data() + s.offset, key, length) == 0) {
+        if (s.hash == hash && SameKey(s, inlineKey, key, length)) {
             if (isWord) {
                 s.isWord = 1;
                 s.cost = cost;
@@ -67,9 +81,9 @@ void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord,
             return;
         }
     }
-    Slot s{hash, static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(length),
+    Slot s{inlineKey, hash, static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(length),
            static_cast<uint8_t>(isWord ? 1 : 0), 0, cost};
-    keys_.append(key, length);
+    if (length > 8) keys_.append(key, length);
     slots_[i] = s;
     ++used_;
 }
@@ -96,10 +110,10 @@ bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
             if (IsPersonTag(row.subCode)) person += c;
         }
         if (count <= 0.0) continue;
-        // A word of two or more characters seen mostly as a person name is a
-        // name fragment: cutting it as a word would hide the single
+        // A short word seen mostly as a person name can swallow part of a
+        // longer unknown name: cutting it as a word would hide the single
         // characters the person recogniser works on.
-        if (!options.keepPersonFragments && entry.length > 2 && person * 2.0 >= count) {
+        if (entry.length > 2 && person * 2.0 >= count && entry.length < 2 * options.minPersonWordChars) {
             ++fragments_;
             continue;
         }

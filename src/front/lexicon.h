@@ -15,11 +15,11 @@ namespace vsg::front {
 
 // How the lexicon is built from the core dictionary.
 struct LexiconOptions {
-    // Keep words of two or more characters that the dictionary tags mostly
-    // as person names (given names such as a two-character given name).
-    // Left out by default, so that unknown names reach the recognisers as
-    // single characters.
-    bool keepPersonFragments = false;
+    // Words that the dictionary tags mostly as person names are kept as
+    // words only when they have at least this many characters; shorter ones
+    // are left out so that the characters of an unknown name next to them
+    // reach the recognisers one by one. 0 keeps them all.
+    int minPersonWordChars = 3;
 };
 
 // Per-thread working memory of Lexicon::Cut.
@@ -44,18 +44,22 @@ public:
     double WordCost(const char *word, size_t length) const;
     // Number of words held.
     size_t WordCount() const { return words_; }
-    // Number of words left out as person-name fragments.
+    // Number of person words left out by LexiconOptions::minPersonWordChars.
     size_t PersonFragments() const { return fragments_; }
 
 private:
+    // One key: keys of up to 8 bytes are held in the slot itself (most
+    // words), longer ones in keys_, so a probe usually touches one line.
     struct Slot {
+        uint64_t inlineKey;  // the key's bytes, zero-padded, when length <= 8
         uint32_t hash;
-        uint32_t offset;  // key bytes in keys_
-        uint16_t length;  // 0: empty slot
+        uint32_t offset;     // key bytes in keys_ when length > 8
+        uint16_t length;     // 0: empty slot
         uint8_t isWord;
         uint8_t unused;
         float cost;
     };
+    bool SameKey(const Slot &s, uint64_t inlineKey, const char *key, size_t length) const;
     const Slot *Find(uint32_t hash, const char *key, size_t length) const;
     void Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost);
     void Grow();

@@ -26,8 +26,8 @@ protected:
     void SetUp() override {
         std::string text = Entry("中国", 0, 10, 5.0) + Entry("中", 0, 10, 3.0) + Entry("国", 0, 10, 3.0) +
                            Entry("人民", 0, 10, 4.5) + Entry("人", 0, 10, 3.0) + Entry("民", 0, 10, 1.0) +
-                           Entry("中国人", 0, 10, 1.0) + Entry("江", 0, 24, 2.0) + Entry("泽民", 0, 24, 2.0) +
-                           Entry("泽", 0, 10, 0.5) + Entry("１２月", 0, 15, 3.0) +
+                           Entry("中国人", 0, 10, 1.0) + Entry("李", 0, 24, 2.0) + Entry("李鹏", 0, 24, 2.0) +
+                           Entry("鹏", 0, 10, 0.5) + Entry("江泽民", 0, 24, 1.0) + Entry("１２月", 0, 15, 3.0) +
                            // Words without part-of-speech rows are not cut.
                            Entry("北京", 2, 3, 4.0);
         vsgtest::WriteFile(dir_.file("tiny.dct"), text);
@@ -75,22 +75,25 @@ TEST_F(CutterTest, CheapestPathOverDictionaryWords) {
     EXPECT_LT(lex.WordCost(beijing.data(), beijing.size()), 0.0);
 }
 
-TEST_F(CutterTest, PersonNameFragmentsDoNotSwallowUnknownNames) {
-    // By default a word seen only as part of person names is left out, so
-    // the name reaches the recognisers as single characters.
+TEST_F(CutterTest, ShortPersonWordsDoNotSwallowUnknownNames) {
+    // By default a two-character word seen only as a person name is left
+    // out, so a longer unknown name around it reaches the recognisers as
+    // single characters; known full names of three characters stay words.
     Lexicon lex;
     ASSERT_TRUE(lex.Build(dict_));
     EXPECT_EQ(lex.PersonFragments(), 1u);
-    EXPECT_EQ(Cut(lex, "江泽民说"), "江/泽/民/说");
+    EXPECT_EQ(Cut(lex, "李鹏飞说"), "李/鹏/飞/说");
+    EXPECT_EQ(Cut(lex, "江泽民说"), "江泽民/说");
     // Single-character person words (surnames) stay.
-    std::string jiang = vsgtest::Gb("江");
-    EXPECT_GT(lex.WordCost(jiang.data(), jiang.size()), 0.0);
+    std::string li = vsgtest::Gb("李");
+    EXPECT_GT(lex.WordCost(li.data(), li.size()), 0.0);
 
     vsg::front::LexiconOptions keep;
-    keep.keepPersonFragments = true;
+    keep.minPersonWordChars = 0;
     Lexicon all;
     ASSERT_TRUE(all.Build(dict_, keep));
-    EXPECT_EQ(Cut(all, "江泽民说"), "江/泽民/说");
+    EXPECT_EQ(all.PersonFragments(), 0u);
+    EXPECT_EQ(Cut(all, "李鹏飞说"), "李鹏/飞/说");
 }
 
 TEST(CutterEmptyTest, DictionaryWithoutWordsIsRejected) {

@@ -1,0 +1,89 @@
+#!/usr/bin/env python3
+"""Writes the raw text of tagged corpus paragraphs (tags and brackets removed,
+one paragraph per line) and the gold names of each line as JSON lines.
+
+usage: corpus_split.py CORPUS_FILE... --text OUT.txt --gold OUT.jsonl
+
+Gold names, by character offsets in the line:
+  person        a run of consecutive nr tokens (surname and given name are
+                separate tokens in the corpus)
+  place         an ns token, or a bracketed compound labelled ns
+  organization  an nt token, or a bracketed compound labelled nt
+Names inside a bracketed place or organisation compound are "neutral":
+neither counted as gold nor as a false positive when a system reports them.
+"""
+import argparse
+import json
+import re
+
+TOKEN = re.compile(r'^(\[?)(.+)/([A-Za-z]+)(\][a-z]+)?$')
+
+
+def parse(line):
+    tokens = line.split()
+    if not tokens:
+        return None
+    text = []
+    pos = 0
+    names = {"person": [], "place": [], "organization": []}
+    neutral = []
+    pending = []
+    bracket_start = None
+    person_run = None
+    for tok in tokens[1:]:  # the first token is the paragraph identifier
+        m = TOKEN.match(tok)
+        if not m:
+            continue
+        opening, word, tag, closing = m.groups()
+        start = pos
+        if opening:
+            bracket_start = start
+        pos += len(word)
+        text.append(word)
+        if tag == "nr":
+            person_run = (person_run[0], pos) if person_run else (start, pos)
+        else:
+            if person_run:
+                names["person"].append(person_run)
+            person_run = None
+        cls = {"ns": "place", "nt": "organization"}.get(tag)
+        if cls:
+            if bracket_start is not None:
+                pending.append((cls, (start, pos)))  # decided at the bracket's end
+            else:
+                names[cls].append((start, pos))
+        if closing:
+            label = closing[1:]
+            if label in ("nt", "ns"):
+                # The compound is the name; names inside it are neutral.
+                names["organization" if label == "nt" else "place"].append((bracket_start, pos))
+                neutral.extend(span for _, span in pending)
+            else:
+                for c, span in pending:
+                    names[c].append(span)
+            pending = []
+            bracket_start = None
+    if person_run:
+        names["person"].append(person_run)
+    return "".join(text), names, neutral
+
+
+def main():
+    ap = argparse.ArgumentParser()
+    ap.add_argument("files", nargs="+")
+    ap.add_argument("--text", required=True)
+    ap.add_argument("--gold", required=True)
+    a = ap.parse_args()
+    with open(a.text, "w", encoding="utf-8") as t, open(a.gold, "w", encoding="utf-8") as g:
+        for f in a.files:
+            for line in open(f, encoding="utf-8"):
+                r = parse(line)
+                if r is None or not r[0]:
+                    continue
+                text, names, neutral = r
+                t.write(text + "\n")
+                g.write(json.dumps({"names": names, "neutral": neutral}, ensure_ascii=False) + "\n")
+
+
+if __name__ == "__main__":
+    main()
