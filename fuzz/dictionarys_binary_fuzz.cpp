@@ -17,8 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             vsgfuzz::Require(pos < dict.count);
             if (pos >= 0) {
                 vsgfuzz::Require(std::strcmp(dict.entries[pos].word, e.word) == 0);
-                volatile uint32_t sum = 0;
-                for (int32_t r = 0; r <= dict.entries[pos].posCount; ++r) sum += dict.entries[pos].posList[r].code;
+                for (int32_t r = 0; r <= dict.entries[pos].posCount; ++r)
+                    vsgfuzz::gSink = vsgfuzz::gSink + dict.entries[pos].posList[r].code;
             }
         }
         DictionaryS_GetCoreInfo("\xce\xb4##\xcb\xfc" /* 未##它 */, &dict);

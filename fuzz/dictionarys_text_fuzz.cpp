@@ -16,8 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             const int32_t pos = DictionaryS_GetCoreInfo(e.word, &dict);
             vsgfuzz::Require(pos >= 0 && std::strcmp(dict.entries[pos].word, e.word) == 0);
             vsgfuzz::Require(e.posCount >= 1 && e.length == static_cast<int32_t>(std::strlen(e.word)));
-            volatile uint32_t sum = 0;
-            for (int32_t r = 0; r <= e.posCount; ++r) sum += e.posList[r].subCode;
+            for (int32_t r = 0; r <= e.posCount; ++r) vsgfuzz::gSink = vsgfuzz::gSink + e.posList[r].subCode;
             if (i > 0) vsgfuzz::Require(dict.entries[i - 1].hash <= e.hash);
         }
         if (gTaIndexNum >= 0 && gTaIndexNum < dict.count)

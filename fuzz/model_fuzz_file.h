@@ -40,6 +40,9 @@ inline void WriteInput(const std::string &path, const uint8_t *data, size_t size
     if (std::fclose(fp) != 0) std::abort();
 }
 
+// Values read from loaded tables are summed here so the reads happen.
+inline volatile uint64_t gSink = 0;
+
 // Fails the run when an invariant of a successful load does not hold.
 inline void Require(bool condition) {
     if (!condition) std::abort();

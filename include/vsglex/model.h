@@ -4,8 +4,12 @@
  *
  * Loaders return 1 on success and a negative value on failure; a record that
  * failed to load still owns what it allocated and is released by its _Free.
- * Records must be zero-filled before their first load. After loading every
- * model is read-only and its lookups may run on any number of threads. */
+ * Records must be zero-filled before their first load; a loader releases
+ * what the record still owns from an earlier (possibly failed) load before
+ * it loads. Binary files are checked as they are read: counts are bounded by
+ * the file's size, short reads and out-of-range bucket runs fail the load.
+ * After loading every model is read-only and its lookups may run on any
+ * number of threads. */
 #ifndef VSGLEX_MODEL_H
 #define VSGLEX_MODEL_H
 
@@ -147,7 +151,8 @@ VSGLEX_API int32_t ContextStat_SaveBinary(const char *path, const ContextStat *m
 VSGLEX_API int32_t ContextStat_GetFrequency(int32_t tag, const ContextStat *model);
 /* singleValue[tag], 0.0 for tag >= tagCount (tag taken mod 256). */
 VSGLEX_API double ContextStat_GetSingleValue(int32_t tag, const ContextStat *model);
-/* Cost of `cur` following `prev`; callers pass tags below tagCount. */
+/* Cost of `cur` following `prev` (tags mod 256); 13.8155, the cost of a pair
+ * never seen, for a tag at or above tagCount. */
 VSGLEX_API double ContextStat_GetPossibility(int32_t prev, int32_t cur, const ContextStat *model);
 /* Releases all tables; tolerates null. */
 VSGLEX_API void ContextStat_Free(ContextStat *model);
@@ -165,11 +170,13 @@ VSGLEX_API int32_t POSmap_Load(const char *path, POSmap *map);
 /* Copies the text of tag `id` (mod 256) into `out`; 1, or -1 with `out`
  * emptied. */
 VSGLEX_API int32_t POSmap_GetPOS(int32_t id, char *out, const POSmap *map);
-/* Number of `tag` (case-insensitive binary search), or -1. */
+/* Number of `tag` (binary search over the table taken as sorted with ASCII
+ * case folding; the comparison yields exactly -1, 0 or 1), or -1. */
 VSGLEX_API int32_t POSmap_GetID(const char *tag, const POSmap *map);
 /* Number of tags. */
 VSGLEX_API int32_t POSmap_GetItemCount(const POSmap *map);
-/* Releases the strings and the table; tolerates null. */
+/* Releases the strings and the table (the count is kept, the table pointer
+ * cleared); tolerates null and repeated calls. */
 VSGLEX_API void POSmap_Free(POSmap *map);
 
 VSGLEX_EXTERN_C_END
