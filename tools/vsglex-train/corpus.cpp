@@ -334,7 +334,8 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
             u->tag = kPosPerson;
             u->roles = "DE";
         }
-    } else if (AllInSet(text, 0) || AllInSet(text, 1)) {
+    } else if (std::max(CharsInSet(text, 0), CharsInSet(text, 1)) >= k - 1) {
+        // All characters but at most one are transliteration characters.
         u->tag = kPosForeignPerson;
         u->roles = ForeignRoles(k, 'L');
     } else if (k == 3) {

@@ -1,0 +1,211 @@
+// Tests of the trainer on a tiny corpus written by the test: parsing,
+// unit building, counts, determinism and the agreement of the text and
+// binary forms.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+#include "support/support.h"
+#include "trainer.h"
+#include "vsglex/model.h"
+
+namespace {
+
+using vsgtest::Gb;
+
+const char *kCorpus[] = {
+    "19980101-01-001-001/m  江/nr  泽民/nr  在/p  北京市/ns  会见/v  了/u  [中央/n  人民/n  广播/vn  电台/n]nt  "
+    "记者/n  。/w  ",
+    "19980101-01-001-002/m  克林顿/nr  访问/v  北京/ns  。/w  ",
+    "19980102-01-001-001/m  王/nr  国栋/nr  说/v  ，/w  新华社/nt  发展/vn  很/d  快/a  。/w  ",
+    "",
+    "19980103-01-001-001/m  叹/Vg 曰/Vg  李/nr  鹏/nr  。/w",
+};
+
+std::vector<vsgtrain::Paragraph> Paragraphs() {
+    std::vector<vsgtrain::Paragraph> out;
+    for (const char *line : kCorpus) {
+        vsgtrain::Paragraph p;
+        if (vsgtrain::ParseParagraph(line, &p)) out.push_back(p);
+    }
+    return out;
+}
+
+const DictSEntry *Find(const DictionaryS &d, const char *utf8) {
+    int32_t i = DictionaryS_GetCoreInfo(Gb(utf8).c_str(), &d);
+    return i >= 0 ? &d.entries[i] : nullptr;
+}
+
+// Value of the row (code, subCode) of an entry, or NaN.
+float RowValue(const DictSEntry *e, int code, int sub) {
+    for (int32_t r = 0; e != nullptr && r < e->posCount; ++r)
+        if (e->posList[r].code == code && e->posList[r].subCode == sub) return e->posList[r].value;
+    return std::nanf("");
+}
+
+TEST(TrainerCorpus, ParsesTokensBracketsAndSeparators) {
+    std::vector<vsgtrain::Paragraph> ps = Paragraphs();
+    ASSERT_EQ(ps.size(), 4u);  // the blank line is no paragraph
+    const vsgtrain::Paragraph &p = ps[0];
+    EXPECT_EQ(p.date, 19980101);
+    EXPECT_EQ(p.id, "19980101-01-001-001");
+    ASSERT_EQ(p.tokens.size(), 12u);
+    EXPECT_EQ(p.tokens[6].word, Gb("中央"));
+    EXPECT_EQ(p.tokens[6].tag, "n");
+    EXPECT_EQ(p.tokens[9].word, Gb("电台"));
+    EXPECT_EQ(p.tokens[9].tag, "n");
+    ASSERT_EQ(p.brackets.size(), 1u);
+    EXPECT_EQ(p.brackets[0].first, 6);
+    EXPECT_EQ(p.brackets[0].last, 9);
+    EXPECT_EQ(p.brackets[0].label, "nt");
+    EXPECT_EQ(p.tokens[5].bracket, -1);
+    EXPECT_EQ(p.tokens[8].bracket, 0);
+    EXPECT_EQ(p.tokens[10].bracket, -1);
+    // Single-space separators and a line without trailing spaces.
+    ASSERT_EQ(ps[3].tokens.size(), 5u);
+    EXPECT_EQ(ps[3].tokens[1].word, Gb("曰"));
+    EXPECT_EQ(ps[3].tokens[4].word, Gb("。"));
+}
+
+TEST(TrainerCorpus, UnitsJoinNamesAndCarryRoles) {
+    std::vector<vsgtrain::Paragraph> ps = Paragraphs();
+    std::vector<vsgtrain::Unit> u = vsgtrain::BuildUnits(ps[0]);
+    ASSERT_EQ(u.size(), 11u);
+    EXPECT_EQ(u[0].text, Gb("江泽民"));
+    EXPECT_EQ(u[0].kind, vsgtrain::UnitKind::Person);
+    EXPECT_EQ(u[0].tag, 24);
+    EXPECT_EQ(u[0].roles, "CDE");
+    EXPECT_EQ(u[2].kind, vsgtrain::UnitKind::Place);
+    EXPECT_EQ(u[2].tag, 29);
+    EXPECT_EQ(u[4].tag, 54);  // 了 as a particle
+    EXPECT_EQ(u[5].bracketLabel, "nt");
+    EXPECT_TRUE(u[5].bracketFirst);
+    EXPECT_TRUE(u[8].bracketLast);
+    EXPECT_FALSE(u[7].bracketLast);
+    EXPECT_EQ(u[9].bracket, -1);
+    std::vector<vsgtrain::Unit> v = vsgtrain::BuildUnits(ps[1]);
+    EXPECT_EQ(v[0].tag, 27);
+    EXPECT_EQ(v[0].roles, "LMN");
+    std::vector<vsgtrain::Unit> w = vsgtrain::BuildUnits(ps[3]);
+    EXPECT_EQ(w[2].text, Gb("李鹏"));
+    EXPECT_EQ(w[2].roles, "CF");
+    // Place roles: with and without a place suffix, and by length.
+    EXPECT_EQ(vsgtrain::PlaceRoles(Gb("北京市")), "CFG");
+    EXPECT_EQ(vsgtrain::PlaceRoles(Gb("内蒙古自治区")), "CDDEFG");
+    EXPECT_EQ(vsgtrain::PlaceRoles(Gb("莫斯科")), "HKL");
+    EXPECT_EQ(vsgtrain::PlaceRoles(Gb("乌兰巴托")), "HJKL");
+    EXPECT_EQ(vsgtrain::PlaceRoles(Gb("京")), "S");
+}
+
+TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
+    vsgtest::TempDir a, b;
+    vsgtrain::TrainOptions opt;
+    opt.text = true;
+    vsgtrain::TrainSummary s1, s2;
+    std::string error;
+    ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), a.path(), opt, &s1, &error)) << error;
+    ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), b.path(), opt, &s2, &error)) << error;
+    for (const char *f : {"coredict.dct", "lexical.ctx", "nr.ctx", "ns.ctx", "nt.ctx", "zyrpos30.map", "nr.map",
+                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"}) {
+        std::string x = vsgtest::ReadFile(a.file(f));
+        if (std::string(f) != "org_suffix.dct") {  // no suffix is frequent enough here
+            EXPECT_FALSE(x.empty()) << f;
+        }
+        EXPECT_EQ(x, vsgtest::ReadFile(b.file(f))) << f;
+        EXPECT_EQ(vsgtest::ReadFile(a.file(std::string("text/") + f)),
+                  vsgtest::ReadFile(b.file(std::string("text/") + f)))
+            << f;
+    }
+    EXPECT_EQ(s1.paragraphs, 4);
+    EXPECT_EQ(s1.persons[0], 3);
+    EXPECT_EQ(s1.persons[1], 1);
+    EXPECT_EQ(s1.orgs, 2);  // one compound, one token
+
+    // The text form of the core dictionary loads to the same entries as the
+    // binary form.
+    DictionaryS bin, txt;
+    std::memset(&bin, 0, sizeof bin);
+    std::memset(&txt, 0, sizeof txt);
+    ASSERT_EQ(DictionaryS_LoadBinary(a.file("coredict.dct").c_str(), &bin), 1);
+    ASSERT_EQ(DictionaryS_Load(a.file("text/coredict.dct").c_str(), &txt), 1);
+    ASSERT_EQ(bin.count, txt.count);
+    for (int32_t i = 0; i < bin.count; ++i) {
+        const DictSEntry &e = bin.entries[i];
+        if (i > 0) {
+            EXPECT_LE(bin.entries[i - 1].hash, e.hash);
+        }
+        int32_t j = DictionaryS_GetCoreInfo(e.word, &txt);
+        ASSERT_GE(j, 0) << vsgtest::Utf8(e.word);
+        const DictSEntry &t = txt.entries[j];
+        ASSERT_EQ(e.posCount, t.posCount);
+        for (int k = 0; k < 4; ++k) EXPECT_EQ(e.stats[k], t.stats[k]);
+        for (int32_t r = 0; r < e.posCount; ++r) {
+            EXPECT_EQ(e.posList[r].code, t.posList[r].code);
+            EXPECT_EQ(e.posList[r].subCode, t.posList[r].subCode);
+            EXPECT_EQ(e.posList[r].value, t.posList[r].value);
+        }
+    }
+    // A corpus this small cannot reach the fixed unseen-word position; the
+    // twin still exists, in hash order, with the unseen-word rows.
+    const DictSEntry *other = Find(bin, "未##它");
+    ASSERT_NE(other, nullptr);
+    ASSERT_GE(s1.twinPosition, 0);
+    const DictSEntry &twin = bin.entries[s1.twinPosition];
+    EXPECT_EQ(std::string(twin.word), s1.twin);
+    EXPECT_EQ(std::string(twin.word).rfind(Gb("未##它") + "\xff", 0), 0u);
+    ASSERT_EQ(twin.posCount, other->posCount);
+    for (int32_t r = 0; r < twin.posCount; ++r) EXPECT_EQ(twin.posList[r].subCode, other->posList[r].subCode);
+
+    // Counts: part-of-speech rows are log counts, role rows log(count + 1),
+    // the default role's count sits in stats.
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "记者"), 0, 2), 0.0f);           // n, seen once
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "。"), 0, 78), std::log(4.0f));  // four full stops
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "江泽民"), 0, 24), 0.0f);
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "王"), 1, 2), std::log(2.0f));   // surname C
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "泽"), 1, 3), std::log(2.0f));   // D
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "民"), 1, 4), std::log(2.0f));   // E
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "鹏"), 1, 5), std::log(2.0f));   // F
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "在"), 1, 18), std::log(2.0f));  // right context S
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "中央"), 3, 2), std::log(2.0f)); // first word of an organisation
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "人民"), 3, 3), std::log(2.0f)); // inner word
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "电台"), 3, 5), std::log(2.0f)); // suffix word
+    const DictSEntry *kuai = Find(bin, "快");
+    ASSERT_NE(kuai, nullptr);
+    EXPECT_FLOAT_EQ(kuai->stats[1], std::log(2.0f));  // once in the default person role
+
+    ContextStat lex;
+    std::memset(&lex, 0, sizeof lex);
+    ASSERT_EQ(ContextStat_Load(a.file("text/lexical.ctx").c_str(), &lex), 1);
+    EXPECT_EQ(lex.tagFrequency[0], 4);
+    EXPECT_EQ(lex.tagFrequency[1], 4);
+    EXPECT_EQ(lex.tagFrequency[2], 4);   // n
+    EXPECT_EQ(lex.tagFrequency[15], 2);  // vn
+    EXPECT_EQ(lex.tagFrequency[24], 3);  // Chinese person names, joined
+    EXPECT_EQ(lex.contextMatrix[0][24], 2);
+    EXPECT_EQ(lex.contextMatrix[78][1], 4);
+    ContextStat_Free(&lex);
+    DictionaryS_Free(&bin);
+    DictionaryS_Free(&txt);
+}
+
+TEST(Trainer, ExcludesLaterDays) {
+    vsgtest::TempDir dir;
+    vsgtrain::TrainOptions opt;
+    opt.excludeFrom = 19980102;
+    vsgtrain::TrainSummary s;
+    std::string error;
+    ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), dir.path(), opt, &s, &error)) << error;
+    EXPECT_EQ(s.paragraphs, 2);
+    DictionaryS d;
+    std::memset(&d, 0, sizeof d);
+    ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+    EXPECT_NE(Find(d, "克林顿"), nullptr);
+    EXPECT_EQ(Find(d, "新华社"), nullptr);
+    DictionaryS_Free(&d);
+}
+
+}  // namespace
