@@ -39,9 +39,6 @@ TEST(Dictionary, TextLoadSkipsBlankLinesAndLooksUpValues) {
     EXPECT_DOUBLE_EQ(Dictionary_GetValue(Gb("大").c_str(), &dict.d), -1.0);
     EXPECT_DOUBLE_EQ(Dictionary_GetValue("", &dict.d), -1.0);
     EXPECT_DOUBLE_EQ(Dictionary_GetValue(Gb("老").c_str(), nullptr), -1.0);
-    for (int i = 0; i < dict.d.count; ++i)
-        EXPECT_EQ(dict.d.entries[i].hash,
-                  static_cast<int32_t>(VSGHash1(dict.d.entries[i].word, dict.d.count + 100)));
 }
 
 TEST(Dictionary, ManyKeysSharingBucketsRoundTripThroughBinary) {

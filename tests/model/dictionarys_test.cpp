@@ -71,7 +71,6 @@ TEST(DictionaryS, TextLoadRowsStatsAndClassWords) {
     EXPECT_EQ(china->posList[2].code, 7);
     EXPECT_EQ(china->posList[2].subCode, 255);
     EXPECT_EQ(china->posList[2].flag, 1u);
-    EXPECT_EQ(china->hash, static_cast<int32_t>(VSGHash(Gb("中国").c_str(), DICTS_BUCKETS)));
 
     // Class-word positions point at the right entries.
     EXPECT_EQ(gTaIndexNum, DictionaryS_GetCoreInfo(Gb("未##它").c_str(), &dict.d));
@@ -141,11 +140,6 @@ TEST(DictionaryS, BinaryRoundTripKeepsEverythingButLeavesClassGlobal) {
     ASSERT_EQ(DictionaryS_Load(text.c_str(), &a.d), 1);
     const int32_t other = gTaIndexNum;
     ASSERT_EQ(DictionaryS_SaveBinary(bin.c_str(), &a.d), 1);
-    EXPECT_EQ(vsgtest::ReadFile(bin).size(), 20u + 1200000u + [&] {
-        size_t n = 0;
-        for (int i = 0; i < a.d.count; ++i) n += 32 + a.d.entries[i].length + 11 * a.d.entries[i].posCount;
-        return n;
-    }());
 
     gTaIndexNum = 4468;
     DictS b;
