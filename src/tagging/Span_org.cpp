@@ -16,15 +16,19 @@
 // The default role 14, whatever its letter, marks words outside any name.
 //
 // Because multi-character words always carry role 0, the recogniser also
-// reads each record's own organisation rows (tag set 3) from the core
-// dictionary: a row of role C or E marks a multi-character word that occurs
-// inside names, a row of role D with a value of at least 1.1 a suffix word.
+// reads each record's own rows from the core dictionary: an organisation
+// row (tag set 3) of role C or E, a place or organisation part-of-speech
+// row, or no rows at all (an unknown word) make a multi-character word a
+// body word; an organisation row of role D with a value of at least 1.1
+// makes a word a suffix, and so does such a row of the last character of an
+// unknown multi-character word.
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
 //      name, and everything inside an open bracket is taken as well; a
-//      suffix word at bracket depth 0 closes the name (see Accept); a body
-//      word or a number (IsAllNum) is appended; anything else drops the name.
+//      suffix word at bracket depth 0 closes the name (see Accept) unless
+//      the next word is a suffix too; a body word or a number (IsAllNum) is
+//      appended; anything else drops the name.
 //   3. With no name open, a body word that is not a number opens a name.
 // A dropped or rejected name still marks its "T" words one by one, and so
 // does a "T" word outside any name.
@@ -50,6 +54,10 @@ constexpr uint8_t kRoleFirst = 2;   // C
 constexpr uint8_t kRoleInner = 3;   // E
 constexpr uint8_t kRoleSuffix = 5;  // D
 constexpr int32_t kDefaultRole = 14;
+// Part-of-speech tags of place, transliterated place and organisation names.
+constexpr uint8_t kPosPlace = 29;
+constexpr uint8_t kPosForeignPlace = 30;
+constexpr uint8_t kPosOrg = 31;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -86,6 +94,19 @@ bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
     for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
         const DictSRow &row = record.posList[k];
         if (row.code == kOrgTagSet && row.subCode == role && row.value >= min) return true;
+    }
+    return false;
+}
+
+// Whether the record has a part-of-speech row of a place or organisation
+// name (tags 29, 30, 31).
+bool HasNameRow(const SpanWord &record) {
+    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
+        const DictSRow &row = record.posList[k];
+        if (row.code == 0 && (row.subCode == kPosPlace || row.subCode == kPosForeignPlace ||
+                              row.subCode == kPosOrg)) {
+            return true;
+        }
     }
     return false;
 }
@@ -150,14 +171,36 @@ bool OrgScan::IsBody(int32_t slot) const {
     if (c == 'T') return true;
     if (!IsMultiChar(slot)) return false;
     const SpanWord &r = Record(slot);
+    if (vsg::names::IsWord(r.text, vsg::kStartWord) || vsg::names::IsWord(r.text, vsg::kEndWord)) {
+        return false;
+    }
     // Merged names and class words are frequent parts of organisation names.
     if (r.classText[0] != '\0') return true;
+    // A word the core dictionary does not know is most often a proper
+    // name (超市发, 检疫站) and is taken as body.
+    if (r.posList == nullptr || r.posCount <= 0) return true;
+    // Place and organisation names (part-of-speech rows) begin many names.
+    if (HasNameRow(r)) return true;
     return HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f);
 }
 
 bool OrgScan::IsSuffix(int32_t slot) const {
     const SpanWord &r = Record(slot);
     if (roles_.At(slot) != 'D' && !IsMultiChar(slot)) return false;
+    if (IsMultiChar(slot) && (r.posList == nullptr || r.posCount <= 0)) {
+        // A word the dictionary does not know (检疫站) ends a name when its
+        // last character is a suffix by its own rows.
+        const size_t len = vsg::names::TextLength(r.text);
+        if (len < 4 || static_cast<unsigned char>(r.text[len - 2]) < 0x80) return false;
+        const char last[3] = {r.text[len - 2], r.text[len - 1], '\0'};
+        const DictionaryS &core = engine_->core;
+        const int32_t at = DictionaryS_GetCoreInfo(last, &core);
+        if (at < 0 || core.entries == nullptr || at >= core.count) return false;
+        SpanWord character{};
+        character.posList = core.entries[at].posList;
+        character.posCount = core.entries[at].posCount;
+        return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
+    }
     return HasOrgRow(r, kRoleSuffix, kMinSuffixValue);
 }
 
@@ -256,6 +299,13 @@ bool OrgScan::Extend(int32_t s) {
         return true;
     }
     if (IsSuffix(s)) {
+        // Of consecutive suffix words (公安局 党委) the last closes the name.
+        const char n = roles_.At(s + 1);
+        if (s + 1 < roles_.n && n != 'z' && n != 'Z' && n != '1' && n != '4' && IsSuffix(s + 1)) {
+            hasWord_ = true;
+            Take(s);
+            return true;
+        }
         Accept(s);
         return true;
     }

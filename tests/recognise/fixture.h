@@ -63,24 +63,19 @@ inline std::vector<std::string> OrgLetters() {
     return {"A", "Z", "C", "E", "J", "D", "T", "1", "4", "U", "V", "W", "X", "Y", "z"};
 }
 
-// Rows of the class-word entries; their first values tell them apart.
-inline const DictSRow kPersonRows[] = {{0, 24, 9.5f, 1}};
-inline const DictSRow kPlaceRows[] = {{0, 29, 8.5f, 1}, {0, 30, 2.0f, 1}};
-inline const DictSRow kOrgRows[] = {{0, 31, 7.5f, 1}};
-
-// An engine with the three role maps, a core dictionary of the three class
-// words and a place-suffix dictionary read from a text file.
+// An engine with the three role maps, a core dictionary (read from text)
+// of the three class words and the suffix character 站, and a place-suffix
+// dictionary read from a text file.
 class Engine {
 public:
     explicit Engine(const std::string &placeSuffixes = "") {
-        entries_[0] = Entry(vsg::kPersonClass, kPersonRows, 1);
-        entries_[1] = Entry(vsg::kPlaceClass, kPlaceRows, 2);
-        entries_[2] = Entry(vsg::kOrgClass, kOrgRows, 1);
-        engine_.core.entries = entries_;
-        engine_.core.count = 3;
-        engine_.core.personIndex = 0;
-        engine_.core.placeIndex = 1;
-        engine_.core.orgIndex = 2;
+        const std::string core = vsgtest::Gb(
+            "未##人 1 1.25 0 0 0\n0 24 9.5\n"
+            "未##地 2 2.25 0 0 0\n0 29 8.5\n0 30 2.0\n"
+            "未##团 1 1.25 0 0 0\n0 31 7.5\n"
+            "站 2 3.0 0 0 0\n0 2 3.0\n3 5 2.0\n");
+        vsgtest::WriteFile(dir_.file("coredict.dct"), core);
+        EXPECT_EQ(DictionaryS_Load(dir_.file("coredict.dct").c_str(), &engine_.core), 1);
         engine_.tagModels[VSG_TAG_PERSON].map = person_.map();
         engine_.tagModels[VSG_TAG_PLACE].map = place_.map();
         engine_.tagModels[VSG_TAG_ORG].map = org_.map();
@@ -91,32 +86,27 @@ public:
                       1);
         }
     }
-    ~Engine() { Dictionary_Free(&engine_.affix[VSG_AFFIX_PLACE_SUFFIX]); }
+    ~Engine() {
+        DictionaryS_Free(&engine_.core);
+        Dictionary_Free(&engine_.affix[VSG_AFFIX_PLACE_SUFFIX]);
+    }
     Engine(const Engine &) = delete;
     Engine &operator=(const Engine &) = delete;
 
     const SegmentEngine *get() const { return &engine_; }
-    const DictSEntry &entry(int i) const { return entries_[i]; }
+    // Core dictionary entries of the person, place and organisation words.
+    const DictSEntry &person_entry() const { return engine_.core.entries[engine_.core.personIndex]; }
+    const DictSEntry &place_entry() const { return engine_.core.entries[engine_.core.placeIndex]; }
+    const DictSEntry &org_entry() const { return engine_.core.entries[engine_.core.orgIndex]; }
     const RoleMap &person() const { return person_; }
     const RoleMap &place() const { return place_; }
     const RoleMap &org() const { return org_; }
 
 private:
-    static DictSEntry Entry(const char *word, const DictSRow *rows, int32_t n) {
-        DictSEntry e{};
-        e.word = const_cast<char *>(word);
-        e.length = static_cast<int32_t>(std::strlen(word));
-        e.posCount = n;
-        e.stats[0] = static_cast<float>(n) + 0.25f;
-        e.posList = const_cast<DictSRow *>(rows);
-        return e;
-    }
-
     vsgtest::TempDir dir_;
     RoleMap person_{PersonLetters()};
     RoleMap place_{PlaceLetters()};
     RoleMap org_{OrgLetters()};
-    DictSEntry entries_[3]{};
     SegmentEngine engine_{};
 };
 

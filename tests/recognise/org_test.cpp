@@ -12,6 +12,10 @@ const std::vector<DictSRow> kFirst = {{3, 2, 2.0f, 1}};
 const std::vector<DictSRow> kInner = {{3, 3, 1.0f, 1}};
 const std::vector<DictSRow> kSuffix = {{0, 7, 4.0f, 1}, {3, 5, 2.0f, 1}};
 const std::vector<DictSRow> kWeakSuffix = {{3, 5, 1.0f, 1}};
+// A known word that plays no part in names.
+const std::vector<DictSRow> kPlain = {{0, 7, 3.0f, 1}};
+// A known place name.
+const std::vector<DictSRow> kPlace = {{0, 29, 3.0f, 1}};
 
 void Org(const Engine &e, Sentence &s, const std::string &roles, WordGraph *graph = nullptr) {
     auto span = MakeSpan(s, 0, roles, e.org());
@@ -25,13 +29,14 @@ bool Untouched(Sentence &s) {
     return true;
 }
 
-void ExpectOrg(Sentence &s, size_t record, const std::string &utf8, size_t merged) {
+void ExpectOrg(const Engine &e, Sentence &s, size_t record, const std::string &utf8,
+               size_t merged) {
     EXPECT_EQ(s.Text(record), utf8);
     EXPECT_STREQ(s[record].classText, vsg::kOrgClass);
     EXPECT_EQ(s[record].tag, 31);
     EXPECT_EQ(s[record].frequency, 48993u);
     EXPECT_DOUBLE_EQ(s[record].weight, 10.7995);
-    EXPECT_EQ(s[record].posList, rectest::kOrgRows);
+    EXPECT_EQ(s[record].posList, e.org_entry().posList);
     EXPECT_EQ(s[record].state, 0);
     for (size_t r = record + 1; r <= record + merged; ++r) {
         EXPECT_EQ(s[r].state, VSG_STATE_MERGED) << r;
@@ -43,37 +48,52 @@ TEST(OrgRecognize, SingleWordsAndSuffixClosedNames) {
     Engine e;
     Sentence t({{"^"}, {"党"}, {"说"}, {"$"}});
     Org(e, t, "ATzZ");
-    ExpectOrg(t, 1, "党", 0);
+    ExpectOrg(e, t, 1, "党", 0);
 
     Sentence d({{"^"}, {"华联", kFirst}, {"电子", kInner}, {"厂", kSuffix}, {"说"}, {"$"}});
     Org(e, d, "AAADzZ");
-    ExpectOrg(d, 1, "华联电子厂", 2);
+    ExpectOrg(e, d, 1, "华联电子厂", 2);
 
     // The suffix row must reach 1.1.
     Sentence weak({{"^"}, {"华联", kFirst}, {"电子", kInner}, {"厂", kWeakSuffix}, {"$"}});
     Org(e, weak, "AAADZ");
     EXPECT_TRUE(Untouched(weak));
 
-    // A multi-character suffix is known by its rows alone; a word without
-    // organisation rows does not join the body.
-    Sentence multi({{"^"}, {"昨天"}, {"中国", kFirst}, {"银行", kSuffix}, {"$"}});
+    // A multi-character suffix is known by its rows alone; a known word
+    // without organisation or name rows does not join the body.
+    Sentence multi({{"^"}, {"昨天", kPlain}, {"中国", kFirst}, {"银行", kSuffix}, {"$"}});
     Org(e, multi, "AAAAZ");
     EXPECT_EQ(multi.Text(1), "昨天");
     EXPECT_EQ(multi[1].classText[0], '\0');
-    ExpectOrg(multi, 2, "中国银行", 1);
+    ExpectOrg(e, multi, 2, "中国银行", 1);
+
+    // Unknown words and place names join the body; the boundary words never.
+    Sentence body({{"^"}, {"石家庄市", kPlace}, {"超市发"}, {"集团", kSuffix}, {"$"}});
+    Org(e, body, "AAAAZ");
+    ExpectOrg(e, body, 1, "石家庄市超市发集团", 2);
+    EXPECT_EQ(body[0].classText[0], '\0');
+
+    // An unknown word ends a name when its last character is a suffix, and
+    // of two suffix words in a row the second closes the name.
+    Sentence unknown({{"^"}, {"太原市", kPlace}, {"检疫站"}, {"说", kPlain}, {"$"}});
+    Org(e, unknown, "AAAzZ");
+    ExpectOrg(e, unknown, 1, "太原市检疫站", 1);
+    Sentence chain({{"^"}, {"鞍山", kFirst}, {"公安局", kSuffix}, {"党委", kSuffix}, {"$"}});
+    Org(e, chain, "AAAAZ");
+    ExpectOrg(e, chain, 1, "鞍山公安局党委", 2);
 
     // A "T" word of a dropped name is still marked on its own.
     Sentence dropped({{"^"}, {"中国", kFirst}, {"党"}, {"说"}, {"$"}});
     Org(e, dropped, "AATzZ");
     EXPECT_EQ(dropped[1].classText[0], '\0');
-    ExpectOrg(dropped, 2, "党", 0);
+    ExpectOrg(e, dropped, 2, "党", 0);
 }
 
 TEST(OrgRecognize, BracketsKeepNamesOpen) {
     Engine e;
     Sentence s({{"^"}, {"中国", kFirst}, {"（"}, {"集团", kSuffix}, {"）"}, {"公司", kSuffix}, {"$"}});
     Org(e, s, "AAEAEAZ");
-    ExpectOrg(s, 1, "中国（集团）公司", 4);
+    ExpectOrg(e, s, 1, "中国（集团）公司", 4);
 
     Sentence open({{"^"}, {"中国", kFirst}, {"（"}, {"集团", kSuffix}, {"公司", kSuffix}, {"$"}});
     Org(e, open, "AAEAAZ");
@@ -84,7 +104,7 @@ TEST(OrgRecognize, TerminatorLettersEndNames) {
     Engine e;
     Sentence plain({{"^"}, {"华联", kFirst}, {"新"}, {"厂", kSuffix}, {"$"}});
     Org(e, plain, "AAEDZ");
-    ExpectOrg(plain, 1, "华联新厂", 2);
+    ExpectOrg(e, plain, 1, "华联新厂", 2);
     for (char stop : std::string("zZ14")) {
         Sentence s({{"^"}, {"华联", kFirst}, {"新"}, {"厂", kSuffix}, {"$"}});
         Org(e, s, std::string("AA") + stop + "DZ");
@@ -102,7 +122,7 @@ TEST(OrgRecognize, SpecialOneCharacterSuffixes) {
     // 中 only after a number.
     Sentence school({{"^"}, {"北京", kFirst}, {"１０１"}, {"中", kSuffix}, {"$"}});
     Org(e, school, "AAADZ");
-    ExpectOrg(school, 1, "北京１０１中", 2);
+    ExpectOrg(e, school, 1, "北京１０１中", 2);
     Sentence meeting({{"^"}, {"大会", kFirst}, {"会议", kInner}, {"中", kSuffix}, {"$"}});
     Org(e, meeting, "AAADZ");
     EXPECT_TRUE(Untouched(meeting));
@@ -111,7 +131,7 @@ TEST(OrgRecognize, SpecialOneCharacterSuffixes) {
     for (const char *word : {"所", "局"}) {
         Sentence ok({{"^"}, {"计算", kFirst}, {"研究", kInner}, {word, kSuffix}, {"$"}});
         Org(e, ok, "AAADZ");
-        ExpectOrg(ok, 1, std::string("计算研究") + word, 2);
+        ExpectOrg(e, ok, 1, std::string("计算研究") + word, 2);
         Sentence number({{"^"}, {"计算", kFirst}, {"3"}, {word, kSuffix}, {"$"}});
         Org(e, number, "AAJDZ");
         EXPECT_TRUE(Untouched(number)) << word;
@@ -132,12 +152,12 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     EXPECT_TRUE(Untouched(jd));
     Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
     Org(e, longer, "ACDZ");
-    ExpectOrg(longer, 1, "华联厂", 1);
+    ExpectOrg(e, longer, 1, "华联厂", 1);
 
     // Numbers continue a name but never begin one.
     Sentence inside({{"^"}, {"北京", kFirst}, {"502"}, {"厂", kSuffix}, {"$"}});
     Org(e, inside, "AAADZ");
-    ExpectOrg(inside, 1, "北京502厂", 2);
+    ExpectOrg(e, inside, 1, "北京502厂", 2);
     Sentence only({{"^"}, {"502"}, {"厂", kSuffix}, {"$"}});
     Org(e, only, "AADZ");
     EXPECT_TRUE(Untouched(only));

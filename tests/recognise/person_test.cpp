@@ -24,9 +24,9 @@ TEST(PersonRecognize, PatternNamesAreMergedInPlace) {
     EXPECT_EQ(s[1].frequency, 73861u);
     EXPECT_DOUBLE_EQ(s[1].weight, 11.21);
     EXPECT_EQ(s[1].offset, 6);  // after the 6 bytes of the start word
-    EXPECT_EQ(s[1].posList, e.entry(0).posList);
+    EXPECT_EQ(s[1].posList, e.person_entry().posList);
     EXPECT_EQ(s[1].posCount, 1);
-    EXPECT_FLOAT_EQ(s[1].stats[0], e.entry(0).stats[0]);
+    EXPECT_FLOAT_EQ(s[1].stats[0], e.person_entry().stats[0]);
     EXPECT_EQ(s[1].state, 0);
     EXPECT_EQ(s[2].state, VSG_STATE_MERGED);
     EXPECT_EQ(s[3].state, VSG_STATE_MERGED);

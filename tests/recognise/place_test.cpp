@@ -31,7 +31,7 @@ TEST(PlaceRecognize, TwoSlotNamesNeedTheSuffixOfRecordTwo) {
     EXPECT_EQ(ok[1].tag, 29);
     EXPECT_EQ(ok[1].frequency, 9845u);
     EXPECT_DOUBLE_EQ(ok[1].weight, 9.19482);
-    EXPECT_EQ(ok[1].posList, suffix.entry(1).posList);
+    EXPECT_EQ(ok[1].posList, suffix.place_entry().posList);
     EXPECT_EQ(ok[1].posCount, 2);
     EXPECT_EQ(ok[2].state, VSG_STATE_MERGED);
 
