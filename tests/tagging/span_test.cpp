@@ -313,6 +313,12 @@ TEST(SpanFill, FullRunSkipsOneRecord) {
     c.AddMany(198, Gb("说"), {Row(1, 22, 5.0f)});
     CSpan_Reset(span.get(), 0);
     EXPECT_EQ(CSpan_GetFrom1(span.get(), c.data(), 0, 1, 22), -1);
+
+    // An empty array: no run at all.
+    WordArray empty;
+    CSpan_Reset(span.get(), 0);
+    EXPECT_EQ(CSpan_RoleTagging(span.get(), empty.data(), 1, 22, nullptr, nullptr), 1);
+    EXPECT_EQ(span->count, 1u);
 }
 
 // Part-of-speech runs: settled words cut the sentence and become the fixed
@@ -370,24 +376,6 @@ TEST(SpanPos, RunsCutAtSettledWords) {
     EXPECT_EQ(a[0].tag, -1);
     EXPECT_EQ(a[2].tag, -1);
     EXPECT_EQ(a[1].tag, 5);
-}
-
-// The driver tags nothing on an empty array and survives long sentences
-// with any candidate rows; offsets keep counting across runs.
-TEST(SpanRoleTagging, EmptyAndLongSentences) {
-    ContextModel model(23, 1.0, 2.0);
-    SpanPtr span = NewSpan(1, model);
-    WordArray empty;
-    EXPECT_EQ(CSpan_RoleTagging(span.get(), empty.data(), 1, 22, nullptr, nullptr), 1);
-    EXPECT_EQ(span->count, 1u);
-
-    WordArray a;
-    a.Add(kStart, {Row(1, 0, 9.0f)});
-    for (int i = 0; i < 420; ++i)
-        a.Add(i % 3 == 0 ? Gb("我们") : Gb("说"), {Row(1, static_cast<int>(i % 23), 1.0f)});
-    a.Add(kEnd, {Row(1, 1, 9.0f)});
-    EXPECT_EQ(CSpan_RoleTagging(span.get(), a.data(), 1, 22, nullptr, nullptr), 1);
-    for (int i = 0; i < a.size(); ++i) EXPECT_NE(a[i].state, VSG_STATE_MERGED);
 }
 
 TEST(SpanSearch, BinarySearchByOffset) {
