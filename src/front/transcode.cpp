@@ -13,8 +13,9 @@ namespace vsg::front {
 namespace {
 
 // GB18030 form of every code point of the Basic Multilingual Plane, filled
-// once: bytes packed little-end first, length in the top byte.
+// once: bytes packed first byte lowest, and their number (0: none).
 uint32_t g_bmpToGb[0x10000];
+uint8_t g_bmpGbLength[0x10000];
 std::once_flag g_bmpOnce;
 
 void FillBmpTable() {
@@ -25,10 +26,11 @@ void FillBmpTable() {
         uint32_t packed = 0;
         if (len > 0 && len <= 4) {
             for (int32_t k = 0; k < len; ++k) packed |= static_cast<uint32_t>(static_cast<unsigned char>(out[k])) << (8 * k);
-            g_bmpToGb[cp] = packed | (static_cast<uint32_t>(len) << 28);
         } else {
-            g_bmpToGb[cp] = 0;
+            len = 0;
         }
+        g_bmpToGb[cp] = packed;
+        g_bmpGbLength[cp] = static_cast<uint8_t>(len);
     }
 }
 
@@ -118,7 +120,7 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
                 size_t olen = 0;
                 if (cp < 0x10000) {
                     uint32_t packed = g_bmpToGb[cp];
-                    olen = packed >> 28;
+                    olen = g_bmpGbLength[cp];
                     for (size_t k = 0; k < olen; ++k) out[k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
                 } else {
                     std::memset(out, 0, 8);

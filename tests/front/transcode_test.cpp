@@ -57,6 +57,18 @@ TEST(TranscodeTest, SameWorkTextAndOffsetsFromEverySet) {
     std::string back;
     vsg::front::GbToUtf8(gb.data(), gb.size(), back);
     EXPECT_EQ(back, "台湾的中文abc。");
+
+    // Characters with four-byte GB18030 codes, inside and beyond the Basic
+    // Multilingual Plane, go both ways.
+    const std::string rare = "À😀中";
+    vsg::front::ToWorkText(rare.data(), rare.size(), 3, w, invalid, 0);
+    EXPECT_EQ(w.gb, vsgtest::Gb(rare));
+    EXPECT_EQ(w.gb.size(), 10u);
+    EXPECT_EQ(Slice(rare, w, 4, 8), "😀");
+    back.clear();
+    vsg::front::GbToUtf8(w.gb.data(), w.gb.size(), back);
+    EXPECT_EQ(back, rare);
+    EXPECT_TRUE(invalid.empty());
 }
 
 TEST(TranscodeTest, InvalidBytesAreSkippedAndListed) {
