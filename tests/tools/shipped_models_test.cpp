@@ -66,7 +66,7 @@ TEST(ShippedModels, PartOfSpeechMapNumbersWhatTheEngineAssumes) {
     } cases[] = {{"。", "w", 78}, {"，", "w", 79}, {"、", "w", 80}, {"“", "w", 85}, {"”", "w", 86},
                  {"（", "w", 87}, {"）", "w", 88}, {"——", "w", 89}, {"……", "w", 90}, {"的", "u", 43},
                  {"地", "u", 44}, {"得", "u", 45}, {"着", "u", 46}, {"了", "u", 54}, {"了", "y", 67},
-                 {"在", "p", 61}, {"和", "c", 66}, {"是", "v", 49}, {"发展", "v", 3}, {"发展", "vn", 15}};
+                 {"在", "p", 61}, {"和", "c", 66}, {"是", "v", 49}, {"鼓吹", "v", 3}, {"殡葬", "vn", 15}, {"发展", "v", 122}};
     for (const Case &c : cases) EXPECT_EQ(vsgtrain::PosTagOf(vsgtest::Gb(c.word), c.tag), c.expected) << c.word;
     for (const char *t : {"p", "c", "u", "y", "e", "o", "Yg"})
         EXPECT_TRUE(vsgtrain::IsStopTag(vsgtrain::PosTagOf(vsgtest::Gb("某"), t))) << t;

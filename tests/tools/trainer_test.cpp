@@ -19,7 +19,7 @@ using vsgtest::Gb;
 
 const char *kCorpus[] = {
     "19980101-01-001-001/m  江/nr  泽民/nr  在/p  北京市/ns  会见/v  了/u  [中央/n  人民/n  广播/vn  电台/n]nt  "
-    "记者/n  。/w  ",
+    "剧本/n  。/w  ",
     "19980101-01-001-002/m  克林顿/nr  访问/v  北京/ns  。/w  ",
     "19980102-01-001-001/m  王/nr  国栋/nr  说/v  ，/w  新华社/nt  发展/vn  很/d  快/a  。/w  ",
     "",
@@ -162,7 +162,7 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
 
     // Counts: part-of-speech rows are log counts, role rows log(count + 1),
     // the default role's count sits in stats.
-    EXPECT_FLOAT_EQ(RowValue(Find(bin, "记者"), 0, 2), 0.0f);           // n, seen once
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "剧本"), 0, 2), 0.0f);           // n, seen once
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "。"), 0, 78), std::log(4.0f));  // four full stops
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "江泽民"), 0, 24), 0.0f);
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "王"), 1, 2), std::log(2.0f));   // surname C
@@ -182,8 +182,8 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     ASSERT_EQ(ContextStat_Load(a.file("text/lexical.ctx").c_str(), &lex), 1);
     EXPECT_EQ(lex.tagFrequency[0], 4);
     EXPECT_EQ(lex.tagFrequency[1], 4);
-    EXPECT_EQ(lex.tagFrequency[2], 4);   // n
-    EXPECT_EQ(lex.tagFrequency[15], 2);  // vn
+    EXPECT_EQ(lex.tagFrequency[2], 2);   // n: 电台, 剧本 (中央 and 人民 have classes of their own)
+    EXPECT_EQ(lex.tagFrequency[15], 1);  // vn: 广播 (发展 has a class of its own)
     EXPECT_EQ(lex.tagFrequency[24], 3);  // Chinese person names, joined
     EXPECT_EQ(lex.contextMatrix[0][24], 2);
     EXPECT_EQ(lex.contextMatrix[78][1], 4);

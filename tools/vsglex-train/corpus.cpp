@@ -7,15 +7,21 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <map>
 #include <set>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "charlists.h"
+#include "lexclasses.h"
 
 namespace vsgtrain {
 
 namespace {
+
+// First number of the one-word classes, and how many of them are used.
+constexpr int kFirstLexClass = 95;
+constexpr int kLexClassLimit = 150;
 
 // Runs iconv over `in`; a byte that cannot be converted is skipped.
 bool Convert(const char *to, const char *from, const std::string &in, std::string *out) {
@@ -113,6 +119,11 @@ struct Lists {
         add("p", {"对", "对于", "关于"}, 64);
         add("p", {"从", "自", "由", "自从"}, 65);
         add("y", {"了"}, 67);
+        int lex = kFirstLexClass;
+        for (const LexClass &c : kLexClasses) {
+            if (lex - kFirstLexClass >= kLexClassLimit) break;
+            exactWords[std::string(c.tag) + "|" + Gb(c.word)] = lex++;
+        }
         auto addp = [this](std::initializer_list<const char *> words, int num) {
             for (const char *w : words) punct[Gb(w)] = num;
         };
@@ -419,6 +430,13 @@ const std::vector<std::string> &PosTagNames() {
             "x70",  "x71",  "x72",   "x73",   "x74",   "x75",   "x76",  "x77",  "wj",   "wd",    // 70-79
             "wn",   "wf",   "wm",    "wt",    "ww",    "wyz",   "wyy",  "wkz",  "wky",  "wp",    // 80-89
             "ws",   "wh",   "w",     "x93",   "yg"};                                              // 90-94
+        // One-word classes are named after their corpus tag: "v#3" is the
+        // third one-word verb class.
+        std::map<std::string, int> perTag;
+        for (int i = 0; i < kLexClassLimit && i < static_cast<int>(sizeof kLexClasses / sizeof kLexClasses[0]); ++i) {
+            const std::string tag = kLexClasses[i].tag;
+            n.push_back(tag + "#" + std::to_string(++perTag[tag]));
+        }
         return n;
     }();
     return names;
