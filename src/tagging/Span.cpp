@@ -11,6 +11,8 @@
 
 #include "common/gbtext.h"
 
+static_assert(sizeof vsg::kStartWord == 7 && sizeof vsg::kEndWord == 7, "boundary words are 6 bytes");
+
 namespace {
 
 // Words read per run: slots 1..198; slot 199 is kept for the synthetic end.
@@ -212,10 +214,12 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
         CopySlotWord(span->word[k], w);
         span->offset[k] = w.offset;
         const char *word = span->word[k];
-        const bool isStart = strcmp(word, vsg::kStartWord) == 0;
-        const bool isEnd = strcmp(word, vsg::kEndWord) == 0;
+        const size_t length = strlen(word);
+        // Both boundary words are 6 bytes long.
+        const bool isStart = length == 6 && memcmp(word, vsg::kStartWord, 6) == 0;
+        const bool isEnd = length == 6 && memcmp(word, vsg::kEndWord, 6) == 0;
         int32_t n = 0;
-        if (!isStart && !isEnd && strlen(word) > 2) {
+        if (!isStart && !isEnd && length > 2) {
             // A word of several characters always takes role 0.
             n = AddCand(span, k, n, 0, 0.0);
         } else {
