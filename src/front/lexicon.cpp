@@ -33,7 +33,25 @@ inline uint64_t InlineKey(const char *key, size_t length) {
     return v;
 }
 
+constexpr size_t kBloomBits = size_t{1} << 21;
+
+// Bloom filter bit of a key hash, taken from other bits than the table's.
+inline size_t BloomBit(uint32_t hash) { return (hash * 0x9E3779B1u) >> (32 - 21); }
+
 }  // namespace
+
+int Lexicon::DirectIndex(const char *text, const Atom &a) {
+    const auto *p = reinterpret_cast<const unsigned char *>(text + a.start);
+    if (a.length == 1) return p[0];
+    if (a.length == 2) return (p[0] << 8) | p[1];
+    return -1;
+}
+
+bool Lexicon::MayHold(uint32_t hash) const {
+    if (bloom_.empty()) return false;
+    size_t bit = BloomBit(hash);
+    return (bloom_[bit >> 6] >> (bit & 63)) & 1;
+}
 
 bool Lexicon::SameKey(const Slot &s, uint64_t inlineKey, const char *key, size_t length) const {
     if (s.length != length) return false;
@@ -92,6 +110,9 @@ bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
     slots_.clear();
     keys_.clear();
     used_ = words_ = fragments_ = maxBytes_ = 0;
+    directCost_.assign(0x10000, -1.0f);
+    directLonger_.assign(0x10000, 0);
+    bloom_.assign(kBloomBits / 64, 0);
     if (dict.entries == nullptr || dict.count <= 0) return false;
 
     // Count of each usable word: the sum of its part-of-speech rows' counts.
@@ -136,11 +157,21 @@ bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
         for (const Atom &a : atoms) hasSpace |= a.kind == AtomKind::kSpace;
         if (hasSpace || atoms.empty() || atoms.size() > kMaxWordAtoms) continue;
         uint32_t h = kFnvBasis;
+        float cost = static_cast<float>(logTotal - std::log(count));
+        int direct = DirectIndex(entry.word, atoms[0]);
+        if (direct >= 0) {
+            if (atoms.size() == 1) directCost_[static_cast<size_t>(direct)] = cost;
+            else directLonger_[static_cast<size_t>(direct)] = 1;
+        }
         for (size_t k = 0; k < atoms.size(); ++k) {
             h = HashMore(h, entry.word + atoms[k].start, atoms[k].length);
             size_t len = atoms[k].start + atoms[k].length;
             bool last = k + 1 == atoms.size();
-            Insert(h, entry.word, len, last, last ? static_cast<float>(logTotal - std::log(count)) : 0.0f);
+            Insert(h, entry.word, len, last, last ? cost : 0.0f);
+            if (k > 0) {
+                size_t bit = BloomBit(h);
+                bloom_[bit >> 6] |= uint64_t{1} << (bit & 63);
+            }
         }
         ++words_;
         if (static_cast<size_t>(entry.length) > maxBytes_) maxBytes_ = static_cast<size_t>(entry.length);
@@ -149,6 +180,7 @@ bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
 }
 
 double Lexicon::WordCost(const char *word, size_t length) const {
+    if (slots_.empty()) return -1.0;
     const Slot *s = Find(HashMore(kFnvBasis, word, length), word, length);
     return s != nullptr && s->isWord ? s->cost : -1.0;
 }
@@ -169,11 +201,21 @@ void Lexicon::Cut(const char *text, const Atom *atoms, size_t n, std::vector<uin
         uint32_t h = kFnvBasis;
         size_t j = i;
         size_t bytes = 0;
+        // Characters and short atoms are looked up in the direct tables.
+        int direct = directCost_.empty() ? -1 : DirectIndex(text, a);
+        if (direct >= 0) {
+            single = directCost_[static_cast<size_t>(direct)];
+            if (!directLonger_[static_cast<size_t>(direct)]) j = n;  // no longer word starts here
+            h = HashMore(h, text + a.start, a.length);
+            bytes = a.length;
+            ++j;
+        }
         while (j < n && j - i < kMaxWordAtoms) {
             const Atom &b = atoms[j];
             bytes += b.length;
             if (bytes > maxBytes_) break;
             h = HashMore(h, text + b.start, b.length);
+            if (j > i && !MayHold(h)) break;
             const Slot *s = Find(h, text + a.start, bytes);
             if (s == nullptr) break;
             if (s->isWord) {

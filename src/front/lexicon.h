@@ -64,8 +64,17 @@ private:
     void Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost);
     void Grow();
 
+    // Index of a one- or two-byte atom in the direct tables, or -1.
+    static int DirectIndex(const char *text, const Atom &a);
+    // Bloom filter over the hashes of keys of two or more atoms: a probe
+    // that misses here needs no look-up in the (larger) table.
+    bool MayHold(uint32_t hash) const;
+
     std::vector<Slot> slots_;
     std::string keys_;
+    std::vector<float> directCost_;     // cost of a one-atom word, or -1
+    std::vector<uint8_t> directLonger_; // 1 if a longer key begins with the atom
+    std::vector<uint64_t> bloom_;
     size_t used_ = 0;
     size_t words_ = 0;
     size_t fragments_ = 0;
