@@ -250,6 +250,16 @@ TEST_F(Pipeline, ArgumentsAndEmptyInput) {
     EXPECT_EQ(out.count, -5);
     EXPECT_EQ(out.items, nullptr);
 
+    // An engine without models (as a failed load leaves one) tags nothing
+    // but still hands every word back.
+    SegmentEngine blank{};
+    for (int mode = 0; mode < 4; ++mode) {
+        ASSERT_EQ(VSG_SegmentForServer(&input, &out, mode, &blank), 1);
+        ASSERT_EQ(out.count, 1);
+        EXPECT_EQ(std::string(out.items[0].text), Gb("我"));
+        VSG_SegmentForServerFree(&out);
+    }
+
     WordList empty{0, nullptr};
     EXPECT_EQ(VSG_SegmentForServer(&empty, &out, 0, engine_), 1);
     EXPECT_EQ(out.count, 0);
