@@ -36,7 +36,7 @@ struct Gold {
     std::vector<std::string> words;    // input words
 };
 
-Gold MakeGold(const vsgtrain::Paragraph &p, const std::vector<vsgtrain::Unit> &units, const DictionaryS &core) {
+Gold MakeGold(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core) {
     Gold g;
     std::map<int, int> bracketStart;
     int pos = 0;
@@ -65,7 +65,6 @@ Gold MakeGold(const vsgtrain::Paragraph &p, const std::vector<vsgtrain::Unit> &u
         g.text += u.text;
         pos = s.second;
     }
-    (void)p;
     g.words = InputWords(units, core);
     return g;
 }
@@ -165,7 +164,7 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         std::vector<Gold> golds;
         std::vector<WordItem> items;
         for (size_t i = first; i < last; ++i) {
-            golds.push_back(MakeGold(paragraphs[i], vsgtrain::BuildUnits(paragraphs[i]), engine->core));
+            golds.push_back(MakeGold(vsgtrain::BuildUnits(paragraphs[i]), engine->core));
             uint32_t key = static_cast<uint32_t>(i - first);
             for (const std::string &w : golds.back().words) {
                 WordItem item;

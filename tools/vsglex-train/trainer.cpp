@@ -389,7 +389,6 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     std::vector<Entry> entries;
     entries.reserve(words.size() + 8);
     std::map<int, int32_t> unseen;  // tag -> words seen once with it
-    int64_t skipped = 0;
     {
         std::vector<std::string> keys;
         keys.reserve(words.size());
@@ -430,10 +429,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                     e.stats[set + 1] = LogCount(def + 1.0);
                 }
             }
-            if (e.rows.empty()) {
-                ++skipped;
-                continue;
-            }
+            if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
             entries.push_back(std::move(e));
         }
     }
@@ -527,7 +523,6 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     summary->entries = static_cast<int64_t>(entries.size());
     for (size_t t = 0; t < nPos; ++t)
         if (posCtx.freq[t] > 0) ++summary->posTagsUsed;
-    (void)skipped;
 
     // ---- Writing -------------------------------------------------------------
     if (!EnsureDir(outDir, error)) return false;
