@@ -70,6 +70,7 @@ TEST(CliTest, FormatsInputsAndExitCodes) {
     EXPECT_EQ(Vsglex(data + "--threads 3", text).out, t.out);
     CliRun g = Vsglex(data + "--encoding gbk", vsgtest::Gb(text));
     EXPECT_EQ(vsgtest::Utf8(g.out), t.out);
+    EXPECT_EQ(Vsglex(data, vsgtest::Gb(text)).out, g.out);  // detected as not UTF-8
 
     // json: one object per sentence with offsets; tsv: five columns.
     CliRun j = Vsglex(data + "--format json", text);

@@ -262,6 +262,32 @@ void Analyse(const vsglex_handle *h, const Options &o, int charset, Piece &p) {
 
 // ---- input --------------------------------------------------------------
 
+// True when s[0..n) is valid UTF-8 (overlong forms and surrogates count as
+// invalid); a sequence cut by the end of the buffer is accepted.
+bool LooksLikeUtf8(const char *s, size_t n) {
+    const auto *u = reinterpret_cast<const unsigned char *>(s);
+    size_t i = 0;
+    while (i < n) {
+        unsigned char c = u[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        size_t len = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 0;
+        if (len == 0) return false;
+        uint32_t cp = c & (0x7F >> len);
+        for (size_t k = 1; k < len; ++k) {
+            if (i + k >= n) return true;
+            if ((u[i + k] & 0xC0) != 0x80) return false;
+            cp = (cp << 6) | (u[i + k] & 0x3F);
+        }
+        static const uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (cp < kMin[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
+        i += len;
+    }
+    return true;
+}
+
 class Progress {
 public:
     Progress(const std::string &name, uint64_t total)
@@ -334,17 +360,13 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
             pieces.push_back(std::move(p));
             start = end;
         }
-        // The first piece of a file fixes the character set of the rest.
-        size_t first = 0;
-        if (charset == VSGLEX_CHARSET_AUTO) {
-            Analyse(h, o, charset, pieces[0]);
-            if (pieces[0].status == VSGLEX_OK) charset = pieces[0].charset;
-            first = 1;
-        }
+        // The first block of a file fixes the character set of the rest.
+        if (charset == VSGLEX_CHARSET_AUTO)
+            charset = LooksLikeUtf8(buf.data(), take) ? VSGLEX_CHARSET_UTF8 : VSGLEX_CHARSET_GB18030;
         std::vector<std::thread> workers;
-        for (size_t t = first + 1; t < pieces.size(); ++t)
+        for (size_t t = 1; t < pieces.size(); ++t)
             workers.emplace_back([&, t] { Analyse(h, o, charset, pieces[t]); });
-        if (first < pieces.size()) Analyse(h, o, charset, pieces[first]);
+        Analyse(h, o, charset, pieces[0]);
         for (auto &w : workers) w.join();
         for (Piece &p : pieces) {
             if (p.status != VSGLEX_OK) {
