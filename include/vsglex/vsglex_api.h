@@ -52,7 +52,8 @@ enum {
 /* One word of a result. */
 typedef struct vsglex_word {
     const char *text;      /* the word as analysed, UTF-8, NUL-terminated */
-    const char *tag_name;  /* part-of-speech tag text from the tag map, e.g. "nr" */
+    const char *tag_name;  /* part-of-speech tag text from the tag map, e.g. "nr"
+                              (a class of one word, "n#13", is given as "n") */
     uint64_t offset;       /* byte offset of the word in the caller's text */
     uint32_t length;       /* byte length of the word in the caller's text */
     int32_t tag;           /* tag number (line of the tag map) */
@@ -97,7 +98,8 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
                                   int32_t charset, uint32_t flags, vsglex_result **result);
 /* Releases a result. Null is ignored. */
 VSGLEX_API void vsglex_result_free(vsglex_result *result);
-/* Text of tag number `tag` in the part-of-speech tag map, or "" if none. */
+/* Text of tag number `tag` in the part-of-speech tag map (up to a '#'), or
+ * "" if none. Valid while the handle is open. */
 VSGLEX_API const char *vsglex_tag_name(const vsglex_handle *handle, int32_t tag);
 /* Name of a name class: "person", "place", "organization" or "". */
 VSGLEX_API const char *vsglex_name_class_name(int32_t name_class);

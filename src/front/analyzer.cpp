@@ -436,6 +436,10 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             for (int32_t k = 0; k < map.count && k < 255; ++k) {
                 tag[0] = '\0';
                 POSmap_GetPOS(k, tag, &map);
+                // Classes of single frequent words are written "n#13": the
+                // user sees their tag, "n".
+                char *hash = std::strchr(tag, '#');
+                if (hash != nullptr && hash != tag) *hash = '\0';
                 sh.tagNames.emplace_back(tag);
             }
             sh.engine = engine;
