@@ -56,7 +56,7 @@ typedef struct vsglex_word {
                               (a class of one word, "n#13", is given as "n") */
     uint64_t offset;       /* byte offset of the word in the caller's text */
     uint32_t length;       /* byte length of the word in the caller's text */
-    int32_t tag;           /* tag number (line of the tag map) */
+    int32_t tag;           /* tag number (line of the tag map); -1 if the engine gave none */
     int32_t name_class;    /* VSGLEX_NAME_* by the tag */
     int32_t merged;        /* number of cut words the engine merged into this one (1 = none) */
     uint32_t sentence;     /* index of the word's sentence in the result */
