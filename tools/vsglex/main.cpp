@@ -58,16 +58,29 @@ bool HasModels(const std::string &dir) {
     return !dir.empty() && stat((dir + "/coredict.dct").c_str(), &st) == 0;
 }
 
-// The model directory: --data, then VSGLEX_DATA, then the installed set,
-// then the source tree's.
+// The model set installed beside this program (PREFIX/share/vsglex/vsg
+// for PREFIX/bin/vsglex), wherever the tree was installed to.
+std::string BesideProgram() {
+    char path[4096];
+    ssize_t n = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (n <= 0) return "";
+    std::string exe(path, static_cast<size_t>(n));
+    size_t slash = exe.rfind('/');
+    if (slash == std::string::npos) return "";
+    return exe.substr(0, slash) + "/../share/vsglex/vsg";
+}
+
+// The model directory: --data, then VSGLEX_DATA, then the installed set
+// (beside the program, then the configured prefix), then the source tree's.
 std::string FindModels(const Options &o, std::string *looked) {
     if (!o.data.empty()) return o.data;
     const char *env = std::getenv("VSGLEX_DATA");
     if (env != nullptr && *env != '\0') return env;
-    const char *candidates[] = {VSGLEX_INSTALLED_DATA, VSGLEX_SOURCE_DATA};
-    for (const char *c : candidates) {
+    std::string candidates[] = {BesideProgram(), VSGLEX_INSTALLED_DATA, VSGLEX_SOURCE_DATA};
+    for (const std::string &c : candidates) {
+        if (c.empty()) continue;
         if (HasModels(c)) return c;
-        *looked += std::string(looked->empty() ? "" : ", ") + c;
+        *looked += (looked->empty() ? "" : ", ") + c;
     }
     return "";
 }
