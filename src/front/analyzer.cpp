@@ -53,6 +53,10 @@ const char *ModelFileOfStatus(int32_t status) {
 // of a text are batched into calls of about this size (the engine's output
 // block then stays below the size that malloc serves by mapping pages).
 constexpr size_t kBatchItems = 1024;
+// Words of one engine chunk: the engine tags a sentence in pieces of this
+// many words, so a long sentence may be split between calls at multiples of
+// it without changing the result.
+constexpr size_t kEngineChunk = 150;
 // Stretch of the caller's text converted at once (cut at a line end).
 constexpr size_t kWindowBytes = 256 * 1024;
 
@@ -106,6 +110,7 @@ private:
     std::vector<uint32_t> cuts_;     // sentence starts within a line
     bool sentenceOpen_ = false;
     SentenceSpan open_{0, 0};
+    size_t openItems_ = 0;  // words of the open sentence so far
 
     std::vector<vsglex_word> words_;
     std::vector<size_t> textOffsets_;  // of each word's text in texts_
@@ -206,6 +211,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     if (!sentenceOpen_) {
         sentenceOpen_ = true;
         open_.gbStart = atoms[0].start;
+        openItems_ = 0;
         vsglex_sentence s{};
         sentences_.push_back(s);
     }
@@ -215,6 +221,8 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
         items_.push_back(Item{s, static_cast<uint16_t>(e - s), sentence});
+        // A very long sentence is handed on chunk by chunk.
+        if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
     if ((flags_ & VSGLEX_PRECUT) != 0) {
         // One token: one word, split into pieces of at most 80 bytes.
