@@ -16,12 +16,15 @@
 // The default role 14, whatever its letter, marks words outside any name.
 //
 // Because multi-character words always carry role 0, the recogniser also
-// reads each record's own rows from the core dictionary: an organisation
-// row (tag set 3) of role C or E, a place or organisation part-of-speech
-// row, or no rows at all (an unknown word) make a multi-character word a
-// body word; an organisation row of role D with a value of at least 1.1
-// makes a word a suffix, and so does such a row of the last character of an
-// unknown multi-character word.
+// reads each record's own rows from the core dictionary. A multi-character
+// word opens a name when it is a merged name, a place or organisation word,
+// unknown, or begins organisation names in at least a twentieth of its
+// occurrences (its C row against stats[0]); inside a name it is also taken
+// with any C or E row or when it is used mostly as a noun. A suffix has an
+// organisation row of role D with a value of at least 1.1; a common
+// multi-character suffix must also end names in a fifth of its occurrences,
+// and an unknown word is a suffix when its last character is one. A name
+// opened by a person name takes nothing but its suffix.
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -32,6 +35,7 @@
 //   3. With no name open, a body word that is not a number opens a name.
 // A dropped or rejected name still marks its "T" words one by one, and so
 // does a "T" word outside any name.
+#include <cmath>
 #include <cstring>
 
 #include "common/gbtext.h"
@@ -64,6 +68,12 @@ constexpr float kMinSuffixValue = 1.1f;
 constexpr char kBodyLetters[] = "CEJ";
 // A two-slot name read as "JD" or "CD" must be longer than this.
 constexpr size_t kMinShortNameBytes = 4;
+// A common word opens a name only when at least this share of its
+// occurrences begins an organisation name (one in twenty).
+constexpr float kMinOpenShare = 0.05f;
+// A common multi-character word closes a name only when at least this share
+// of its occurrences ends an organisation name.
+constexpr float kMinSuffixShare = 0.2f;
 
 // One-character words that the role model often takes for suffixes.
 // Function words and date/dispatch markers never close a name.
@@ -100,6 +110,25 @@ bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
 
 // Whether the record has a part-of-speech row of a place or organisation
 // name (tags 29, 30, 31).
+// Part-of-speech tags of the noun classes that fill the inside of a name:
+// noun, verbal noun, adjectival noun, distinguishing word, abbreviation,
+// other proper noun.
+constexpr uint8_t kNounTags[] = {2, 15, 16, 19, 21, 25};
+
+// Whether the record's most frequent part-of-speech row is a noun class.
+bool IsNounLike(const SpanWord &record) {
+    float best = -1e9f;
+    int tag = -1;
+    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
+        const DictSRow &row = record.posList[k];
+        if (row.code == 0 && row.value > best) { best = row.value; tag = row.subCode; }
+    }
+    for (uint8_t t : kNounTags) {
+        if (tag == t) return true;
+    }
+    return false;
+}
+
 bool HasNameRow(const SpanWord &record) {
     for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
         const DictSRow &row = record.posList[k];
@@ -129,7 +158,10 @@ private:
     }
     bool IsNumber(int32_t slot) const { return IsAllNum(Record(slot).text) == 1; }
     // Whether the slot's word can be part of a name's body.
-    bool IsBody(int32_t slot) const;
+    bool IsBody(int32_t slot, bool opening = false) const;
+    // Share of the word's occurrences seen in organisation role `role`
+    // ((count + 1) / (total + 1)), 0 without such a row.
+    static float OrgRowShare(const SpanWord &r, uint8_t role);
     // Whether the slot's word can close a name as its suffix.
     bool IsSuffix(int32_t slot) const;
     // Opens a name at slot.
@@ -162,10 +194,11 @@ private:
     int32_t last_ = 0;       // last slot taken into it
     int32_t depth_ = 0;      // open round brackets
     bool hasWord_ = false;   // a body word that is not a number was taken
+    bool personLed_ = false; // the name opened with a person name
     NameBuffer name_;
 };
 
-bool OrgScan::IsBody(int32_t slot) const {
+bool OrgScan::IsBody(int32_t slot, bool opening) const {
     const char c = roles_.At(slot);
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
     if (c == 'T') return true;
@@ -175,13 +208,30 @@ bool OrgScan::IsBody(int32_t slot) const {
         return false;
     }
     // Merged names and class words are frequent parts of organisation names.
-    if (r.classText[0] != '\0') return true;
+    if (r.classText[0] != '\0') {
+        return true;
+    }
     // A word the core dictionary does not know is most often a proper
     // name (超市发, 检疫站) and is taken as body.
     if (r.posList == nullptr || r.posCount <= 0) return true;
     // Place and organisation names (part-of-speech rows) begin many names.
     if (HasNameRow(r)) return true;
-    return HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f);
+    if (opening) return OrgRowShare(r, kRoleFirst) >= kMinOpenShare;
+    if (HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f)) return true;
+    // Inside a name any word used mostly as a noun is taken (动物 in
+    // 太原市动物检疫站, 邮政 速递 in 合肥市邮政速递公司).
+    return IsNounLike(r);
+}
+
+float OrgScan::OrgRowShare(const SpanWord &r, uint8_t role) {
+    float best = -1.0f;
+    for (int32_t k = 0; k < r.posCount && k < 256; ++k) {
+        const DictSRow &row = r.posList[k];
+        if (row.code == kOrgTagSet && row.subCode == role && row.value > best) best = row.value;
+    }
+    if (best < 0.0f) return 0.0f;
+    // stats[0] is the log of the word's count plus one in the core dictionary.
+    return std::exp(best - r.stats[0]);
 }
 
 bool OrgScan::IsSuffix(int32_t slot) const {
@@ -201,7 +251,11 @@ bool OrgScan::IsSuffix(int32_t slot) const {
         character.posCount = core.entries[at].posCount;
         return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
     }
-    return HasOrgRow(r, kRoleSuffix, kMinSuffixValue);
+    if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
+    // A common multi-character word closes a name only when it ends one in
+    // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
+    return !IsMultiChar(slot) || r.classText[0] != '\0' ||
+           OrgRowShare(r, kRoleSuffix) >= kMinSuffixShare;
 }
 
 void OrgScan::Open(int32_t slot) {
@@ -209,6 +263,7 @@ void OrgScan::Open(int32_t slot) {
     first_ = slot;
     depth_ = 0;
     hasWord_ = !IsNumber(slot);
+    personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
     name_.Clear();
     Take(slot);
 }
@@ -268,7 +323,7 @@ void OrgScan::Run() {
             continue;
         }
         if (open_ && Extend(s)) continue;
-        if (span_->bestTag[s] != kDefaultRole && IsBody(s) && !IsNumber(s)) {
+        if (span_->bestTag[s] != kDefaultRole && IsBody(s, true) && !IsNumber(s)) {
             Open(s);
         } else if (c == 'T') {
             MarkSingle(s);
@@ -297,6 +352,12 @@ bool OrgScan::Extend(int32_t s) {
         // A name never closes inside an open bracket.
         Take(s);
         return true;
+    }
+    // A person name begins only a two-word name (宋庆龄 基金会); longer runs
+    // after a person are mostly a sentence going on (李克强 代表 全国总工会).
+    if (personLed_ && !IsSuffix(s)) {
+        Drop();
+        return false;
     }
     if (IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name.

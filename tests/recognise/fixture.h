@@ -114,6 +114,7 @@ private:
 struct W {
     std::string utf8;
     std::vector<DictSRow> rows{};
+    float logCount = 0.0f;  // stats[0]: log of the word's count plus one
 };
 
 // A sentence's word array of 200 records; words after the last given one
@@ -131,6 +132,7 @@ public:
             rows_[i] = words[i].rows;
             records_[i].posList = rows_[i].empty() ? nullptr : rows_[i].data();
             records_[i].posCount = static_cast<int32_t>(rows_[i].size());
+            records_[i].stats[0] = words[i].logCount;
         }
     }
     SpanWord *data() { return records_.data(); }

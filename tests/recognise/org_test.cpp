@@ -1,3 +1,6 @@
+#include <cmath>
+#include <cstring>
+
 #include "fixture.h"
 
 namespace {
@@ -167,6 +170,43 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
                   {"$"}});
     Org(e, big, "AAADZ");
     EXPECT_TRUE(Untouched(big));
+}
+
+TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
+    Engine e;
+    // ln 2.0 of 20 occurrences (share 0.33) opens and closes a name; the same
+    // rows on a word seen 1000 times (share 0.007) do neither.
+    const float often = std::log(1001.0f), seldom = std::log(21.0f);
+    const std::vector<DictSRow> first = {{0, 2, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> suffix = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    // A word used mostly as a noun, without organisation rows.
+    const std::vector<DictSRow> noun = {{0, 2, 5.0f, 1}, {0, 3, 2.0f, 1}};
+    const std::vector<DictSRow> verb = {{0, 3, 5.0f, 1}, {0, 2, 2.0f, 1}};
+
+    Sentence ok({{"^"}, {"华联", first, seldom}, {"动物", noun, often}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, ok, "AAAAZ");
+    ExpectOrg(e, ok, 1, "华联动物集团", 2);
+
+    Sentence common({{"^"}, {"证券", first, often}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, common, "AAAZ");
+    EXPECT_TRUE(Untouched(common));
+    Sentence weak({{"^"}, {"华联", first, seldom}, {"系统", suffix, often}, {"$"}});
+    Org(e, weak, "AAAZ");
+    EXPECT_TRUE(Untouched(weak));
+    Sentence verbs({{"^"}, {"华联", first, seldom}, {"保护", verb, often}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, verbs, "AAAAZ");
+    EXPECT_TRUE(Untouched(verbs));
+
+    // A person name begins a name only right before its suffix.
+    Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
+    std::strcpy(person[1].classText, vsg::kPersonClass);
+    Org(e, person, "AAAZ");
+    ExpectOrg(e, person, 1, "宋庆龄基金会", 1);
+    Sentence talk({{"^"}, {"李明"}, {"动物", noun, often}, {"集团", suffix, seldom}, {"$"}});
+    std::strcpy(talk[1].classText, vsg::kPersonClass);
+    Org(e, talk, "AAAAZ");
+    EXPECT_EQ(talk[2].classText[0], '\0');
+    EXPECT_EQ(talk[3].state, 0);
 }
 
 }  // namespace

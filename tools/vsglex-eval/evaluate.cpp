@@ -51,6 +51,12 @@ Gold MakeGold(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core)
             g.neutral[1].insert(s);
             cls = -1;
         }
+        // Likewise an organisation name inside an organisation compound: one
+        // output word cannot be both the compound and its part.
+        if (cls == 2 && u.bracketLabel == "nt") {
+            g.neutral[2].insert(s);
+            cls = -1;
+        }
         if (cls >= 0) g.names[cls].insert(s);
         // Names whose characters no pattern of the recognisers can join.
         if (cls == 0 && (u.roles == "C" || u.roles == "F" || u.roles == "DE" || u.roles == "LN" ||
@@ -65,6 +71,8 @@ Gold MakeGold(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core)
         g.text += u.text;
         pos = s.second;
     }
+    // A compound of one organisation word is scored as the compound.
+    for (const Span &s : g.names[2]) g.neutral[2].erase(s);
     g.words = InputWords(units, core);
     return g;
 }
