@@ -176,6 +176,13 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     const DictSEntry *kuai = Find(bin, "快");
     ASSERT_NE(kuai, nullptr);
     EXPECT_FLOAT_EQ(kuai->stats[1], std::log(2.0f));  // once in the default person role
+    // Given-name and transliteration roles never seen get the floor; seen
+    // ones keep their count; the surname role gets no floor.
+    const float floor = std::log(static_cast<float>(opt.personRoleFloor));
+    for (int role : {3, 4, 5, 12, 13}) EXPECT_FLOAT_EQ(RowValue(kuai, 1, role), floor) << role;
+    EXPECT_TRUE(std::isnan(RowValue(kuai, 1, 2)));
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "泽"), 1, 4), floor);
+    EXPECT_TRUE(std::isnan(RowValue(Find(bin, "剧本"), 1, 3)));  // only one-character words
 
     ContextStat lex;
     std::memset(&lex, 0, sizeof lex);

@@ -55,6 +55,10 @@ struct RoleWord {
 
 float LogCount(double c) { return static_cast<float>(std::log(c)); }
 
+// Person roles that get a floor row on every one-character word: D, E, F
+// (given name) and M, N (inner and last character of a transliteration).
+constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
+
 bool IsSingle(const std::string &w) { return SplitChars(w).size() == 1; }
 
 // True for a one-character numeral (digits, Chinese numerals, 第).
@@ -223,6 +227,13 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         auto it = placeCount.find(u.text);
         return it != placeCount.end() && it->second <= opt.placeCutMax;
     };
+    // The person data cuts more places than the place data: the person
+    // recogniser runs first and must learn to leave place characters alone.
+    auto personPlaceCut = [&](const Unit &u) {
+        if (u.kind != UnitKind::Place) return false;
+        auto it = placeCount.find(u.text);
+        return it != placeCount.end() && it->second <= opt.personPlaceCutMax;
+    };
     auto countRoles = [&](int set, const std::vector<RoleWord> &seq) {
         std::vector<int> roles = {0};
         for (const RoleWord &w : seq) {
@@ -270,7 +281,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
             std::vector<RoleWord> seq;
             std::vector<char> inName;
             for (const Unit &u : units) {
-                if (u.kind == UnitKind::Person || placeCut(u)) {
+                if (u.kind == UnitKind::Person || personPlaceCut(u)) {
                     std::vector<std::string> chars = SplitChars(u.text);
                     for (size_t k = 0; k < chars.size(); ++k) {
                         RoleWord w;
@@ -420,6 +431,20 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                     for (const auto &rc : TopCounts(named, kMaxRows - 1))
                         e.rows.push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first),
                                           LogCount(rc.second + 1.0)});
+                    // Names are full of characters the training days never
+                    // show in a name (吴昌期, 普里马科夫): every character
+                    // gets a small floor for the roles of a given name and
+                    // of a transliteration's inner and last character, so
+                    // the role search can still choose them in context.
+                    // The named rows and the floors together stay below the
+                    // candidate limit, with room for the default candidate.
+                    if (set == 0 && opt.personRoleFloor > 0.0) {
+                        size_t rows = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+                        for (int r : kPersonFloorRoles) {
+                            if (!named.count(r) && ++rows < static_cast<size_t>(kMaxRows))
+                                e.rows.push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+                        }
+                    }
                     // A character without person rows would get the guessed
                     // candidates surname, given name and default, all scored
                     // with the default count, which favours the rarer name

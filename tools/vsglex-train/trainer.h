@@ -22,6 +22,11 @@ struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
     bool text = false;        // also write the text/raw forms into OUT_DIR/text
     int placeCutMax = 10;     // places seen at most this often are cut into characters
+                              // (place and organisation role data)
+    int personPlaceCutMax = 30;  // the same for the person role data
+    // Pseudo-count of the given-name and transliteration roles (D, E, F, M,
+    // N) of a one-character word never seen in them (0: no such rows).
+    double personRoleFloor = 0.003;
 };
 
 // Figures printed after training.
