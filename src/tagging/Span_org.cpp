@@ -18,7 +18,7 @@
 // Because multi-character words always carry role 0, the recogniser also
 // reads each record's own rows from the core dictionary. A multi-character
 // word opens a name when it is a merged name, a place or organisation word,
-// unknown, or begins organisation names in at least a twentieth of its
+// unknown, a proper noun, or begins organisation names in a twentieth of its
 // occurrences (its C row against stats[0]); inside a name it is also taken
 // with any C or E row or when it is used mostly as a noun. A suffix has an
 // organisation row of role D with a value of at least 1.1; a common
@@ -62,6 +62,8 @@ constexpr int32_t kDefaultRole = 14;
 constexpr uint8_t kPosPlace = 29;
 constexpr uint8_t kPosForeignPlace = 30;
 constexpr uint8_t kPosOrg = 31;
+// Part-of-speech tag of other proper nouns.
+constexpr int kPosOtherProper = 25;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -115,14 +117,24 @@ bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
 // other proper noun.
 constexpr uint8_t kNounTags[] = {2, 15, 16, 19, 21, 25};
 
-// Whether the record's most frequent part-of-speech row is a noun class.
-bool IsNounLike(const SpanWord &record) {
+// The record's most frequent part-of-speech tag, -1 without such rows.
+int MainPosTag(const SpanWord &record) {
     float best = -1e9f;
     int tag = -1;
+    if (record.posList == nullptr) return tag;
     for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
         const DictSRow &row = record.posList[k];
-        if (row.code == 0 && row.value > best) { best = row.value; tag = row.subCode; }
+        if (row.code == 0 && row.value > best) {
+            best = row.value;
+            tag = row.subCode;
+        }
     }
+    return tag;
+}
+
+// Whether the record's most frequent part-of-speech row is a noun class.
+bool IsNounLike(const SpanWord &record) {
+    const int tag = MainPosTag(record);
     for (uint8_t t : kNounTags) {
         if (tag == t) return true;
     }
@@ -164,6 +176,9 @@ private:
     static float OrgRowShare(const SpanWord &r, uint8_t role);
     // Whether the slot's word can close a name as its suffix.
     bool IsSuffix(int32_t slot) const;
+    // Whether the core dictionary entry of the word's last character has a
+    // suffix row of at least 1.1.
+    bool LastCharIsSuffix(const SpanWord &r) const;
     // Opens a name at slot.
     void Open(int32_t slot);
     // Appends the word of slot to the open name.
@@ -216,6 +231,8 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     if (r.posList == nullptr || r.posCount <= 0) return true;
     // Place and organisation names (part-of-speech rows) begin many names.
     if (HasNameRow(r)) return true;
+    // A proper noun of another kind (金鹏, 中远) opens names as well.
+    if (opening && MainPosTag(r) == kPosOtherProper) return true;
     if (opening) return OrgRowShare(r, kRoleFirst) >= kMinOpenShare;
     if (HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f)) return true;
     // Inside a name any word used mostly as a noun is taken (动物 in
@@ -240,22 +257,26 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     if (IsMultiChar(slot) && (r.posList == nullptr || r.posCount <= 0)) {
         // A word the dictionary does not know (检疫站) ends a name when its
         // last character is a suffix by its own rows.
-        const size_t len = vsg::names::TextLength(r.text);
-        if (len < 4 || static_cast<unsigned char>(r.text[len - 2]) < 0x80) return false;
-        const char last[3] = {r.text[len - 2], r.text[len - 1], '\0'};
-        const DictionaryS &core = engine_->core;
-        const int32_t at = DictionaryS_GetCoreInfo(last, &core);
-        if (at < 0 || core.entries == nullptr || at >= core.count) return false;
-        SpanWord character{};
-        character.posList = core.entries[at].posList;
-        character.posCount = core.entries[at].posCount;
-        return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
+        return LastCharIsSuffix(r);
     }
     if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
     // A common multi-character word closes a name only when it ends one in
     // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
     return !IsMultiChar(slot) || r.classText[0] != '\0' ||
            OrgRowShare(r, kRoleSuffix) >= kMinSuffixShare;
+}
+
+bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
+    const size_t len = vsg::names::TextLength(r.text);
+    if (len < 4 || static_cast<unsigned char>(r.text[len - 2]) < 0x80) return false;
+    const char last[3] = {r.text[len - 2], r.text[len - 1], '\0'};
+    const DictionaryS &core = engine_->core;
+    const int32_t at = DictionaryS_GetCoreInfo(last, &core);
+    if (at < 0 || core.entries == nullptr || at >= core.count) return false;
+    SpanWord character{};
+    character.posList = core.entries[at].posList;
+    character.posCount = core.entries[at].posCount;
+    return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
 }
 
 void OrgScan::Open(int32_t slot) {

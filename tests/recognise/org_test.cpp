@@ -193,6 +193,11 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Sentence weak({{"^"}, {"华联", first, seldom}, {"系统", suffix, often}, {"$"}});
     Org(e, weak, "AAAZ");
     EXPECT_TRUE(Untouched(weak));
+    // A proper noun opens a name without organisation rows.
+    const std::vector<DictSRow> proper = {{0, 25, 2.0f, 1}, {0, 2, 1.0f, 1}};
+    Sentence brand({{"^"}, {"金鹏", proper, seldom}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, brand, "AAAZ");
+    ExpectOrg(e, brand, 1, "金鹏集团", 1);
     Sentence verbs({{"^"}, {"华联", first, seldom}, {"保护", verb, often}, {"集团", suffix, seldom}, {"$"}});
     Org(e, verbs, "AAAAZ");
     EXPECT_TRUE(Untouched(verbs));
