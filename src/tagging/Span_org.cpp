@@ -30,7 +30,8 @@
 //   2. While a name is open: round brackets are counted and taken into the
 //      name, and everything inside an open bracket is taken as well; a
 //      suffix word at bracket depth 0 closes the name (see Accept) unless
-//      the next word is a suffix too; a body word or a number (IsAllNum) is
+//      the next word is a suffix too or one to three multi-character body
+//      words lead to another suffix; a body word or a number (IsAllNum) is
 //      appended; anything else drops the name.
 //   3. With no name open, a body word that is not a number opens a name.
 // A dropped or rejected name still marks its "T" words one by one, and so
@@ -70,6 +71,9 @@ constexpr float kMinSuffixValue = 1.1f;
 constexpr char kBodyLetters[] = "CEJ";
 // A two-slot name read as "JD" or "CD" must be longer than this.
 constexpr size_t kMinShortNameBytes = 4;
+// Most multi-character body words between a suffix word and a later suffix
+// word of the same name (北京大学 出版社; 咸阳市工商局 商标 广告 管理所).
+constexpr int32_t kMaxLookahead = 3;
 // A common word opens a name only when at least this share of its
 // occurrences begins an organisation name (one in twenty).
 constexpr float kMinOpenShare = 0.05f;
@@ -91,6 +95,9 @@ constexpr const char *kAfterWordSuffix[] = {"\xcb\xf9" /* 所 */, "\xbe\xd6" /* 
 
 constexpr char kOpenBrackets[][4] = {"\xa3\xa8" /* （ */, "("};
 constexpr char kCloseBrackets[][4] = {"\xa3\xa9" /* ） */, ")"};
+
+// Whether a role letter ends any name being built.
+bool IsTerminator(char c) { return c == 'z' || c == 'Z' || c == '1' || c == '4'; }
 
 template <size_t N, typename T>
 bool IsOneOf(const char *text, const T (&words)[N]) {
@@ -176,6 +183,9 @@ private:
     static float OrgRowShare(const SpanWord &r, uint8_t role);
     // Whether the slot's word can close a name as its suffix.
     bool IsSuffix(int32_t slot) const;
+    // Whether one to kMaxLookahead multi-character body words after slot
+    // lead to another suffix word (北京大学 出版社).
+    bool SuffixFollows(int32_t slot) const;
     // Whether the core dictionary entry of the word's last character has a
     // suffix row of at least 1.1.
     bool LastCharIsSuffix(const SpanWord &r) const;
@@ -277,6 +287,15 @@ bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
     character.posList = core.entries[at].posList;
     character.posCount = core.entries[at].posCount;
     return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
+}
+
+bool OrgScan::SuffixFollows(int32_t slot) const {
+    for (int32_t j = slot + 1; j < roles_.n && j - slot <= kMaxLookahead + 1; ++j) {
+        if (IsTerminator(roles_.At(j))) return false;
+        if (j > slot + 1 && IsSuffix(j)) return true;
+        if (!IsMultiChar(j) || IsNumber(j) || !IsBody(j)) return false;
+    }
+    return false;
 }
 
 void OrgScan::Open(int32_t slot) {
@@ -381,9 +400,15 @@ bool OrgScan::Extend(int32_t s) {
         return false;
     }
     if (IsSuffix(s)) {
-        // Of consecutive suffix words (公安局 党委) the last closes the name.
+        // Of consecutive suffix words (公安局 党委) the last closes the name,
+        // and so does a later suffix reached over a few body words.
         const char n = roles_.At(s + 1);
         if (s + 1 < roles_.n && n != 'z' && n != 'Z' && n != '1' && n != '4' && IsSuffix(s + 1)) {
+            hasWord_ = true;
+            Take(s);
+            return true;
+        }
+        if (SuffixFollows(s)) {
             hasWord_ = true;
             Take(s);
             return true;

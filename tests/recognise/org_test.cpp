@@ -202,6 +202,19 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Org(e, verbs, "AAAAZ");
     EXPECT_TRUE(Untouched(verbs));
 
+    // A suffix reached over at most three body words extends the name; one
+    // four body words away does not.
+    Sentence press({{"^"}, {"华联", first, seldom}, {"大学", suffix, seldom}, {"出版", noun, often},
+                    {"集团", suffix, seldom}, {"$"}});
+    Org(e, press, "AAAAAZ");
+    ExpectOrg(e, press, 1, "华联大学出版集团", 3);
+    Sentence far({{"^"}, {"华联", first, seldom}, {"大学", suffix, seldom}, {"出版", noun, often},
+                  {"动物", noun, often}, {"电子", noun, often}, {"信息", noun, often}, {"集团", suffix, seldom},
+                  {"$"}});
+    Org(e, far, "AAAAAAAAZ");
+    ExpectOrg(e, far, 1, "华联大学", 1);
+    EXPECT_EQ(far[3].classText[0], '\0');
+
     // A person name begins a name only right before its suffix.
     Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
     std::strcpy(person[1].classText, vsg::kPersonClass);
