@@ -139,6 +139,13 @@ int MainPosTag(const SpanWord &record) {
     return tag;
 }
 
+// Whether a part-of-speech tag is a function-word class (prepositions,
+// conjunctions, particles, modal words) or a punctuation class.
+bool IsStopTag(int tag) {
+    return tag == 9 || tag == 10 || tag == 14 || (tag >= 34 && tag <= 36) || (tag >= 43 && tag <= 46) ||
+           (tag >= 54 && tag <= 67) || (tag >= 78 && tag <= 92) || tag == 94;
+}
+
 // Whether the record's most frequent part-of-speech row is a noun class.
 bool IsNounLike(const SpanWord &record) {
     const int tag = MainPosTag(record);
@@ -225,10 +232,15 @@ private:
 
 bool OrgScan::IsBody(int32_t slot, bool opening) const {
     const char c = roles_.At(slot);
+    const SpanWord &r = Record(slot);
+    // A one-character function word or punctuation mark never begins a
+    // name, whatever its role (与 波音公司, （ 党组 ）).
+    if (opening && !IsMultiChar(slot) && (IsStopTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
+        return false;
+    }
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
     if (c == 'T') return true;
     if (!IsMultiChar(slot)) return false;
-    const SpanWord &r = Record(slot);
     if (vsg::names::IsWord(r.text, vsg::kStartWord) || vsg::names::IsWord(r.text, vsg::kEndWord)) {
         return false;
     }

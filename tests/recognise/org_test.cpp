@@ -215,6 +215,21 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     ExpectOrg(e, far, 1, "华联大学", 1);
     EXPECT_EQ(far[3].classText[0], '\0');
 
+    // A one-character function word or an opening bracket opens nothing,
+    // even with a body letter; inside a name it is taken.
+    const std::vector<DictSRow> conj = {{0, 66, 6.0f, 1}, {0, 9, 2.0f, 1}};
+    Sentence with({{"^"}, {"与", conj}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, with, "ACAAZ");
+    EXPECT_EQ(with[1].classText[0], '\0');
+    ExpectOrg(e, with, 2, "华联集团", 1);
+    Sentence bracket({{"^"}, {"（"}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, bracket, "ACAAZ");
+    EXPECT_EQ(bracket[1].classText[0], '\0');
+    ExpectOrg(e, bracket, 2, "华联集团", 1);
+    Sentence inner({{"^"}, {"华联", first, seldom}, {"与", conj}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, inner, "AAEAZ");
+    ExpectOrg(e, inner, 1, "华联与集团", 2);
+
     // A person name begins a name only right before its suffix.
     Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
     std::strcpy(person[1].classText, vsg::kPersonClass);
