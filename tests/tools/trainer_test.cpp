@@ -93,6 +93,14 @@ TEST(TrainerCorpus, UnitsJoinNamesAndCarryRoles) {
     std::vector<vsgtrain::Unit> w = vsgtrain::BuildUnits(ps[3]);
     EXPECT_EQ(w[2].text, Gb("李鹏"));
     EXPECT_EQ(w[2].roles, "CF");
+    // Lone two-character name tokens: a surname with a title after it, a
+    // given name alone.
+    vsgtrain::Paragraph lone;
+    ASSERT_TRUE(vsgtrain::ParseParagraph("19980104-01-001-001/m  侯老/nr  说/v  晓明/nr  。/w", &lone));
+    std::vector<vsgtrain::Unit> l = vsgtrain::BuildUnits(lone);
+    ASSERT_EQ(l.size(), 4u);
+    EXPECT_EQ(l[0].roles, "CH");
+    EXPECT_EQ(l[2].roles, "DE");
     // Place roles: with and without a place suffix, and by length.
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("北京市")), "CFG");
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("内蒙古自治区")), "CDDEFG");

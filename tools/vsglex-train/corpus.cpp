@@ -307,6 +307,12 @@ std::string PlaceRoles(const std::string &gbPlace) {
     return "H" + Repeat('I', k - 4) + "JKL";
 }
 
+// Whether a character is a title that follows a surname in a name token.
+static bool IsTitleChar(const std::string &gb) {
+    static const std::set<std::string> titles = {Gb("老"), Gb("某"), Gb("公"), Gb("总")};
+    return titles.count(gb) != 0;
+}
+
 // Person name from one or two nr tokens: its tag and per-character roles.
 static void ClassifyPerson(const std::string &surname, const std::string &given, Unit *u) {
     const std::string dot = Gb("·");
@@ -341,6 +347,10 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
         if (AllInSet(text, 1)) {
             u->tag = kPosForeignPerson;
             u->roles = "LN";
+        } else if (IsTitleChar(chars[1])) {
+            // A surname with a title after it (侯老, 张某, 周公).
+            u->tag = kPosPerson;
+            u->roles = "CH";
         } else {
             u->tag = kPosPerson;
             u->roles = "DE";
