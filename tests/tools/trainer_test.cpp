@@ -207,6 +207,36 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     DictionaryS_Free(&txt);
 }
 
+TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
+    // 晓明 and 赵 stand alone; 侯老 is a surname with a title; 李鹏 a full name.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  晓明/nr  对/p  赵/nr  说/v  ，/w  侯老/nr  和/c  李/nr  鹏/nr  。/w", &ps[0]));
+    vsgtest::TempDir dir;
+    vsgtrain::TrainOptions opt;
+    vsgtrain::TrainSummary s;
+    std::string error;
+    ASSERT_TRUE(vsgtrain::TrainModels(ps, dir.path(), opt, &s, &error)) << error;
+    DictionaryS d;
+    std::memset(&d, 0, sizeof d);
+    ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+    const float floor = std::log(static_cast<float>(opt.personRoleFloor));
+    // Lone tokens: only floors and the default role, and their neighbours
+    // are no name context; the part-of-speech rows still say name.
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "晓"), 1, 3), floor);
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "明"), 1, 4), floor);
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "赵"), 1, 2)));
+    EXPECT_FLOAT_EQ(Find(d, "赵")->stats[1], std::log(2.0f));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "对"), 1, 18)));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 0, 24), 0.0f);
+    // The title token and the full name keep their roles and context.
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "侯"), 1, 2), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "老"), 1, 7), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "和"), 1, 19), std::log(2.0f));  // between two names
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "鹏"), 1, 5), std::log(2.0f));
+    DictionaryS_Free(&d);
+}
+
 TEST(Trainer, ExcludesLaterDays) {
     vsgtest::TempDir dir;
     vsgtrain::TrainOptions opt;

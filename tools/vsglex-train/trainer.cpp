@@ -291,9 +291,15 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                         if (u.kind == UnitKind::Person) {
                             char letter = k < u.roles.size() ? u.roles[k] : u.roles.back();
                             w.role = RoleOf(*roleNames[0], letter);
+                            // A surname or a given name alone joins into no name
+                            // (no pattern takes "C" alone, "DE" yields nothing):
+                            // trained as name roles they only pull the search
+                            // toward sequences the recogniser cannot use. The
+                            // part-of-speech data still tags them as names.
+                            if (u.roles == "C" || u.roles == "DE") w.role = kPersonDefault;
                         }
                         seq.push_back(w);
-                        inName.push_back(u.kind == UnitKind::Person ? 1 : 0);
+                        inName.push_back(u.kind == UnitKind::Person && w.role != kPersonDefault ? 1 : 0);
                     }
                 } else {
                     RoleWord w;
