@@ -18,7 +18,6 @@ using vsg::model::Scratch;
 
 namespace {
 
-constexpr uint32_t kVersion = 4;
 constexpr int32_t kCannotOpen = -101;
 // Single value of a tag that never occurs (a rounded ln 22).
 constexpr double kUnseenTagValue = 3.091042;
@@ -122,12 +121,7 @@ int32_t ContextStat_LoadBinary(const char *path, ContextStat *model) {
     ContextStat_Free(model);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    uint32_t version = 0;
-    if (!in.U32(&version)) return -1;
-    if (version != kVersion) {
-        std::fwrite("coredict version error!", 1, 23, stderr);
-        return -1;
-    }
+    if (!vsg::model::ReadVersion(in)) return -1;
     uint32_t n = 0;
     int32_t total = 0;
     if (!in.U32(&n) || !in.I32(&total)) return -1;
@@ -178,7 +172,7 @@ int32_t ContextStat_SaveBinary(const char *path, const ContextStat *model) {
     if (!fp) return kCannotOpen;
     BinaryWriter out(fp.get(), scratch.bytes);
     const int n = model->tagCount;
-    out.U32(kVersion);
+    out.U32(vsg::model::kBinaryVersion);
     out.U32(model->tagCount);
     out.I32(model->totalFrequency);
     for (int i = 0; i < n; ++i) WriteCount(out, model->tagFrequency, i);

@@ -6,20 +6,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "model/model_io.h"
 #include "vsglex/model.h"
 
 using vsg::model::BinaryReader;
 using vsg::model::BinaryWriter;
-using vsg::model::BucketInRange;
 using vsg::model::File;
 using vsg::model::OpenFile;
 using vsg::model::Scratch;
 
 namespace {
 
-constexpr uint32_t kVersion = 4;
 constexpr int kLineBytes = 128;
 constexpr int32_t kExtraBuckets = 100;
 // Smallest binary entry: length, value, hash.
@@ -30,20 +29,15 @@ constexpr double kUnseenTransition = 11.0285;
 // Longest text taken from a word record (its text field).
 constexpr size_t kRecordText = sizeof(SpanWord::text);
 
-void PrintMissing(const char *path) {
-    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
-}
-
 // Reads the next line that carries an entry: line ends cut, empty lines and
 // lines of a single space skipped. False at end of file.
 bool ReadEntryLine(char (&line)[kLineBytes], FILE *fp) {
-    for (;;) {
-        std::memset(line, 0, sizeof line);
-        if (std::fgets(line, kLineBytes, fp) == nullptr) return false;
+    while (vsg::model::ReadLine(line, fp)) {
         vsg::model::TrimLineEnd(line);
         if (line[0] == '\0' || std::strcmp(line, " ") == 0) continue;
         return true;
     }
+    return false;
 }
 
 // Loading pass: returns the number of entries filled, or -1 when there are
@@ -60,9 +54,8 @@ int64_t LoadEntries(FILE *fp, Dictionary *dict) {
         if (loaded >= dict->count) return -1;
         DictEntry &entry = dict->entries[loaded];
         const size_t length = std::strlen(key);
-        entry.word = static_cast<char *>(std::malloc(length + 1));
+        entry.word = vsg::model::CopyWord(key, length);
         if (entry.word == nullptr) return -1;
-        std::memcpy(entry.word, key, length + 1);
         entry.length = static_cast<int32_t>(length);
         entry.value = value;
         entry.hash = static_cast<int32_t>(VSGHash1(entry.word, buckets));
@@ -71,13 +64,9 @@ int64_t LoadEntries(FILE *fp, Dictionary *dict) {
     return loaded;
 }
 
+// Reads one binary entry: word, value, hash.
 bool ReadEntry(BinaryReader &in, DictEntry &entry) {
-    int32_t length = 0;
-    if (!in.I32(&length) || length < 0 || static_cast<uint64_t>(length) > in.left()) return false;
-    entry.word = static_cast<char *>(std::malloc(static_cast<size_t>(length) + 1));
-    if (entry.word == nullptr || !in.Bytes(entry.word, static_cast<size_t>(length))) return false;
-    entry.word[length] = '\0';
-    entry.length = length;
+    if (!vsg::model::ReadWord(in, &entry.word, &entry.length)) return false;
     float value = 0;
     if (!in.Float(&value)) return false;
     entry.value = value;
@@ -85,10 +74,10 @@ bool ReadEntry(BinaryReader &in, DictEntry &entry) {
 }
 
 // Text a word record contributes to a key: its class word when set, else
-// its text; at most `limit` bytes even when the field is not terminated.
-void RecordText(const char *field, size_t limit, const char *&text, size_t &length) {
-    text = field;
-    length = strnlen(field, limit);
+// its text; bounded by the field even when it is not terminated.
+std::string_view RecordText(const SpanWord &w) {
+    if (w.classText[0] != '\0') return {w.classText, strnlen(w.classText, sizeof w.classText)};
+    return {w.text, strnlen(w.text, sizeof w.text)};
 }
 
 // The transition rule over texts A and B given with their lengths.
@@ -128,11 +117,8 @@ int ComparePos(const void *a, const void *b) {
 }
 
 int32_t Dictionary_Load(const char *path, Dictionary *dict) {
-    File fp = OpenFile(path, "r");
-    if (!fp) {
-        PrintMissing(path);
-        return -1;
-    }
+    File fp = vsg::model::OpenTextModel(path);
+    if (!fp) return -1;
     if (dict == nullptr) return -1;
     Dictionary_Free(dict);
 
@@ -145,11 +131,8 @@ int32_t Dictionary_Load(const char *path, Dictionary *dict) {
     dict->entries =
         static_cast<DictEntry *>(std::calloc(static_cast<size_t>(lines) + 1, sizeof(DictEntry)));
     if (dict->entries == nullptr) return -1;
-    fp = OpenFile(path, "r");
-    if (!fp) {
-        PrintMissing(path);
-        return -1;
-    }
+    fp = vsg::model::OpenTextModel(path);
+    if (!fp) return -1;
     const int64_t loaded = LoadEntries(fp.get(), dict);
     fp.reset();
     if (loaded != dict->count) return -1;
@@ -159,7 +142,7 @@ int32_t Dictionary_Load(const char *path, Dictionary *dict) {
     const int32_t bucketCount = dict->count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
     if (dict->buckets == nullptr) return -1;
-    for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
+    vsg::model::ClearBuckets(dict->buckets, static_cast<size_t>(bucketCount));
     for (int32_t i = 0; i < dict->count; ++i) {
         DictBucket &bucket = dict->buckets[dict->entries[i].hash];
         if (bucket.first == -1) bucket.first = i;
@@ -177,12 +160,7 @@ int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
     Dictionary_Free(dict);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    uint32_t version = 0;
-    if (!in.U32(&version)) return -1;
-    if (version != kVersion) {
-        std::fwrite("coredict version error!", 1, 23, stderr);
-        return -1;
-    }
+    if (!vsg::model::ReadVersion(in)) return -1;
     int32_t count = 0;
     if (!in.I32(&count)) return -1;
     // Each entry takes at least kMinEntryBytes and adds one bucket; 100
@@ -201,14 +179,7 @@ int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
     const int32_t bucketCount = count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
     if (dict->buckets == nullptr) return -1;
-    // A short or bad table is left all empty, safe to scan until _Free.
-    bool ok = in.Buckets(dict->buckets, static_cast<size_t>(bucketCount));
-    for (int32_t h = 0; ok && h < bucketCount; ++h) ok = BucketInRange(dict->buckets[h], count);
-    if (!ok) {
-        for (int32_t h = 0; h < bucketCount; ++h) dict->buckets[h] = DictBucket{-1, 0};
-        return -1;
-    }
-    return 1;
+    return vsg::model::ReadBuckets(in, dict->buckets, static_cast<size_t>(bucketCount), count) ? 1 : -1;
 }
 
 int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {
@@ -223,7 +194,7 @@ int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {
     if (!fp) return -1;
 
     BinaryWriter out(fp.get(), scratch.bytes);
-    out.U32(kVersion);
+    out.U32(vsg::model::kBinaryVersion);
     out.I32(dict->count);
     for (int32_t i = 0; i < dict->count; ++i) {
         const DictEntry &e = dict->entries[i];
@@ -232,10 +203,7 @@ int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {
         out.Float(static_cast<float>(e.value));
         out.I32(e.hash);
     }
-    for (int32_t h = 0; h < dict->count + kExtraBuckets; ++h) {
-        out.I32(dict->buckets[h].first);
-        out.I32(dict->buckets[h].count);
-    }
+    vsg::model::WriteBuckets(out, dict->buckets, static_cast<size_t>(dict->count) + kExtraBuckets);
     return out.Finish(fp) ? 1 : -1;
 }
 
@@ -245,14 +213,8 @@ double Dictionary_GetValue(const char *word, const Dictionary *dict) {
         dict->count > INT32_MAX - kExtraBuckets)
         return -1.0;
     const uint32_t h = VSGHash1(word, static_cast<uint32_t>(dict->count) + kExtraBuckets);
-    const DictBucket &bucket = dict->buckets[h];
-    if (bucket.first < 0 || bucket.count <= 0) return -1.0;
-    const int64_t end = std::min<int64_t>(static_cast<int64_t>(bucket.first) + bucket.count, dict->count);
-    for (int64_t i = bucket.first; i < end; ++i) {
-        const DictEntry &entry = dict->entries[i];
-        if (entry.word != nullptr && std::strcmp(entry.word, word) == 0) return entry.value;
-    }
-    return -1.0;
+    const int32_t at = vsg::model::FindInBucket(dict->buckets[h], dict->entries, dict->count, word);
+    return at >= 0 ? dict->entries[at].value : -1.0;
 }
 
 double GetTransitionProb0(const char *a, const char *b, const Dictionary *pair) {
@@ -263,19 +225,9 @@ double GetTransitionProb0(const char *a, const char *b, const Dictionary *pair) 
 
 double GetTransitionProb1(const SpanWord *x, const SpanWord *y, const Dictionary *pair) {
     if (x == nullptr || y == nullptr) return -1.0;
-    const char *a = nullptr;
-    const char *b = nullptr;
-    size_t aLength = 0;
-    size_t bLength = 0;
-    if (x->classText[0] != '\0')
-        RecordText(x->classText, sizeof x->classText, a, aLength);
-    else
-        RecordText(x->text, sizeof x->text, a, aLength);
-    if (y->classText[0] != '\0')
-        RecordText(y->classText, sizeof y->classText, b, bLength);
-    else
-        RecordText(y->text, sizeof y->text, b, bLength);
-    return Transition(a, aLength, b, bLength, pair);
+    const std::string_view a = RecordText(*x);
+    const std::string_view b = RecordText(*y);
+    return Transition(a.data(), a.size(), b.data(), b.size(), pair);
 }
 
 void Dictionary_Free(Dictionary *dict) {

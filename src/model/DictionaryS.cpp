@@ -13,10 +13,10 @@
 
 using vsg::model::BinaryReader;
 using vsg::model::BinaryWriter;
-using vsg::model::BucketInRange;
 using vsg::model::BytesLeft;
 using vsg::model::File;
 using vsg::model::OpenFile;
+using vsg::model::ReadLine;
 using vsg::model::Scratch;
 
 extern "C" {
@@ -25,24 +25,11 @@ int32_t gTaIndexNum = 4468;
 
 namespace {
 
-constexpr uint32_t kVersion = 4;
 constexpr int kLineBytes = 128;
 // Smallest binary entry: length, posCount, four stats, hash, flag.
 constexpr uint64_t kMinEntryBytes = 4 + 4 + 16 + 4 + 4;
 constexpr uint64_t kRowBytes = 2 + 1 + 4 + 4;
 constexpr uint64_t kBucketBytes = static_cast<uint64_t>(DICTS_BUCKETS) * 8;
-
-void PrintMissing(const char *path) {
-    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
-}
-
-void PrintVersionError() { std::fwrite("coredict version error!", 1, 23, stderr); }
-
-// Reads one line of at most 127 bytes into a cleared buffer.
-bool ReadLine(char (&line)[kLineBytes], FILE *fp) {
-    std::memset(line, 0, sizeof line);
-    return std::fgets(line, kLineBytes, fp) != nullptr;
-}
 
 // Counting pass: one record per header line, skipping the row lines its
 // row count announces. Empty and malformed header lines count too.
@@ -102,9 +89,8 @@ int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
         if (loaded >= dict->count || static_cast<uint64_t>(rows) > fileBytes) return -1;
         DictSEntry &entry = dict->entries[loaded];
         const size_t length = std::strlen(word);
-        entry.word = static_cast<char *>(std::malloc(length + 1));
+        entry.word = vsg::model::CopyWord(word, length);
         if (entry.word == nullptr) return -1;
-        std::memcpy(entry.word, word, length + 1);
         entry.length = static_cast<int32_t>(length);
         entry.posCount = rows;
         std::memcpy(entry.stats, stats, sizeof stats);
@@ -124,7 +110,7 @@ int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
 bool BuildBuckets(DictionaryS *dict, bool isCoreFile) {
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return false;
-    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) dict->buckets[h] = DictBucket{-1, 0};
+    vsg::model::ClearBuckets(dict->buckets, DICTS_BUCKETS);
     for (int32_t i = 0; i < dict->count; ++i) {
         const DictSEntry &entry = dict->entries[i];
         if (isCoreFile) {
@@ -144,13 +130,9 @@ bool BuildBuckets(DictionaryS *dict, bool isCoreFile) {
 // a class word the dictionary does not hold.
 bool PositionValid(int32_t pos, int32_t count) { return pos == -1 || pos == 0 || (pos > 0 && pos < count); }
 
+// Reads one binary entry: word, rows, statistics, hash and flag.
 bool ReadEntry(BinaryReader &in, DictSEntry &entry) {
-    int32_t length = 0;
-    if (!in.I32(&length) || length < 0 || static_cast<uint64_t>(length) > in.left()) return false;
-    entry.word = static_cast<char *>(std::malloc(static_cast<size_t>(length) + 1));
-    if (entry.word == nullptr || !in.Bytes(entry.word, static_cast<size_t>(length))) return false;
-    entry.word[length] = '\0';
-    entry.length = length;
+    if (!vsg::model::ReadWord(in, &entry.word, &entry.length)) return false;
     int32_t rows = 0;
     if (!in.I32(&rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > in.left()) return false;
     for (float &s : entry.stats)
@@ -179,11 +161,8 @@ int CompareDictSPos(const void *a, const void *b) {
 }
 
 int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
-    File fp = OpenFile(path, "r");
-    if (!fp) {
-        PrintMissing(path);
-        return -1;
-    }
+    File fp = vsg::model::OpenTextModel(path);
+    if (!fp) return -1;
     if (dict == nullptr) return -1;
     // A record that failed an earlier load still owns its partial tables.
     DictionaryS_Free(dict);
@@ -195,11 +174,8 @@ int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
     dict->entries = static_cast<DictSEntry *>(
         std::calloc(static_cast<size_t>(records) + 1, sizeof(DictSEntry)));
     if (dict->entries == nullptr) return -1;
-    fp = OpenFile(path, "r");
-    if (!fp) {
-        PrintMissing(path);
-        return -1;
-    }
+    fp = vsg::model::OpenTextModel(path);
+    if (!fp) return -1;
     const int64_t loaded = LoadRecords(fp.get(), dict);
     fp.reset();
     if (loaded != dict->count) return -1;
@@ -220,12 +196,7 @@ int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
     DictionaryS_Free(dict);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    uint32_t version = 0;
-    if (!in.U32(&version)) return -1;
-    if (version != kVersion) {
-        PrintVersionError();
-        return -1;
-    }
+    if (!vsg::model::ReadVersion(in)) return -1;
     int32_t count = 0;
     if (!in.I32(&count) || !in.I32(&dict->personIndex) || !in.I32(&dict->placeIndex) ||
         !in.I32(&dict->orgIndex))
@@ -246,15 +217,7 @@ int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
 
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return -1;
-    // Read as one run of first/count pairs, then checked; a short or bad
-    // table is left all empty so it stays safe to scan until _Free.
-    bool ok = in.Buckets(dict->buckets, DICTS_BUCKETS);
-    for (int32_t h = 0; ok && h < DICTS_BUCKETS; ++h) ok = BucketInRange(dict->buckets[h], count);
-    if (!ok) {
-        for (int32_t h = 0; h < DICTS_BUCKETS; ++h) dict->buckets[h] = DictBucket{-1, 0};
-        return -1;
-    }
-    return 1;
+    return vsg::model::ReadBuckets(in, dict->buckets, DICTS_BUCKETS, count) ? 1 : -1;
 }
 
 int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {
@@ -273,7 +236,7 @@ int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {
     if (!fp) return -1;
 
     BinaryWriter out(fp.get(), scratch.bytes);
-    out.U32(kVersion);
+    out.U32(vsg::model::kBinaryVersion);
     out.I32(dict->count);
     out.I32(dict->personIndex);
     out.I32(dict->placeIndex);
@@ -294,24 +257,15 @@ int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {
         out.I32(e.hash);
         out.I32(e.flag);
     }
-    for (int32_t h = 0; h < DICTS_BUCKETS; ++h) {
-        out.I32(dict->buckets[h].first);
-        out.I32(dict->buckets[h].count);
-    }
+    vsg::model::WriteBuckets(out, dict->buckets, DICTS_BUCKETS);
     return out.Finish(fp) ? 1 : -1;
 }
 
 int32_t DictionaryS_GetCoreInfo(const char *word, const DictionaryS *dict) {
     if (dict == nullptr || word == nullptr || word[0] == '\0') return -1;
     if (dict->buckets == nullptr || dict->entries == nullptr) return -1;
-    const DictBucket &bucket = dict->buckets[VSGHash(word, DICTS_BUCKETS)];
-    if (bucket.first < 0 || bucket.count <= 0) return -1;
-    const int64_t end = std::min<int64_t>(static_cast<int64_t>(bucket.first) + bucket.count, dict->count);
-    for (int64_t i = bucket.first; i < end; ++i) {
-        const char *candidate = dict->entries[i].word;
-        if (candidate != nullptr && std::strcmp(candidate, word) == 0) return static_cast<int32_t>(i);
-    }
-    return -1;
+    return vsg::model::FindInBucket(dict->buckets[VSGHash(word, DICTS_BUCKETS)], dict->entries,
+                                    dict->count, word);
 }
 
 void DictionaryS_Free(DictionaryS *dict) {

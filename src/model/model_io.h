@@ -5,6 +5,7 @@
 #ifndef VSGLEX_SRC_MODEL_MODEL_IO_H
 #define VSGLEX_SRC_MODEL_MODEL_IO_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -54,6 +55,7 @@ struct Scratch {
 // for them.
 class BinaryReader {
 public:
+    // Reads `fp` from its current position; `scratch` holds at least 8 bytes.
     BinaryReader(FILE *fp, unsigned char *scratch) noexcept
         : fp_(fp), scratch_(scratch), left_(BytesLeft(fp)),
           buffer_(static_cast<unsigned char *>(std::malloc(kBufferBytes))) {}
@@ -61,8 +63,10 @@ public:
     BinaryReader(const BinaryReader &) = delete;
     BinaryReader &operator=(const BinaryReader &) = delete;
 
+    // Bytes not yet read.
     uint64_t left() const { return left_; }
 
+    // Reads n raw bytes into `out`.
     bool Bytes(void *out, size_t n) noexcept {
         if (n > left_) return false;
         auto *dst = static_cast<unsigned char *>(out);
@@ -87,6 +91,7 @@ public:
         left_ -= n;
         return true;
     }
+    // Little-endian integers of 32, 16 and 8 bits.
     bool U32(uint32_t *value) noexcept {
         if (!Bytes(scratch_, 4)) return false;
         VSGNetDestreamUINT32(scratch_, value);
@@ -123,6 +128,7 @@ public:
         }
         return true;
     }
+    // A big-endian float.
     bool Float(float *value) noexcept {
         if (!Bytes(scratch_, 4)) return false;
         VSGNetDestreamFLOAT(scratch_, value);
@@ -150,13 +156,18 @@ private:
 // write.
 class BinaryWriter {
 public:
+    // Writes to `fp`; `scratch` holds at least 8 bytes.
     BinaryWriter(FILE *fp, unsigned char *scratch) noexcept : fp_(fp), scratch_(scratch) {}
 
+    // True while every write so far succeeded.
     bool ok() const { return ok_; }
 
+    // Writes n raw bytes.
     void Bytes(const void *data, size_t n) noexcept {
         if (n != 0 && std::fwrite(data, 1, n, fp_) != n) ok_ = false;
     }
+    // The same layouts the reader reads: little-endian integers, big-endian
+    // floats.
     void U32(uint32_t value) noexcept { Bytes(scratch_, VSGNetStreamUINT32(value, scratch_)); }
     void I32(int32_t value) noexcept { U32(static_cast<uint32_t>(value)); }
     void U16(uint16_t value) noexcept { Bytes(scratch_, VSGNetStreamUINT16(value, scratch_)); }
@@ -175,10 +186,67 @@ private:
     bool ok_ = true;
 };
 
+// Version of the binary model forms this build reads and writes.
+constexpr uint32_t kBinaryVersion = 4;
+
+// Tells the user that a text model file is missing (stdout, as the loaders
+// always have).
+inline void PrintMissing(const char *path) noexcept {
+    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
+}
+
+// Opens a text model for reading; on failure tells the user it is missing.
+inline File OpenTextModel(const char *path) noexcept {
+    File fp = OpenFile(path, "r");
+    if (!fp) PrintMissing(path);
+    return fp;
+}
+
+// Reads the version word of a binary model; false (with the version message
+// on stderr when the word was there but differs) unless it is kBinaryVersion.
+inline bool ReadVersion(BinaryReader &in) noexcept {
+    uint32_t version = 0;
+    if (!in.U32(&version)) return false;
+    if (version == kBinaryVersion) return true;
+    static const char kMessage[] = "coredict version error!";
+    std::fwrite(kMessage, 1, sizeof kMessage - 1, stderr);
+    return false;
+}
+
+// Reads one line of a text model into a cleared buffer (at most N - 1
+// bytes, line end kept); false at end of file.
+template <size_t N>
+bool ReadLine(char (&line)[N], FILE *fp) noexcept {
+    std::memset(line, 0, N);
+    return std::fgets(line, static_cast<int>(N), fp) != nullptr;
+}
+
 // Cuts trailing carriage returns and line feeds from a NUL-terminated line.
 inline void TrimLineEnd(char *line) noexcept {
     size_t n = std::strlen(line);
     while (n > 0 && (line[n - 1] == '\r' || line[n - 1] == '\n')) line[--n] = '\0';
+}
+
+// A heap copy of the first `length` bytes of `text`, NUL-terminated; null
+// when memory is short.
+inline char *CopyWord(const char *text, size_t length) noexcept {
+    auto *word = static_cast<char *>(std::malloc(length + 1));
+    if (word == nullptr) return nullptr;
+    std::memcpy(word, text, length);
+    word[length] = '\0';
+    return word;
+}
+
+// Reads a word stored as its byte length and bytes into a heap copy; the
+// length is checked against what the file still holds before allocating.
+inline bool ReadWord(BinaryReader &in, char **word, int32_t *length) noexcept {
+    int32_t n = 0;
+    if (!in.I32(&n) || n < 0 || static_cast<uint64_t>(n) > in.left()) return false;
+    *word = static_cast<char *>(std::malloc(static_cast<size_t>(n) + 1));
+    if (*word == nullptr || !in.Bytes(*word, static_cast<size_t>(n))) return false;
+    (*word)[n] = '\0';
+    *length = n;
+    return true;
 }
 
 // True when bucket `b` over `entries` entries can be scanned safely: either
@@ -186,6 +254,42 @@ inline void TrimLineEnd(char *line) noexcept {
 inline bool BucketInRange(const DictBucket &b, int32_t entries) noexcept {
     if (b.first == -1 || b.count <= 0) return true;
     return b.first >= 0 && static_cast<int64_t>(b.first) + b.count <= entries;
+}
+
+// Marks all n buckets empty.
+inline void ClearBuckets(DictBucket *buckets, size_t n) noexcept {
+    for (size_t h = 0; h < n; ++h) buckets[h] = DictBucket{-1, 0};
+}
+
+// Reads n buckets over `entries` entries; a short table, or one with a run
+// outside the entries, is left all empty (safe to scan until freed) and
+// fails.
+inline bool ReadBuckets(BinaryReader &in, DictBucket *buckets, size_t n, int32_t entries) noexcept {
+    bool ok = in.Buckets(buckets, n);
+    for (size_t h = 0; ok && h < n; ++h) ok = BucketInRange(buckets[h], entries);
+    if (!ok) ClearBuckets(buckets, n);
+    return ok;
+}
+
+// Writes n buckets as first/count pairs.
+inline void WriteBuckets(BinaryWriter &out, const DictBucket *buckets, size_t n) noexcept {
+    for (size_t h = 0; h < n; ++h) {
+        out.I32(buckets[h].first);
+        out.I32(buckets[h].count);
+    }
+}
+
+// Position of `word` in the run of bucket `b`, bounded by `entries`; -1 when
+// the run does not hold it. Entry is DictEntry or DictSEntry.
+template <typename Entry>
+int32_t FindInBucket(const DictBucket &b, const Entry *table, int32_t entries, const char *word) noexcept {
+    if (b.first < 0 || b.count <= 0) return -1;
+    const int64_t end = std::min<int64_t>(static_cast<int64_t>(b.first) + b.count, entries);
+    for (int64_t i = b.first; i < end; ++i) {
+        const char *candidate = table[i].word;
+        if (candidate != nullptr && std::strcmp(candidate, word) == 0) return static_cast<int32_t>(i);
+    }
+    return -1;
 }
 
 }  // namespace vsg::model
