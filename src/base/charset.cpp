@@ -85,6 +85,40 @@ inline void SetLength(uint32_t *length, uint32_t n) {
     if (length) *length = n;
 }
 
+// Code point of two-byte GB18030 value `index` among the few that lie
+// beyond the Basic Multilingual Plane, or 0.
+uint32_t WideCodeOf(uint32_t index) {
+    for (uint32_t i = 0; i < kGb18030WideCount; ++i)
+        if (kGb18030Wide[i].index == index) return kGb18030Wide[i].code;
+    return 0;
+}
+
+// Two-byte GB18030 value of a code point beyond the Basic Multilingual
+// Plane, or -1 when it has none.
+int32_t WideIndexOf(uint32_t code) {
+    for (uint32_t i = 0; i < kGb18030WideCount; ++i)
+        if (kGb18030Wide[i].code == code) return static_cast<int32_t>(kGb18030Wide[i].index);
+    return -1;
+}
+
+// Writes a one-byte code and its terminator.
+int32_t PutOne(uint32_t code, unsigned char *out) {
+    out[0] = static_cast<unsigned char>(code);
+    out[1] = 0;
+    return 1;
+}
+
+// Writes a two-byte code of a table with `perLead` trail bytes per lead
+// byte from 0x81; trails run from 0x40, and those from 0x3F on skip
+// `trailGap` bytes past 0x7E.
+int32_t PutTwo(uint32_t index, uint32_t perLead, uint32_t trailGap, unsigned char *out) {
+    const uint32_t trail = index % perLead;
+    out[0] = static_cast<unsigned char>(0x81 + index / perLead);
+    out[1] = static_cast<unsigned char>(trail < 0x3F ? trail + 0x40 : trail + 0x40 + trailGap);
+    out[2] = 0;
+    return 2;
+}
+
 // Writes the four-byte GB18030 code of linear value `value`.
 int32_t PutGbFour(uint32_t value, unsigned char *out) {
     out[3] = static_cast<unsigned char>(0x30 + value % 10);
@@ -124,10 +158,7 @@ VSGLEX_API uint32_t _T_GB18030ToUnicode(const char *bytes, uint32_t *length) {
     if ((b[1] >= 0x40 && b[1] <= 0x7E) || (b[1] >= 0x80 && b[1] <= 0xFE)) {
         index = (b[0] - 0x81u) * 190 + (b[1] < 0x7F ? b[1] - 0x40u : b[1] - 0x41u);
         uint32_t code = TableDecode(kGb18030Table, index);
-        if (code == 0) {
-            for (uint32_t i = 0; i < kGb18030WideCount; ++i)
-                if (kGb18030Wide[i].index == index) code = kGb18030Wide[i].code;
-        }
+        if (code == 0) code = WideCodeOf(index);
         if (code) SetLength(length, 2);
         return code;
     }
@@ -151,16 +182,11 @@ VSGLEX_API int32_t _T_UnicodeToGB18030(uint32_t code, char *out) {
     if (!out) return 0;
     auto *o = reinterpret_cast<unsigned char *>(out);
     o[0] = 0;
-    if (code < 0x80) {
-        o[0] = static_cast<unsigned char>(code);
-        o[1] = 0;
-        return 1;
-    }
+    if (code < 0x80) return PutOne(code, o);
     if (code > 0x10FFFF) return 0;
     int32_t index = -1;
     if (code >= 0x10000) {
-        for (uint32_t i = 0; i < kGb18030WideCount; ++i)
-            if (kGb18030Wide[i].code == code) index = kGb18030Wide[i].index;
+        index = WideIndexOf(code);
         if (index < 0) return PutGbFour(code - 0x10000 + kGbSupplementaryBase, o);
     } else if (code >= 0xD800 && code <= 0xDFFF) {
         return PutGbFour(code - 15876, o);
@@ -170,11 +196,7 @@ VSGLEX_API int32_t _T_UnicodeToGB18030(uint32_t code, char *out) {
     }
     auto u = static_cast<uint32_t>(index);
     if (u >= kGbTwoByteCount) return PutGbFour(u - kGbTwoByteCount, o);
-    uint32_t trail = u % 190;
-    o[0] = static_cast<unsigned char>(0x81 + u / 190);
-    o[1] = static_cast<unsigned char>(trail < 0x3F ? trail + 0x40 : trail + 0x41);
-    o[2] = 0;
-    return 2;
+    return PutTwo(u, 190, 1, o);
 }
 
 VSGLEX_API uint32_t _T_BIG5ToUnicode(const char *bytes, uint32_t *length) {
@@ -198,21 +220,12 @@ VSGLEX_API int32_t _T_UnicodeToBIG5(uint32_t code, char *out) {
     if (!out) return 0;
     auto *o = reinterpret_cast<unsigned char *>(out);
     o[0] = 0;
-    if (code < 0x80 || (code == 0x80 && kBig5Byte80)) {
-        o[0] = static_cast<unsigned char>(code);
-        o[1] = 0;
-        return 1;
-    }
+    if (code < 0x80 || (code == 0x80 && kBig5Byte80)) return PutOne(code, o);
     if (code > 0xFFFF) return 0;
     int32_t index = TableEncode(kBig5Table, code);
     if (index < 0) index = TableEncode(kBig5ExtTable, code);
     if (index < 0) return 0;
-    auto u = static_cast<uint32_t>(index);
-    uint32_t trail = u % 157;
-    o[0] = static_cast<unsigned char>(0x81 + u / 157);
-    o[1] = static_cast<unsigned char>(trail < 0x3F ? trail + 0x40 : trail + 0x62);
-    o[2] = 0;
-    return 2;
+    return PutTwo(static_cast<uint32_t>(index), 157, 0x22, o);
 }
 
 VSGLEX_API uint32_t _T_UTF8ToUnicode(const char *bytes, uint32_t *length) {
