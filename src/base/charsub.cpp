@@ -1,5 +1,6 @@
 // Simplified/traditional Chinese character mapping: single pairs, characters
 // chosen by the words they end, and the forms preferred by the target set.
+#include <algorithm>
 #include <cstdint>
 
 #include "base/charset_tables.h"
@@ -9,17 +10,19 @@ namespace vsglex::charset {
 
 namespace {
 
+// Position of the first of `count` entries sorted by `from` whose `from` is
+// not below `code` (`count` when there is none).
+template <typename Entry>
+uint32_t FirstFrom(const Entry *entries, uint32_t count, uint32_t code) {
+    const Entry *at = std::lower_bound(entries, entries + count, code,
+                                       [](const Entry &e, uint32_t c) { return e.from < c; });
+    return static_cast<uint32_t>(at - entries);
+}
+
 // Binary search of a pair table sorted by `from`; `code` when absent.
 uint32_t LookupPair(const MapPair *pairs, uint32_t count, uint32_t code) {
-    uint32_t lo = 0, hi = count;
-    while (lo < hi) {
-        uint32_t mid = (lo + hi) / 2;
-        if (pairs[mid].from < code)
-            lo = mid + 1;
-        else
-            hi = mid;
-    }
-    return lo < count && pairs[lo].from == code ? pairs[lo].to : code;
+    const uint32_t at = FirstFrom(pairs, count, code);
+    return at < count && pairs[at].from == code ? pairs[at].to : code;
 }
 
 // The code point `back` characters before the current one (1 = previous),
@@ -67,16 +70,9 @@ uint32_t MapCharacter(uint32_t code, MapDirection direction, bool big5Forms, boo
     const MapTable &table = direction == MapDirection::kToTraditional ? kToTraditional : kToSimplified;
     uint32_t mapped = LookupPair(table.pairs, table.pairCount, code);
     if (mapped == code) {
-        uint32_t lo = 0, hi = table.contextCount;
-        while (lo < hi) {
-            uint32_t mid = (lo + hi) / 2;
-            if (table.context[mid].from < code)
-                lo = mid + 1;
-            else
-                hi = mid;
-        }
-        for (; lo < table.contextCount && table.context[lo].from == code; ++lo) {
-            const ContextEntry &e = table.context[lo];
+        for (uint32_t at = FirstFrom(table.context, table.contextCount, code);
+             at < table.contextCount && table.context[at].from == code; ++at) {
+            const ContextEntry &e = table.context[at];
             if (e.word == 0xFFFF || WordMatches(table, e.word, history, ahead)) {
                 mapped = e.to;
                 break;
