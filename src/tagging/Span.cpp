@@ -71,8 +71,8 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 }
 
 // Copies the text a word stands for in the models (its class word when it has
-// one) into a slot, bounded by both fields.
-void CopySlotWord(char (&dst)[128], const SpanWord &w) {
+// one) into a slot, bounded by both fields; returns its length.
+size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
     size_t n = strnlen(w.text, sizeof w.text);
     if (w.classText[0] != '\0') {
@@ -82,6 +82,7 @@ void CopySlotWord(char (&dst)[128], const SpanWord &w) {
     if (n > sizeof dst - 1) n = sizeof dst - 1;
     memcpy(dst, src, n);
     dst[n] = '\0';
+    return n;
 }
 
 inline bool IsEmpty(const SpanWord &w) { return w.text[0] == '\0'; }
@@ -101,6 +102,30 @@ inline int32_t AddCand(CSpan *span, uint32_t k, int32_t n, int32_t tag, double s
     return n + 1;
 }
 
+// Appends the dictionary rows of a word that `take` accepts as candidates
+// costed single value minus row value; returns the new count.
+template <typename Take>
+int32_t AddRowCands(CSpan *span, uint32_t k, int32_t n, const DictSRow *rows, int32_t rowCount,
+                    Take take) {
+    if (rows == nullptr) return n;
+    const ContextStat *m = span->model;
+    for (int32_t i = 0; i < rowCount; ++i) {
+        const DictSRow &row = rows[i];
+        if (!take(row)) continue;
+        n = AddCand(span, k, n, row.subCode,
+                    SingleValue(m, row.subCode) - static_cast<double>(row.value));
+    }
+    return n;
+}
+
+// Row filters of AddRowCands.
+inline bool AnyRow(const DictSRow &) { return true; }
+struct RowOfSet {
+    int32_t set;
+    bool operator()(const DictSRow &row) const { return row.code == set; }
+};
+
+// Candidates in row k before its terminator.
 inline int32_t RowSize(const CSpan *span, uint32_t k) {
     int32_t n = 0;
     while (n < kSpanCands && span->cand[k][n] != kNoTag) ++n;
@@ -211,10 +236,9 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
             result = -1;
             break;
         }
-        CopySlotWord(span->word[k], w);
+        const size_t length = CopySlotWord(span->word[k], w);
         span->offset[k] = w.offset;
         const char *word = span->word[k];
-        const size_t length = strlen(word);
         // Both boundary words are 6 bytes long.
         const bool isStart = length == 6 && memcmp(word, vsg::kStartWord, 6) == 0;
         const bool isEnd = length == 6 && memcmp(word, vsg::kEndWord, 6) == 0;
@@ -223,14 +247,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
             // A word of several characters always takes role 0.
             n = AddCand(span, k, n, 0, 0.0);
         } else {
-            if (w.posList != nullptr) {
-                for (int32_t i = 0; i < w.posCount; ++i) {
-                    const DictSRow &row = w.posList[i];
-                    if (row.code != tagSet) continue;
-                    n = AddCand(span, k, n, row.subCode,
-                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
-                }
-            }
+            n = AddRowCands(span, k, n, w.posList, w.posCount, RowOfSet{tagSet});
             if (isStart && n == 1) {
                 span->cand[k][0] = kStartTag;
                 span->score[k][0] = 0.0;
@@ -292,21 +309,9 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
         if (fixed != kNoTag) {
             n = AddCand(span, k, n, fixed, SingleValue(m, fixed) - w.weight);
         } else {
-            if (w.posList != nullptr) {
-                for (int32_t i = 0; i < w.posCount; ++i) {
-                    const DictSRow &row = w.posList[i];
-                    if (row.code != 0) continue;
-                    n = AddCand(span, k, n, row.subCode,
-                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
-                }
-            }
-            if (n == 0 && other != nullptr && other->posList != nullptr) {
-                for (int32_t i = 0; i < other->posCount; ++i) {
-                    const DictSRow &row = other->posList[i];
-                    n = AddCand(span, k, n, row.subCode,
-                                SingleValue(m, row.subCode) - static_cast<double>(row.value));
-                }
-            }
+            n = AddRowCands(span, k, n, w.posList, w.posCount, RowOfSet{0});
+            if (n == 0 && other != nullptr)
+                n = AddRowCands(span, k, n, other->posList, other->posCount, AnyRow);
         }
         span->cand[k][n] = kNoTag;
         if (n == 1 && span->cand[k][0] != 0) {

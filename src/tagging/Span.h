@@ -20,16 +20,16 @@ constexpr uint8_t kNoTag = 255;
 // The tagging span of one run: candidate tags, costs and best tags of up to
 // 200 word slots, all inside one fixed-size record.
 struct CSpan {
-    const ContextStat *model;   // not owned
-    uint32_t tagType;
-    uint32_t startOffset;
-    uint8_t bestTag[kSpanSlots];
-    char word[kSpanSlots][128];
-    int32_t offset[kSpanSlots];
-    uint8_t cand[kSpanSlots][kSpanCands];
-    uint8_t back[kSpanSlots][kSpanCands];
-    uint32_t count;
-    double score[kSpanSlots][kSpanCands];
+    const ContextStat *model;   // context model of the tag type; not owned
+    uint32_t tagType;           // 0 part of speech, 1 person, 2 place, 3 organisation
+    uint32_t startOffset;       // byte offset of the run in its sentence
+    uint8_t bestTag[kSpanSlots];  // chosen tag of each slot, kNoTag after the last
+    char word[kSpanSlots][128];   // text (or class word) of each slot
+    int32_t offset[kSpanSlots];   // byte offset of each slot's word
+    uint8_t cand[kSpanSlots][kSpanCands];  // candidate tags, ended by kNoTag
+    uint8_t back[kSpanSlots][kSpanCands];  // best predecessor of each candidate
+    uint32_t count;             // slots in use, slot 0 included
+    double score[kSpanSlots][kSpanCands];  // candidate costs, then path costs
 };
 
 // Creates a span ready for a new sentence, or null when memory is short.
