@@ -37,10 +37,6 @@ constexpr double kPersonWeight = 11.21;
 constexpr double kOrgWeight = 10.7995;
 constexpr double kPlaceWeight = 9.19482;
 
-// A loader of one model kind; returns 1 or a negative value.
-using DictSLoader = int32_t (*)(const char *, DictionaryS *);
-using ContextLoader = int32_t (*)(const char *, ContextStat *);
-
 // Loads the core dictionary, binary form first, then the text form of the
 // same file. What a failed binary attempt allocated is released first so
 // the text loader starts from an empty record.
@@ -59,9 +55,20 @@ bool LoadContext(const char *path, ContextStat *model) {
     return ContextStat_Load(path, model) >= 0;
 }
 
-bool LoadMap(const char *path, POSmap *map) { return POSmap_Load(path, map) >= 0; }
-
-bool LoadAffix(const char *path, Dictionary *dict) { return Dictionary_Load(path, dict) >= 0; }
+// Loaders of one model file into its place in the engine.
+bool LoadCoreOf(const char *path, SegmentEngine *e) { return LoadCore(path, &e->core); }
+template <int Tag>
+bool LoadContextOf(const char *path, SegmentEngine *e) {
+    return LoadContext(path, &e->tagModels[Tag].model);
+}
+template <int Tag>
+bool LoadMapOf(const char *path, SegmentEngine *e) {
+    return POSmap_Load(path, &e->tagModels[Tag].map) >= 0;
+}
+template <int Affix>
+bool LoadAffixOf(const char *path, SegmentEngine *e) {
+    return Dictionary_Load(path, &e->affix[Affix]) >= 0;
+}
 
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
@@ -69,58 +76,26 @@ int32_t LoadModels(SegmentEngine *e, const char *dir) {
     struct Step {
         const char *file;
         int32_t status;
+        bool (*load)(const char *, SegmentEngine *);
     };
     static const Step kSteps[] = {
-        {"coredict.dct", VSG_ERR_COREDICT},    {"lexical.ctx", VSG_ERR_LEXICAL_CTX},
-        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP}, {"nr.ctx", VSG_ERR_NR_CTX},
-        {"nr.map", VSG_ERR_NR_MAP},            {"ns.ctx", VSG_ERR_NS_CTX},
-        {"ns.map", VSG_ERR_NS_MAP},            {"nt.ctx", VSG_ERR_NT_CTX},
-        {"nt.map", VSG_ERR_NT_MAP},            {"name_pre.dct", VSG_ERR_NAME_PRE},
-        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX}, {"org_suffix.dct", VSG_ERR_ORG_SUFFIX},
+        {"coredict.dct", VSG_ERR_COREDICT, LoadCoreOf},
+        {"lexical.ctx", VSG_ERR_LEXICAL_CTX, LoadContextOf<VSG_TAG_POS>},
+        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP, LoadMapOf<VSG_TAG_POS>},
+        {"nr.ctx", VSG_ERR_NR_CTX, LoadContextOf<VSG_TAG_PERSON>},
+        {"nr.map", VSG_ERR_NR_MAP, LoadMapOf<VSG_TAG_PERSON>},
+        {"ns.ctx", VSG_ERR_NS_CTX, LoadContextOf<VSG_TAG_PLACE>},
+        {"ns.map", VSG_ERR_NS_MAP, LoadMapOf<VSG_TAG_PLACE>},
+        {"nt.ctx", VSG_ERR_NT_CTX, LoadContextOf<VSG_TAG_ORG>},
+        {"nt.map", VSG_ERR_NT_MAP, LoadMapOf<VSG_TAG_ORG>},
+        {"name_pre.dct", VSG_ERR_NAME_PRE, LoadAffixOf<VSG_AFFIX_NAME_PREFIX>},
+        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>},
+        {"org_suffix.dct", VSG_ERR_ORG_SUFFIX, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>},
     };
     char path[kPathMax + 32];
-    for (int i = 0; i < 12; ++i) {
-        GetFullFileName(path, dir, kSteps[i].file);
-        bool ok = false;
-        switch (i) {
-        case 0:
-            ok = LoadCore(path, &e->core);
-            break;
-        case 1:
-            ok = LoadContext(path, &e->tagModels[VSG_TAG_POS].model);
-            break;
-        case 2:
-            ok = LoadMap(path, &e->tagModels[VSG_TAG_POS].map);
-            break;
-        case 3:
-            ok = LoadContext(path, &e->tagModels[VSG_TAG_PERSON].model);
-            break;
-        case 4:
-            ok = LoadMap(path, &e->tagModels[VSG_TAG_PERSON].map);
-            break;
-        case 5:
-            ok = LoadContext(path, &e->tagModels[VSG_TAG_PLACE].model);
-            break;
-        case 6:
-            ok = LoadMap(path, &e->tagModels[VSG_TAG_PLACE].map);
-            break;
-        case 7:
-            ok = LoadContext(path, &e->tagModels[VSG_TAG_ORG].model);
-            break;
-        case 8:
-            ok = LoadMap(path, &e->tagModels[VSG_TAG_ORG].map);
-            break;
-        case 9:
-            ok = LoadAffix(path, &e->affix[VSG_AFFIX_NAME_PREFIX]);
-            break;
-        case 10:
-            ok = LoadAffix(path, &e->affix[VSG_AFFIX_PLACE_SUFFIX]);
-            break;
-        default:
-            ok = LoadAffix(path, &e->affix[VSG_AFFIX_ORG_SUFFIX]);
-            break;
-        }
-        if (!ok) return kSteps[i].status;
+    for (const Step &step : kSteps) {
+        GetFullFileName(path, dir, step.file);
+        if (!step.load(path, e)) return step.status;
     }
     return 0;
 }
@@ -222,6 +197,15 @@ struct Work {
     }
 };
 
+// Role-tags `words` with the name role set `tag`, then copies the result
+// without merged words into `to`.
+void RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
+    static constexpr int32_t kDefaultRole[4] = {0, kPersonDefaultRole, kPlaceDefaultRole,
+                                                kOrgDefaultRole};
+    CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
+    CopyWordResultA(to, words);
+}
+
 // Role tagging of the primary array by mode; the result ends up in the
 // secondary array, without merged words.
 void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
@@ -229,30 +213,18 @@ void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
     SpanWord *b = work.secondary;
     switch (mode) {
     case 0:
-        CSpan_RoleTagging(work.spans[VSG_TAG_PERSON], a, VSG_TAG_PERSON, kPersonDefaultRole,
-                          engine, nullptr);
-        CopyWordResultA(b, a);
-        CSpan_RoleTagging(work.spans[VSG_TAG_PLACE], b, VSG_TAG_PLACE, kPlaceDefaultRole, engine,
-                          nullptr);
-        CopyWordResultA(a, b);
-        CSpan_RoleTagging(work.spans[VSG_TAG_ORG], a, VSG_TAG_ORG, kOrgDefaultRole, engine,
-                          nullptr);
-        CopyWordResultA(b, a);
+        RoleTag(work, VSG_TAG_PERSON, a, b, engine);
+        RoleTag(work, VSG_TAG_PLACE, b, a, engine);
+        RoleTag(work, VSG_TAG_ORG, a, b, engine);
         break;
     case 1:
-        CSpan_RoleTagging(work.spans[VSG_TAG_PERSON], a, VSG_TAG_PERSON, kPersonDefaultRole,
-                          engine, nullptr);
-        CopyWordResultA(b, a);
+        RoleTag(work, VSG_TAG_PERSON, a, b, engine);
         break;
     case 2:
-        CSpan_RoleTagging(work.spans[VSG_TAG_PLACE], a, VSG_TAG_PLACE, kPlaceDefaultRole, engine,
-                          nullptr);
-        CopyWordResultA(b, a);
+        RoleTag(work, VSG_TAG_PLACE, a, b, engine);
         break;
     default:
-        CSpan_RoleTagging(work.spans[VSG_TAG_ORG], a, VSG_TAG_ORG, kOrgDefaultRole, engine,
-                          nullptr);
-        CopyWordResultA(b, a);
+        RoleTag(work, VSG_TAG_ORG, a, b, engine);
         break;
     }
 }
@@ -323,9 +295,7 @@ void VSG_FreeForServer(SegmentEngine *handle) {
         ContextStat_Free(&tm.model);
         POSmap_Free(&tm.map);
     }
-    Dictionary_Free(&engine->affix[VSG_AFFIX_NAME_PREFIX]);
-    Dictionary_Free(&engine->affix[VSG_AFFIX_PLACE_SUFFIX]);
-    Dictionary_Free(&engine->affix[VSG_AFFIX_ORG_SUFFIX]);
+    for (Dictionary &affix : engine->affix) Dictionary_Free(&affix);
     free(engine);
     g_mSEG = nullptr;
     g_bTag = 0;
