@@ -46,12 +46,29 @@ inline int32_t Frequency(const ContextStat *m, int32_t tag) {
     return m->tagFrequency[t];
 }
 
-// Cost of `cur` following `prev`, read straight from the model's table.
-inline double Transition(const ContextStat *m, uint8_t prev, uint8_t cur) {
-    if (m == nullptr || m->possibility == nullptr || prev >= m->tagCount || cur >= m->tagCount ||
+// A row of costs with kUnknownTransition in every column: the row of a tag
+// the model has none for.
+struct UnknownRow {
+    double cost[256];
+    constexpr UnknownRow() : cost() {
+        for (double &c : cost) c = kUnknownTransition;
+    }
+};
+constexpr UnknownRow kUnknown{};
+constexpr const double *kUnknownRow = kUnknown.cost;
+
+// The model's row of costs of every tag following `prev`, or kUnknownRow
+// when the model has none.
+inline const double *TransitionRow(const ContextStat *m, uint8_t prev) {
+    if (m == nullptr || m->possibility == nullptr || prev >= m->tagCount ||
         m->possibility[prev] == nullptr)
-        return kUnknownTransition;
-    return m->possibility[prev][cur];
+        return kUnknownRow;
+    return m->possibility[prev];
+}
+
+// True when the model's rows have a column for `cur`.
+inline bool KnownColumn(const ContextStat *m, uint8_t cur) {
+    return m != nullptr && m->possibility != nullptr && cur < m->tagCount;
 }
 
 // Candidate j of slot k. A back index of 21 points past the 20-byte row;
@@ -337,21 +354,34 @@ int32_t CSpan_Disamb(CSpan *span) {
     const ContextStat *m = span->model;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     for (uint32_t k = 1; k < count; ++k) {
+        // The cost rows of the previous slot's candidates, looked up once
+        // per slot rather than once per pair.
         const uint8_t *prev = span->cand[k - 1];
         const double *prevScore = span->score[k - 1];
+        const double *rows[kSpanCands];
+        int prevCount = 0;
+        for (; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
+            rows[prevCount] = TransitionRow(m, prev[prevCount]);
         for (int j = 0; j < kSpanCands && span->cand[k][j] != kNoTag; ++j) {
-            const uint8_t cur = span->cand[k][j];
-            double best = kNoPath;
-            uint8_t arg = kNoBack;
-            for (int i = 0; i < kSpanCands && prev[i] != kNoTag; ++i) {
-                const double c = Transition(m, prev[i], cur) + prevScore[i];
-                if (c < best) {
-                    best = c;
-                    arg = static_cast<uint8_t>(i);
+            // Cheapest path into candidate j given the cost of each pair.
+            auto relax = [&](auto pairCost) {
+                double best = kNoPath;
+                uint8_t arg = kNoBack;
+                for (int i = 0; i < prevCount; ++i) {
+                    const double c = pairCost(i) + prevScore[i];
+                    if (c < best) {
+                        best = c;
+                        arg = static_cast<uint8_t>(i);
+                    }
                 }
-            }
-            span->back[k][j] = arg;
-            span->score[k][j] += best;
+                span->back[k][j] = arg;
+                span->score[k][j] += best;
+            };
+            const uint8_t cur = span->cand[k][j];
+            if (KnownColumn(m, cur))
+                relax([&](int i) { return rows[i][cur]; });
+            else
+                relax([](int) { return kUnknownTransition; });
         }
     }
     return 1;
