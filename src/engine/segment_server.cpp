@@ -138,12 +138,22 @@ inline uint32_t SentenceKey(const WordItem &item) {
     return (static_cast<uint32_t>(item.sentence) << 16) | item.extra;
 }
 
+// True when the text holds more than one two-byte character's worth of bytes.
+inline bool LongerThanTwoBytes(const char *text) {
+    return text[0] != '\0' && text[1] != '\0' && text[2] != '\0';
+}
+
+// True when `text` is exactly the boundary word `word` (terminator included).
+inline bool IsBoundary(const char *text, const char (&word)[7]) {
+    return memcmp(text, word, sizeof word) == 0;
+}
+
 // Marks long dictionary words whose rows score as names with the class word
 // of that name class. Every row is examined; the last matching row decides.
 void AssignClasses(SpanWord *words) {
     for (SpanWord *w = words; w->text[0] != '\0'; ++w) {
-        if (strnlen(w->text, sizeof w->text) <= 2 || w->classText[0] != '\0' || w->posCount <= 0 ||
-            w->posList == nullptr)
+        if (w->posCount <= 0 || w->posList == nullptr || w->classText[0] != '\0' ||
+            !LongerThanTwoBytes(w->text))
             continue;
         for (int32_t i = 0; i < w->posCount; ++i) {
             const DictSRow &row = w->posList[i];
@@ -236,7 +246,8 @@ void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_
           int32_t first) {
     for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
         if (w->state == VSG_STATE_MERGED) continue;
-        if (strcmp(w->text, vsg::kStartWord) == 0 || strcmp(w->text, vsg::kEndWord) == 0) continue;
+        // Both boundary words are 7 bytes with their terminator; text has 128.
+        if (IsBoundary(w->text, vsg::kStartWord) || IsBoundary(w->text, vsg::kEndWord)) continue;
         if (output->count >= capacity) return;
         const int32_t src = (w->source >= 0 && w->source < input->count) ? w->source : first;
         const WordItem &from = input->items[src];
@@ -315,6 +326,11 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
     if (!work.ok()) return 1;
     const DictionaryS *core = &engine->core;
     const WordItem *items = input->items;
+    // The boundary words frame every chunk; they are looked up once per call.
+    SpanWord startWord;
+    SpanWord endWord;
+    FillWord(&startWord, vsg::kStartWord, sizeof vsg::kStartWord, core);
+    FillWord(&endWord, vsg::kEndWord, sizeof vsg::kEndWord, core);
 
     for (int32_t s = 0; s < n;) {
         const uint32_t key = SentenceKey(items[s]);
@@ -323,7 +339,7 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
         const int32_t k = e - s;
 
         SpanWord *a = work.primary;
-        FillWord(&a[0], vsg::kStartWord, sizeof vsg::kStartWord, core);
+        a[0] = startWord;
         for (int32_t i = 0; i < k; ++i) {
             const WordItem &item = items[s + i];
             SpanWord *w = &a[i + 1];
@@ -333,7 +349,7 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
             w->id = static_cast<int32_t>(item.id);
             w->source = s + i;
         }
-        FillWord(&a[k + 1], vsg::kEndWord, sizeof vsg::kEndWord, core);
+        a[k + 1] = endWord;
         memset(&a[k + 2], 0, sizeof a[k + 2]);
 
         TagRoles(work, mode, engine);
