@@ -1,4 +1,4 @@
-// Organisation name recognition (first design): reads the organisation roles
+// Organisation name recognition: reads the organisation roles
 // of a run as letters, builds names from body words and closes them at a
 // suffix word, then merges each accepted name into one "未##团" record.
 //
@@ -33,7 +33,8 @@
 //      the next word is a suffix too or one to three multi-character body
 //      words lead to another suffix; a body word or a number (IsAllNum) is
 //      appended; anything else drops the name.
-//   3. With no name open, a body word that is not a number opens a name.
+//   3. With no name open, a word that opens names and is not a number opens
+//      one; a one-character function word or an opening bracket never does.
 // A dropped or rejected name still marks its "T" words one by one, and so
 // does a "T" word outside any name.
 #include <cmath>
