@@ -1,7 +1,6 @@
 // Affix dictionaries: a key (a word, or two words joined by "@") mapped to
 // one value, hashed into count + 100 buckets; and the word-to-word
 // transition costs read from a pair table with a single-word fallback.
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -110,11 +109,7 @@ double Transition(const char *a, size_t aLength, const char *b, size_t bLength,
 
 extern "C" {
 
-int ComparePos(const void *a, const void *b) {
-    const int32_t ha = static_cast<const DictEntry *>(a)->hash;
-    const int32_t hb = static_cast<const DictEntry *>(b)->hash;
-    return ha < hb ? -1 : (ha > hb ? 1 : 0);
-}
+int ComparePos(const void *a, const void *b) { return vsg::model::CompareHash<DictEntry>(a, b); }
 
 int32_t Dictionary_Load(const char *path, Dictionary *dict) {
     File fp = vsg::model::OpenTextModel(path);
@@ -122,32 +117,21 @@ int32_t Dictionary_Load(const char *path, Dictionary *dict) {
     if (dict == nullptr) return -1;
     Dictionary_Free(dict);
 
-    int64_t lines = 0;
-    char line[kLineBytes];
-    while (ReadEntryLine(line, fp.get())) ++lines;
-    fp.reset();
-    if (lines > INT32_MAX - kExtraBuckets) return -1;
-    dict->count = static_cast<int32_t>(lines);
-    dict->entries =
-        static_cast<DictEntry *>(std::calloc(static_cast<size_t>(lines) + 1, sizeof(DictEntry)));
-    if (dict->entries == nullptr) return -1;
-    fp = vsg::model::OpenTextModel(path);
-    if (!fp) return -1;
-    const int64_t loaded = LoadEntries(fp.get(), dict);
-    fp.reset();
-    if (loaded != dict->count) return -1;
+    const auto countLines = [](FILE *f) {
+        int64_t lines = 0;
+        char line[kLineBytes];
+        while (ReadEntryLine(line, f)) ++lines;
+        return lines;
+    };
+    if (!vsg::model::ReadTextEntries(fp, path, INT32_MAX - kExtraBuckets, dict->entries, dict->count,
+                                     countLines, [dict](FILE *f) { return LoadEntries(f, dict); }))
+        return -1;
 
-    std::stable_sort(dict->entries, dict->entries + dict->count,
-                     [](const DictEntry &a, const DictEntry &b) { return a.hash < b.hash; });
+    vsg::model::SortByHash(dict->entries, dict->count);
     const int32_t bucketCount = dict->count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
     if (dict->buckets == nullptr) return -1;
-    vsg::model::ClearBuckets(dict->buckets, static_cast<size_t>(bucketCount));
-    for (int32_t i = 0; i < dict->count; ++i) {
-        DictBucket &bucket = dict->buckets[dict->entries[i].hash];
-        if (bucket.first == -1) bucket.first = i;
-        ++bucket.count;
-    }
+    vsg::model::FillBuckets(dict->buckets, static_cast<size_t>(bucketCount), dict->entries, dict->count);
     return 1;
 }
 

@@ -1,7 +1,6 @@
 // The core dictionary: every known word with its candidate rows and four
 // statistics, hashed into 150,000 buckets. Loaded from a text file of
 // records (header line, then one line per row) or from its binary form.
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -110,18 +109,14 @@ int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
 bool BuildBuckets(DictionaryS *dict, bool isCoreFile) {
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return false;
-    vsg::model::ClearBuckets(dict->buckets, DICTS_BUCKETS);
+    vsg::model::FillBuckets(dict->buckets, DICTS_BUCKETS, dict->entries, dict->count);
+    if (!isCoreFile) return true;
     for (int32_t i = 0; i < dict->count; ++i) {
-        const DictSEntry &entry = dict->entries[i];
-        if (isCoreFile) {
-            if (std::strcmp(entry.word, vsg::kOtherClass) == 0) gTaIndexNum = i;
-            if (std::strcmp(entry.word, vsg::kPersonClass) == 0) dict->personIndex = i;
-            if (std::strcmp(entry.word, vsg::kPlaceClass) == 0) dict->placeIndex = i;
-            if (std::strcmp(entry.word, vsg::kOrgClass) == 0) dict->orgIndex = i;
-        }
-        DictBucket &bucket = dict->buckets[entry.hash];
-        if (bucket.first == -1) bucket.first = i;
-        ++bucket.count;
+        const char *word = dict->entries[i].word;
+        if (std::strcmp(word, vsg::kOtherClass) == 0) gTaIndexNum = i;
+        if (std::strcmp(word, vsg::kPersonClass) == 0) dict->personIndex = i;
+        if (std::strcmp(word, vsg::kPlaceClass) == 0) dict->placeIndex = i;
+        if (std::strcmp(word, vsg::kOrgClass) == 0) dict->orgIndex = i;
     }
     return true;
 }
@@ -154,11 +149,7 @@ bool ReadEntry(BinaryReader &in, DictSEntry &entry) {
 
 extern "C" {
 
-int CompareDictSPos(const void *a, const void *b) {
-    const int32_t ha = static_cast<const DictSEntry *>(a)->hash;
-    const int32_t hb = static_cast<const DictSEntry *>(b)->hash;
-    return ha < hb ? -1 : (ha > hb ? 1 : 0);
-}
+int CompareDictSPos(const void *a, const void *b) { return vsg::model::CompareHash<DictSEntry>(a, b); }
 
 int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
     File fp = vsg::model::OpenTextModel(path);
@@ -167,22 +158,11 @@ int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
     // A record that failed an earlier load still owns its partial tables.
     DictionaryS_Free(dict);
 
-    const int64_t records = CountRecords(fp.get());
-    fp.reset();
-    if (records > INT32_MAX) return -1;
-    dict->count = static_cast<int32_t>(records);
-    dict->entries = static_cast<DictSEntry *>(
-        std::calloc(static_cast<size_t>(records) + 1, sizeof(DictSEntry)));
-    if (dict->entries == nullptr) return -1;
-    fp = vsg::model::OpenTextModel(path);
-    if (!fp) return -1;
-    const int64_t loaded = LoadRecords(fp.get(), dict);
-    fp.reset();
-    if (loaded != dict->count) return -1;
+    if (!vsg::model::ReadTextEntries(fp, path, INT32_MAX, dict->entries, dict->count, CountRecords,
+                                     [dict](FILE *f) { return LoadRecords(f, dict); }))
+        return -1;
 
-    // Ascending hash; entries of equal hash keep their file order.
-    std::stable_sort(dict->entries, dict->entries + dict->count,
-                     [](const DictSEntry &a, const DictSEntry &b) { return a.hash < b.hash; });
+    vsg::model::SortByHash(dict->entries, dict->count);
     if (!BuildBuckets(dict, std::strstr(path, "coredict.dct") != nullptr)) return -1;
     return 1;
 }

@@ -279,6 +279,55 @@ inline void WriteBuckets(BinaryWriter &out, const DictBucket *buckets, size_t n)
     }
 }
 
+// Orders entries by ascending hash; entries of equal hash keep their file
+// order. Entry is DictEntry or DictSEntry.
+template <typename Entry>
+void SortByHash(Entry *entries, int32_t count) {
+    std::stable_sort(entries, entries + count,
+                     [](const Entry &a, const Entry &b) { return a.hash < b.hash; });
+}
+
+// qsort-style comparison of two entries by hash.
+template <typename Entry>
+int CompareHash(const void *a, const void *b) noexcept {
+    const int32_t ha = static_cast<const Entry *>(a)->hash;
+    const int32_t hb = static_cast<const Entry *>(b)->hash;
+    return ha < hb ? -1 : (ha > hb ? 1 : 0);
+}
+
+// Fills n buckets with the runs of entries sorted by hash: the position of
+// the first entry of each hash and how many there are.
+template <typename Entry>
+void FillBuckets(DictBucket *buckets, size_t n, const Entry *entries, int32_t count) noexcept {
+    ClearBuckets(buckets, n);
+    for (int32_t i = 0; i < count; ++i) {
+        DictBucket &bucket = buckets[entries[i].hash];
+        if (bucket.first == -1) bucket.first = i;
+        ++bucket.count;
+    }
+}
+
+// Reads the entries of a text model in two passes over the open file `fp`:
+// `countPass(FILE *)` counts them (at most `limit`), the table is allocated
+// (count + 1 zeroed entries) and the file reopened, and `loadPass(FILE *)`
+// fills them, returning how many it loaded. False unless it loaded exactly
+// as many as were counted; the file is closed in every case.
+template <typename Entry, typename CountPass, typename LoadPass>
+bool ReadTextEntries(File &fp, const char *path, int64_t limit, Entry *&entries, int32_t &count,
+                     CountPass countPass, LoadPass loadPass) {
+    const int64_t counted = countPass(fp.get());
+    fp.reset();
+    if (counted > limit) return false;
+    count = static_cast<int32_t>(counted);
+    entries = static_cast<Entry *>(std::calloc(static_cast<size_t>(counted) + 1, sizeof(Entry)));
+    if (entries == nullptr) return false;
+    fp = OpenTextModel(path);
+    if (!fp) return false;
+    const int64_t loaded = loadPass(fp.get());
+    fp.reset();
+    return loaded == count;
+}
+
 // Position of `word` in the run of bucket `b`, bounded by `entries`; -1 when
 // the run does not hold it. Entry is DictEntry or DictSEntry.
 template <typename Entry>
