@@ -165,6 +165,42 @@ void CloseRun(CSpan *span, uint32_t kEnd) {
     span->count = kEnd + 1;
 }
 
+// Fills slots 1.. from records start.. and closes the run; the fill of
+// both tag kinds. `fill(k, word, length)` gives slot k (whose text and
+// offset are already set, `length` its text length) its candidates and
+// returns true when that word ends the run. Returns the record the next
+// run starts at, or -1 when the array is used up.
+template <typename Fill>
+int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
+    int32_t result = -1;
+    uint32_t k = 1;
+    int32_t r = start;
+    for (;;) {
+        const SpanWord &w = results[r];
+        if (IsEmpty(w)) {
+            result = -1;
+            break;
+        }
+        const size_t length = CopySlotWord(span->word[k], w);
+        span->offset[k] = w.offset;
+        if (fill(k, w, length)) {
+            span->word[k + 1][0] = '\0';
+            ++k;
+            result = r + 1;
+            break;
+        }
+        ++k;
+        ++r;
+        if (k > kRunWords) {
+            // The record right after a full run is passed over.
+            result = IsEmpty(results[r]) ? -1 : r + 1;
+            break;
+        }
+    }
+    CloseRun(span, k);
+    return result;
+}
+
 // Forward pass and back-trace shared by GetBestPOS0 and GetBestPOS1.
 void Trace(CSpan *span) {
     CSpan_Disamb(span);
@@ -244,17 +280,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
                        int32_t defaultRole) {
     if (span == nullptr || results == nullptr || start < 0) return -1;
     const ContextStat *m = span->model;
-    int32_t result = -1;
-    uint32_t k = 1;
-    int32_t r = start;
-    for (;;) {
-        const SpanWord &w = results[r];
-        if (IsEmpty(w)) {
-            result = -1;
-            break;
-        }
-        const size_t length = CopySlotWord(span->word[k], w);
-        span->offset[k] = w.offset;
+    return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t length) {
         const char *word = span->word[k];
         // Both boundary words are 6 bytes long.
         const bool isStart = length == 6 && memcmp(word, vsg::kStartWord, 6) == 0;
@@ -284,16 +310,8 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
             }
         }
         span->cand[k][n] = kNoTag;
-        ++k;
-        ++r;
-        if (k > kRunWords) {
-            // The record right after a full run is passed over.
-            result = IsEmpty(results[r]) ? -1 : r + 1;
-            break;
-        }
-    }
-    CloseRun(span, k);
-    return result;
+        return false;
+    });
 }
 
 int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const DictionaryS *core) {
@@ -309,17 +327,7 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
     if (core != nullptr && core->entries != nullptr && gTaIndexNum < core->count)
         other = &core->entries[gTaIndexNum];
 
-    int32_t result = -1;
-    uint32_t k = 1;
-    int32_t r = start;
-    for (;;) {
-        const SpanWord &w = results[r];
-        if (IsEmpty(w)) {
-            result = -1;
-            break;
-        }
-        CopySlotWord(span->word[k], w);
-        span->offset[k] = w.offset;
+    return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t) {
         span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
         int32_t n = 0;
         const uint8_t fixed = static_cast<uint8_t>(w.tag);
@@ -331,22 +339,9 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
                 n = AddRowCands(span, k, n, other->posList, other->posCount, AnyRow);
         }
         span->cand[k][n] = kNoTag;
-        if (n == 1 && span->cand[k][0] != 0) {
-            // A settled word other than tag 0 ends the run.
-            span->word[k + 1][0] = '\0';
-            ++k;
-            result = r + 1;
-            break;
-        }
-        ++k;
-        ++r;
-        if (k > kRunWords) {
-            result = IsEmpty(results[r]) ? -1 : r + 1;
-            break;
-        }
-    }
-    CloseRun(span, k);
-    return result;
+        // A settled word other than tag 0 ends the run.
+        return n == 1 && span->cand[k][0] != 0;
+    });
 }
 
 int32_t CSpan_Disamb(CSpan *span) {
