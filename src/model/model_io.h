@@ -22,6 +22,7 @@ struct FileCloser {
         if (fp != nullptr) std::fclose(fp);
     }
 };
+// An owned FILE handle.
 using File = std::unique_ptr<FILE, FileCloser>;
 
 // Opens `path` with `mode`; empty when the path is null or cannot be opened.
@@ -41,11 +42,12 @@ inline uint64_t BytesLeft(FILE *fp) noexcept {
 
 // The 128-byte scratch buffer the stream helpers lay values out in.
 struct Scratch {
-    unsigned char *bytes = static_cast<unsigned char *>(std::malloc(128));
+    unsigned char *bytes = static_cast<unsigned char *>(std::malloc(128));  // null when memory is short
     Scratch() = default;
     Scratch(const Scratch &) = delete;
     Scratch &operator=(const Scratch &) = delete;
     ~Scratch() { std::free(bytes); }
+    // True when the buffer was allocated.
     explicit operator bool() const { return bytes != nullptr; }
 };
 
@@ -97,12 +99,14 @@ public:
         VSGNetDestreamUINT32(scratch_, value);
         return true;
     }
+    // A little-endian 32-bit integer read as signed.
     bool I32(int32_t *value) noexcept {
         uint32_t v = 0;
         if (!U32(&v)) return false;
         *value = static_cast<int32_t>(v);
         return true;
     }
+    // Little-endian 16-bit and single-byte integers.
     bool U16(uint16_t *value) noexcept {
         if (!Bytes(scratch_, 2)) return false;
         VSGNetDestreamUINT16(scratch_, value);
@@ -136,6 +140,7 @@ public:
     }
 
 private:
+    // Size of the read-ahead buffer.
     static constexpr size_t kBufferBytes = 64 * 1024;
 
     // The file ended before its size said it would (it shrank while read).
@@ -144,12 +149,12 @@ private:
         return false;
     }
 
-    FILE *fp_;
-    unsigned char *scratch_;
-    uint64_t left_;
-    unsigned char *buffer_;
-    size_t pos_ = 0;
-    size_t end_ = 0;
+    FILE *fp_;                // not owned
+    unsigned char *scratch_;  // where values are laid out before decoding
+    uint64_t left_;           // bytes not yet handed out
+    unsigned char *buffer_;   // read-ahead buffer, null when memory was short
+    size_t pos_ = 0;          // next unread byte of the buffer
+    size_t end_ = 0;          // bytes the buffer holds
 };
 
 // Sequential writer of a binary model file; ok() is false after any failed
@@ -181,9 +186,9 @@ public:
     }
 
 private:
-    FILE *fp_;
-    unsigned char *scratch_;
-    bool ok_ = true;
+    FILE *fp_;                // not owned
+    unsigned char *scratch_;  // where values are laid out before writing
+    bool ok_ = true;          // false after the first failed write
 };
 
 // Version of the binary model forms this build reads and writes.
