@@ -191,6 +191,8 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     EXPECT_TRUE(std::isnan(RowValue(kuai, 1, 2)));
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "泽"), 1, 4), floor);
     EXPECT_TRUE(std::isnan(RowValue(Find(bin, "剧本"), 1, 3)));  // only one-character words
+    EXPECT_TRUE(std::isnan(RowValue(Find(bin, "。"), 1, 4)));    // no punctuation
+    EXPECT_TRUE(std::isnan(RowValue(Find(bin, "在"), 1, 4)));    // no function words
 
     ContextStat lex;
     std::memset(&lex, 0, sizeof lex);

@@ -77,6 +77,20 @@ bool IsNumberChar(const std::string &w) {
 // overall rate.
 double kUnseenPrior = 5000.0;
 
+// Whether the most frequent part-of-speech tag of a word is a function-word
+// (stop) or punctuation class.
+bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
+    int best = -1;
+    int32_t most = -1;
+    for (const auto &tc : pos) {
+        if (tc.second > most) {
+            most = tc.second;
+            best = tc.first;
+        }
+    }
+    return best >= 0 && (IsStopTag(best) || (best >= kPosPunctFirst && best <= kPosPunctLast));
+}
+
 // Most candidates a word may bring to one slot of the tagger.
 constexpr size_t kMaxRows = 19;
 
@@ -437,6 +451,8 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                     for (const auto &rc : TopCounts(named, kMaxRows - 1))
                         e.rows.push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first),
                                           LogCount(rc.second + 1.0)});
+                    // Function words and punctuation marks get none (褚、乔
+                    // is no name).
                     // Names are full of characters the training days never
                     // show in a name (吴昌期, 普里马科夫): every character
                     // gets a small floor for the roles of a given name and
@@ -444,7 +460,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                     // the role search can still choose them in context.
                     // The named rows and the floors together stay below the
                     // candidate limit, with room for the default candidate.
-                    if (set == 0 && opt.personRoleFloor > 0.0) {
+                    if (set == 0 && opt.personRoleFloor > 0.0 && !MainTagIsFunctional(wc.pos)) {
                         size_t rows = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
                         for (int r : kPersonFloorRoles) {
                             if (!named.count(r) && ++rows < static_cast<size_t>(kMaxRows))
