@@ -2,14 +2,30 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <regex>
+#include <sstream>
+#include <vector>
 #include <string>
 
 #include "support/fixture_models.h"
 #include "support/support.h"
 
 namespace {
+
+// The printed table, one row per line with its fields joined by one space.
+std::vector<std::string> Rows(const std::string &output) {
+    std::vector<std::string> rows;
+    std::istringstream lines(output);
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string field, row;
+        while (fields >> field) row += (row.empty() ? "" : " ") + field;
+        rows.push_back(row);
+    }
+    return rows;
+}
 
 TEST(PhraseHostExample, PrintsMergedNameAsOneGroup) {
     vsgtest::TempDir dir;
@@ -25,9 +41,10 @@ TEST(PhraseHostExample, PrintsMergedNameAsOneGroup) {
     ASSERT_EQ(pclose(pipe), 0) << output;
     // Items are printed in the host's UTF-8; the name's two items share
     // group 1 and the surname carries the person tag.
-    EXPECT_TRUE(std::regex_search(output, std::regex("\n张 +24 +1 +3\n"))) << output;
-    EXPECT_TRUE(std::regex_search(output, std::regex("\n伟 +0 +1 +4\n"))) << output;
-    EXPECT_TRUE(std::regex_search(output, std::regex("\n我们 +12 +0 +1\n"))) << output;
+    const auto rows = Rows(output);
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "张 24 1 3"), rows.end()) << output;
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "伟 0 1 4"), rows.end()) << output;
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "我们 12 0 1"), rows.end()) << output;
 }
 
 TEST(PhraseHostExample, FailsClearlyWithoutModels) {
