@@ -239,6 +239,43 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
     DictionaryS_Free(&d);
 }
 
+TEST(Trainer, CutPlacesWithSuffixOrTransliteratedTakePlaceRolesInPersonData) {
+    // 杨宋镇 ends in a place suffix, 卢旺达 is a transliteration, 平遥 neither.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  杨宋镇/ns  和/c  卢旺达/ns  的/u  平遥/ns  。/w", &ps[0]));
+    for (bool on : {true, false}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personPlaceRoles = on;
+        vsgtrain::TrainSummary s;
+        std::string error;
+        ASSERT_TRUE(vsgtrain::TrainModels(ps, dir.path(), opt, &s, &error)) << error;
+        DictionaryS d;
+        std::memset(&d, 0, sizeof d);
+        ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+        // Roles 20 (U, inner) and 21 (V, last character) only when enabled.
+        for (const char *inner : {"杨", "宋", "卢", "旺"})
+            EXPECT_EQ(std::isnan(RowValue(Find(d, inner), 1, 20)), !on) << inner;
+        for (const char *last : {"镇", "达"}) {
+            EXPECT_EQ(std::isnan(RowValue(Find(d, last), 1, 21)), !on) << last;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, last), 1, 20))) << last;
+        }
+        for (const char *plain : {"平", "遥"}) {
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 20))) << plain;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 21))) << plain;
+        }
+        // The place data is the same either way: 镇 is the suffix G (6).
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "镇"), 2, 6), std::log(2.0f));
+        ContextStat nr;
+        std::memset(&nr, 0, sizeof nr);
+        ASSERT_EQ(ContextStat_LoadBinary(dir.file("nr.ctx").c_str(), &nr), 1);
+        EXPECT_EQ(nr.contextMatrix[20][21], on ? 2 : 0);  // 宋 -> 镇, 旺 -> 达
+        ContextStat_Free(&nr);
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, ExcludesLaterDays) {
     vsgtest::TempDir dir;
     vsgtrain::TrainOptions opt;

@@ -228,6 +228,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     std::set<std::string> prefixChars = {"\xc0\xcf" /* 老 */, "\xd0\xa1" /* 小 */, "\xb0\xa2" /* 阿 */};
     const int roleG = RoleOf(*roleNames[0], 'G'), roleT = RoleOf(*roleNames[0], 'T');
     const int roleR = RoleOf(*roleNames[0], 'R'), roleS = RoleOf(*roleNames[0], 'S');
+    const int rolePlaceInner = RoleOf(*roleNames[0], 'U'), rolePlaceEnd = RoleOf(*roleNames[0], 'V');
     const int placeS = RoleOf(*roleNames[1], 'S'), placeM = RoleOf(*roleNames[1], 'M');
     const int placeN = RoleOf(*roleNames[1], 'N'), placeO = RoleOf(*roleNames[1], 'O');
     const int placeP = RoleOf(*roleNames[1], 'P'), placeQ = RoleOf(*roleNames[1], 'Q');
@@ -302,6 +303,14 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                         w.text = chars[k];
                         w.single = true;
                         w.role = kPersonDefault;
+                        // A cut place that ends in a place suffix or is a
+                        // transliteration takes U for its characters and V for
+                        // its last one: no pattern reads these letters, so the
+                        // search gets a path that keeps 刘桥 or 卢旺达 from
+                        // becoming a name. Other cut places stay W.
+                        if (u.kind == UnitKind::Place && opt.personPlaceRoles &&
+                            (u.tag == kPosForeignPlace || PlaceRoles(u.text).back() == 'G'))
+                            w.role = k + 1 == chars.size() ? rolePlaceEnd : rolePlaceInner;
                         if (u.kind == UnitKind::Person) {
                             char letter = k < u.roles.size() ? u.roles[k] : u.roles.back();
                             w.role = RoleOf(*roleNames[0], letter);
