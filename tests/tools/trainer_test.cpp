@@ -239,8 +239,9 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
     DictionaryS_Free(&d);
 }
 
-TEST(Trainer, CutPlacesWithSuffixOrTransliteratedTakePlaceRolesInPersonData) {
-    // 杨宋镇 ends in a place suffix, 卢旺达 is a transliteration, 平遥 neither.
+TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
+    // 杨宋镇 ends in a place suffix, 卢旺达 is a transliteration, 平遥 neither;
+    // each option is checked on and off.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  杨宋镇/ns  和/c  卢旺达/ns  的/u  平遥/ns  。/w", &ps[0]));
@@ -248,6 +249,7 @@ TEST(Trainer, CutPlacesWithSuffixOrTransliteratedTakePlaceRolesInPersonData) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personPlaceRoles = on;
+        opt.unseenCharRows = on;
         vsgtrain::TrainSummary s;
         std::string error;
         ASSERT_TRUE(vsgtrain::TrainModels(ps, dir.path(), opt, &s, &error)) << error;
@@ -264,6 +266,18 @@ TEST(Trainer, CutPlacesWithSuffixOrTransliteratedTakePlaceRolesInPersonData) {
         for (const char *plain : {"平", "遥"}) {
             EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 20))) << plain;
             EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 21))) << plain;
+        }
+        // A character the corpus never shows (瀛) gets the default person
+        // role and the given-name floors, or no entry at all.
+        const DictSEntry *rare = Find(d, "瀛");
+        if (!on) {
+            EXPECT_EQ(rare, nullptr);
+        } else {
+            ASSERT_NE(rare, nullptr);
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 22), std::log(2.0f));
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4), std::log(static_cast<float>(opt.personRoleFloor)));
+            EXPECT_TRUE(std::isnan(RowValue(rare, 1, 2)));  // no surname row
+            EXPECT_TRUE(std::isnan(RowValue(rare, 0, 2)));  // no part-of-speech rows
         }
         // The place data is the same either way: 镇 is the suffix G (6).
         EXPECT_FLOAT_EQ(RowValue(Find(d, "镇"), 2, 6), std::log(2.0f));

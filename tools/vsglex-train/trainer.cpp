@@ -425,6 +425,20 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         }
     }
 
+    // Characters of GB2312 that the training days never show get the
+    // default person role once and with it the person floors, so that a name
+    // can still end in a rare character (关治瀛): without an entry the engine
+    // guesses only surname, first given-name character or default for it.
+    if (opt.unseenCharRows) {
+        for (int hi = 0xB0; hi <= 0xF7; ++hi) {
+            for (int lo = 0xA1; lo <= 0xFE; ++lo) {
+                if (hi == 0xD7 && lo >= 0xFA) continue;  // unassigned in GB2312
+                std::string c = {static_cast<char>(hi), static_cast<char>(lo)};
+                if (words.count(c) == 0) words[c].roles[0][kPersonDefault] = 1;
+            }
+        }
+    }
+
     // ---- Core dictionary entries -------------------------------------------
     std::vector<Entry> entries;
     entries.reserve(words.size() + 8);

@@ -30,6 +30,9 @@ struct TrainOptions {
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
+    // GB2312 characters absent from the training days get an entry with the
+    // person default role (count 1) and the person floors.
+    bool unseenCharRows = true;
 };
 
 // Figures printed after training.
