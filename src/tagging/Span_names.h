@@ -97,6 +97,25 @@ void WriteNameRecord(SpanWord *record, const char *name, const NameClass &values
 // the array's end.
 void MarkMerged(SpanWord *results, int32_t arrayLength, int32_t first, int32_t count);
 
+// State shared by the recognisers' scans: the tagged run, the sentence's
+// word array and its live length, the engine, the run's first record and
+// the caller's graph (null from the pipeline).
+class RunScan {
+public:
+    RunScan(CSpan *span, SpanWord *results, const SegmentEngine *engine, int32_t start,
+            WordGraph *graph)
+        : span_(span), results_(results), engine_(engine), start_(start), graph_(graph),
+          arrayLength_(ArrayLength(results)) {}
+
+protected:
+    CSpan *span_;
+    SpanWord *results_;
+    const SegmentEngine *engine_;
+    int32_t start_;
+    WordGraph *graph_;
+    int32_t arrayLength_;
+};
+
 // Links a new name record into a caller's word graph. Vertex k of the graph
 // stands for record k of the word array (the caller inserted the sentence's
 // words in order); the name becomes a new vertex with an arc from the

@@ -167,12 +167,9 @@ bool HasNameRow(const SpanWord &record) {
     return false;
 }
 
-class OrgScan {
+class OrgScan : private vsg::names::RunScan {
 public:
-    OrgScan(CSpan *span, SpanWord *results, const SegmentEngine *engine, int32_t start,
-            WordGraph *graph)
-        : span_(span), results_(results), engine_(engine), start_(start), graph_(graph),
-          arrayLength_(vsg::names::ArrayLength(results)) {}
+    using RunScan::RunScan;
 
     void Run();
 
@@ -214,12 +211,6 @@ private:
     // Marks the "T" word of slot as an organisation by itself.
     void MarkSingle(int32_t slot);
 
-    CSpan *span_;
-    SpanWord *results_;
-    const SegmentEngine *engine_;
-    int32_t start_;
-    WordGraph *graph_;
-    int32_t arrayLength_;
     RoleString roles_{};
 
     bool open_ = false;

@@ -42,12 +42,9 @@ const NameClass kJapanese{vsg::kPersonClass, 28, 922u, 6.82763};
 // A "J" word needs at least this many bytes (three Chinese characters).
 constexpr size_t kMinJBytes = 6;
 
-class PersonScan {
+class PersonScan : private vsg::names::RunScan {
 public:
-    PersonScan(CSpan *span, SpanWord *results, const SegmentEngine *engine, int32_t start,
-               WordGraph *graph)
-        : span_(span), results_(results), engine_(engine), start_(start), graph_(graph),
-          arrayLength_(vsg::names::ArrayLength(results)) {}
+    using RunScan::RunScan;
 
     void Run();
 
@@ -70,12 +67,6 @@ private:
     // Pattern name of slots pos .. end-1, already joined into `name`.
     void WritePatternName(int32_t pos, int32_t end, const NameBuffer &name);
 
-    CSpan *span_;
-    SpanWord *results_;
-    const SegmentEngine *engine_;
-    int32_t start_;
-    WordGraph *graph_;
-    int32_t arrayLength_;
     RoleString roles_{};
 };
 

@@ -31,12 +31,9 @@ constexpr size_t kScanLimitBytes = 256;
 // Run forms stop appending once the buffer holds more than this.
 constexpr size_t kRunLimitBytes = 1000;
 
-class PlaceScan {
+class PlaceScan : private vsg::names::RunScan {
 public:
-    PlaceScan(CSpan *span, SpanWord *results, const SegmentEngine *engine, int32_t start,
-              WordGraph *graph)
-        : span_(span), results_(results), engine_(engine), start_(start), graph_(graph),
-          arrayLength_(vsg::names::ArrayLength(results)) {}
+    using RunScan::RunScan;
 
     void Run();
 
@@ -70,12 +67,6 @@ private:
     // Accepts the buffered name of slots s .. i-1; false when rejected.
     void Accept(int32_t s, int32_t i);
 
-    CSpan *span_;
-    SpanWord *results_;
-    const SegmentEngine *engine_;
-    int32_t start_;
-    WordGraph *graph_;
-    int32_t arrayLength_;
     RoleString roles_{};
     NameBuffer name_;
     // Set by every S form and every C form that builds a name; never cleared
