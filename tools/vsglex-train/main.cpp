@@ -13,14 +13,16 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
-                 "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n");
+                 "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
+                 "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 6, 0: counted costs)\n"
+                 "  --pos-rate X    cost step of one perceptron update (default 0.3)\n");
 }
 
 }  // namespace
@@ -44,6 +46,10 @@ int main(int argc, char **argv) {
             opt.unseenCharRows = std::atoi(argv[++i]) != 0;
         } else if (a == "--person-floor" && i + 1 < argc) {
             opt.personRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--pos-epochs" && i + 1 < argc) {
+            opt.posEpochs = std::atoi(argv[++i]);
+        } else if (a == "--pos-rate" && i + 1 < argc) {
+            opt.posRate = std::atof(argv[++i]);
         } else if (a == "-h" || a == "--help") {
             Usage();
             return 0;
@@ -90,5 +96,9 @@ int main(int argc, char **argv) {
                 static_cast<long long>(s.places[1]), static_cast<long long>(s.placesCut));
     std::printf("organisation names %lld\n", static_cast<long long>(s.orgs));
     std::printf("unseen-word rows at entry %d\n", s.twinPosition);
+    if (s.posPositions > 0)
+        std::printf("part-of-speech refinement: %lld positions a pass, wrong in the first pass %lld, in the last %lld\n",
+                    static_cast<long long>(s.posPositions), static_cast<long long>(s.posErrorsFirst),
+                    static_cast<long long>(s.posErrorsLast));
     return 0;
 }

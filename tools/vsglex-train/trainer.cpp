@@ -8,10 +8,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <set>
 #include <unordered_map>
 
+#include "posrefine.h"
 #include "vsglex/model.h"
 
 namespace vsgtrain {
@@ -30,6 +32,7 @@ struct ContextCounts {
     explicit ContextCounts(size_t n) : freq(n, 0), matrix(n, std::vector<int32_t>(n, 0)) {}
     std::vector<int32_t> freq;
     std::vector<std::vector<int32_t>> matrix;
+    int32_t total = 0;  // written as the total when set, else the sum of `freq`
     // Adds one sequence (framed by begin 0 and end 1 by the caller).
     void Add(const std::vector<int> &tags) {
         for (size_t i = 0; i < tags.size(); ++i) {
@@ -166,7 +169,7 @@ bool SaveContext(const ContextCounts &c, const std::string &path, bool raw, std:
     m.tagCount = static_cast<uint8_t>(n);
     m.tagFrequency = freq.data();
     m.contextMatrix = rowPtrs.data();
-    m.totalFrequency = static_cast<int32_t>(total);
+    m.totalFrequency = c.total > 0 ? c.total : static_cast<int32_t>(total);
     int32_t r = raw ? ContextStat_Save(path.c_str(), &m) : ContextStat_SaveBinary(path.c_str(), &m);
     if (r != 1) *error = "cannot write " + path;
     return r == 1;
@@ -192,6 +195,128 @@ std::string FindTwin(uint32_t lo, uint32_t hi) {
         }
     }
     return std::string();
+}
+
+// The tag the engine fixes on a dictionary word from its name rows before
+// tagging (the last row that passes its class's threshold), or -1.
+int ClassAssignedTag(const std::vector<Row> &rows) {
+    int tag = -1;
+    for (const Row &r : rows) {
+        if (r.code != 0) continue;
+        if ((r.subCode == kPosPerson || r.subCode == kPosForeignPerson) && r.value > 2.3) tag = r.subCode;
+        else if ((r.subCode == kPosPlace || r.subCode == kPosForeignPlace) && r.value > 0.0) tag = r.subCode;
+        else if (r.subCode == kPosOrg && r.value > 2.3) tag = r.subCode;
+    }
+    return tag;
+}
+
+// Single value of a tag as the engine derives it from the frequencies.
+double SingleValue(const ContextCounts &c, size_t tag) {
+    return c.freq[tag] > 0 ? std::log(static_cast<double>(c.freq[tag]) + 22.0) : 3.091042;
+}
+
+// Refines the part-of-speech costs with the averaged perceptron over the
+// training paragraphs. The candidate lists are the code 0 rows of the core
+// dictionary entries, as the engine's search reads them; the search starts
+// from the counted costs. Words with a name row keep their counted values,
+// which the engine's class assignment compares with fixed thresholds, and
+// so do the unseen-word rows. The trained costs are written back as row
+// values (single value - cost) and as transition counts over a total of
+// 2^31 - 1, which makes the engine's interpolation term negligible.
+void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &opt, ContextCounts *posCtx,
+               std::vector<Entry> *entries, TrainSummary *summary) {
+    const size_t nPos = posCtx->freq.size();
+    const int32_t total = std::numeric_limits<int32_t>::max();
+    PosCosts costs;
+    costs.tagCount = nPos;
+    costs.transition.assign(nPos * nPos, 13.8155);
+    for (size_t i = 0; i < nPos; ++i) {
+        if (posCtx->freq[i] == 0) continue;
+        const double f = posCtx->freq[i];
+        for (size_t j = 0; j < nPos; ++j) {
+            if (posCtx->matrix[i][j] == 0) continue;
+            costs.Transition(i, j) =
+                -0.999999 * std::log(0.9 * posCtx->matrix[i][j] / f + 0.1 * f / total) + 0.000001;
+        }
+    }
+    // Candidate list (or fixed tag) of every entry with code 0 rows.
+    std::unordered_map<std::string, int32_t> listOf;  // word -> list
+    std::unordered_map<std::string, int> fixedOf;     // word -> class-assigned tag
+    int32_t unseenList = -1;
+    for (const Entry &en : *entries) {
+        int fixed = ClassAssignedTag(en.rows);
+        if (fixed >= 0) {
+            fixedOf[en.word] = fixed;
+            continue;
+        }
+        CandidateList l;
+        bool named = false;
+        for (const Row &r : en.rows) {
+            if (r.code != 0) continue;
+            l.tags.push_back(r.subCode);
+            l.costs.push_back(SingleValue(*posCtx, r.subCode) - r.value);
+            if (r.subCode >= kPosPerson && r.subCode <= kPosOrg) named = true;
+        }
+        if (l.tags.empty()) continue;
+        l.trainable = !named && en.word != kStartWord && en.word != kEndWord;
+        listOf[en.word] = static_cast<int32_t>(costs.lists.size());
+        if (en.word == kOtherClass) unseenList = static_cast<int32_t>(costs.lists.size());
+        costs.lists.push_back(std::move(l));
+    }
+    if (unseenList < 0) return;
+
+    // One sentence per paragraph. Names are fixed (the recognisers or the
+    // class assignment give their tag); other words read their own list.
+    std::vector<PosSentence> sentences;
+    sentences.reserve(all.size());
+    for (const std::vector<Unit> &units : all) {
+        PosSentence s;
+        for (const Unit &u : units) {
+            int32_t list = unseenList;
+            uint8_t gold = static_cast<uint8_t>(u.tag);
+            if (u.kind != UnitKind::Plain) {
+                list = -1;
+            } else if (auto f = fixedOf.find(u.text); f != fixedOf.end()) {
+                list = -1;
+                gold = static_cast<uint8_t>(f->second);
+            } else if (auto l = listOf.find(u.text); l != listOf.end()) {
+                list = l->second;
+            }
+            s.lists.push_back(list);
+            s.gold.push_back(gold);
+        }
+        sentences.push_back(std::move(s));
+    }
+
+    // The unseen-word rows keep their counted costs: trained on the words
+    // seen once they fitted those and lost on the unseen words of held-out
+    // days.
+    costs.lists[static_cast<size_t>(unseenList)].trainable = false;
+    RefineOptions ro;
+    ro.epochs = opt.posEpochs;
+    ro.rate = opt.posRate;
+    ro.beginTag = kPosBegin;
+    ro.endTag = kPosEnd;
+    RefineSummary rs = RefinePosCosts(sentences, ro, &costs);
+    summary->posPositions = rs.positions;
+    summary->posErrorsFirst = rs.errorsFirstPass;
+    summary->posErrorsLast = rs.errorsLastPass;
+
+    // Write the trained costs back as row values and transition counts.
+    for (Entry &en : *entries) {
+        auto l = listOf.find(en.word);
+        if (l == listOf.end() || !costs.lists[static_cast<size_t>(l->second)].trainable) continue;
+        const CandidateList &cl = costs.lists[static_cast<size_t>(l->second)];
+        size_t k = 0;
+        for (Row &r : en.rows) {
+            if (r.code != 0) continue;
+            r.value = static_cast<float>(SingleValue(*posCtx, r.subCode) - cl.costs[k++]);
+        }
+    }
+    for (size_t i = 0; i < nPos; ++i)
+        for (size_t j = 0; j < nPos; ++j)
+            posCtx->matrix[i][j] = TransitionCount(costs.Transition(i, j), posCtx->freq[i], total);
+    posCtx->total = total;
 }
 
 }  // namespace
@@ -452,8 +577,9 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
             const WordCounts &wc = words[w];
             Entry e;
             e.word = w;
-            for (const auto &tc : TopCounts(wc.pos, kMaxRows))
+            for (const auto &tc : TopCounts(wc.pos, kMaxRows)) {
                 e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+            }
             if (wc.total == 1) {
                 int t = wc.pos.begin()->first;
                 if (!(t >= kPosPerson && t <= kPosOrg)) ++unseen[t];
@@ -557,6 +683,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     }
     if (unseenRows.empty()) unseenRows.push_back({0, 2, 0.0f});
     classEntry(kOtherClass, unseenRows);
+    if (opt.posEpochs > 0) RefinePos(all, opt, &posCtx, &entries, summary);
 
     for (Entry &e : entries) e.hash = static_cast<int32_t>(VSGHash(e.word.c_str(), DICTS_BUCKETS));
     std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {

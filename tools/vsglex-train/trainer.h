@@ -33,6 +33,10 @@ struct TrainOptions {
     // GB2312 characters absent from the training days get an entry with the
     // person default role (count 1) and the person floors.
     bool unseenCharRows = true;
+    // Averaged-perceptron passes that refine the part-of-speech costs (0:
+    // counted costs only) and the cost step of one update.
+    int posEpochs = 6;
+    double posRate = 0.3;
 };
 
 // Figures printed after training.
@@ -48,6 +52,9 @@ struct TrainSummary {
     int64_t placesCut = 0;     // place occurrences cut into characters for role training
     std::string twin;          // text of the unseen-word twin (GB)
     int32_t twinPosition = -1;
+    int64_t posPositions = 0;    // positions the refinement searches per pass
+    int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
+    int64_t posErrorsLast = 0;   // the same in the last pass
 };
 
 // Trains from paragraphs and writes the model set into `outDir` (created if

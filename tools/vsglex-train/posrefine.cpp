@@ -1,0 +1,197 @@
+// Averaged perceptron over the engine's part-of-speech search.
+#include "posrefine.h"
+
+#include <cmath>
+#include <utility>
+#include <limits>
+
+namespace vsgtrain {
+
+namespace {
+
+// A cost with the running sum the average is taken from. Sums are brought
+// up to date lazily: `stamp` is the step at which `value` last changed.
+struct Averaged {
+    double value = 0.0;
+    double sum = 0.0;
+    int64_t stamp = 0;
+    void Add(double delta, int64_t step) {
+        sum += value * static_cast<double>(step - stamp);
+        stamp = step;
+        value += delta;
+    }
+    double Average(int64_t steps) {
+        sum += value * static_cast<double>(steps - stamp);
+        stamp = steps;
+        return steps > 0 ? sum / static_cast<double>(steps) : value;
+    }
+};
+
+// Candidate tags and costs of position i of a sentence.
+struct Slot {
+    const uint8_t *tags;
+    const double *costs;
+    size_t count;
+};
+
+const double kZeroCost = 0.0;
+
+Slot SlotOf(const PosSentence &s, size_t i, const PosCosts &costs) {
+    int32_t l = s.lists[i];
+    if (l < 0) return Slot{&s.gold[i], &kZeroCost, 1};
+    const CandidateList &c = costs.lists[static_cast<size_t>(l)];
+    return Slot{c.tags.data(), c.costs.data(), c.tags.size()};
+}
+
+}  // namespace
+
+std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8_t beginTag, uint8_t endTag) {
+    const size_t n = s.gold.size();
+    const size_t tc = costs.tagCount;
+    std::vector<uint8_t> best(n, 0);
+    if (n == 0) return best;
+    // score[i][k]: cheapest cost of a path ending in candidate k of position i.
+    std::vector<std::vector<double>> score(n);
+    std::vector<std::vector<uint32_t>> back(n);
+    for (size_t i = 0; i < n; ++i) {
+        Slot cur = SlotOf(s, i, costs);
+        score[i].assign(cur.count, std::numeric_limits<double>::infinity());
+        back[i].assign(cur.count, 0);
+        for (size_t k = 0; k < cur.count; ++k) {
+            size_t to = cur.tags[k];
+            if (i == 0) {
+                score[i][k] = costs.transition[beginTag * tc + to] + cur.costs[k];
+                continue;
+            }
+            Slot prev = SlotOf(s, i - 1, costs);
+            double b = std::numeric_limits<double>::infinity();
+            uint32_t arg = 0;
+            for (size_t j = 0; j < prev.count; ++j) {
+                double c = score[i - 1][j] + costs.transition[prev.tags[j] * tc + to];
+                if (c < b) {
+                    b = c;
+                    arg = static_cast<uint32_t>(j);
+                }
+            }
+            score[i][k] = b + cur.costs[k];
+            back[i][k] = arg;
+        }
+    }
+    Slot last = SlotOf(s, n - 1, costs);
+    double b = std::numeric_limits<double>::infinity();
+    uint32_t arg = 0;
+    for (size_t k = 0; k < last.count; ++k) {
+        double c = score[n - 1][k] + costs.transition[last.tags[k] * tc + endTag];
+        if (c < b) {
+            b = c;
+            arg = static_cast<uint32_t>(k);
+        }
+    }
+    for (size_t i = n; i-- > 0;) {
+        best[i] = SlotOf(s, i, costs).tags[arg];
+        arg = back[i][arg];
+    }
+    return best;
+}
+
+RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const RefineOptions &opt, PosCosts *costs) {
+    RefineSummary summary;
+    if (opt.epochs <= 0) return summary;
+    const size_t tc = costs->tagCount;
+    std::vector<Averaged> trans(costs->transition.size());
+    for (size_t i = 0; i < trans.size(); ++i) trans[i].value = costs->transition[i];
+    std::vector<std::vector<Averaged>> emit(costs->lists.size());
+    for (size_t l = 0; l < emit.size(); ++l) {
+        emit[l].resize(costs->lists[l].costs.size());
+        for (size_t k = 0; k < emit[l].size(); ++k) emit[l][k].value = costs->lists[l].costs[k];
+    }
+    // Index of a tag in a list, or -1.
+    auto indexOf = [&](int32_t list, uint8_t tag) -> int {
+        const std::vector<uint8_t> &t = costs->lists[static_cast<size_t>(list)].tags;
+        for (size_t k = 0; k < t.size(); ++k)
+            if (t[k] == tag) return static_cast<int>(k);
+        return -1;
+    };
+
+    int64_t step = 0;
+    for (int epoch = 0; epoch < opt.epochs; ++epoch) {
+        int64_t errors = 0;
+        // Each pass visits the sentences in its own fixed shuffled order: the
+        // corpus comes grouped by article, and an average over a pass that
+        // ends in one article leans toward it.
+        std::vector<size_t> order(sentences.size());
+        for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+        uint64_t x = 88172645463325252ull + static_cast<uint64_t>(epoch) * 7919u;
+        for (size_t i = order.size(); i > 1; --i) {
+            x ^= x << 13;
+            x ^= x >> 7;
+            x ^= x << 17;
+            std::swap(order[i - 1], order[x % i]);
+        }
+        for (size_t oi : order) {
+            const PosSentence &s = sentences[oi];
+            ++step;
+            const size_t n = s.gold.size();
+            if (epoch == 0) summary.positions += static_cast<int64_t>(n);
+            std::vector<uint8_t> got = BestTags(s, *costs, opt.beginTag, opt.endTag);
+            if (got == s.gold) continue;
+            auto moveTransition = [&](size_t from, size_t to, double delta) {
+                if (!opt.transitions) return;
+                trans[from * tc + to].Add(delta, step);
+                costs->transition[from * tc + to] = trans[from * tc + to].value;
+            };
+            for (size_t i = 0; i < n; ++i) {
+                uint8_t g = s.gold[i], p = got[i];
+                uint8_t gPrev = i > 0 ? s.gold[i - 1] : opt.beginTag;
+                uint8_t pPrev = i > 0 ? got[i - 1] : opt.beginTag;
+                if (gPrev != pPrev || g != p) {
+                    moveTransition(gPrev, g, -opt.rate);
+                    moveTransition(pPrev, p, opt.rate);
+                }
+                if (g == p) continue;
+                ++errors;
+                int32_t l = s.lists[i];
+                if (l < 0 || !costs->lists[static_cast<size_t>(l)].trainable) continue;
+                int kg = indexOf(l, g), kp = indexOf(l, p);
+                std::vector<double> &c = costs->lists[static_cast<size_t>(l)].costs;
+                if (kg < 0) continue;  // the gold tag is no candidate: nothing to learn here
+                emit[static_cast<size_t>(l)][static_cast<size_t>(kg)].Add(-opt.rate, step);
+                c[static_cast<size_t>(kg)] = emit[static_cast<size_t>(l)][static_cast<size_t>(kg)].value;
+                if (kp >= 0) {
+                    emit[static_cast<size_t>(l)][static_cast<size_t>(kp)].Add(opt.rate, step);
+                    c[static_cast<size_t>(kp)] = emit[static_cast<size_t>(l)][static_cast<size_t>(kp)].value;
+                }
+            }
+            uint8_t gLast = n > 0 ? s.gold[n - 1] : opt.beginTag, pLast = n > 0 ? got[n - 1] : opt.beginTag;
+            if (gLast != pLast) {
+                moveTransition(gLast, opt.endTag, -opt.rate);
+                moveTransition(pLast, opt.endTag, opt.rate);
+            }
+        }
+        if (epoch == 0) summary.errorsFirstPass = errors;
+        summary.errorsLastPass = errors;
+    }
+    for (size_t i = 0; i < trans.size(); ++i) costs->transition[i] = trans[i].Average(step);
+    for (size_t l = 0; l < emit.size(); ++l) {
+        if (!costs->lists[l].trainable) continue;
+        for (size_t k = 0; k < emit[l].size(); ++k) costs->lists[l].costs[k] = emit[l][k].Average(step);
+    }
+    return summary;
+}
+
+int32_t TransitionCount(double cost, int32_t freq, int32_t total) {
+    if (freq <= 0 || total <= 0) return 0;
+    const double f = freq, floor = 0.1 * f / static_cast<double>(total);
+    auto costOf = [&](double c) {
+        return c <= 0.0 ? 13.8155 : -0.999999 * std::log(0.9 * c / f + floor) + 0.000001;
+    };
+    double p = std::exp(-(cost - 0.000001) / 0.999999);
+    double c = (p - floor) * f / 0.9;
+    if (!(c > 0.0)) c = 0.0;
+    if (c > 2147483647.0) c = 2147483647.0;
+    double lo = std::floor(c), hi = std::ceil(c);
+    double pick = std::fabs(costOf(lo) - cost) <= std::fabs(costOf(hi) - cost) ? lo : hi;
+    return static_cast<int32_t>(pick);
+}
+
+}  // namespace vsgtrain
