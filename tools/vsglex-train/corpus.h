@@ -91,6 +91,13 @@ enum PosTag : int {
 const std::vector<std::string> &PosTagNames();
 // True for the numbers of the function-word (stop-word) classes.
 bool IsStopTag(int tag);
+
+// True for the name tags the recognisers give: Chinese, transliterated and
+// Japanese person names, places, foreign places and organisations (not the
+// other proper nouns 25 and strings 26 that lie between them).
+constexpr bool IsNameTag(int tag) {
+    return tag == kPosPerson || (tag >= kPosForeignPerson && tag <= kPosOrg);
+}
 // Number of a corpus word with a coarse corpus tag other than a name tag.
 int PosTagOf(const std::string &gbWord, const std::string &corpusTag);
 

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
@@ -21,8 +21,9 @@ void Usage() {
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
-                 "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 6, 0: counted costs)\n"
-                 "  --pos-rate X    cost step of one perceptron update (default 0.3)\n");
+                 "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
+                 "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
+                 "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n");
 }
 
 }  // namespace
@@ -50,6 +51,8 @@ int main(int argc, char **argv) {
             opt.posEpochs = std::atoi(argv[++i]);
         } else if (a == "--pos-rate" && i + 1 < argc) {
             opt.posRate = std::atof(argv[++i]);
+        } else if (a == "--pos-margin" && i + 1 < argc) {
+            opt.posMargin = std::atof(argv[++i]);
         } else if (a == "-h" || a == "--help") {
             Usage();
             return 0;

@@ -45,7 +45,12 @@ Slot SlotOf(const PosSentence &s, size_t i, const PosCosts &costs) {
 
 }  // namespace
 
-std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8_t beginTag, uint8_t endTag) {
+namespace {
+
+// The search; `margin` is taken off the cost of every candidate that is not
+// the position's gold tag (0 for the plain search).
+std::vector<uint8_t> Search(const PosSentence &s, const PosCosts &costs, uint8_t beginTag, uint8_t endTag,
+                            double margin) {
     const size_t n = s.gold.size();
     const size_t tc = costs.tagCount;
     std::vector<uint8_t> best(n, 0);
@@ -59,8 +64,9 @@ std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8
         back[i].assign(cur.count, 0);
         for (size_t k = 0; k < cur.count; ++k) {
             size_t to = cur.tags[k];
+            const double own = cur.tags[k] == s.gold[i] ? cur.costs[k] : cur.costs[k] - margin;
             if (i == 0) {
-                score[i][k] = costs.transition[beginTag * tc + to] + cur.costs[k];
+                score[i][k] = costs.transition[beginTag * tc + to] + own;
                 continue;
             }
             Slot prev = SlotOf(s, i - 1, costs);
@@ -73,7 +79,7 @@ std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8
                     arg = static_cast<uint32_t>(j);
                 }
             }
-            score[i][k] = b + cur.costs[k];
+            score[i][k] = b + own;
             back[i][k] = arg;
         }
     }
@@ -92,6 +98,12 @@ std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8
         arg = back[i][arg];
     }
     return best;
+}
+
+}  // namespace
+
+std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8_t beginTag, uint8_t endTag) {
+    return Search(s, costs, beginTag, endTag, 0.0);
 }
 
 RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const RefineOptions &opt, PosCosts *costs) {
@@ -121,7 +133,7 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
         // ends in one article leans toward it.
         std::vector<size_t> order(sentences.size());
         for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-        uint64_t x = 88172645463325252ull + static_cast<uint64_t>(epoch) * 7919u;
+        uint64_t x = 88172645463325252ull + static_cast<uint64_t>(epoch) * 7919u + opt.seed * 104729u;
         for (size_t i = order.size(); i > 1; --i) {
             x ^= x << 13;
             x ^= x >> 7;
@@ -133,7 +145,7 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
             ++step;
             const size_t n = s.gold.size();
             if (epoch == 0) summary.positions += static_cast<int64_t>(n);
-            std::vector<uint8_t> got = BestTags(s, *costs, opt.beginTag, opt.endTag);
+            std::vector<uint8_t> got = Search(s, *costs, opt.beginTag, opt.endTag, opt.margin);
             if (got == s.gold) continue;
             auto moveTransition = [&](size_t from, size_t to, double delta) {
                 if (!opt.transitions) return;

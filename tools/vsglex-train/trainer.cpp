@@ -255,7 +255,7 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
             if (r.code != 0) continue;
             l.tags.push_back(r.subCode);
             l.costs.push_back(SingleValue(*posCtx, r.subCode) - r.value);
-            if (r.subCode >= kPosPerson && r.subCode <= kPosOrg) named = true;
+            if (IsNameTag(r.subCode)) named = true;
         }
         if (l.tags.empty()) continue;
         l.trainable = !named && en.word != kStartWord && en.word != kEndWord;
@@ -295,6 +295,7 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
     RefineOptions ro;
     ro.epochs = opt.posEpochs;
     ro.rate = opt.posRate;
+    ro.margin = opt.posMargin;
     ro.beginTag = kPosBegin;
     ro.endTag = kPosEnd;
     RefineSummary rs = RefinePosCosts(sentences, ro, &costs);
@@ -334,6 +335,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     for (const Paragraph &p : paragraphs) {
         if (opt.excludeFrom != 0 && p.date >= opt.excludeFrom) continue;
         all.push_back(BuildUnits(p));
+
         ++summary->paragraphs;
         summary->tokens += static_cast<int64_t>(p.tokens.size());
         for (const Bracket &b : p.brackets)
@@ -582,7 +584,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
             }
             if (wc.total == 1) {
                 int t = wc.pos.begin()->first;
-                if (!(t >= kPosPerson && t <= kPosOrg)) ++unseen[t];
+                if (!IsNameTag(t)) ++unseen[t];
             }
             e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
             if (!IsSingle(w)) {
@@ -684,6 +686,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     if (unseenRows.empty()) unseenRows.push_back({0, 2, 0.0f});
     classEntry(kOtherClass, unseenRows);
     if (opt.posEpochs > 0) RefinePos(all, opt, &posCtx, &entries, summary);
+
 
     for (Entry &e : entries) e.hash = static_cast<int32_t>(VSGHash(e.word.c_str(), DICTS_BUCKETS));
     std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {

@@ -35,8 +35,9 @@ struct TrainOptions {
     bool unseenCharRows = true;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
-    int posEpochs = 6;
-    double posRate = 0.3;
+    int posEpochs = 4;
+    double posRate = 0.2;
+    double posMargin = 1.0;  // cost advantage of wrong tags while training
 };
 
 // Figures printed after training.
