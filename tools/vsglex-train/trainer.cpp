@@ -197,6 +197,44 @@ std::string FindTwin(uint32_t lo, uint32_t hi) {
     return std::string();
 }
 
+// Appends the rows of a one-character word in role set `set` (0 person,
+// 1 place, 2 organisation) from its role counts and returns its `stats`
+// value (the log count of the default role). `functional`: the word's most
+// frequent part of speech is a function word or punctuation mark.
+float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, const TrainOptions &opt,
+               std::vector<Row> *rows) {
+    const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
+    int32_t def = 0;
+    std::map<int, int32_t> named;
+    for (const auto &rc : roles) {
+        if (rc.first == defaults[set]) def = rc.second;
+        else named.insert(rc);
+    }
+    for (const auto &rc : TopCounts(named, kMaxRows - 1))
+        rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
+    // Function words and punctuation marks get none (褚、乔 is no name).
+    // Names are full of characters the training days never show in a name
+    // (吴昌期, 普里马科夫): every character gets a small floor for the roles of
+    // a given name and of a transliteration's inner and last character, so
+    // the role search can still choose them in context. The named rows and
+    // the floors together stay below the candidate limit, with room for the
+    // default candidate.
+    if (set == 0 && opt.personRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        for (int r : kPersonFloorRoles) {
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+        }
+    }
+    // A character without person rows would get the guessed candidates
+    // surname, given name and default, all scored with the default count,
+    // which favours the rarer name roles; a row of its own default role
+    // prevents that.
+    if (set == 0 && named.empty() && def > 0)
+        rows->push_back({1, static_cast<uint8_t>(defaults[0]), LogCount(def + 1.0)});
+    return LogCount(def + 1.0);
+}
+
 // The tag the engine fixes on a dictionary word from its name rows before
 // tagging (the last row that passes its class's threshold), or -1.
 int ClassAssignedTag(const std::vector<Row> &rows) {
@@ -327,7 +365,6 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     *summary = TrainSummary();
     const size_t nPos = PosTagNames().size();
     const std::vector<std::string> *roleNames[3] = {&PersonRoleNames(), &PlaceRoleNames(), &OrgRoleNames()};
-    const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
 
     std::vector<std::vector<Unit>> all;
     all.reserve(paragraphs.size());
@@ -592,40 +629,8 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                 for (const auto &rc : TopCounts(wc.roles[2], kMaxRows))
                     e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
             } else {
-                for (int set = 0; set < 3; ++set) {
-                    int32_t def = 0;
-                    std::map<int, int32_t> named;
-                    for (const auto &rc : wc.roles[set]) {
-                        if (rc.first == defaults[set]) def = rc.second;
-                        else named.insert(rc);
-                    }
-                    for (const auto &rc : TopCounts(named, kMaxRows - 1))
-                        e.rows.push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first),
-                                          LogCount(rc.second + 1.0)});
-                    // Function words and punctuation marks get none (褚、乔
-                    // is no name).
-                    // Names are full of characters the training days never
-                    // show in a name (吴昌期, 普里马科夫): every character
-                    // gets a small floor for the roles of a given name and
-                    // of a transliteration's inner and last character, so
-                    // the role search can still choose them in context.
-                    // The named rows and the floors together stay below the
-                    // candidate limit, with room for the default candidate.
-                    if (set == 0 && opt.personRoleFloor > 0.0 && !MainTagIsFunctional(wc.pos)) {
-                        size_t rows = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
-                        for (int r : kPersonFloorRoles) {
-                            if (!named.count(r) && ++rows < static_cast<size_t>(kMaxRows))
-                                e.rows.push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
-                        }
-                    }
-                    // A character without person rows would get the guessed
-                    // candidates surname, given name and default, all scored
-                    // with the default count, which favours the rarer name
-                    // roles; a row of its own default role prevents that.
-                    if (set == 0 && named.empty() && def > 0)
-                        e.rows.push_back({1, static_cast<uint8_t>(defaults[0]), LogCount(def + 1.0)});
-                    e.stats[set + 1] = LogCount(def + 1.0);
-                }
+                for (int set = 0; set < 3; ++set)
+                    e.stats[set + 1] = RoleRows(set, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
             }
             if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
             entries.push_back(std::move(e));
