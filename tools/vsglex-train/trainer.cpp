@@ -61,6 +61,9 @@ float LogCount(double c) { return static_cast<float>(std::log(c)); }
 // Person roles that get a floor row on every one-character word: D, E, F
 // (given name) and M, N (inner and last character of a transliteration).
 constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
+// Person roles U and V (inner and last character of a cut place), floored
+// as well when the person data marks cut places.
+constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 
 bool IsSingle(const std::string &w) { return SplitChars(w).size() == 1; }
 
@@ -224,6 +227,14 @@ float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, co
         for (int r : kPersonFloorRoles) {
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+        }
+        // The same for the two roles of a cut place, so that an unknown
+        // place (阿塞拜疆) has a path that makes no name.
+        if (opt.personPlaceRoles) {
+            for (int r : kPersonPlaceFloorRoles) {
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+            }
         }
     }
     // A character without person rows would get the guessed candidates
