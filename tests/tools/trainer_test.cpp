@@ -256,16 +256,28 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
         DictionaryS d;
         std::memset(&d, 0, sizeof d);
         ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
-        // Roles 20 (U, inner) and 21 (V, last character) only when enabled.
-        for (const char *inner : {"杨", "宋", "卢", "旺"})
-            EXPECT_EQ(std::isnan(RowValue(Find(d, inner), 1, 20)), !on) << inner;
+        // Roles 20 (U, inner) and 21 (V, last character) only when enabled:
+        // counted where a cut place shows them, else the floor.
+        const float counted = std::log(2.0f), floor = std::log(static_cast<float>(opt.personRoleFloor));
+        auto expectRole = [&](const char *c, int role, bool seen) {
+            float v = RowValue(Find(d, c), 1, role);
+            if (!on) {
+                EXPECT_TRUE(std::isnan(v)) << c << " role " << role;
+            } else {
+                EXPECT_FLOAT_EQ(v, seen ? counted : floor) << c << " role " << role;
+            }
+        };
+        for (const char *inner : {"杨", "宋", "卢", "旺"}) {
+            expectRole(inner, 20, true);
+            expectRole(inner, 21, false);
+        }
         for (const char *last : {"镇", "达"}) {
-            EXPECT_EQ(std::isnan(RowValue(Find(d, last), 1, 21)), !on) << last;
-            EXPECT_TRUE(std::isnan(RowValue(Find(d, last), 1, 20))) << last;
+            expectRole(last, 21, true);
+            expectRole(last, 20, false);
         }
         for (const char *plain : {"平", "遥"}) {
-            EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 20))) << plain;
-            EXPECT_TRUE(std::isnan(RowValue(Find(d, plain), 1, 21))) << plain;
+            expectRole(plain, 20, false);
+            expectRole(plain, 21, false);
         }
         // A character the corpus never shows (瀛) gets the default person
         // role and the given-name floors, or no entry at all.
@@ -275,7 +287,8 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
         } else {
             ASSERT_NE(rare, nullptr);
             EXPECT_FLOAT_EQ(RowValue(rare, 1, 22), std::log(2.0f));
-            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4), std::log(static_cast<float>(opt.personRoleFloor)));
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4), floor);
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 21), floor);
             EXPECT_TRUE(std::isnan(RowValue(rare, 1, 2)));  // no surname row
             EXPECT_TRUE(std::isnan(RowValue(rare, 0, 2)));  // no part-of-speech rows
         }
