@@ -43,9 +43,20 @@ Slot SlotOf(const PosSentence &s, size_t i, const PosCosts &costs) {
     return Slot{c.tags.data(), c.costs.data(), c.tags.size()};
 }
 
-}  // namespace
-
-namespace {
+// The cheapest way into tag `to` from the candidates of `prev`, whose path
+// costs are `score`: the cost and the candidate (the first of equal ones).
+std::pair<double, uint32_t> Cheapest(const std::vector<double> &score, Slot prev, size_t to, const PosCosts &costs) {
+    double best = std::numeric_limits<double>::infinity();
+    uint32_t arg = 0;
+    for (size_t j = 0; j < prev.count; ++j) {
+        double c = score[j] + costs.transition[prev.tags[j] * costs.tagCount + to];
+        if (c < best) {
+            best = c;
+            arg = static_cast<uint32_t>(j);
+        }
+    }
+    return {best, arg};
+}
 
 // The search; `margin` is taken off the cost of every candidate that is not
 // the position's gold tag (0 for the plain search).
@@ -69,30 +80,12 @@ std::vector<uint8_t> Search(const PosSentence &s, const PosCosts &costs, uint8_t
                 score[i][k] = costs.transition[beginTag * tc + to] + own;
                 continue;
             }
-            Slot prev = SlotOf(s, i - 1, costs);
-            double b = std::numeric_limits<double>::infinity();
-            uint32_t arg = 0;
-            for (size_t j = 0; j < prev.count; ++j) {
-                double c = score[i - 1][j] + costs.transition[prev.tags[j] * tc + to];
-                if (c < b) {
-                    b = c;
-                    arg = static_cast<uint32_t>(j);
-                }
-            }
-            score[i][k] = b + own;
-            back[i][k] = arg;
+            const std::pair<double, uint32_t> b = Cheapest(score[i - 1], SlotOf(s, i - 1, costs), to, costs);
+            score[i][k] = b.first + own;
+            back[i][k] = b.second;
         }
     }
-    Slot last = SlotOf(s, n - 1, costs);
-    double b = std::numeric_limits<double>::infinity();
-    uint32_t arg = 0;
-    for (size_t k = 0; k < last.count; ++k) {
-        double c = score[n - 1][k] + costs.transition[last.tags[k] * tc + endTag];
-        if (c < b) {
-            b = c;
-            arg = static_cast<uint32_t>(k);
-        }
-    }
+    uint32_t arg = Cheapest(score[n - 1], SlotOf(s, n - 1, costs), endTag, costs).second;
     for (size_t i = n; i-- > 0;) {
         best[i] = SlotOf(s, i, costs).tags[arg];
         arg = back[i][arg];
