@@ -314,8 +314,11 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
     }
     if (unseenList < 0) return;
 
-    // One sentence per paragraph. Names are fixed (the recognisers or the
-    // class assignment give their tag); other words read their own list.
+    // One sentence per paragraph. A person name of several characters is
+    // fixed: new text brings it cut into characters and the person
+    // recogniser gives the joined name its tag. Every other unit, places
+    // and organisations included, reaches the tagger as a dictionary word:
+    // fixed when the class assignment gives it a tag, else its own list.
     std::vector<PosSentence> sentences;
     sentences.reserve(all.size());
     for (const std::vector<Unit> &units : all) {
@@ -323,7 +326,7 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
         for (const Unit &u : units) {
             int32_t list = unseenList;
             uint8_t gold = static_cast<uint8_t>(u.tag);
-            if (u.kind != UnitKind::Plain) {
+            if (u.kind == UnitKind::Person && !IsSingle(u.text)) {
                 list = -1;
             } else if (auto f = fixedOf.find(u.text); f != fixedOf.end()) {
                 list = -1;
