@@ -100,7 +100,7 @@ int main(int argc, char **argv) {
     std::printf("organisation names %lld\n", static_cast<long long>(s.orgs));
     std::printf("unseen-word rows at entry %d\n", s.twinPosition);
     if (s.posPositions > 0)
-        std::printf("part-of-speech refinement: %lld positions a pass, wrong in the first pass %lld, in the last %lld\n",
+        std::printf("part-of-speech refinement: %lld positions a pass, short of the margin in the first pass %lld, in the last %lld\n",
                     static_cast<long long>(s.posPositions), static_cast<long long>(s.posErrorsFirst),
                     static_cast<long long>(s.posErrorsLast));
     return 0;

@@ -2,8 +2,8 @@
 #include "posrefine.h"
 
 #include <cmath>
-#include <utility>
 #include <limits>
+#include <utility>
 
 namespace vsgtrain {
 
@@ -145,6 +145,10 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
                 trans[from * tc + to].Add(delta, step);
                 costs->transition[from * tc + to] = trans[from * tc + to].value;
             };
+            auto moveEmission = [&](size_t list, size_t k, double delta) {
+                emit[list][k].Add(delta, step);
+                costs->lists[list].costs[k] = emit[list][k].value;
+            };
             for (size_t i = 0; i < n; ++i) {
                 uint8_t g = s.gold[i], p = got[i];
                 uint8_t gPrev = i > 0 ? s.gold[i - 1] : opt.beginTag;
@@ -158,14 +162,9 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
                 int32_t l = s.lists[i];
                 if (l < 0 || !costs->lists[static_cast<size_t>(l)].trainable) continue;
                 int kg = indexOf(l, g), kp = indexOf(l, p);
-                std::vector<double> &c = costs->lists[static_cast<size_t>(l)].costs;
                 if (kg < 0) continue;  // the gold tag is no candidate: nothing to learn here
-                emit[static_cast<size_t>(l)][static_cast<size_t>(kg)].Add(-opt.rate, step);
-                c[static_cast<size_t>(kg)] = emit[static_cast<size_t>(l)][static_cast<size_t>(kg)].value;
-                if (kp >= 0) {
-                    emit[static_cast<size_t>(l)][static_cast<size_t>(kp)].Add(opt.rate, step);
-                    c[static_cast<size_t>(kp)] = emit[static_cast<size_t>(l)][static_cast<size_t>(kp)].value;
-                }
+                moveEmission(static_cast<size_t>(l), static_cast<size_t>(kg), -opt.rate);
+                if (kp >= 0) moveEmission(static_cast<size_t>(l), static_cast<size_t>(kp), opt.rate);
             }
             uint8_t gLast = n > 0 ? s.gold[n - 1] : opt.beginTag, pLast = n > 0 ? got[n - 1] : opt.beginTag;
             if (gLast != pLast) {

@@ -54,8 +54,10 @@ struct RefineOptions {
 // What the refinement did, for the summary.
 struct RefineSummary {
     int64_t positions = 0;       // positions searched per pass
-    int64_t errorsFirstPass = 0;  // positions tagged wrong during the first pass
-    int64_t errorsLastPass = 0;   // the same during the last pass
+    // Positions whose training tag lost (or won by less than the margin)
+    // during the first and during the last pass.
+    int64_t errorsFirstPass = 0;
+    int64_t errorsLastPass = 0;
 };
 
 // The lowest-cost tag sequence of `s` under `costs` (ties keep the earlier
