@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "engine/class_rows.h"
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -27,12 +28,6 @@ constexpr int32_t kPlaceDefaultRole = 17;
 constexpr int32_t kOrgDefaultRole = 14;
 
 // Class assignment of long dictionary words.
-constexpr uint8_t kPersonTag = 24;
-constexpr uint8_t kForeignPersonTag = 27;
-constexpr uint8_t kPlaceTag = 29;
-constexpr uint8_t kForeignPlaceTag = 30;
-constexpr uint8_t kOrgTag = 31;
-constexpr double kNameThreshold = 2.3;
 constexpr double kPersonWeight = 11.21;
 constexpr double kOrgWeight = 10.7995;
 constexpr double kPlaceWeight = 9.19482;
@@ -157,22 +152,19 @@ void AssignClasses(SpanWord *words) {
             continue;
         for (int32_t i = 0; i < w->posCount; ++i) {
             const DictSRow &row = w->posList[i];
-            const double value = static_cast<double>(row.value);
-            if ((row.subCode == kPersonTag || row.subCode == kForeignPersonTag) &&
-                value > kNameThreshold) {
-                memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
-                w->weight = kPersonWeight;
-                w->tag = static_cast<int8_t>(row.subCode);
-            } else if ((row.subCode == kPlaceTag || row.subCode == kForeignPlaceTag) &&
-                       value > 0.0) {
-                memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
-                w->weight = kPlaceWeight;
-                w->tag = static_cast<int8_t>(row.subCode);
-            } else if (row.subCode == kOrgTag && value > kNameThreshold) {
+            const int tag = vsg::ClassTagOfRow(row.subCode, static_cast<double>(row.value));
+            if (tag < 0) continue;
+            if (tag == vsg::kOrgTag) {
                 memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
                 w->weight = kOrgWeight;
-                w->tag = static_cast<int8_t>(kOrgTag);
+            } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
+                memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
+                w->weight = kPlaceWeight;
+            } else {
+                memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
+                w->weight = kPersonWeight;
             }
+            w->tag = static_cast<int8_t>(tag);
         }
     }
 }

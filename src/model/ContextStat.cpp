@@ -1,48 +1,31 @@
 // Context statistics of one tag set: tag counts and tag-to-tag counts, in a
 // raw machine-order form or a versioned little-endian form, and the cost
 // tables derived from them once at load.
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "model/context_costs.h"
 #include "model/model_io.h"
 #include "vsglex/model.h"
 
 using vsg::model::BinaryReader;
 using vsg::model::BinaryWriter;
 using vsg::model::File;
+using vsg::model::kUnseenPairCost;
 using vsg::model::OpenFile;
 using vsg::model::Scratch;
 
 namespace {
 
 constexpr int32_t kCannotOpen = -101;
-// Single value of a tag that never occurs (a rounded ln 22).
-constexpr double kUnseenTagValue = 3.091042;
-// Cost of a tag pair never seen.
-constexpr double kUnseenPairCost = 13.8155;
 
 // Allocates n zeroed elements (at least one, so an empty table is still a
 // table).
 template <typename T>
 T *AllocZeroed(size_t n) {
     return static_cast<T *>(std::calloc(n == 0 ? 1 : n, sizeof(T)));
-}
-
-double SingleValue(int32_t frequency) {
-    return frequency > 0 ? std::log(static_cast<double>(frequency) + 22.0) : kUnseenTagValue;
-}
-
-// The cost of tag j following tag i. The interpolation term uses the
-// frequency of the preceding tag i.
-double PairCost(int32_t pairCount, int32_t frequency, int32_t total) {
-    if (frequency == 0 || pairCount == 0) return kUnseenPairCost;
-    const double m = pairCount;
-    const double f = frequency;
-    const double t = total;
-    return -0.999999 * std::log(0.9 * m / f + 0.1 * f / t) + 0.000001;
 }
 
 // Allocates the cost table from the loaded counts; false when memory runs
@@ -56,7 +39,7 @@ bool DerivePossibility(ContextStat *model) {
         if (row == nullptr) return false;
         model->possibility[i] = row;
         for (int j = 0; j < n; ++j)
-            row[j] = PairCost(model->contextMatrix[i][j], model->tagFrequency[i],
+            row[j] = vsg::model::TagPairCost(model->contextMatrix[i][j], model->tagFrequency[i],
                               model->totalFrequency);
     }
     return true;
@@ -107,7 +90,7 @@ int32_t ContextStat_Load(const char *path, ContextStat *model) {
         model->contextMatrix[i] = AllocZeroed<int32_t>(n);
         if (model->contextMatrix[i] == nullptr) return kCannotOpen;
         ReadCounts(fp.get(), model->contextMatrix[i], n);
-        model->singleValue[i] = SingleValue(model->tagFrequency[i]);
+        model->singleValue[i] = vsg::model::TagSingleValue(model->tagFrequency[i]);
     }
     fp.reset();
     return DerivePossibility(model) ? 1 : kCannotOpen;
@@ -138,7 +121,7 @@ int32_t ContextStat_LoadBinary(const char *path, ContextStat *model) {
         if (model->contextMatrix[i] == nullptr) return -1;
         for (int j = 0; j < tags; ++j)
             if (!in.I32(&model->contextMatrix[i][j])) return -1;
-        model->singleValue[i] = SingleValue(model->tagFrequency[i]);
+        model->singleValue[i] = vsg::model::TagSingleValue(model->tagFrequency[i]);
     }
     fp.reset();
     return DerivePossibility(model) ? 1 : -1;

@@ -129,12 +129,6 @@ TEST(PosRefine, PerceptronLearnsWhatCountsMiss) {
     EXPECT_EQ(again.transition, trained.transition);
     EXPECT_EQ(again.lists[0].costs, trained.lists[0].costs);
 
-    // With transitions held, only the emission costs may move.
-    PosCosts held = c;
-    opt.transitions = false;
-    vsgtrain::RefinePosCosts(corpus, opt, &held);
-    EXPECT_EQ(held.transition, c.transition);
-
     // No passes, no change.
     PosCosts none = c;
     opt.epochs = 0;

@@ -40,6 +40,21 @@ const DictSEntry *Find(const DictionaryS &d, const char *utf8) {
     return i >= 0 ? &d.entries[i] : nullptr;
 }
 
+// Trains `ps` with `opt` into `dir` and loads the binary core dictionary
+// into `d`.
+::testing::AssertionResult TrainAndLoad(const std::vector<vsgtrain::Paragraph> &ps, const vsgtrain::TrainOptions &opt,
+                                        const vsgtest::TempDir &dir, DictionaryS *d,
+                                        vsgtrain::TrainSummary *summary = nullptr) {
+    vsgtrain::TrainSummary s;
+    std::string error;
+    if (!vsgtrain::TrainModels(ps, dir.path(), opt, summary != nullptr ? summary : &s, &error))
+        return ::testing::AssertionFailure() << "training failed: " << error;
+    std::memset(d, 0, sizeof *d);
+    if (DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), d) != 1)
+        return ::testing::AssertionFailure() << "the binary core dictionary does not load";
+    return ::testing::AssertionSuccess();
+}
+
 // Value of the row (code, subCode) of an entry, or NaN.
 float RowValue(const DictSEntry *e, int code, int sub) {
     for (int32_t r = 0; e != nullptr && r < e->posCount; ++r)
@@ -216,12 +231,8 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
         "19980101-01-001-001/m  晓明/nr  对/p  赵/nr  说/v  ，/w  侯老/nr  和/c  李/nr  鹏/nr  。/w", &ps[0]));
     vsgtest::TempDir dir;
     vsgtrain::TrainOptions opt;
-    vsgtrain::TrainSummary s;
-    std::string error;
-    ASSERT_TRUE(vsgtrain::TrainModels(ps, dir.path(), opt, &s, &error)) << error;
     DictionaryS d;
-    std::memset(&d, 0, sizeof d);
-    ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+    ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
     const float floor = std::log(static_cast<float>(opt.personRoleFloor));
     // Lone tokens: only floors and the default role, and their neighbours
     // are no name context; the part-of-speech rows still say name.
@@ -250,12 +261,8 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
         vsgtrain::TrainOptions opt;
         opt.personPlaceRoles = on;
         opt.unseenCharRows = on;
-        vsgtrain::TrainSummary s;
-        std::string error;
-        ASSERT_TRUE(vsgtrain::TrainModels(ps, dir.path(), opt, &s, &error)) << error;
         DictionaryS d;
-        std::memset(&d, 0, sizeof d);
-        ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         // Roles 20 (U, inner) and 21 (V, last character) only when enabled:
         // counted where a cut place shows them, else the floor.
         const float counted = std::log(2.0f), floor = std::log(static_cast<float>(opt.personRoleFloor));
@@ -308,12 +315,9 @@ TEST(Trainer, ExcludesLaterDays) {
     vsgtrain::TrainOptions opt;
     opt.excludeFrom = 19980102;
     vsgtrain::TrainSummary s;
-    std::string error;
-    ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), dir.path(), opt, &s, &error)) << error;
-    EXPECT_EQ(s.paragraphs, 2);
     DictionaryS d;
-    std::memset(&d, 0, sizeof d);
-    ASSERT_EQ(DictionaryS_LoadBinary(dir.file("coredict.dct").c_str(), &d), 1);
+    ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
+    EXPECT_EQ(s.paragraphs, 2);
     EXPECT_NE(Find(d, "克林顿"), nullptr);
     EXPECT_EQ(Find(d, "新华社"), nullptr);
     DictionaryS_Free(&d);

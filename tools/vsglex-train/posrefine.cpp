@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "model/context_costs.h"
+
 namespace vsgtrain {
 
 namespace {
@@ -70,9 +72,10 @@ std::vector<uint8_t> Search(const PosSentence &s, const PosCosts &costs, uint8_t
     std::vector<std::vector<double>> score(n);
     std::vector<std::vector<uint32_t>> back(n);
     for (size_t i = 0; i < n; ++i) {
-        Slot cur = SlotOf(s, i, costs);
+        const Slot cur = SlotOf(s, i, costs);
         score[i].assign(cur.count, std::numeric_limits<double>::infinity());
         back[i].assign(cur.count, 0);
+        const Slot prev = i > 0 ? SlotOf(s, i - 1, costs) : Slot{nullptr, nullptr, 0};
         for (size_t k = 0; k < cur.count; ++k) {
             size_t to = cur.tags[k];
             const double own = cur.tags[k] == s.gold[i] ? cur.costs[k] : cur.costs[k] - margin;
@@ -80,7 +83,7 @@ std::vector<uint8_t> Search(const PosSentence &s, const PosCosts &costs, uint8_t
                 score[i][k] = costs.transition[beginTag * tc + to] + own;
                 continue;
             }
-            const std::pair<double, uint32_t> b = Cheapest(score[i - 1], SlotOf(s, i - 1, costs), to, costs);
+            const std::pair<double, uint32_t> b = Cheapest(score[i - 1], prev, to, costs);
             score[i][k] = b.first + own;
             back[i][k] = b.second;
         }
@@ -126,7 +129,7 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
         // ends in one article leans toward it.
         std::vector<size_t> order(sentences.size());
         for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-        uint64_t x = 88172645463325252ull + static_cast<uint64_t>(epoch) * 7919u + opt.seed * 104729u;
+        uint64_t x = 88172645463325252ull + static_cast<uint64_t>(epoch) * 7919u;
         for (size_t i = order.size(); i > 1; --i) {
             x ^= x << 13;
             x ^= x >> 7;
@@ -141,7 +144,6 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
             std::vector<uint8_t> got = Search(s, *costs, opt.beginTag, opt.endTag, opt.margin);
             if (got == s.gold) continue;
             auto moveTransition = [&](size_t from, size_t to, double delta) {
-                if (!opt.transitions) return;
                 trans[from * tc + to].Add(delta, step);
                 costs->transition[from * tc + to] = trans[from * tc + to].value;
             };
@@ -186,9 +188,7 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
 int32_t TransitionCount(double cost, int32_t freq, int32_t total) {
     if (freq <= 0 || total <= 0) return 0;
     const double f = freq, floor = 0.1 * f / static_cast<double>(total);
-    auto costOf = [&](double c) {
-        return c <= 0.0 ? 13.8155 : -0.999999 * std::log(0.9 * c / f + floor) + 0.000001;
-    };
+    auto costOf = [&](double c) { return vsg::model::TagPairCost(static_cast<int32_t>(c), freq, total); };
     double p = std::exp(-(cost - 0.000001) / 0.999999);
     double c = (p - floor) * f / 0.9;
     if (!(c > 0.0)) c = 0.0;

@@ -44,11 +44,9 @@ struct RefineOptions {
     double rate = 0.1;    // cost step of one update
     uint8_t beginTag = 0;
     uint8_t endTag = 1;
-    bool transitions = true;  // false: only the emission costs move
     // Cost advantage given to every wrong candidate while training, so that
     // updates go on until the training tags win by at least this much.
     double margin = 0.0;
-    uint64_t seed = 0;  // varies the order in which each pass visits the sentences
 };
 
 // What the refinement did, for the summary.

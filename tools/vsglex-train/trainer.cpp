@@ -13,6 +13,9 @@
 #include <set>
 #include <unordered_map>
 
+#include "common/gbtext.h"
+#include "engine/class_rows.h"
+#include "model/context_costs.h"
 #include "posrefine.h"
 #include "vsglex/model.h"
 
@@ -20,12 +23,14 @@ namespace vsgtrain {
 
 namespace {
 
-const char kStartWord[] = "\xca\xbc##\xca\xbc";    // 始##始
-const char kEndWord[] = "\xc4\xa9##\xc4\xa9";      // 末##末
-const char kPersonClass[] = "\xce\xb4##\xc8\xcb";  // 未##人
-const char kPlaceClass[] = "\xce\xb4##\xb5\xd8";   // 未##地
-const char kOrgClass[] = "\xce\xb4##\xcd\xc5";     // 未##团
-const char kOtherClass[] = "\xce\xb4##\xcb\xfc";   // 未##它
+using vsg::kEndWord;
+using vsg::kOrgClass;
+using vsg::kOtherClass;
+using vsg::kPersonClass;
+using vsg::kPlaceClass;
+using vsg::kStartWord;
+using vsg::model::TagPairCost;
+using vsg::model::TagSingleValue;
 
 // Counts of a tag set: tag frequencies and tag-to-tag transitions.
 struct ContextCounts {
@@ -252,17 +257,14 @@ int ClassAssignedTag(const std::vector<Row> &rows) {
     int tag = -1;
     for (const Row &r : rows) {
         if (r.code != 0) continue;
-        if ((r.subCode == kPosPerson || r.subCode == kPosForeignPerson) && r.value > 2.3) tag = r.subCode;
-        else if ((r.subCode == kPosPlace || r.subCode == kPosForeignPlace) && r.value > 0.0) tag = r.subCode;
-        else if (r.subCode == kPosOrg && r.value > 2.3) tag = r.subCode;
+        const int t = vsg::ClassTagOfRow(r.subCode, static_cast<double>(r.value));
+        if (t >= 0) tag = t;
     }
     return tag;
 }
 
 // Single value of a tag as the engine derives it from the frequencies.
-double SingleValue(const ContextCounts &c, size_t tag) {
-    return c.freq[tag] > 0 ? std::log(static_cast<double>(c.freq[tag]) + 22.0) : 3.091042;
-}
+double SingleValue(const ContextCounts &c, size_t tag) { return TagSingleValue(c.freq[tag]); }
 
 // Refines the part-of-speech costs with the averaged perceptron over the
 // training paragraphs. The candidate lists are the code 0 rows of the core
@@ -278,16 +280,10 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
     const int32_t total = std::numeric_limits<int32_t>::max();
     PosCosts costs;
     costs.tagCount = nPos;
-    costs.transition.assign(nPos * nPos, 13.8155);
-    for (size_t i = 0; i < nPos; ++i) {
-        if (posCtx->freq[i] == 0) continue;
-        const double f = posCtx->freq[i];
-        for (size_t j = 0; j < nPos; ++j) {
-            if (posCtx->matrix[i][j] == 0) continue;
-            costs.Transition(i, j) =
-                -0.999999 * std::log(0.9 * posCtx->matrix[i][j] / f + 0.1 * f / total) + 0.000001;
-        }
-    }
+    costs.transition.resize(nPos * nPos);
+    for (size_t i = 0; i < nPos; ++i)
+        for (size_t j = 0; j < nPos; ++j)
+            costs.Transition(i, j) = TagPairCost(posCtx->matrix[i][j], posCtx->freq[i], total);
     // Candidate list (or fixed tag) of every entry with code 0 rows.
     std::unordered_map<std::string, int32_t> listOf;  // word -> list
     std::unordered_map<std::string, int> fixedOf;     // word -> class-assigned tag

@@ -112,6 +112,25 @@ void JsonString(std::string &out, const char *s, size_t n) {
 
 void AppendNumber(std::string &out, uint64_t v) { out += std::to_string(v); }
 
+// A NUL-terminated string as a JSON string.
+void JsonString(std::string &out, const char *s) { JsonString(out, s, std::strlen(s)); }
+
+// `"offset":N,"length":M`, the span of a word or sentence in the file.
+void JsonSpan(std::string &out, uint64_t offset, uint64_t length) {
+    out += "\"offset\":";
+    AppendNumber(out, offset);
+    out += ",\"length\":";
+    AppendNumber(out, length);
+}
+
+// Tab, offset, tab, length.
+void TsvSpan(std::string &out, uint64_t offset, uint64_t length) {
+    out += '\t';
+    AppendNumber(out, offset);
+    out += '\t';
+    AppendNumber(out, length);
+}
+
 // One piece of input analysed on its own.
 struct Piece {
     const char *text;
@@ -159,15 +178,13 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
             const char *cls = vsglex_name_class_name(w.name_class);
             if (o.format == Format::kJson) {
                 out += "{\"text\":";
-                JsonString(out, w.text, std::strlen(w.text));
+                JsonString(out, w.text);
                 out += ",\"class\":\"";
                 out += cls;
                 out += "\",\"tag\":";
-                JsonString(out, w.tag_name, std::strlen(w.tag_name));
-                out += ",\"offset\":";
-                AppendNumber(out, p.base + w.offset);
-                out += ",\"length\":";
-                AppendNumber(out, w.length);
+                JsonString(out, w.tag_name);
+                out += ',';
+                JsonSpan(out, p.base + w.offset, w.length);
                 out += ",\"line\":";
                 AppendNumber(out, lines.At(w.offset));
                 out += "}\n";
@@ -175,10 +192,7 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                 out.append(src + w.offset, w.length);
                 out += '\t';
                 out += cls;
-                out += '\t';
-                AppendNumber(out, p.base + w.offset);
-                out += '\t';
-                AppendNumber(out, w.length);
+                TsvSpan(out, p.base + w.offset, w.length);
                 out += '\n';
             }
         }
@@ -214,10 +228,7 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                 out.append(src + w.offset, w.length);
                 out += '\t';
                 out += w.tag_name;
-                out += '\t';
-                AppendNumber(out, p.base + w.offset);
-                out += '\t';
-                AppendNumber(out, w.length);
+                TsvSpan(out, p.base + w.offset, w.length);
                 out += '\t';
                 out += w.name_class != VSGLEX_NAME_NONE ? vsglex_name_class_name(w.name_class) : "-";
                 out += '\n';
@@ -229,10 +240,8 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
         LineCounter lines(p);
         for (size_t s = 0; s < r.sentence_count; ++s) {
             const vsglex_sentence &sen = r.sentences[s];
-            out += "{\"offset\":";
-            AppendNumber(out, p.base + sen.offset);
-            out += ",\"length\":";
-            AppendNumber(out, sen.length);
+            out += '{';
+            JsonSpan(out, p.base + sen.offset, sen.length);
             out += ",\"line\":";
             AppendNumber(out, lines.At(sen.offset));
             out += ",\"words\":[";
@@ -240,13 +249,11 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                 const vsglex_word &w = r.words[k];
                 if (k != sen.first_word) out += ',';
                 out += "{\"text\":";
-                JsonString(out, w.text, std::strlen(w.text));
+                JsonString(out, w.text);
                 out += ",\"tag\":";
-                JsonString(out, w.tag_name, std::strlen(w.tag_name));
-                out += ",\"offset\":";
-                AppendNumber(out, p.base + w.offset);
-                out += ",\"length\":";
-                AppendNumber(out, w.length);
+                JsonString(out, w.tag_name);
+                out += ',';
+                JsonSpan(out, p.base + w.offset, w.length);
                 if (w.name_class != VSGLEX_NAME_NONE) {
                     out += ",\"name\":\"";
                     out += vsglex_name_class_name(w.name_class);
