@@ -18,6 +18,10 @@ inline constexpr uint8_t kOrgTag = 31;
 // times"); a place row must exceed 0.
 inline constexpr double kNameThreshold = 2.3;
 
+// Only words of more than two bytes (more than one Chinese character) are
+// given a class.
+inline bool TakesClass(const char *text) { return text[0] != '\0' && text[1] != '\0' && text[2] != '\0'; }
+
 // The name tag a part-of-speech row gives its word when its value passes
 // the class's threshold, or -1.
 inline int ClassTagOfRow(uint8_t subCode, double value) {

@@ -133,11 +133,6 @@ inline uint32_t SentenceKey(const WordItem &item) {
     return (static_cast<uint32_t>(item.sentence) << 16) | item.extra;
 }
 
-// True when the text holds more than one two-byte character's worth of bytes.
-inline bool LongerThanTwoBytes(const char *text) {
-    return text[0] != '\0' && text[1] != '\0' && text[2] != '\0';
-}
-
 // True when `text` is exactly the boundary word `word` (terminator included).
 inline bool IsBoundary(const char *text, const char (&word)[7]) {
     return memcmp(text, word, sizeof word) == 0;
@@ -148,7 +143,7 @@ inline bool IsBoundary(const char *text, const char (&word)[7]) {
 void AssignClasses(SpanWord *words) {
     for (SpanWord *w = words; w->text[0] != '\0'; ++w) {
         if (w->posCount <= 0 || w->posList == nullptr || w->classText[0] != '\0' ||
-            !LongerThanTwoBytes(w->text))
+            !vsg::TakesClass(w->text))
             continue;
         for (int32_t i = 0; i < w->posCount; ++i) {
             const DictSRow &row = w->posList[i];

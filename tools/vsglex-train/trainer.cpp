@@ -253,8 +253,9 @@ float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, co
 
 // The tag the engine fixes on a dictionary word from its name rows before
 // tagging (the last row that passes its class's threshold), or -1.
-int ClassAssignedTag(const std::vector<Row> &rows) {
+int ClassAssignedTag(const std::string &word, const std::vector<Row> &rows) {
     int tag = -1;
+    if (!vsg::TakesClass(word.c_str())) return tag;
     for (const Row &r : rows) {
         if (r.code != 0) continue;
         const int t = vsg::ClassTagOfRow(r.subCode, static_cast<double>(r.value));
@@ -289,7 +290,7 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &op
     std::unordered_map<std::string, int> fixedOf;     // word -> class-assigned tag
     int32_t unseenList = -1;
     for (const Entry &en : *entries) {
-        int fixed = ClassAssignedTag(en.rows);
+        int fixed = ClassAssignedTag(en.word, en.rows);
         if (fixed >= 0) {
             fixedOf[en.word] = fixed;
             continue;
