@@ -6,6 +6,7 @@
 
 #include "common/gbtext.h"
 #include "engine/class_rows.h"
+#include "engine/instance.h"
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -251,6 +252,22 @@ void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_
     }
 }
 
+// Loads the model files of `directory` into the zero-filled `engine`; 0 or
+// the status of the first file that failed.
+int32_t LoadInto(SegmentEngine *engine, const char *directory) {
+    if (directory == nullptr) directory = "";
+    const size_t len = strlen(directory);
+    // The longest model file name and the joining separator must fit too.
+    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
+    char dir[kPathMax];
+    memcpy(dir, directory, len + 1);
+    if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
+        dir[len] = '/';
+        dir[len + 1] = '\0';
+    }
+    return LoadModels(engine, dir);
+}
+
 }  // namespace
 
 extern "C" {
@@ -265,19 +282,7 @@ int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
     g_mSEG = engine;
     if (engine == nullptr) return VSG_ERR_COREDICT;
-
-    if (directory == nullptr) directory = "";
-    const size_t len = strlen(directory);
-    // The longest model file name and the joining separator must fit too.
-    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
-    char dir[kPathMax];
-    memcpy(dir, directory, len + 1);
-    if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
-        dir[len] = '/';
-        dir[len + 1] = '\0';
-    }
-
-    const int32_t status = LoadModels(engine, dir);
+    const int32_t status = LoadInto(engine, directory);
     if (status != 0) return status;
     if (handle != nullptr) *handle = engine;
     g_bTag = 1;
@@ -288,13 +293,7 @@ void VSG_FreeForServer(SegmentEngine *handle) {
     (void)handle;
     SegmentEngine *engine = g_mSEG;
     if (engine == nullptr) return;
-    DictionaryS_Free(&engine->core);
-    for (TagModel &tm : engine->tagModels) {
-        ContextStat_Free(&tm.model);
-        POSmap_Free(&tm.map);
-    }
-    for (Dictionary &affix : engine->affix) Dictionary_Free(&affix);
-    free(engine);
+    vsg::engine::FreeInstance(engine);
     g_mSEG = nullptr;
     g_bTag = 0;
 }
@@ -355,3 +354,27 @@ void VSG_SegmentForServerFree(WordList *output) {
 }
 
 }  // extern "C"
+
+namespace vsg::engine {
+
+SegmentEngine *LoadInstance(const char *directory, int32_t *status) {
+    auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
+    int32_t result = engine != nullptr ? LoadInto(engine, directory) : VSG_ERR_COREDICT;
+    if (status != nullptr) *status = result;
+    if (result == 0) return engine;
+    FreeInstance(engine);
+    return nullptr;
+}
+
+void FreeInstance(SegmentEngine *engine) {
+    if (engine == nullptr) return;
+    DictionaryS_Free(&engine->core);
+    for (TagModel &tm : engine->tagModels) {
+        ContextStat_Free(&tm.model);
+        POSmap_Free(&tm.map);
+    }
+    for (Dictionary &affix : engine->affix) Dictionary_Free(&affix);
+    free(engine);
+}
+
+}  // namespace vsg::engine

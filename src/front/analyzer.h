@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "front/lexicon.h"
+#include "vsglex/vsglex_api.h"
 
 namespace vsg::front {
 
@@ -12,9 +13,8 @@ namespace vsg::front {
 // person; 29, 30 place; 31 organisation.
 int32_t NameClassOfTag(int32_t tag);
 
-// The cutter built from the loaded dictionary while a handle is open, else
-// null.
-const Lexicon *SharedLexicon();
+// The cutter of the model set a handle uses (null for a null handle).
+const Lexicon *LexiconOf(const vsglex_handle *handle);
 
 }  // namespace vsg::front
 
