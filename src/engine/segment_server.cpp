@@ -3,6 +3,8 @@
 // sentence chunks, recognises names, assigns class words and tags every word.
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "common/gbtext.h"
 #include "engine/class_rows.h"
@@ -165,18 +167,19 @@ void AssignClasses(SpanWord *words) {
     }
 }
 
-// Per-call working storage: four spans and two word arrays.
+// Working storage of the segmentation call: four spans and two word arrays.
+// Each thread keeps one and reuses it for every call (the spans are reused
+// across chunks within a call anyway), so a call allocates nothing but its
+// output block.
 struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
 
-    explicit Work(const SegmentEngine *engine) {
+    Work() {
         for (int t = 0; t < 4; ++t) {
             spans[t] = CSpan_new();
-            if (spans[t] == nullptr) continue;
-            CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
-            spans[t]->model = &engine->tagModels[t].model;
+            if (spans[t] != nullptr) CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
         }
         // Every record is written before it is read, so no clearing is needed.
         primary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
@@ -193,7 +196,22 @@ struct Work {
     bool ok() const {
         return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
     }
+    // Points the spans at the context models of `engine`.
+    void Bind(const SegmentEngine *engine) {
+        for (int t = 0; t < 4; ++t) spans[t]->model = &engine->tagModels[t].model;
+    }
 };
+
+// The calling thread's working storage, or null when it cannot be allocated
+// (a later call tries again).
+Work *ThreadWork() {
+    thread_local std::unique_ptr<Work> work;
+    if (work == nullptr || !work->ok()) {
+        work.reset(new (std::nothrow) Work);
+        if (work == nullptr || !work->ok()) return nullptr;
+    }
+    return work.get();
+}
 
 // Role-tags `words` with the name role set `tag`, then copies the result
 // without merged words into `to`.
@@ -308,8 +326,10 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
     if (output->items == nullptr) return 1;
     if (n == 0) return 1;
 
-    Work work(engine);
-    if (!work.ok()) return 1;
+    Work *shared = ThreadWork();
+    if (shared == nullptr) return 1;
+    Work &work = *shared;
+    work.Bind(engine);
     const DictionaryS *core = &engine->core;
     const WordItem *items = input->items;
     // The boundary words frame every chunk; they are looked up once per call.
