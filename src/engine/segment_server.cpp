@@ -25,16 +25,6 @@ constexpr size_t kPathMax = 1024;
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
 
-// Default roles of the name role sets: the role of a word outside any name.
-constexpr int32_t kPersonDefaultRole = 22;
-constexpr int32_t kPlaceDefaultRole = 17;
-constexpr int32_t kOrgDefaultRole = 14;
-
-// Class assignment of long dictionary words.
-constexpr double kPersonWeight = 11.21;
-constexpr double kOrgWeight = 10.7995;
-constexpr double kPlaceWeight = 9.19482;
-
 // Loads the core dictionary, binary form first, then the text form of the
 // same file. What a failed binary attempt allocated is released first so
 // the text loader starts from an empty record.
@@ -71,29 +61,20 @@ bool LoadAffixOf(const char *path, SegmentEngine *e) {
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
 int32_t LoadModels(SegmentEngine *e, const char *dir) {
-    struct Step {
-        const char *file;
-        int32_t status;
-        bool (*load)(const char *, SegmentEngine *);
+    // Loaders in the order of vsg::kModelFiles.
+    static constexpr bool (*kLoaders[])(const char *, SegmentEngine *) = {
+        LoadCoreOf,
+        LoadContextOf<VSG_TAG_POS>,    LoadMapOf<VSG_TAG_POS>,
+        LoadContextOf<VSG_TAG_PERSON>, LoadMapOf<VSG_TAG_PERSON>,
+        LoadContextOf<VSG_TAG_PLACE>,  LoadMapOf<VSG_TAG_PLACE>,
+        LoadContextOf<VSG_TAG_ORG>,    LoadMapOf<VSG_TAG_ORG>,
+        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,
     };
-    static const Step kSteps[] = {
-        {"coredict.dct", VSG_ERR_COREDICT, LoadCoreOf},
-        {"lexical.ctx", VSG_ERR_LEXICAL_CTX, LoadContextOf<VSG_TAG_POS>},
-        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP, LoadMapOf<VSG_TAG_POS>},
-        {"nr.ctx", VSG_ERR_NR_CTX, LoadContextOf<VSG_TAG_PERSON>},
-        {"nr.map", VSG_ERR_NR_MAP, LoadMapOf<VSG_TAG_PERSON>},
-        {"ns.ctx", VSG_ERR_NS_CTX, LoadContextOf<VSG_TAG_PLACE>},
-        {"ns.map", VSG_ERR_NS_MAP, LoadMapOf<VSG_TAG_PLACE>},
-        {"nt.ctx", VSG_ERR_NT_CTX, LoadContextOf<VSG_TAG_ORG>},
-        {"nt.map", VSG_ERR_NT_MAP, LoadMapOf<VSG_TAG_ORG>},
-        {"name_pre.dct", VSG_ERR_NAME_PRE, LoadAffixOf<VSG_AFFIX_NAME_PREFIX>},
-        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>},
-        {"org_suffix.dct", VSG_ERR_ORG_SUFFIX, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>},
-    };
+    static_assert(sizeof kLoaders / sizeof kLoaders[0] == vsg::kModelFileCount, "one loader per model file");
     char path[kPathMax + 32];
-    for (const Step &step : kSteps) {
-        GetFullFileName(path, dir, step.file);
-        if (!step.load(path, e)) return step.status;
+    for (int k = 0; k < vsg::kModelFileCount; ++k) {
+        GetFullFileName(path, dir, vsg::kModelFiles[k].name);
+        if (!kLoaders[k](path, e)) return vsg::kModelFiles[k].status;
     }
     return 0;
 }
@@ -154,13 +135,13 @@ void AssignClasses(SpanWord *words) {
             if (tag < 0) continue;
             if (tag == vsg::kOrgTag) {
                 memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
-                w->weight = kOrgWeight;
+                w->weight = vsg::kOrgClassWeight;
             } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
                 memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
-                w->weight = kPlaceWeight;
+                w->weight = vsg::kPlaceClassWeight;
             } else {
                 memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
-                w->weight = kPersonWeight;
+                w->weight = vsg::kPersonClassWeight;
             }
             w->tag = static_cast<int8_t>(tag);
         }
@@ -216,8 +197,8 @@ Work *ThreadWork() {
 // Role-tags `words` with the name role set `tag`, then copies the result
 // without merged words into `to`.
 void RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
-    static constexpr int32_t kDefaultRole[4] = {0, kPersonDefaultRole, kPlaceDefaultRole,
-                                                kOrgDefaultRole};
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
     CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
     CopyWordResultA(to, words);
 }

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "common/tagset.h"
 #include "engine/instance.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
@@ -50,15 +51,6 @@ Registry &OpenSets() {
 thread_local std::string t_lastError;
 
 void SetError(const std::string &message) { t_lastError = message; }
-
-// Model file behind each load status of the engine.
-const char *ModelFileOfStatus(int32_t status) {
-    static const char *const kFiles[] = {"coredict.dct", "lexical.ctx", "zyrpos30.map", "nr.ctx",
-                                         "nr.map",       "ns.ctx",      "ns.map",       "nt.ctx",
-                                         "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
-    int32_t k = VSG_ERR_COREDICT - status;
-    return k >= 0 && k < 12 ? kFiles[k] : "?";
-}
 
 // Words an engine call takes at least, unless the text ends; the sentences
 // of a text are batched into calls of about this size (the engine's output
@@ -397,12 +389,10 @@ vsglex_result *Analysis::Finish() {
 }  // namespace
 
 int32_t NameClassOfTag(int32_t tag) {
-    switch (tag) {
-    case 24: case 27: case 28: return VSGLEX_NAME_PERSON;
-    case 29: case 30: return VSGLEX_NAME_PLACE;
-    case 31: return VSGLEX_NAME_ORG;
-    default: return VSGLEX_NAME_NONE;
-    }
+    if (IsPersonTag(tag)) return VSGLEX_NAME_PERSON;
+    if (IsPlaceTag(tag)) return VSGLEX_NAME_PLACE;
+    if (IsOrgTag(tag)) return VSGLEX_NAME_ORG;
+    return VSGLEX_NAME_NONE;
 }
 
 }  // namespace vsg::front
@@ -420,7 +410,7 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir) {
     int32_t status = 0;
     vsg::engine::InstancePtr engine(vsg::engine::LoadInstance(dir.c_str(), &status));
     if (engine == nullptr) {
-        SetError("cannot load model file " + dir + "/" + ModelFileOfStatus(status) + " (status " +
+        SetError("cannot load model file " + dir + "/" + (vsg::ModelFileOfStatus(status) != nullptr ? vsg::ModelFileOfStatus(status) : "?") + " (status " +
                  std::to_string(status) + ")");
         return nullptr;
     }

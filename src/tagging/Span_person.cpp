@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
 #include "vsglex/utility.h"
@@ -35,7 +36,7 @@ constexpr Pattern kPatterns[] = {
     {"FF", 2},   {"GC", 2},  {"J", 1},   {"IE", 2},  {"", 0},
 };
 
-const NameClass kPatternName{vsg::kPersonClass, 24, 73861u, 11.21};
+const NameClass kPatternName{vsg::kPersonClass, vsg::kPersonTag, 73861u, vsg::kPersonClassWeight};
 const NameClass kTransliterated{vsg::kPersonClass, 27, 18802u, 9.84177};
 const NameClass kJapanese{vsg::kPersonClass, 28, 922u, 6.82763};
 
