@@ -33,7 +33,7 @@ namespace {
 // dictionary and its tag names. Handles on the same directory share one set;
 // it is freed with the last handle that uses it.
 struct Shared {
-    vsg::engine::InstancePtr engine;
+    std::unique_ptr<vsg::engine::Engine> engine;
     Lexicon lexicon;
     std::vector<std::string> tagNames;
 };
@@ -306,7 +306,7 @@ void Analysis::Flush() {
     }
     WordList input{static_cast<int32_t>(n), in.data()};
     WordList output{0, nullptr};
-    VSG_SegmentForServer(&input, &output, 0, shared_.engine.get());
+    shared_.engine->Segment(&input, &output, 0);
     // The engine hands back at least one word for every non-empty batch; an
     // empty or missing result means it ran out of memory.
     if (output.items == nullptr || output.count <= 0) {
@@ -408,7 +408,7 @@ namespace {
 // Loads the model set of `dir` (canonical path), or null with the error set.
 std::shared_ptr<Shared> LoadSet(const std::string &dir) {
     int32_t status = 0;
-    vsg::engine::InstancePtr engine(vsg::engine::LoadInstance(dir.c_str(), &status));
+    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
     if (engine == nullptr) {
         SetError("cannot load model file " + dir + "/" + (vsg::ModelFileOfStatus(status) != nullptr ? vsg::ModelFileOfStatus(status) : "?") + " (status " +
                  std::to_string(status) + ")");
@@ -419,11 +419,11 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir) {
     // Measurement switch: the shortest person word the cutter keeps.
     if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
         options.minPersonWordChars = std::atoi(chars);
-    if (!set->lexicon.Build(engine->core, options)) {
+    if (!set->lexicon.Build(engine->models().core, options)) {
         SetError("the core dictionary in " + dir + " holds no words");
         return nullptr;
     }
-    const POSmap &map = engine->tagModels[VSG_TAG_POS].map;
+    const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
     char tag[256];
     for (int32_t k = 0; k < map.count && k < 255; ++k) {
         tag[0] = '\0';

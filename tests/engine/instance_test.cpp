@@ -16,8 +16,10 @@ using vsgtest::Gb;
 
 namespace {
 
-// "text/tag" of every output word of one call.
-std::string Segment(const SegmentEngine *engine, const std::vector<std::string> &words) {
+// "text/tag" of every output word of one call of `engine` (or of the server
+// interface with `models` when `engine` is null).
+std::string Segment(const vsg::engine::Engine *engine, const std::vector<std::string> &words,
+                    const SegmentEngine *models = nullptr) {
     std::vector<WordItem> items;
     for (const std::string &w : words) {
         WordItem item{};
@@ -27,7 +29,7 @@ std::string Segment(const SegmentEngine *engine, const std::vector<std::string> 
     }
     WordList in{static_cast<int32_t>(items.size()), items.data()};
     WordList out{0, nullptr};
-    EXPECT_EQ(VSG_SegmentForServer(&in, &out, 0, engine), 1);
+    EXPECT_EQ(engine != nullptr ? engine->Segment(&in, &out, 0) : VSG_SegmentForServer(&in, &out, 0, models), 1);
     std::string result;
     for (int32_t k = 0; k < out.count; ++k)
         result += vsgtest::Utf8(out.items[k].text) + "/" + std::to_string(out.items[k].tag) + " ";
@@ -41,11 +43,12 @@ TEST(EngineInstance, TwoInstancesInOneThreadKeepTheirOwnModels) {
     vsgtest::FixtureModelSet fixture;
     int32_t status = -1;
     testing::internal::CaptureStderr();  // the text-form fixture dictionary is tried as binary first
-    vsg::engine::InstancePtr small(vsg::engine::LoadInstance(fixture.path().c_str(), &status));
+    std::unique_ptr<vsg::engine::Engine> small = vsg::engine::Engine::Load(fixture.path().c_str(), &status);
     testing::internal::GetCapturedStderr();
     ASSERT_NE(small, nullptr);
     EXPECT_EQ(status, 0);
-    vsg::engine::InstancePtr shipped(vsg::engine::LoadInstance((std::string(source) + "/data/vsg").c_str(), &status));
+    std::unique_ptr<vsg::engine::Engine> shipped =
+        vsg::engine::Engine::Load((std::string(source) + "/data/vsg").c_str(), &status);
     ASSERT_NE(shipped, nullptr) << status;
     // Private instances leave the process-wide one alone.
     EXPECT_EQ(g_mSEG, nullptr);
@@ -72,7 +75,7 @@ TEST(EngineInstance, FailedLoadReportsTheFileAndLeavesNothing) {
     int32_t status = 0;
     testing::internal::CaptureStdout();  // the loaders report a missing file on stdout
     testing::internal::CaptureStderr();
-    SegmentEngine *engine = vsg::engine::LoadInstance(fixture.path().c_str(), &status);
+    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(fixture.path().c_str(), &status);
     testing::internal::GetCapturedStderr();
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(engine, nullptr);
