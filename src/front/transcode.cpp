@@ -273,6 +273,18 @@ bool LooksLikeUtf16(const unsigned char *s, size_t n, bool bigEndian) {
     return pairs >= 2 && other * 10 <= pairs && (ascii > 0 || han * 10 >= pairs * 9) && han > 0;
 }
 
+// True when NUL bytes fill one of the two byte positions of the pairs of
+// s[0..n) (a quarter of them at least) and hardly the other: the high bytes
+// of ASCII characters in UTF-16.
+bool HasUtf16Zeros(const unsigned char *s, size_t n) {
+    size_t zeros[2] = {0, 0};
+    for (size_t i = 0; i < n; ++i) zeros[i & 1] += s[i] == 0;
+    size_t pairs = n / 2;
+    for (int k = 0; k < 2; ++k)
+        if (pairs >= 2 && zeros[k] * 4 >= pairs && zeros[1 - k] * 20 <= pairs) return true;
+    return false;
+}
+
 }  // namespace
 
 CharsetGuess GuessCharset(const char *src, size_t n) {
@@ -282,6 +294,9 @@ CharsetGuess GuessCharset(const char *src, size_t n) {
     if (n >= 3 && u[0] == 0xEF && u[1] == 0xBB && u[2] == 0xBF) {
         g.charset = 3;
     } else if (n >= 2 && ((u[0] == 0xFF && u[1] == 0xFE) || (u[0] == 0xFE && u[1] == 0xFF))) {
+        g.utf16 = true;
+        return g;
+    } else if (HasUtf16Zeros(u, std::min<size_t>(n, 4096))) {
         g.utf16 = true;
         return g;
     } else {

@@ -123,7 +123,8 @@ TEST_F(InputTest, Big5AndUtf16AreRecognised) {
 
     // UTF-16 with and without a byte-order mark, either byte order, is refused.
     std::string le = Convert("中文文本。\n", "UTF-16LE"), be = Convert("中文文本。\n", "UTF-16BE");
-    for (const std::string &u : {std::string("\xff\xfe") + le, std::string("\xfe\xff") + be, le, be}) {
+    std::string ascii = Convert("plain text\n", "UTF-16LE");
+    for (const std::string &u : {std::string("\xff\xfe") + le, std::string("\xfe\xff") + be, le, be, ascii}) {
         hints = 0;
         vsglex_guess_charset(u.data(), u.size(), &hints);
         EXPECT_NE(hints & VSGLEX_GUESS_UTF16, 0u);

@@ -415,9 +415,14 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
             }
         }
         if (buf.empty()) break;
-        // The first block of a file fixes the character set of the rest.
+        // The first block with a byte above 0x7F fixes the character set of
+        // the rest (ASCII reads the same in every set).
         if (charset == VSGLEX_CHARSET_AUTO && !ChooseCharset(o, name, buf.data(), buf.size(), &charset, &flags))
             return kUnreadable;
+        bool ascii = o.charset == VSGLEX_CHARSET_AUTO &&
+                     std::none_of(buf.begin(), buf.end(), [](char ch) { return (ch & 0x80) != 0; });
+        if (ascii && !eof) charset = VSGLEX_CHARSET_AUTO;
+        int blockCharset = ascii ? VSGLEX_CHARSET_UTF8 : charset;
         // Analyse whole lines and keep a trailing partial line for the next
         // read; a line longer than a block is cut at a sentence end or a
         // character boundary, so memory stays bounded.
@@ -429,7 +434,7 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
             } else if (buf.size() < kBlock) {
                 continue;
             } else {
-                take = vsglex_cut_point(buf.data(), buf.size(), charset);
+                take = vsglex_cut_point(buf.data(), buf.size(), blockCharset);
                 if (take == 0) take = buf.size();
             }
         }
@@ -455,8 +460,8 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
         }
         std::vector<std::thread> workers;
         for (size_t t = 1; t < pieces.size(); ++t)
-            workers.emplace_back([&, t] { Analyse(h, o, charset, flags, pieces[t]); });
-        Analyse(h, o, charset, flags, pieces[0]);
+            workers.emplace_back([&, t] { Analyse(h, o, blockCharset, flags, pieces[t]); });
+        Analyse(h, o, blockCharset, flags, pieces[0]);
         for (auto &w : workers) w.join();
         for (Piece &p : pieces) {
             if (p.status != VSGLEX_OK) {
