@@ -159,6 +159,21 @@ TEST(CliInputTest, LongLinesWriteErrorsAndSeveralFiles) {
                                        << " expected";
     }
 
+    // Pre-cut words of a long line stay whole: every one comes back.
+    std::string cut;
+    while (cut.size() < 400000) cut += "国务院 总理 会见 了 客人 ";
+    CliRun p = Vsglex("--pre-cut --format tsv", cut + "\n");
+    ASSERT_EQ(p.code, 0) << p.err;
+    size_t words = 0, whole = 0;
+    for (const std::string &l : Lines(p.out)) {
+        if (l.empty()) continue;
+        ++words;
+        std::string w = l.substr(0, l.find('\t'));
+        whole += w == "国务院" || w == "总理" || w == "会见" || w == "了" || w == "客人";
+    }
+    EXPECT_EQ(words, static_cast<size_t>(std::count(cut.begin(), cut.end(), ' ')));
+    EXPECT_EQ(whole, words);
+
     // Output that cannot be written is an error.
     CliRun full = Vsglex("", "中文。\n", "/dev/full");
     EXPECT_EQ(full.code, 5);

@@ -434,7 +434,10 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
             } else if (buf.size() < kBlock) {
                 continue;
             } else {
-                take = vsglex_cut_point(buf.data(), buf.size(), blockCharset);
+                // Pre-cut words end at spaces (a space byte is never part of
+                // a character in any of the sets).
+                size_t space = o.precut ? buf.rfind(' ') : std::string::npos;
+                take = space != std::string::npos ? space + 1 : vsglex_cut_point(buf.data(), buf.size(), blockCharset);
                 if (take == 0) take = buf.size();
             }
         }
