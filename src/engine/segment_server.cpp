@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/model_files.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
@@ -68,29 +69,27 @@ bool LoadAffixOf(const char *path, SegmentEngine *e) {
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
 int32_t LoadModels(SegmentEngine *e, const char *dir) {
-    struct Step {
-        const char *file;
-        int32_t status;
-        bool (*load)(const char *, SegmentEngine *);
+    // The loader of each file of vsg::kModelFiles, in the same order.
+    using Loader = bool (*)(const char *, SegmentEngine *);
+    static constexpr Loader kLoaders[] = {
+        LoadCoreOf,                           // coredict.dct
+        LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
+        LoadMapOf<VSG_TAG_POS>,               // zyrpos30.map
+        LoadContextOf<VSG_TAG_PERSON>,        // nr.ctx
+        LoadMapOf<VSG_TAG_PERSON>,            // nr.map
+        LoadContextOf<VSG_TAG_PLACE>,         // ns.ctx
+        LoadMapOf<VSG_TAG_PLACE>,             // ns.map
+        LoadContextOf<VSG_TAG_ORG>,           // nt.ctx
+        LoadMapOf<VSG_TAG_ORG>,               // nt.map
+        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>,   // name_pre.dct
+        LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>,  // loc_suffix.dct
+        LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,    // org_suffix.dct
     };
-    static const Step kSteps[] = {
-        {"coredict.dct", VSG_ERR_COREDICT, LoadCoreOf},
-        {"lexical.ctx", VSG_ERR_LEXICAL_CTX, LoadContextOf<VSG_TAG_POS>},
-        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP, LoadMapOf<VSG_TAG_POS>},
-        {"nr.ctx", VSG_ERR_NR_CTX, LoadContextOf<VSG_TAG_PERSON>},
-        {"nr.map", VSG_ERR_NR_MAP, LoadMapOf<VSG_TAG_PERSON>},
-        {"ns.ctx", VSG_ERR_NS_CTX, LoadContextOf<VSG_TAG_PLACE>},
-        {"ns.map", VSG_ERR_NS_MAP, LoadMapOf<VSG_TAG_PLACE>},
-        {"nt.ctx", VSG_ERR_NT_CTX, LoadContextOf<VSG_TAG_ORG>},
-        {"nt.map", VSG_ERR_NT_MAP, LoadMapOf<VSG_TAG_ORG>},
-        {"name_pre.dct", VSG_ERR_NAME_PRE, LoadAffixOf<VSG_AFFIX_NAME_PREFIX>},
-        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>},
-        {"org_suffix.dct", VSG_ERR_ORG_SUFFIX, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>},
-    };
+    static_assert(sizeof kLoaders / sizeof kLoaders[0] == vsg::kModelFileCount, "one loader per model file");
     char path[kPathMax + 32];
-    for (const Step &step : kSteps) {
-        GetFullFileName(path, dir, step.file);
-        if (!step.load(path, e)) return step.status;
+    for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
+        GetFullFileName(path, dir, vsg::kModelFiles[i].name);
+        if (!kLoaders[i](path, e)) return vsg::kModelFiles[i].status;
     }
     return 0;
 }

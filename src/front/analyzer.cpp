@@ -16,6 +16,7 @@
 #include "front/atoms.h"
 #include "front/lexicon.h"
 #include "front/transcode.h"
+#include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
 #include "vsglex/vsglex_api.h"
@@ -33,21 +34,13 @@ struct Shared {
     const SegmentEngine *engine = nullptr;
     Lexicon lexicon;
     std::vector<std::string> tagNames;
+    std::string warning;  // about the loaded set (no manifest), or empty
 };
 Shared g_shared;
 
 thread_local std::string t_lastError;
 
 void SetError(const std::string &message) { t_lastError = message; }
-
-// Model file behind each load status of the engine.
-const char *ModelFileOfStatus(int32_t status) {
-    static const char *const kFiles[] = {"coredict.dct", "lexical.ctx", "zyrpos30.map", "nr.ctx",
-                                         "nr.map",       "ns.ctx",      "ns.map",       "nt.ctx",
-                                         "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
-    int32_t k = VSG_ERR_COREDICT - status;
-    return k >= 0 && k < 12 ? kFiles[k] : "?";
-}
 
 // Words an engine call takes at least, unless the text ends; the sentences
 // of a text are batched into calls of about this size (the engine's output
@@ -418,15 +411,20 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
                 SetError(std::string("model directory not found: ") + data_dir);
                 return nullptr;
             }
+            // Damaged, missing or mismatched files are refused here, before
+            // the loaders (which accept some damaged files without a word).
+            const vsg::model::SetCheck check = vsg::model::CheckModelSet(data_dir);
+            if (!check.ok()) {
+                SetError(std::string("model set ") + data_dir + ": " + check.Summary());
+                return nullptr;
+            }
             SegmentEngine *engine = nullptr;
             int32_t status = VSG_LoadForServer(&engine, data_dir);
             if (status != 0 && status != 1) {
                 // Release what the failed load left behind.
                 VSG_FreeForServer(nullptr);
-                std::string dir = data_dir;
-                if (dir.back() != '/') dir += '/';
-                SetError("cannot load model file " + dir + ModelFileOfStatus(status) + " (status " +
-                         std::to_string(status) + ")");
+                SetError(std::string("model set ") + data_dir + ": " +
+                         vsg::model::DescribeLoadFailure(data_dir, status));
                 return nullptr;
             }
             LexiconOptions options;
@@ -452,6 +450,7 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             }
             sh.engine = engine;
             sh.ownsEngine = status == 0;
+            sh.warning = check.warning;
         }
         ++sh.refs;
         auto *h = new (std::nothrow) vsglex_handle{&sh};
@@ -477,6 +476,7 @@ VSGLEX_API void vsglex_close(vsglex_handle *handle) {
         sh.ownsEngine = false;
         sh.lexicon = Lexicon();
         sh.tagNames.clear();
+        sh.warning.clear();
     }
 }
 
@@ -522,5 +522,10 @@ VSGLEX_API const char *vsglex_name_class_name(int32_t name_class) {
 }
 
 VSGLEX_API const char *vsglex_last_error(void) { return t_lastError.c_str(); }
+
+VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle) {
+    if (handle == nullptr) return "";
+    return handle->shared->warning.c_str();
+}
 
 }  // extern "C"

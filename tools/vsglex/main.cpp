@@ -51,7 +51,8 @@ const char kUsageText[] =
     "  --help, --version\n"
     "\n"
     "Offsets are byte offsets in the input file. Exit status: 0 ok, 1 invalid bytes\n"
-    "were skipped, 2 usage error, 3 an input could not be read, 4 no usable model set.\n";
+    "were skipped, 2 usage error, 3 an input could not be read, 4 no usable model set\n"
+    "(a missing, damaged or mismatched model file; the message names it).\n";
 
 bool HasModels(const std::string &dir) {
     struct stat st;
@@ -498,6 +499,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "vsglex: %s\n", vsglex_last_error());
         return kModels;
     }
+    if (*vsglex_model_warning(h) != '\0') std::fprintf(stderr, "vsglex: warning: %s\n", vsglex_model_warning(h));
     if (o.files.empty()) o.files.push_back("-");
     int code = kOk;
     for (const std::string &f : o.files) {
