@@ -413,7 +413,9 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             }
             // Damaged, missing or mismatched files are refused here, before
             // the loaders (which accept some damaged files without a word).
-            const vsg::model::SetCheck check = vsg::model::CheckModelSet(data_dir);
+            // An engine the host loaded itself is used as it is.
+            vsg::model::SetCheck check;
+            if (g_bTag != 1) check = vsg::model::CheckModelSet(data_dir);
             if (!check.ok()) {
                 SetError(std::string("model set ") + data_dir + ": " + check.Summary());
                 return nullptr;

@@ -33,9 +33,13 @@ constexpr uint64_t Rotl(uint64_t x, int r) { return (x << r) | (x >> (64 - r)); 
 // differs once stays different, and one changed word always changes it.
 constexpr uint64_t Round(uint64_t lane, uint64_t word) { return Rotl((lane ^ word) * kMulA, 31) * kMulB; }
 
+// Eight bytes as a little-endian word.
 inline uint64_t Load64(const unsigned char *p) {
-    uint64_t v = 0;
-    for (int i = 7; i >= 0; --i) v = (v << 8) | p[i];
+    uint64_t v;
+    std::memcpy(&v, p, sizeof v);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    v = __builtin_bswap64(v);
+#endif
     return v;
 }
 
@@ -469,7 +473,8 @@ std::string ShapeProblem(const std::string &path, ModelKind kind) {
     struct stat st {};
     if (stat(path.c_str(), &st) != 0) return "cannot be examined: " + Errno();
     const uint64_t size = static_cast<uint64_t>(st.st_size);
-    if (size == 0) return "empty";
+    // An affix dictionary may be empty (a small corpus gives no suffix).
+    if (size == 0) return kind == ModelKind::kAffix ? std::string() : "empty";
     switch (kind) {
     case ModelKind::kContext: {
         const std::string head = Head(path, 8);
