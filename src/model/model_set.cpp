@@ -575,6 +575,12 @@ SetCheck CheckModelSet(const std::string &dir) {
         if (listed) report(spec.name, std::string("not listed in ") + kManifestName);
         report(spec.name, ShapeProblem(path, spec.kind));
     }
+    // A directory without any model file is one problem, not twelve.
+    if (!listed && check.problems.size() == kModelFileCount &&
+        std::all_of(check.problems.begin(), check.problems.end(),
+                    [](const std::string &p) { return EndsWith(p, ": missing"); })) {
+        check.problems.assign(1, std::string(kModelFiles[0].name) + ": missing (no model file is there)");
+    }
     if (listed) {
         for (const ManifestEntry &e : manifest.files) {
             if (reported.count(e.name) != 0) continue;

@@ -246,6 +246,10 @@ TEST(ModelSetTest, LoadersRefusePathsThatAreNotRegularFiles) {
         EXPECT_LT(ContextStat_LoadBinary(path, &ctx), 0) << path;
         ContextStat_Free(&ctx);
     }
+    // A directory without model files is one problem.
+    const SetCheck none = CheckModelSet(dir.path());
+    ASSERT_EQ(none.problems.size(), 1u) << none.Summary();
+    EXPECT_EQ(none.problems[0], "coredict.dct: missing (no model file is there)");
     // The load status of the engine is turned into a sentence naming the file.
     EXPECT_EQ(vsg::model::DescribeLoadFailure(dir.path(), VSG_ERR_LEXICAL_MAP), "zyrpos30.map: missing");
     EXPECT_EQ(vsg::model::DescribeLoadFailure(dir.path(), VSG_ERR_COREDICT - 1), "lexical.ctx: missing");
