@@ -8,6 +8,7 @@
 #include <new>
 
 #include "common/gbtext.h"
+#include "common/model_files.h"
 #include "engine/blank_items.h"
 #include "engine/class_rows.h"
 #include "engine/instance.h"
@@ -63,20 +64,27 @@ bool LoadAffixOf(const char *path, SegmentEngine *e) {
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
 int32_t LoadModels(SegmentEngine *e, const char *dir) {
-    // Loaders in the order of vsg::kModelFiles.
-    static constexpr bool (*kLoaders[])(const char *, SegmentEngine *) = {
-        LoadCoreOf,
-        LoadContextOf<VSG_TAG_POS>,    LoadMapOf<VSG_TAG_POS>,
-        LoadContextOf<VSG_TAG_PERSON>, LoadMapOf<VSG_TAG_PERSON>,
-        LoadContextOf<VSG_TAG_PLACE>,  LoadMapOf<VSG_TAG_PLACE>,
-        LoadContextOf<VSG_TAG_ORG>,    LoadMapOf<VSG_TAG_ORG>,
-        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,
+    // The loader of each file of vsg::kModelFiles, in the same order.
+    using Loader = bool (*)(const char *, SegmentEngine *);
+    static constexpr Loader kLoaders[] = {
+        LoadCoreOf,                           // coredict.dct
+        LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
+        LoadMapOf<VSG_TAG_POS>,               // zyrpos30.map
+        LoadContextOf<VSG_TAG_PERSON>,        // nr.ctx
+        LoadMapOf<VSG_TAG_PERSON>,            // nr.map
+        LoadContextOf<VSG_TAG_PLACE>,         // ns.ctx
+        LoadMapOf<VSG_TAG_PLACE>,             // ns.map
+        LoadContextOf<VSG_TAG_ORG>,           // nt.ctx
+        LoadMapOf<VSG_TAG_ORG>,               // nt.map
+        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>,   // name_pre.dct
+        LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>,  // loc_suffix.dct
+        LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,    // org_suffix.dct
     };
     static_assert(sizeof kLoaders / sizeof kLoaders[0] == vsg::kModelFileCount, "one loader per model file");
     char path[kPathMax + 32];
-    for (int k = 0; k < vsg::kModelFileCount; ++k) {
-        GetFullFileName(path, dir, vsg::kModelFiles[k].name);
-        if (!kLoaders[k](path, e)) return vsg::kModelFiles[k].status;
+    for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
+        GetFullFileName(path, dir, vsg::kModelFiles[i].name);
+        if (!kLoaders[i](path, e)) return vsg::kModelFiles[i].status;
     }
     return 0;
 }
