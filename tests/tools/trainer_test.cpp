@@ -310,17 +310,34 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
     }
 }
 
-TEST(Trainer, ExcludesLaterDays) {
-    vsgtest::TempDir dir;
-    vsgtrain::TrainOptions opt;
-    opt.excludeFrom = 19980102;
-    vsgtrain::TrainSummary s;
-    DictionaryS d;
-    ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
-    EXPECT_EQ(s.paragraphs, 2);
-    EXPECT_NE(Find(d, "克林顿"), nullptr);
-    EXPECT_EQ(Find(d, "新华社"), nullptr);
-    DictionaryS_Free(&d);
+TEST(Trainer, ExcludesLaterDaysAndDayRanges) {
+    {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.excludeFrom = 19980102;
+        vsgtrain::TrainSummary s;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
+        EXPECT_EQ(s.paragraphs, 2);
+        EXPECT_NE(Find(d, "克林顿"), nullptr);
+        EXPECT_EQ(Find(d, "新华社"), nullptr);
+        DictionaryS_Free(&d);
+    }
+    // A held-out fold in the middle: day 2 goes, days 1 and 3 stay.
+    {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.excludeDayFirst = 2;
+        opt.excludeDayLast = 2;
+        vsgtrain::TrainSummary s;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
+        EXPECT_EQ(s.paragraphs, 3);
+        EXPECT_NE(Find(d, "克林顿"), nullptr);
+        EXPECT_NE(Find(d, "曰"), nullptr);
+        EXPECT_EQ(Find(d, "新华社"), nullptr);
+        DictionaryS_Free(&d);
+    }
 }
 
 }  // namespace

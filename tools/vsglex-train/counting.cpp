@@ -26,13 +26,19 @@ bool TrainCounts::PlaceCut(const Unit &u, int cutMax) const {
     return it != placeCount.end() && it->second <= cutMax;
 }
 
+bool ExcludedDay(const TrainOptions &opt, int32_t date) {
+    if (opt.excludeFrom != 0 && date >= opt.excludeFrom) return true;
+    const int day = static_cast<int>(date % 100);
+    return opt.excludeDayFirst != 0 && day >= opt.excludeDayFirst && day <= opt.excludeDayLast;
+}
+
 bool IsSingle(const std::string &w) { return SplitChars(w).size() == 1; }
 
 void CollectParagraphs(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt, TrainCounts *c,
                        TrainSummary *summary) {
     c->units.reserve(paragraphs.size());
     for (const Paragraph &p : paragraphs) {
-        if (opt.excludeFrom != 0 && p.date >= opt.excludeFrom) continue;
+        if (ExcludedDay(opt, p.date)) continue;
         c->units.push_back(BuildUnits(p));
 
         ++summary->paragraphs;

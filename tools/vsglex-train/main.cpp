@@ -13,9 +13,10 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
+                 "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
@@ -24,6 +25,17 @@ void Usage() {
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n");
+}
+
+// Reads "FROM-TO" (days of the month, FROM <= TO).
+bool ParseDayRange(const char *text, int *first, int *last) {
+    int a = 0, b = 0;
+    char tail = 0;
+    if (std::sscanf(text, "%d-%d%c", &a, &b, &tail) != 2) return false;
+    if (a < 1 || b > 31 || a > b) return false;
+    *first = a;
+    *last = b;
+    return true;
 }
 
 }  // namespace
@@ -37,6 +49,11 @@ int main(int argc, char **argv) {
             opt.text = true;
         } else if (a == "--exclude-from" && i + 1 < argc) {
             opt.excludeFrom = std::atoi(argv[++i]);
+        } else if (a == "--exclude-days" && i + 1 < argc) {
+            if (!ParseDayRange(argv[++i], &opt.excludeDayFirst, &opt.excludeDayLast)) {
+                std::fprintf(stderr, "vsglex-train: --exclude-days wants FROM-TO, days 1-31 (got %s)\n", argv[i]);
+                return 2;
+            }
         } else if (a == "--place-cut" && i + 1 < argc) {
             opt.placeCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-place-cut" && i + 1 < argc) {

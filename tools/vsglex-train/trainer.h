@@ -20,6 +20,11 @@ constexpr size_t kMaxDictWord = 60;
 // What to train on and what to write.
 struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
+    // Leave out the paragraphs whose day of the month lies in
+    // [excludeDayFirst, excludeDayLast] (0: none); the cross-validation
+    // folds are day ranges.
+    int excludeDayFirst = 0;
+    int excludeDayLast = 0;
     bool text = false;        // also write the text/raw forms into OUT_DIR/text
     int placeCutMax = 10;     // places seen at most this often are cut into characters
                               // (place and organisation role data)
@@ -57,6 +62,9 @@ struct TrainSummary {
     int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
     int64_t posErrorsLast = 0;   // the same in the last pass
 };
+
+// Whether the options leave out a paragraph of date `date` (YYYYMMDD).
+bool ExcludedDay(const TrainOptions &opt, int32_t date);
 
 // Trains from paragraphs and writes the model set into `outDir` (created if
 // missing). Returns false with a message in `error` when writing fails.
