@@ -341,3 +341,37 @@ TEST(Trainer, ExcludesLaterDaysAndDayRanges) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
+    // 来 is seen five times outside names, 刚 once: their given-name floors
+    // (D E F) keep the same ratio to their default counts; the
+    // transliteration floors (M N) stay flat, and a share of 0 gives flat
+    // given-name floors too.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  。/w", &ps[0]));
+    for (double share : {0.003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personFloorShare = share;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const DictSEntry *lai = Find(d, "来");
+        const DictSEntry *gang = Find(d, "刚");
+        ASSERT_NE(lai, nullptr);
+        ASSERT_NE(gang, nullptr);
+        EXPECT_FLOAT_EQ(lai->stats[1], std::log(6.0f));  // five times in the default role
+        const float flat = std::log(static_cast<float>(opt.personRoleFloor));
+        const float grown = share > 0 ? std::log(static_cast<float>(share * 5)) : flat;
+        for (int role : {3, 4, 5}) {
+            EXPECT_FLOAT_EQ(RowValue(lai, 1, role), grown) << role;
+            EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
+        }
+        for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace

@@ -55,9 +55,15 @@ float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, co
     // default candidate.
     if (set == 0 && opt.personRoleFloor > 0.0 && !functional) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        // A flat floor would leave a common character (来 in 周恩来, 成 in
+        // 刘我成) far less likely in a given name than a rare one against
+        // its own default count; the given-name floors grow with it.
+        const double givenFloor = std::max(opt.personRoleFloor, opt.personFloorShare * def);
         for (int r : kPersonFloorRoles) {
+            const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
+            const double floor = given ? givenFloor : opt.personRoleFloor;
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
-                rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+                rows->push_back({1, static_cast<uint8_t>(r), LogCount(floor)});
         }
         // The same for the two roles of a cut place, so that an unknown
         // place (阿塞拜疆) has a path that makes no name.
@@ -116,6 +122,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         const WordCounts &wc = c.words.at(w);
         Entry e;
         e.word = w;
+        const bool single = IsSingle(w);
         for (const auto &tc : TopCounts(wc.pos, kMaxRows)) {
             e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
         }
@@ -124,7 +131,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             if (!IsNameTag(t)) ++(*seenOnce)[t];
         }
         e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
-        if (!IsSingle(w)) {
+        if (!single) {
             // Organisation rows of words inside organisation names.
             for (const auto &rc : TopCounts(wc.roles[2], kMaxRows))
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});

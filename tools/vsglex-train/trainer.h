@@ -38,6 +38,11 @@ struct TrainOptions {
     // GB2312 characters absent from the training days get an entry with the
     // person default role (count 1) and the person floors.
     bool unseenCharRows = true;
+    // Given-name floors grow with the character's default count: the floor
+    // of D, E and F is max(personRoleFloor, share x default count), so that
+    // a common character (来, 成) keeps about the same odds of a given-name
+    // role against the default as a rare one (0: flat floors).
+    double personFloorShare = 0.003;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
