@@ -238,7 +238,8 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
     // are no name context; the part-of-speech rows still say name.
     EXPECT_FLOAT_EQ(RowValue(Find(d, "晓"), 1, 3), floor);
     EXPECT_FLOAT_EQ(RowValue(Find(d, "明"), 1, 4), floor);
-    EXPECT_TRUE(std::isnan(RowValue(Find(d, "赵"), 1, 2)));
+    // 赵 gets only the pseudo-count of a listed surname, nothing counted.
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 1, 2), std::log(static_cast<float>(opt.surnameFloor)));
     EXPECT_FLOAT_EQ(Find(d, "赵")->stats[1], std::log(2.0f));
     EXPECT_TRUE(std::isnan(RowValue(Find(d, "对"), 1, 18)));
     EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 0, 24), 0.0f);
@@ -370,6 +371,34 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
             EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
         }
         for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, ListedSurnamesNeverSeenAsSurnamesGetASmallCount) {
+    // 臧 occurs only as a plain word and 粟 not at all: both are listed
+    // surnames and get the surname pseudo-count; 李 keeps its counted
+    // surname row; 来 is no surname and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  李/nr  鹏/nr  来/v  臧/n  。/w", &ps[0]));
+    for (double floor : {0.03, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.surnameFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        for (const char *rare : {"臧", "粟"}) {
+            const float v = RowValue(Find(d, rare), 1, 2);
+            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << rare;
+            else EXPECT_TRUE(std::isnan(v)) << rare;
+        }
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "李"), 1, 2), std::log(2.0f));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "来"), 1, 2)));
         DictionaryS_Free(&d);
     }
 }

@@ -35,8 +35,8 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
 // 1 place, 2 organisation) from its role counts and returns its `stats`
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
-float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, const TrainOptions &opt,
-               std::vector<Row> *rows) {
+float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
+               const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -55,6 +55,9 @@ float RoleRows(int set, const std::map<int, int32_t> &roles, bool functional, co
     // default candidate.
     if (set == 0 && opt.personRoleFloor > 0.0 && !functional) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        if (opt.surnameFloor > 0.0 && !named.count(kPersonSurnameRole) && IsSurnameChar(word) &&
+            ++n < static_cast<size_t>(kMaxRows))
+            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.surnameFloor)});
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.
@@ -137,7 +140,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
         } else {
             for (int set = 0; set < 3; ++set)
-                e.stats[set + 1] = RoleRows(set, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

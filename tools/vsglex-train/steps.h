@@ -24,6 +24,8 @@ constexpr size_t kMaxRows = 19;
 // Person roles that get a floor row on every one-character word: D, E, F
 // (given name) and M, N (inner and last character of a transliteration).
 constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
+// Person role C (surname).
+constexpr int kPersonSurnameRole = 2;
 // Of them, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
 // Person roles U and V (inner and last character of a cut place), floored

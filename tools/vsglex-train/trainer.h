@@ -32,6 +32,9 @@ struct TrainOptions {
     // Pseudo-count of the given-name and transliteration roles (D, E, F, M,
     // N) of a one-character word never seen in them (0: no such rows).
     double personRoleFloor = 0.003;
+    // Surname pseudo-count of a character of the surname list never seen as
+    // a surname (0: no such rows).
+    double surnameFloor = 0.03;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
