@@ -404,3 +404,29 @@ TEST(Trainer, ListedSurnamesNeverSeenAsSurnamesGetASmallCount) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
+    // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
+    // never seen first and gets the pseudo-count of role L (11); 鹏 is not
+    // listed and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  克林顿/nr  说/v  斯/n  鹏/n  。/w", &ps[0]));
+    for (double floor : {0.03, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.foreignFirstFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, 11), std::log(2.0f));
+        const float si = RowValue(Find(d, "斯"), 1, 11);
+        if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(floor)));
+        else EXPECT_TRUE(std::isnan(si));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, 11)));
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace

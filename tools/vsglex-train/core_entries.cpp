@@ -55,9 +55,18 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     // default candidate.
     if (set == 0 && opt.personRoleFloor > 0.0 && !functional) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        // A listed surname never seen as one (臧, 粟) gets a small surname
+        // count: a flat surname floor on every character made names of
+        // common characters before common words.
         if (opt.surnameFloor > 0.0 && !named.count(kPersonSurnameRole) && IsSurnameChar(word) &&
             ++n < static_cast<size_t>(kMaxRows))
             rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.surnameFloor)});
+        // Likewise the first character of a transliteration: a listed
+        // transliteration character may begin a foreign name the training
+        // days never show.
+        if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) &&
+            CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
+            rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.

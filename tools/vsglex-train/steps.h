@@ -26,6 +26,8 @@ constexpr size_t kMaxRows = 19;
 constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
 // Person role C (surname).
 constexpr int kPersonSurnameRole = 2;
+// Person role L (first character of a transliteration).
+constexpr int kPersonForeignFirstRole = 11;
 // Of them, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
 // Person roles U and V (inner and last character of a cut place), floored

@@ -35,6 +35,9 @@ struct TrainOptions {
     // Surname pseudo-count of a character of the surname list never seen as
     // a surname (0: no such rows).
     double surnameFloor = 0.03;
+    // Pseudo-count of the first-character role of a transliteration (L) for
+    // characters of the transliteration lists never seen in it (0: none).
+    double foreignFirstFloor = 0.03;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
