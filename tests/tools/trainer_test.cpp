@@ -430,3 +430,35 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Trainer, PlaceStemFloorsBeforeASuffix) {
+    // 杨宋镇 is cut (C F G): 杨 keeps its counted C; 玉 and 环 are plain
+    // words and get floors of the stem roles C D E F (2-5) but none of the
+    // unsuffixed roles (H 7, L 11); 在 is a function word and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  玉/n  环/v  在/p  杨宋镇/ns  。/w", &ps[0]));
+    for (double floor : {0.003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.placeRoleFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "杨"), 2, 2), std::log(2.0f));
+        for (const char *stem : {"玉", "环"}) {
+            for (int role : {2, 3, 4, 5}) {
+                const float v = RowValue(Find(d, stem), 2, role);
+                if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << stem << role;
+                else EXPECT_TRUE(std::isnan(v)) << stem << role;
+            }
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, stem), 2, 7)));
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, stem), 2, 11)));
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 2, 2)));
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace

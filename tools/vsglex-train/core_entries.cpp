@@ -86,6 +86,17 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
             }
         }
     }
+    // Places of the new text are full of stems the training days never
+    // show (玉环县, 邹城市, 鹿邑县): every character gets a small floor for
+    // the roles before a place suffix, so that a suffix after it can make
+    // a place. The roles of places without a suffix get none (floors there
+    // made places of ordinary words).
+    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        for (int r : kPlaceStemRoles)
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
+    }
     // A character without person rows would get the guessed candidates
     // surname, given name and default, all scored with the default count,
     // which favours the rarer name roles; a row of its own default role

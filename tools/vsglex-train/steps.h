@@ -33,6 +33,9 @@ constexpr int kPersonGivenRoles[] = {3, 4, 5};
 // Person roles U and V (inner and last character of a cut place), floored
 // as well when the person data marks cut places.
 constexpr int kPersonPlaceFloorRoles[] = {20, 21};
+// Place roles C, D, E, F: the characters of a suffixed place before its
+// suffix.
+constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
 // Names of at least this many characters give their last character to the
 // place-ending and organisation-suffix tallies.
 constexpr size_t kMinCharsForSuffix = 3;

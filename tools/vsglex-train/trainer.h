@@ -38,6 +38,10 @@ struct TrainOptions {
     // Pseudo-count of the first-character role of a transliteration (L) for
     // characters of the transliteration lists never seen in it (0: none).
     double foreignFirstFloor = 0.03;
+    // Place role data: pseudo-count of the roles of a suffixed place's
+    // characters before the suffix (C, D, E, F) for one-character words
+    // never seen in them (0: none).
+    double placeRoleFloor = 0.003;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
