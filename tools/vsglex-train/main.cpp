@@ -23,7 +23,7 @@ void Usage() {
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
-                 "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.003, 0: none)\n"
+                 "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"

@@ -41,7 +41,7 @@ struct TrainOptions {
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
-    double placeRoleFloor = 0.003;
+    double placeRoleFloor = 0.001;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
