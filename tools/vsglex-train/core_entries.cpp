@@ -155,9 +155,13 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         }
         e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
         if (!single) {
-            // Organisation rows of words inside organisation names.
-            for (const auto &rc : TopCounts(wc.roles[2], kMaxRows))
-                e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
+            // Organisation rows of words inside organisation names. The
+            // suffix row gets a larger added count: a word seen ending
+            // organisation names twice (游泳队, 交易所) is a suffix.
+            for (const auto &rc : TopCounts(wc.roles[2], kMaxRows)) {
+                const double add = rc.first == kOrgSuffixRole ? opt.orgSuffixAdd : 1.0;
+                e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
+            }
         } else {
             for (int set = 0; set < 3; ++set)
                 e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -24,6 +24,7 @@ void Usage() {
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
+                 "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 1.5)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
@@ -72,6 +73,8 @@ int main(int argc, char **argv) {
             opt.foreignFirstFloor = std::atof(argv[++i]);
         } else if (a == "--place-floor" && i + 1 < argc) {
             opt.placeRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--org-suffix-add" && i + 1 < argc) {
+            opt.orgSuffixAdd = std::atof(argv[++i]);
         } else if (a == "--surname-floor" && i + 1 < argc) {
             opt.surnameFloor = std::atof(argv[++i]);
         } else if (a == "--person-floor-share" && i + 1 < argc) {

@@ -36,6 +36,8 @@ constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 // Place roles C, D, E, F: the characters of a suffixed place before its
 // suffix.
 constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
+// Organisation role D: the word that ends an organisation name.
+constexpr int kOrgSuffixRole = 5;
 // Names of at least this many characters give their last character to the
 // place-ending and organisation-suffix tallies.
 constexpr size_t kMinCharsForSuffix = 3;
