@@ -204,7 +204,8 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "在"), 1, 18), std::log(2.0f));  // right context S
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "中央"), 3, 2), std::log(2.0f)); // first word of an organisation
     EXPECT_FLOAT_EQ(RowValue(Find(bin, "人民"), 3, 3), std::log(2.0f)); // inner word
-    EXPECT_FLOAT_EQ(RowValue(Find(bin, "电台"), 3, 5), std::log(2.0f)); // suffix word
+    // The suffix word's row carries the larger added count.
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "电台"), 3, 5), std::log(1.0f + static_cast<float>(opt.orgSuffixAdd)));
     const DictSEntry *kuai = Find(bin, "快");
     ASSERT_NE(kuai, nullptr);
     EXPECT_FLOAT_EQ(kuai->stats[1], std::log(2.0f));  // once in the default person role
@@ -247,7 +248,8 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
     // are no name context; the part-of-speech rows still say name.
     EXPECT_FLOAT_EQ(RowValue(Find(d, "晓"), 1, 3), floor);
     EXPECT_FLOAT_EQ(RowValue(Find(d, "明"), 1, 4), floor);
-    EXPECT_TRUE(std::isnan(RowValue(Find(d, "赵"), 1, 2)));
+    // 赵 gets only the pseudo-count of a listed surname, nothing counted.
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 1, 2), std::log(static_cast<float>(opt.surnameFloor)));
     EXPECT_FLOAT_EQ(Find(d, "赵")->stats[1], std::log(2.0f));
     EXPECT_TRUE(std::isnan(RowValue(Find(d, "对"), 1, 18)));
     EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 0, 24), 0.0f);
@@ -319,17 +321,154 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
     }
 }
 
-TEST(Trainer, ExcludesLaterDays) {
-    vsgtest::TempDir dir;
-    vsgtrain::TrainOptions opt;
-    opt.excludeFrom = 19980102;
-    vsgtrain::TrainSummary s;
-    DictionaryS d;
-    ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
-    EXPECT_EQ(s.paragraphs, 2);
-    EXPECT_NE(Find(d, "克林顿"), nullptr);
-    EXPECT_EQ(Find(d, "新华社"), nullptr);
-    DictionaryS_Free(&d);
+TEST(Trainer, ExcludesLaterDaysAndDayRanges) {
+    {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.excludeFrom = 19980102;
+        vsgtrain::TrainSummary s;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
+        EXPECT_EQ(s.paragraphs, 2);
+        EXPECT_NE(Find(d, "克林顿"), nullptr);
+        EXPECT_EQ(Find(d, "新华社"), nullptr);
+        DictionaryS_Free(&d);
+    }
+    // A held-out fold in the middle: day 2 goes, days 1 and 3 stay.
+    {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.excludeDayFirst = 2;
+        opt.excludeDayLast = 2;
+        vsgtrain::TrainSummary s;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(Paragraphs(), opt, dir, &d, &s));
+        EXPECT_EQ(s.paragraphs, 3);
+        EXPECT_NE(Find(d, "克林顿"), nullptr);
+        EXPECT_NE(Find(d, "曰"), nullptr);
+        EXPECT_EQ(Find(d, "新华社"), nullptr);
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
+    // 来 is seen five times outside names, 刚 once: their given-name floors
+    // (D E F) keep the same ratio to their default counts; the
+    // transliteration floors (M N) stay flat, and a share of 0 gives flat
+    // given-name floors too.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  。/w", &ps[0]));
+    for (double share : {0.003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personFloorShare = share;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const DictSEntry *lai = Find(d, "来");
+        const DictSEntry *gang = Find(d, "刚");
+        ASSERT_NE(lai, nullptr);
+        ASSERT_NE(gang, nullptr);
+        EXPECT_FLOAT_EQ(lai->stats[1], std::log(6.0f));  // five times in the default role
+        const float flat = std::log(static_cast<float>(opt.personRoleFloor));
+        const float grown = share > 0 ? std::log(static_cast<float>(share * 5)) : flat;
+        for (int role : {3, 4, 5}) {
+            EXPECT_FLOAT_EQ(RowValue(lai, 1, role), grown) << role;
+            EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
+        }
+        for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, ListedSurnamesNeverSeenAsSurnamesGetASmallCount) {
+    // 臧 occurs only as a plain word and 粟 not at all: both are listed
+    // surnames and get the surname pseudo-count; 李 keeps its counted
+    // surname row; 来 is no surname and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  李/nr  鹏/nr  来/v  臧/n  。/w", &ps[0]));
+    for (double floor : {0.03, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.surnameFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        for (const char *rare : {"臧", "粟"}) {
+            const float v = RowValue(Find(d, rare), 1, 2);
+            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << rare;
+            else EXPECT_TRUE(std::isnan(v)) << rare;
+        }
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "李"), 1, 2), std::log(2.0f));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "来"), 1, 2)));
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
+    // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
+    // never seen first and gets the pseudo-count of role L (11); 鹏 is not
+    // listed and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  克林顿/nr  说/v  斯/n  鹏/n  。/w", &ps[0]));
+    for (double floor : {0.03, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.foreignFirstFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, 11), std::log(2.0f));
+        const float si = RowValue(Find(d, "斯"), 1, 11);
+        if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(floor)));
+        else EXPECT_TRUE(std::isnan(si));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, 11)));
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, PlaceStemFloorsBeforeASuffix) {
+    // 杨宋镇 is cut (C F G): 杨 keeps its counted C; 玉 and 环 are plain
+    // words and get floors of the stem roles C D E F (2-5) but none of the
+    // unsuffixed roles (H 7, L 11); 在 is a function word and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  玉/n  环/v  在/p  杨宋镇/ns  。/w", &ps[0]));
+    for (double floor : {0.003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.placeRoleFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "杨"), 2, 2), std::log(2.0f));
+        for (const char *stem : {"玉", "环"}) {
+            for (int role : {2, 3, 4, 5}) {
+                const float v = RowValue(Find(d, stem), 2, role);
+                if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << stem << role;
+                else EXPECT_TRUE(std::isnan(v)) << stem << role;
+            }
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, stem), 2, 7)));
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, stem), 2, 11)));
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 2, 2)));
+        DictionaryS_Free(&d);
+    }
 }
 
 }  // namespace

@@ -69,6 +69,7 @@ std::unordered_set<std::string> WordSet(std::initializer_list<const char *> word
 // Lazily built GB forms of every list the unit builder and tag mapping use.
 struct Lists {
     std::unordered_set<std::string> placeSuffix = CharSet(kPlaceSuffixChars);
+    std::unordered_set<std::string> surnames = CharSet(kSurnameChars);
     std::unordered_set<std::string> sets[3] = {CharSet(kForeignSetA), CharSet(kForeignSetB),
                                                CharSet(kJapaneseSetC)};
     std::vector<std::string> suffixes;
@@ -290,6 +291,8 @@ int CharsInSet(const std::string &gb, int set) {
 }
 
 bool IsPlaceSuffixChar(const std::string &ch) { return L().placeSuffix.count(ch) != 0; }
+
+bool IsSurnameChar(const std::string &ch) { return L().surnames.count(ch) != 0; }
 
 const std::vector<std::string> &PlaceSuffixes() { return L().suffixes; }
 

@@ -121,6 +121,8 @@ std::string PlaceRoles(const std::string &gbPlace);
 // True when `ch` (one GB character) is in the single-character place
 // suffix list.
 bool IsPlaceSuffixChar(const std::string &ch);
+// True when `ch` (one GB character) is in the single-character surname list.
+bool IsSurnameChar(const std::string &ch);
 // The single-character and multi-character place suffixes (GB).
 const std::vector<std::string> &PlaceSuffixes();
 // Count of the characters of `gb` that lie in transliteration set A, B or

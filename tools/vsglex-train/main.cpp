@@ -13,17 +13,34 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
+                 "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
+                 "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
+                 "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
+                 "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
+                 "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
+                 "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 1.5)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n");
+}
+
+// Reads "FROM-TO" (days of the month, FROM <= TO).
+bool ParseDayRange(const char *text, int *first, int *last) {
+    int a = 0, b = 0;
+    char tail = 0;
+    if (std::sscanf(text, "%d-%d%c", &a, &b, &tail) != 2) return false;
+    if (a < 1 || b > 31 || a > b) return false;
+    *first = a;
+    *last = b;
+    return true;
 }
 
 }  // namespace
@@ -37,6 +54,11 @@ int main(int argc, char **argv) {
             opt.text = true;
         } else if (a == "--exclude-from" && i + 1 < argc) {
             opt.excludeFrom = std::atoi(argv[++i]);
+        } else if (a == "--exclude-days" && i + 1 < argc) {
+            if (!ParseDayRange(argv[++i], &opt.excludeDayFirst, &opt.excludeDayLast)) {
+                std::fprintf(stderr, "vsglex-train: --exclude-days wants FROM-TO, days 1-31 (got %s)\n", argv[i]);
+                return 2;
+            }
         } else if (a == "--place-cut" && i + 1 < argc) {
             opt.placeCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-place-cut" && i + 1 < argc) {
@@ -47,6 +69,16 @@ int main(int argc, char **argv) {
             opt.unseenCharRows = std::atoi(argv[++i]) != 0;
         } else if (a == "--person-floor" && i + 1 < argc) {
             opt.personRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--foreign-first-floor" && i + 1 < argc) {
+            opt.foreignFirstFloor = std::atof(argv[++i]);
+        } else if (a == "--place-floor" && i + 1 < argc) {
+            opt.placeRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--org-suffix-add" && i + 1 < argc) {
+            opt.orgSuffixAdd = std::atof(argv[++i]);
+        } else if (a == "--surname-floor" && i + 1 < argc) {
+            opt.surnameFloor = std::atof(argv[++i]);
+        } else if (a == "--person-floor-share" && i + 1 < argc) {
+            opt.personFloorShare = std::atof(argv[++i]);
         } else if (a == "--pos-epochs" && i + 1 < argc) {
             opt.posEpochs = std::atoi(argv[++i]);
         } else if (a == "--pos-rate" && i + 1 < argc) {

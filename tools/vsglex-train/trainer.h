@@ -20,6 +20,11 @@ constexpr size_t kMaxDictWord = 60;
 // What to train on and what to write.
 struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
+    // Leave out the paragraphs whose day of the month lies in
+    // [excludeDayFirst, excludeDayLast] (0: none); the cross-validation
+    // folds are day ranges.
+    int excludeDayFirst = 0;
+    int excludeDayLast = 0;
     bool text = false;        // also write the text/raw forms into OUT_DIR/text
     int placeCutMax = 10;     // places seen at most this often are cut into characters
                               // (place and organisation role data)
@@ -27,12 +32,33 @@ struct TrainOptions {
     // Pseudo-count of the given-name and transliteration roles (D, E, F, M,
     // N) of a one-character word never seen in them (0: no such rows).
     double personRoleFloor = 0.003;
+    // Surname pseudo-count of a character of the surname list never seen as
+    // a surname (0: no such rows).
+    double surnameFloor = 0.03;
+    // Pseudo-count of the first-character role of a transliteration (L) for
+    // characters of the transliteration lists never seen in it (0: none).
+    double foreignFirstFloor = 0.03;
+    // Place role data: pseudo-count of the roles of a suffixed place's
+    // characters before the suffix (C, D, E, F) for one-character words
+    // never seen in them (0: none).
+    double placeRoleFloor = 0.001;
+    // Organisation rows of words of several characters: the role that ends
+    // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
+    // With 1.5 a word that ends organisation names twice in the training
+    // days passes the recogniser's suffix threshold (1.1), as three times
+    // did with 1.
+    double orgSuffixAdd = 1.5;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
     // GB2312 characters absent from the training days get an entry with the
     // person default role (count 1) and the person floors.
     bool unseenCharRows = true;
+    // Given-name floors grow with the character's default count: the floor
+    // of D, E and F is max(personRoleFloor, share x default count), so that
+    // a common character (来, 成) keeps about the same odds of a given-name
+    // role against the default as a rare one (0: flat floors).
+    double personFloorShare = 0.003;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
@@ -57,6 +83,9 @@ struct TrainSummary {
     int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
     int64_t posErrorsLast = 0;   // the same in the last pass
 };
+
+// Whether the options leave out a paragraph of date `date` (YYYYMMDD).
+bool ExcludedDay(const TrainOptions &opt, int32_t date);
 
 // Trains from paragraphs and writes the model set into `outDir` (created if
 // missing). Returns false with a message in `error` when writing fails.

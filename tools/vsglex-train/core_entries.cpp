@@ -1,0 +1,204 @@
+// Core dictionary step: one entry per counted word with its part-of-speech
+// rows, its role rows and its statistics, and the entries of the class
+// words.
+#include <algorithm>
+
+#include "common/gbtext.h"
+#include "steps.h"
+
+namespace vsgtrain {
+
+namespace {
+
+using vsg::kEndWord;
+using vsg::kOrgClass;
+using vsg::kOtherClass;
+using vsg::kPersonClass;
+using vsg::kPlaceClass;
+using vsg::kStartWord;
+
+// Whether the most frequent part-of-speech tag of a word is a function-word
+// (stop) or punctuation class.
+bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
+    int best = -1;
+    int32_t most = -1;
+    for (const auto &tc : pos) {
+        if (tc.second > most) {
+            most = tc.second;
+            best = tc.first;
+        }
+    }
+    return best >= 0 && (IsStopTag(best) || (best >= kPosPunctFirst && best <= kPosPunctLast));
+}
+
+// Appends the rows of a one-character word in role set `set` (0 person,
+// 1 place, 2 organisation) from its role counts and returns its `stats`
+// value (the log count of the default role). `functional`: the word's most
+// frequent part of speech is a function word or punctuation mark.
+float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
+               const TrainOptions &opt, std::vector<Row> *rows) {
+    const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
+    int32_t def = 0;
+    std::map<int, int32_t> named;
+    for (const auto &rc : roles) {
+        if (rc.first == defaults[set]) def = rc.second;
+        else named.insert(rc);
+    }
+    for (const auto &rc : TopCounts(named, kMaxRows - 1))
+        rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
+    // Function words and punctuation marks get none (褚、乔 is no name).
+    // Names are full of characters the training days never show in a name
+    // (吴昌期, 普里马科夫): every character gets a small floor for the roles of
+    // a given name and of a transliteration's inner and last character, so
+    // the role search can still choose them in context. The named rows and
+    // the floors together stay below the candidate limit, with room for the
+    // default candidate.
+    if (set == 0 && opt.personRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        // A listed surname never seen as one (臧, 粟) gets a small surname
+        // count: a flat surname floor on every character made names of
+        // common characters before common words.
+        if (opt.surnameFloor > 0.0 && !named.count(kPersonSurnameRole) && IsSurnameChar(word) &&
+            ++n < static_cast<size_t>(kMaxRows))
+            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.surnameFloor)});
+        // Likewise the first character of a transliteration: a listed
+        // transliteration character may begin a foreign name the training
+        // days never show.
+        if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) &&
+            CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
+            rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
+        // A flat floor would leave a common character (来 in 周恩来, 成 in
+        // 刘我成) far less likely in a given name than a rare one against
+        // its own default count; the given-name floors grow with it.
+        const double givenFloor = std::max(opt.personRoleFloor, opt.personFloorShare * def);
+        for (int r : kPersonFloorRoles) {
+            const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
+            const double floor = given ? givenFloor : opt.personRoleFloor;
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({1, static_cast<uint8_t>(r), LogCount(floor)});
+        }
+        // The same for the two roles of a cut place, so that an unknown
+        // place (阿塞拜疆) has a path that makes no name.
+        if (opt.personPlaceRoles) {
+            for (int r : kPersonPlaceFloorRoles) {
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+            }
+        }
+    }
+    // Places of the new text are full of stems the training days never
+    // show (玉环县, 邹城市, 鹿邑县): every character gets a small floor for
+    // the roles before a place suffix, so that a suffix after it can make
+    // a place. The roles of places without a suffix get none (floors there
+    // made places of ordinary words).
+    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        for (int r : kPlaceStemRoles)
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
+    }
+    // A character without person rows would get the guessed candidates
+    // surname, given name and default, all scored with the default count,
+    // which favours the rarer name roles; a row of its own default role
+    // prevents that.
+    if (set == 0 && named.empty() && def > 0)
+        rows->push_back({1, static_cast<uint8_t>(defaults[0]), LogCount(def + 1.0)});
+    return LogCount(def + 1.0);
+}
+
+}  // namespace
+
+std::map<int, int32_t> TopCounts(const std::map<int, int32_t> &counts, size_t limit) {
+    if (counts.size() <= limit) return counts;
+    std::vector<std::pair<int, int32_t>> v(counts.begin(), counts.end());
+    std::stable_sort(v.begin(), v.end(), [](const auto &a, const auto &b) { return a.second > b.second; });
+    v.resize(limit);
+    return std::map<int, int32_t>(v.begin(), v.end());
+}
+
+// Characters of GB2312 that the training days never show get the default
+// person role once and with it the person floors, so that a name can still
+// end in a rare character (关治瀛): without an entry the engine guesses only
+// surname, first given-name character or default for it.
+void AddUnseenCharRows(TrainCounts *c) {
+    constexpr int kFirstHanziRow = 0xB0, kLastHanziRow = 0xF7;  // GB2312 level 1 and 2
+    constexpr int kFirstCell = 0xA1, kLastCell = 0xFE;
+    constexpr int kShortRow = 0xD7, kShortRowEnd = 0xFA;  // cells from here on are unassigned
+    for (int hi = kFirstHanziRow; hi <= kLastHanziRow; ++hi) {
+        for (int lo = kFirstCell; lo <= kLastCell; ++lo) {
+            if (hi == kShortRow && lo >= kShortRowEnd) continue;
+            std::string ch = {static_cast<char>(hi), static_cast<char>(lo)};
+            if (c->words.count(ch) == 0) c->words[ch].roles[0][kPersonDefault] = kUnseenCharCount;
+        }
+    }
+}
+
+std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &opt, int64_t paragraphs,
+                                    std::map<int, int32_t> *seenOnce) {
+    std::vector<Entry> entries;
+    entries.reserve(c.words.size() + 8);
+    std::vector<std::string> keys;
+    keys.reserve(c.words.size());
+    for (const auto &kv : c.words) keys.push_back(kv.first);
+    std::sort(keys.begin(), keys.end());
+    for (const std::string &w : keys) {
+        const WordCounts &wc = c.words.at(w);
+        Entry e;
+        e.word = w;
+        const bool single = IsSingle(w);
+        for (const auto &tc : TopCounts(wc.pos, kMaxRows)) {
+            e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+        }
+        if (wc.total == 1) {
+            int t = wc.pos.begin()->first;
+            if (!IsNameTag(t)) ++(*seenOnce)[t];
+        }
+        e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
+        if (!single) {
+            // Organisation rows of words inside organisation names. The
+            // suffix row gets a larger added count: a word seen ending
+            // organisation names twice (游泳队, 交易所) is a suffix.
+            for (const auto &rc : TopCounts(wc.roles[2], kMaxRows)) {
+                const double add = rc.first == kOrgSuffixRole ? opt.orgSuffixAdd : 1.0;
+                e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
+            }
+        } else {
+            for (int set = 0; set < 3; ++set)
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
+        }
+        if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
+        entries.push_back(std::move(e));
+    }
+
+    // The class words replace any corpus word spelled the same way.
+    for (const char *cw : {kStartWord, kEndWord, kPersonClass, kPlaceClass, kOrgClass, kOtherClass}) {
+        entries.erase(std::remove_if(entries.begin(), entries.end(), [cw](const Entry &e) { return e.word == cw; }),
+                      entries.end());
+    }
+    auto classEntry = [&](const char *word, std::vector<Row> rows) {
+        Entry e;
+        e.word = word;
+        e.rows = std::move(rows);
+        entries.push_back(std::move(e));
+    };
+    auto nameRows = [&](std::initializer_list<int> tagsOf) {
+        std::vector<Row> rows;
+        for (int t : tagsOf) {
+            auto it = c.nameTagCounts.find(t);
+            if (it != c.nameTagCounts.end()) rows.push_back({0, static_cast<uint8_t>(t), LogCount(it->second)});
+        }
+        if (rows.empty()) rows.push_back({0, static_cast<uint8_t>(*tagsOf.begin()), 0.0f});
+        return rows;
+    };
+    const float sentenceValue = LogCount(static_cast<double>(paragraphs > 0 ? paragraphs : 1));
+    classEntry(kStartWord, {{0, kPosBegin, sentenceValue}, {1, 0, sentenceValue}, {2, 0, sentenceValue},
+                            {3, 0, sentenceValue}});
+    classEntry(kEndWord, {{0, kPosEnd, sentenceValue}, {1, 1, sentenceValue}, {2, 1, sentenceValue},
+                          {3, 1, sentenceValue}});
+    classEntry(kPersonClass, nameRows({kPosPerson, kPosForeignPerson, kPosJapanesePerson}));
+    classEntry(kPlaceClass, nameRows({kPosPlace, kPosForeignPlace}));
+    classEntry(kOrgClass, nameRows({kPosOrg}));
+    return entries;
+}
+
+}  // namespace vsgtrain

@@ -1,0 +1,63 @@
+// Organisation role step: person and place names arrive merged; one word
+// per unit.
+#include "steps.h"
+
+namespace vsgtrain {
+
+namespace {
+
+// True for a one-character numeral (digits, Chinese numerals, 第).
+bool IsNumberChar(const std::string &w) {
+    static const std::set<std::string> digits = [] {
+        std::set<std::string> d;
+        std::string gb;
+        Utf8ToGb("零〇一二两三四五六七八九十百千万０１２３４５６７８９第", &gb);
+        for (const std::string &c : SplitChars(gb)) d.insert(c);
+        return d;
+    }();
+    return digits.count(w) != 0 || (w.size() == 1 && w[0] >= '0' && w[0] <= '9');
+}
+
+}  // namespace
+
+void CountOrgRoles(const TrainOptions &opt, TrainCounts *c) {
+    const std::vector<std::string> &names = OrgRoleNames();
+    const int orgT = RoleOf(names, 'T'), orgD = RoleOf(names, 'D');
+    const int orgJ = RoleOf(names, 'J'), orgC = RoleOf(names, 'C');
+    const int orgE = RoleOf(names, 'E');
+    const int orgLeft = RoleOf(names, '1'), orgRight = RoleOf(names, '4');
+
+    for (const std::vector<Unit> &units : c->units) {
+        std::vector<RoleWord> seq;
+        std::vector<char> inOrg(units.size(), 0);
+        for (size_t i = 0; i < units.size(); ++i) {
+            const Unit &u = units[i];
+            RoleWord w;
+            w.text = u.text;
+            w.single = u.kind != UnitKind::Person && !c->PlaceCut(u, opt.placeCutMax) && IsSingle(u.text);
+            w.role = w.single ? kOrgDefault : 0;
+            if (u.bracketLabel == "nt") {
+                inOrg[i] = 1;
+                int part = u.bracketLast ? orgD : u.bracketFirst ? orgC : orgE;
+                if (w.single) {
+                    w.role = (part != orgD && IsNumberChar(u.text)) ? orgJ : part;
+                } else if (u.kind != UnitKind::Person && u.text.size() <= kMaxDictWord &&
+                           !(u.bracketFirst && u.bracketLast)) {
+                    ++c->words[u.text].roles[2][part];  // read by the recogniser from the rows
+                }
+            } else if (u.kind == UnitKind::Org) {
+                inOrg[i] = 1;
+                if (w.single) w.role = orgT;
+            }
+            seq.push_back(w);
+        }
+        for (size_t i = 0; i < seq.size(); ++i) {
+            if (!seq[i].single || inOrg[i]) continue;
+            if (i + 1 < seq.size() && inOrg[i + 1]) seq[i].role = orgLeft;
+            else if (i > 0 && inOrg[i - 1]) seq[i].role = orgRight;
+        }
+        c->AddRoles(2, seq);
+    }
+}
+
+}  // namespace vsgtrain

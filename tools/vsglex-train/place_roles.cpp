@@ -1,0 +1,56 @@
+// Place role step: rare places cut into characters; person names arrive
+// merged into one word.
+#include "steps.h"
+
+namespace vsgtrain {
+
+void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summary) {
+    const std::vector<std::string> &names = PlaceRoleNames();
+    const int placeS = RoleOf(names, 'S'), placeM = RoleOf(names, 'M');
+    const int placeN = RoleOf(names, 'N'), placeO = RoleOf(names, 'O');
+    const int placeP = RoleOf(names, 'P'), placeQ = RoleOf(names, 'Q');
+
+    for (const std::vector<Unit> &units : c->units) {
+        std::vector<RoleWord> seq;
+        std::vector<char> cut, whole;
+        for (const Unit &u : units) {
+            if (c->PlaceCut(u, opt.placeCutMax)) {
+                std::string letters = PlaceRoles(u.text);
+                std::vector<std::string> chars = SplitChars(u.text);
+                ++summary->placesCut;
+                for (size_t k = 0; k < chars.size(); ++k) {
+                    RoleWord w;
+                    w.text = chars[k];
+                    w.single = true;
+                    w.role = RoleOf(names, letters[k]);
+                    seq.push_back(w);
+                    cut.push_back(1);
+                    whole.push_back(0);
+                }
+            } else {
+                RoleWord w;
+                w.text = u.text;
+                w.single = u.kind != UnitKind::Person && IsSingle(u.text);
+                w.role = w.single ? (u.kind == UnitKind::Place ? placeS : kPlaceDefault) : 0;
+                seq.push_back(w);
+                cut.push_back(0);
+                whole.push_back(u.kind == UnitKind::Place && !w.single ? 1 : 0);
+            }
+        }
+        // Context roles: between two cut places, before or after one, and
+        // before or after a place kept whole.
+        for (size_t i = 0; i < seq.size(); ++i) {
+            if (!seq[i].single || cut[i] || seq[i].role != kPlaceDefault) continue;
+            bool before = i + 1 < seq.size() && cut[i + 1];
+            bool after = i > 0 && cut[i - 1];
+            if (before && after) seq[i].role = placeO;
+            else if (before) seq[i].role = placeM;
+            else if (after) seq[i].role = placeN;
+            else if (i + 1 < seq.size() && whole[i + 1]) seq[i].role = placeP;
+            else if (i > 0 && whole[i - 1]) seq[i].role = placeQ;
+        }
+        c->AddRoles(1, seq);
+    }
+}
+
+}  // namespace vsgtrain

@@ -1,0 +1,169 @@
+// The steps of training, in the order TrainModels runs them: counting the
+// corpus, the three role sets, the core dictionary entries, the unseen-word
+// rows and writing the set. Internal to the trainer.
+#ifndef VSGLEX_TOOLS_TRAIN_STEPS_H
+#define VSGLEX_TOOLS_TRAIN_STEPS_H
+
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "corpus.h"
+#include "trainer.h"
+
+namespace vsgtrain {
+
+// ---- Named constants of the counted data -------------------------------------
+
+// Most candidates a word may bring to one slot of the tagger.
+constexpr size_t kMaxRows = 19;
+// Person roles that get a floor row on every one-character word: D, E, F
+// (given name) and M, N (inner and last character of a transliteration).
+constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
+// Person role C (surname).
+constexpr int kPersonSurnameRole = 2;
+// Person role L (first character of a transliteration).
+constexpr int kPersonForeignFirstRole = 11;
+// Of them, the given-name roles D, E, F.
+constexpr int kPersonGivenRoles[] = {3, 4, 5};
+// Person roles U and V (inner and last character of a cut place), floored
+// as well when the person data marks cut places.
+constexpr int kPersonPlaceFloorRoles[] = {20, 21};
+// Place roles C, D, E, F: the characters of a suffixed place before its
+// suffix.
+constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
+// Organisation role D: the word that ends an organisation name.
+constexpr int kOrgSuffixRole = 5;
+// Names of at least this many characters give their last character to the
+// place-ending and organisation-suffix tallies.
+constexpr size_t kMinCharsForSuffix = 3;
+// A last character that ends at least this many different places of the
+// training days joins the place suffixes.
+constexpr size_t kMinPlacesPerEnding = 10;
+// An organisation suffix is written when seen at least this often.
+constexpr int32_t kMinOrgSuffixCount = 3;
+// Pseudo-occurrences that pull each tag's rate of new words toward the
+// overall rate.
+constexpr double kUnseenPrior = 5000.0;
+// Added to a tag's frequency when its smoothed rate of new words is turned
+// back into a count.
+constexpr double kUnseenFrequencyOffset = 22.0;
+// Scale of the ranks that pick the unseen-word rows within the row limit.
+constexpr double kUnseenRankScale = 1000.0;
+// Person-default count of a GB2312 character absent from the training days.
+constexpr int32_t kUnseenCharCount = 1;
+
+// ---- Counted state -------------------------------------------------------------
+
+// Counts of a tag set: tag frequencies and tag-to-tag transitions.
+struct ContextCounts {
+    explicit ContextCounts(size_t n) : freq(n, 0), matrix(n, std::vector<int32_t>(n, 0)) {}
+    std::vector<int32_t> freq;
+    std::vector<std::vector<int32_t>> matrix;
+    int32_t total = 0;  // written as the total when set, else the sum of `freq`
+    // Adds one sequence (framed by begin 0 and end 1 by the caller).
+    void Add(const std::vector<int> &tags) {
+        for (size_t i = 0; i < tags.size(); ++i) {
+            ++freq[static_cast<size_t>(tags[i])];
+            if (i + 1 < tags.size()) ++matrix[static_cast<size_t>(tags[i])][static_cast<size_t>(tags[i + 1])];
+        }
+    }
+};
+
+// Per-word counts: part-of-speech tags and the roles of the three role sets.
+struct WordCounts {
+    std::map<int, int32_t> pos;
+    std::map<int, int32_t> roles[3];  // person, place, organisation
+    int64_t total = 0;
+};
+
+// A word of the role-training sequence: its text and its role in each set.
+struct RoleWord {
+    std::string text;
+    bool single = false;  // one character (two bytes or one byte)
+    int role = 0;
+};
+
+// Everything the counting steps gather from the training paragraphs.
+struct TrainCounts {
+    TrainCounts();
+    std::vector<std::vector<Unit>> units;  // units of every training paragraph
+    std::unordered_map<std::string, int32_t> placeCount;  // place text -> occurrences
+    ContextCounts posCtx;
+    ContextCounts roleCtx[3];  // person, place, organisation
+    std::unordered_map<std::string, WordCounts> words;
+    std::map<std::string, int32_t> namePrefix, orgSuffix;
+    std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
+    std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
+    std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)
+
+    // Adds one role sequence of set `set` (0 person, 1 place, 2 organisation):
+    // its context counts and the role counts of its one-character words.
+    void AddRoles(int set, const std::vector<RoleWord> &seq);
+    // Whether a place unit occurs at most `cutMax` times (cut into characters).
+    bool PlaceCut(const Unit &u, int cutMax) const;
+};
+
+// Core dictionary row and entry as the trainer builds them.
+struct Row {
+    uint16_t code;
+    uint8_t subCode;
+    float value;
+};
+struct Entry {
+    std::string word;
+    std::vector<Row> rows;
+    float stats[4] = {0, 0, 0, 0};
+    int32_t hash = 0;
+};
+
+inline float LogCount(double c) { return static_cast<float>(std::log(c)); }
+bool IsSingle(const std::string &w);
+// The `limit` largest counts (ties to the lower tag), in tag order.
+std::map<int, int32_t> TopCounts(const std::map<int, int32_t> &counts, size_t limit);
+
+// ---- Steps ---------------------------------------------------------------------
+
+// Builds the units of the paragraphs the options keep and counts places.
+void CollectParagraphs(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt, TrainCounts *c,
+                       TrainSummary *summary);
+// Part-of-speech sequences, word counts and the name tallies.
+void CountWords(TrainCounts *c, TrainSummary *summary);
+// Person role sequences (names and rare places cut into characters).
+void CountPersonRoles(const TrainOptions &opt, TrainCounts *c);
+// Place role sequences (rare places cut into characters).
+void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summary);
+// Organisation role sequences and the role rows of words inside them.
+void CountOrgRoles(const TrainOptions &opt, TrainCounts *c);
+
+// Gives GB2312 characters absent from the training days a person-default
+// count (with it they get the person floors).
+void AddUnseenCharRows(TrainCounts *c);
+// Core dictionary entries of the counted words and the class words, without
+// the unseen-word entry. `seenOnce` receives, per tag, the words seen once.
+std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &opt, int64_t paragraphs,
+                                    std::map<int, int32_t> *seenOnce);
+
+// Rows of the unseen-word entry from the seen-once counts.
+std::vector<Row> UnseenWordRows(const std::map<int, int32_t> &seenOnce, const ContextCounts &posCtx);
+// Refines the part-of-speech costs of the entries and of `posCtx`.
+void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &opt, ContextCounts *posCtx,
+               std::vector<Entry> *entries, TrainSummary *summary);
+// Sorts the entries into hash order and places the unseen-word twin at the
+// position the engine reads it from. False (with `error`) when no twin text
+// fits.
+bool OrderEntries(const std::vector<Row> &unseenRows, std::vector<Entry> *entries, TrainSummary *summary,
+                  std::string *error);
+
+// Writes the twelve files of the set into `outDir` (and the text forms when
+// asked). False with a message in `error` when writing fails.
+bool WriteModelSet(const std::string &outDir, const TrainOptions &opt, const std::vector<Entry> &entries,
+                   const TrainCounts &c, std::string *error);
+
+}  // namespace vsgtrain
+
+#endif  // VSGLEX_TOOLS_TRAIN_STEPS_H
