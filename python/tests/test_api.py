@@ -1,0 +1,97 @@
+"""The Python interface on real sentences."""
+
+import subprocess
+import sys
+import threading
+
+import pytest
+
+import vsglex
+
+NEWS = "江泽民主席在北京会见了美国总统克林顿。新华社记者报道，中国银行昨天发布了年报。"
+
+
+def test_cut_tag_analyze_agree_and_round_trip(analyzer):
+    words = analyzer.analyze(NEWS)
+    assert [w.text for w in words] == analyzer.cut(NEWS)
+    assert [(w.text, w.tag) for w in words] == analyzer.tag(NEWS)
+    # Offsets round-trip and the words tile the text (it has no spaces).
+    assert "".join(w.text for w in words) == NEWS
+    pos = 0
+    for w in words:
+        assert w.offset == pos and NEWS[w.offset:w.offset + w.length] == w.text
+        pos += w.length
+    assert all(w.tag for w in words)
+    assert words[-1].sentence == 1 and words[0].sentence == 0
+
+
+def test_names_found_with_classes(analyzer):
+    found = {(w.text, w.name_class) for w in analyzer.names(NEWS)}
+    assert ("江泽民", "person") in found
+    assert ("克林顿", "person") in found
+    assert ("北京", "place") in found
+    tags = dict(analyzer.tag("我们在北京开会。"))
+    assert tags["北京"] == "ns"
+
+
+def test_emoji_surrogates_and_mixed_text(analyzer):
+    text = "😀我在上海🚀工作\ud800。ABC 123\n第二行：王小明说。"
+    words = analyzer.analyze(text)
+    for w in words:
+        assert text[w.offset:w.offset + w.length] == w.text
+    texts = [w.text for w in words]
+    assert "上海" in texts and "工作" in texts
+    # Characters outside the Basic Multilingual Plane count one each.
+    shanghai = next(w for w in words if w.text == "上海")
+    assert shanghai.offset == text.index("上海")
+    # The lone surrogate is skipped: no word is made of it alone.
+    assert "\ud800" not in texts
+    assert analyzer.cut("") == [] and analyzer.tag("  \n ") == []
+
+
+def test_module_functions_and_errors(tmp_path):
+    assert vsglex.cut("我们在北京开会。")[:3] == ["我们", "在", "北京"]
+    assert any(w.text == "北京" for w in vsglex.names("我们在北京开会。"))
+    with pytest.raises(TypeError):
+        vsglex.cut(b"bytes")
+    # The models are loaded once a process: a missing set is seen by the
+    # first analyser only, so ask a fresh interpreter.
+    code = ("import vsglex\ntry:\n    vsglex.Analyzer(model_dir=%r)\nexcept vsglex.ModelError as e:\n"
+            "    print('ModelError', e)\n" % str(tmp_path / "missing"))
+    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, check=True).stdout
+    assert out.startswith("ModelError") and "missing" in out
+    a = vsglex.Analyzer()
+    a.close()
+    with pytest.raises(vsglex.Error):
+        a.cut("中国")
+    a.close()  # twice is fine
+
+
+def test_iter_words_matches_whole_text(analyzer, tmp_path):
+    lines = [NEWS + "\n", "😀王小明在上海工作。\r\n", "\n", "国务院总理李鹏今天在人民大会堂会见外宾。\n"] * 40
+    text = "".join(lines)
+    path = tmp_path / "big.txt"
+    path.write_bytes(text.encode("utf-8"))
+    whole = analyzer.analyze(text)
+    pieces = list(analyzer.iter_words(path, block_chars=500))
+    assert pieces == whole
+    assert list(analyzer.iter_words(iter(lines), block_chars=1)) == whole
+
+
+def test_threads_share_an_analyzer(analyzer):
+    texts = [NEWS, "我们在北京开会。", "王小明在上海工作。" * 20]
+    expected = [analyzer.tag(t) for t in texts]
+    failures = []
+
+    def work(k):
+        for i in range(30):
+            t = (k + i) % len(texts)
+            if analyzer.tag(texts[t]) != expected[t]:
+                failures.append(t)
+
+    threads = [threading.Thread(target=work, args=(k,)) for k in range(4)]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    assert failures == []

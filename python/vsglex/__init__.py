@@ -1,0 +1,372 @@
+"""Chinese word cutting, part-of-speech tagging and name recognition.
+
+    >>> import vsglex
+    >>> vsglex.cut("我们在北京开会。")
+    ['我们', '在', '北京', '开会', '。']
+    >>> vsglex.tag("我们在北京开会。")[2]
+    ('北京', 'ns')
+
+The module-level functions use one shared Analyzer on the model set shipped
+with the package. An Analyzer of your own carries its own user words:
+
+    >>> a = vsglex.Analyzer(user_dict="my_words.txt")
+    >>> a.add_word("马克龙", tag="nrf")
+
+Offsets and lengths are counted in characters of the Python string.
+"""
+
+import array
+import ctypes
+import os
+import threading
+from typing import Iterable, Iterator, List, NamedTuple, Optional, Tuple, Union
+
+from . import _native
+from ._native import lib as _lib
+
+__all__ = [
+    "Analyzer", "Word", "Error", "ModelError", "UserDictError", "ArgumentError", "TextTooLargeError",
+    "cut", "tag", "analyze", "names", "iter_words", "add_word", "remove_word", "load_user_dict",
+]
+
+__version__ = "0.1.0"
+
+
+class Error(Exception):
+    """An error the library reported; `code` is its status (vsglex_api.h)."""
+
+    def __init__(self, message, code=None):
+        super().__init__(message)
+        self.code = code
+
+
+class ModelError(Error):
+    """The model set cannot be loaded."""
+
+
+class UserDictError(Error):
+    """A user dictionary cannot be read or has a bad line (the message names file and line)."""
+
+
+class ArgumentError(Error, ValueError):
+    """An argument the library rejected, e.g. a bad user word or an unknown tag."""
+
+
+class TextTooLargeError(Error, ValueError):
+    """The text is 4 GiB or longer once encoded."""
+
+
+class OutOfMemoryError(Error, MemoryError):
+    """The library ran out of memory."""
+
+
+_ERRORS = {
+    _native.ERR_ARGUMENT: ArgumentError,
+    _native.ERR_MODEL: ModelError,
+    _native.ERR_MEMORY: OutOfMemoryError,
+    _native.ERR_TOO_LARGE: TextTooLargeError,
+    _native.ERR_USER_DICT: UserDictError,
+}
+
+
+def _raise(status):
+    raise _ERRORS.get(status, Error)(_native.last_error() or "status %d" % status, status)
+
+
+_CLASS_NAMES = {1: "person", 2: "place", 3: "organization"}
+
+
+class Word(NamedTuple):
+    """One word: `text` is input[offset:offset + length]."""
+
+    text: str
+    tag: str                   # part-of-speech tag, e.g. "n", "nr"; "" when none
+    offset: int                # in characters of the input string
+    length: int                # in characters
+    name_class: Optional[str]  # "person", "place", "organization" or None
+    sentence: int              # index of the word's sentence in this call
+
+
+PathLike = Union[str, bytes, "os.PathLike[str]"]
+
+
+def _encode_path(path):
+    return os.fsencode(path)
+
+
+def _zeros(code, n):
+    return array.array(code, bytes(n * array.array(code).itemsize))
+
+
+class Analyzer:
+    """An analyser with its own user words. Its methods may be called from
+    many threads at once; the library runs without the GIL.
+
+    model_dir: the model set (default: $VSGLEX_DATA, else the shipped one).
+    user_dict: a path or a list of paths of user dictionary files.
+    precut: the input is already cut into words by spaces.
+    """
+
+    def __init__(self, model_dir: Optional[PathLike] = None,
+                 user_dict: Union[None, PathLike, Iterable[PathLike]] = None, precut: bool = False):
+        if model_dir is None:
+            model_dir = _native.default_model_dir()
+        if user_dict is None:
+            paths = []
+        elif isinstance(user_dict, (str, bytes, os.PathLike)):
+            paths = [user_dict]
+        else:
+            paths = list(user_dict)
+        handle = _lib.vsglex_open(_encode_path(model_dir))
+        if not handle:
+            raise ModelError(_native.last_error(), _native.ERR_MODEL)
+        for path in paths:
+            status = _lib.vsglex_add_user_dict(handle, _encode_path(path))
+            if status != _native.OK:
+                msg = _native.last_error()
+                _lib.vsglex_close(handle)
+                raise _ERRORS.get(status, Error)(msg, status)
+        self._handle = handle
+        self._flags = _native.PRECUT if precut else 0
+        self._cond = threading.Condition()
+        self._active = 0
+        # Tag texts by number; index -1 (no tag) reads the trailing "".
+        names = []
+        while True:
+            t = _lib.vsglex_tag_name(handle, len(names))
+            if not t:
+                break
+            names.append(t.decode("utf-8"))
+        self._tag_names = names + [""]
+
+    # ---- lifetime -----------------------------------------------------------
+
+    def close(self) -> None:
+        """Closes the analyser once calls running in other threads are done."""
+        with self._cond:
+            handle, self._handle = self._handle, None
+            while self._active:
+                self._cond.wait()
+        if handle:
+            _lib.vsglex_close(handle)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    def __del__(self):
+        try:
+            if getattr(self, "_handle", None):
+                _lib.vsglex_close(self._handle)
+                self._handle = None
+        except Exception:
+            pass
+
+    def _enter(self):
+        with self._cond:
+            if not self._handle:
+                raise Error("the analyser is closed")
+            self._active += 1
+            return self._handle
+
+    def _leave(self):
+        with self._cond:
+            self._active -= 1
+            if not self._active:
+                self._cond.notify_all()
+
+    # ---- analysis -----------------------------------------------------------
+
+    def _columns(self, text: str, want_classes: bool):
+        """Runs the library over `text`: (offsets, lengths, tags, classes, sentences)."""
+        if not isinstance(text, str):
+            raise TypeError("text must be str, not %s" % type(text).__name__)
+        data = text.encode("utf-8", "surrogatepass")
+        handle = self._enter()
+        try:
+            result = ctypes.c_void_p()
+            status = _lib.vsglex_analyze(handle, data, len(data), _native.CHARSET_UTF8, self._flags,
+                                         ctypes.byref(result))
+            if status != _native.OK:
+                _raise(status)
+            try:
+                n = ctypes.c_size_t.from_address(result.value).value
+                offs, lens, tags = _zeros("Q", n), _zeros("Q", n), _zeros("i", n)
+                classes = _zeros("i", n) if want_classes else None
+                sentences = _zeros("I", n) if want_classes else None
+                addr = (lambda a: a.buffer_info()[0] if a is not None and n else None)
+                status = _lib.vsglex_result_columns(result, data, len(data), _native.UNIT_CHAR, addr(offs),
+                                                    addr(lens), addr(tags), addr(classes), addr(sentences))
+                if status != _native.OK:
+                    _raise(status)
+            finally:
+                _lib.vsglex_result_free(result)
+        finally:
+            self._leave()
+        return offs, lens, tags, classes, sentences
+
+    def cut(self, text: str) -> List[str]:
+        """The words of `text`."""
+        offs, lens, _, _, _ = self._columns(text, False)
+        return [text[o:o + n] for o, n in zip(offs, lens)]
+
+    def tag(self, text: str) -> List[Tuple[str, str]]:
+        """(word, tag) for every word of `text`."""
+        offs, lens, tags, _, _ = self._columns(text, False)
+        names = self._tag_names
+        return [(text[o:o + n], names[t]) for o, n, t in zip(offs, lens, tags)]
+
+    def analyze(self, text: str) -> List[Word]:
+        """Word records of `text`."""
+        return self._words(text, 0, 0)
+
+    def names(self, text: str) -> List[Word]:
+        """The person, place and organisation names of `text`."""
+        return [w for w in self.analyze(text) if w.name_class is not None]
+
+    def _words(self, text, base, sentence_base):
+        offs, lens, tags, classes, sentences = self._columns(text, True)
+        names = self._tag_names
+        cls = _CLASS_NAMES
+        return [Word(text[o:o + n], names[t], o + base, n, cls.get(c), s + sentence_base)
+                for o, n, t, c, s in zip(offs, lens, tags, classes, sentences)]
+
+    def iter_words(self, source: Union[PathLike, Iterable[str]], block_chars: int = 1 << 20) -> Iterator[Word]:
+        """Words of a large text read piece by piece: `source` is a path
+        (read as UTF-8, newlines kept as they are), a text file or any
+        iterable of lines. Pieces end at line ends, which also end
+        sentences, so the words are those of the whole text at once;
+        offsets count characters from the start of the source."""
+        if isinstance(source, (str, bytes, os.PathLike)):
+            with open(source, encoding="utf-8", errors="surrogateescape", newline="") as f:
+                yield from self.iter_words(f, block_chars)
+            return
+        base = 0
+        sentence_base = 0
+        pending: List[str] = []
+        size = 0
+
+        def flush():
+            text = "".join(pending)
+            pending.clear()
+            return text
+
+        for line in source:
+            pending.append(line)
+            size += len(line)
+            if size >= block_chars and line.endswith("\n"):
+                text = flush()
+                words = self._words(text, base, sentence_base)
+                if words:
+                    sentence_base = words[-1].sentence + 1
+                yield from words
+                base += len(text)
+                size = 0
+        if pending:
+            yield from self._words(flush(), base, sentence_base)
+
+    # ---- user words -----------------------------------------------------------
+
+    def load_user_dict(self, path: PathLike) -> None:
+        """Adds the words of a user dictionary file ("word [count] [tag]" a line)."""
+        handle = self._enter()
+        try:
+            status = _lib.vsglex_add_user_dict(handle, _encode_path(path))
+        finally:
+            self._leave()
+        if status != _native.OK:
+            _raise(status)
+
+    def add_word(self, word: str, count: Optional[int] = None, tag: Optional[str] = None) -> None:
+        """Adds (or redefines) a user word. Without a count it is always cut as
+        one word; with one it yields to more frequent words it would break."""
+        if count is not None and (not isinstance(count, int) or count < 0):
+            raise ArgumentError("count must be a whole number >= 0", _native.ERR_ARGUMENT)
+        handle = self._enter()
+        try:
+            status = _lib.vsglex_add_user_word(handle, word.encode("utf-8", "surrogatepass"),
+                                               -1 if count is None else count,
+                                               None if tag is None else tag.encode("utf-8"))
+        finally:
+            self._leave()
+        if status != _native.OK:
+            _raise(status)
+
+    def remove_word(self, word: str) -> bool:
+        """Removes a user word; False when it was not one."""
+        handle = self._enter()
+        try:
+            status = _lib.vsglex_remove_user_word(handle, word.encode("utf-8", "surrogatepass"))
+        finally:
+            self._leave()
+        if status < 0:
+            _raise(status)
+        return status == 1
+
+    @property
+    def user_word_count(self) -> int:
+        handle = self._enter()
+        try:
+            return _lib.vsglex_user_word_count(handle)
+        finally:
+            self._leave()
+
+    @property
+    def tag_names(self) -> List[str]:
+        """Tag texts by tag number."""
+        return self._tag_names[:-1]
+
+
+_default: Optional[Analyzer] = None
+_default_lock = threading.Lock()
+
+
+def _analyzer() -> Analyzer:
+    global _default
+    if _default is None:
+        with _default_lock:
+            if _default is None:
+                _default = Analyzer()
+    return _default
+
+
+def cut(text: str) -> List[str]:
+    """The words of `text`."""
+    return _analyzer().cut(text)
+
+
+def tag(text: str) -> List[Tuple[str, str]]:
+    """(word, tag) for every word of `text`."""
+    return _analyzer().tag(text)
+
+
+def analyze(text: str) -> List[Word]:
+    """Word records of `text` with tag, character offset and length, name class."""
+    return _analyzer().analyze(text)
+
+
+def names(text: str) -> List[Word]:
+    """The person, place and organisation names of `text`."""
+    return _analyzer().names(text)
+
+
+def iter_words(source, block_chars: int = 1 << 20) -> Iterator[Word]:
+    """Words of a large file or iterable of lines, read piece by piece."""
+    return _analyzer().iter_words(source, block_chars)
+
+
+def add_word(word: str, count: Optional[int] = None, tag: Optional[str] = None) -> None:
+    """Adds a user word to the shared analyser."""
+    _analyzer().add_word(word, count, tag)
+
+
+def remove_word(word: str) -> bool:
+    """Removes a user word from the shared analyser."""
+    return _analyzer().remove_word(word)
+
+
+def load_user_dict(path) -> None:
+    """Adds a user dictionary file to the shared analyser."""
+    _analyzer().load_user_dict(path)
