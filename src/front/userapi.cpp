@@ -163,7 +163,7 @@ VSGLEX_API int32_t vsglex_add_user_word(vsglex_handle *handle, const char *word,
     try {
         UserEntryText e;
         std::string error;
-        if (!UserWordToGb(word, &e.gb, &error)) {
+        if (!UserWordToGb(word, &e, &error)) {
             SetLastError("invalid user word: " + error);
             return VSGLEX_ERR_ARGUMENT;
         }
@@ -195,15 +195,16 @@ VSGLEX_API int32_t vsglex_remove_user_word(vsglex_handle *handle, const char *wo
         return VSGLEX_ERR_ARGUMENT;
     }
     try {
-        std::string gb, error;
-        if (!UserWordToGb(word, &gb, &error)) {
+        UserEntryText e;
+        std::string error;
+        if (!UserWordToGb(word, &e, &error)) {
             SetLastError("invalid user word: " + error);
             return VSGLEX_ERR_ARGUMENT;
         }
         UserWords &words = HandleUserWords(handle);
         auto snapshot = words.Snapshot();
-        if (snapshot == nullptr || !snapshot->Contains(gb)) return 0;
-        words.Update({}, {gb});
+        if (snapshot == nullptr || !snapshot->Contains(e.gb)) return 0;
+        words.Update({}, {e.gb});
         return 1;
     } catch (...) {
         SetLastError("out of memory");

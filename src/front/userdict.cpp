@@ -48,7 +48,7 @@ bool IsCountText(std::string_view s) {
 
 }  // namespace
 
-bool UserWordToGb(std::string_view utf8, std::string *gb, std::string *error) {
+bool UserWordToGb(std::string_view utf8, UserEntryText *entry, std::string *error) {
     if (utf8.empty()) {
         *error = "empty word";
         return false;
@@ -82,7 +82,9 @@ bool UserWordToGb(std::string_view utf8, std::string *gb, std::string *error) {
             return false;
         }
     }
-    *gb = work.gb;
+    entry->gb = work.gb;
+    entry->firstAtom = atoms.empty() ? 0 : atoms[0].length;
+    entry->atomCount = static_cast<uint16_t>(atoms.size());
     return true;
 }
 
@@ -117,7 +119,7 @@ bool ParseUserDict(std::string_view text, const std::string &name, const TagLook
         if (count == 0) continue;
         UserEntryText e;
         std::string why;
-        if (!UserWordToGb(fields[0], &e.gb, &why)) return fail(why);
+        if (!UserWordToGb(fields[0], &e, &why)) return fail(why);
         std::string_view countText, tagText;
         if (count == 3) {
             countText = fields[1];
@@ -177,7 +179,7 @@ void UserDict::Insert(const UserEntryText &t) {
         Rehash(std::max<size_t>(64, index_.size() * 2));
     }
     Entry e{static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(t.gb.size()), Hash(t.gb.data(), t.gb.size()),
-            t.tag, t.count};
+            t.tag, t.count, t.firstAtom, t.atomCount};
     keys_ += t.gb;
     entries_.push_back(e);
     size_t mask = index_.size() - 1;
@@ -186,13 +188,11 @@ void UserDict::Insert(const UserEntryText &t) {
     index_[i] = static_cast<uint32_t>(entries_.size());
 
     // The matcher tries as many atoms after a first atom as its longest word has.
-    thread_local std::vector<Atom> atoms;
-    atoms.clear();
-    Atomise(t.gb.data(), 0, t.gb.size(), atoms);
-    if (atoms.empty()) return;
+    if (t.atomCount == 0) return;
     if (firstMax_.empty()) firstMax_.assign(kFirstSlots, 0);
-    uint8_t &m = firstMax_[static_cast<size_t>(FirstIndex(t.gb.data(), atoms[0]))];
-    m = static_cast<uint8_t>(std::max<size_t>(m, atoms.size()));
+    Atom first{0, t.firstAtom, AtomKind::kOther};
+    uint8_t &m = firstMax_[static_cast<size_t>(FirstIndex(t.gb.data(), first))];
+    m = static_cast<uint8_t>(std::max<size_t>(m, t.atomCount));
     maxBytes_ = std::max(maxBytes_, t.gb.size());
 }
 
@@ -212,6 +212,8 @@ UserDict UserDict::Merge(const UserDict *base, const std::vector<UserEntryText> 
             if (gone.count(t.gb) != 0) continue;
             t.tag = e.tag;
             t.count = e.count;
+            t.firstAtom = e.firstAtom;
+            t.atomCount = e.atomCount;
             d.Insert(t);
         }
     }

@@ -34,15 +34,18 @@ struct UserEntryText {
     std::string gb;
     double count = kUserNoCount;
     int32_t tag = kUserNoTag;
+    uint16_t firstAtom = 0;  // byte length of the word's first atom
+    uint16_t atomCount = 0;
 };
 
 // Tag number of a tag text, or -1 when the tag map has no such tag.
 using TagLookup = std::function<int32_t(std::string_view)>;
 
-// Checks one word (UTF-8) and converts it to GB18030. False with a reason
+// Checks one word (UTF-8) and converts it to GB18030 into entry->gb (with
+// its atoms' lengths). False with a reason
 // in *error when it is empty, not valid UTF-8, holds white space or is too
 // long for one word (80 bytes as GB18030).
-bool UserWordToGb(std::string_view utf8, std::string *gb, std::string *error);
+bool UserWordToGb(std::string_view utf8, UserEntryText *entry, std::string *error);
 
 // Parses a dictionary text. On success appends every entry to *out and
 // returns true; on the first bad line returns false with "NAME line N:
@@ -59,6 +62,8 @@ public:
         uint32_t hash;
         int32_t tag;
         double count;
+        uint16_t firstAtom;
+        uint16_t atomCount;
     };
 
     // A copy of `base` (may be null) with `add` inserted (a word given again
