@@ -145,6 +145,10 @@ VSGLEX_API size_t vsglex_user_word_count(const vsglex_handle *handle);
 VSGLEX_API int32_t vsglex_result_columns(const vsglex_result *result, const char *text, size_t length,
                                          int32_t unit, uint64_t *offsets, uint64_t *lengths,
                                          int32_t *tags, int32_t *name_classes, uint32_t *sentences);
+/* The texts of all words of a result as one block: each word's text
+ * followed by a NUL, in word order; *bytes receives the block's length.
+ * Null (and *bytes 0) for a result without words. */
+VSGLEX_API const char *vsglex_result_text_block(const vsglex_result *result, size_t *bytes);
 /* Releases a result. Null is ignored. */
 VSGLEX_API void vsglex_result_free(vsglex_result *result);
 /* Text of tag number `tag` in the part-of-speech tag map (up to a '#'), or

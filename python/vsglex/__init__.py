@@ -179,8 +179,9 @@ class Analyzer:
 
     # ---- analysis -----------------------------------------------------------
 
-    def _columns(self, text: str, want_classes: bool):
-        """Runs the library over `text`: (offsets, lengths, tags, classes, sentences)."""
+    def _run(self, text: str, spans: bool, records: bool):
+        """Runs the library over `text`: (word texts or None, offsets, lengths,
+        tags, classes, sentences); arrays not asked for are None."""
         if not isinstance(text, str):
             raise TypeError("text must be str, not %s" % type(text).__name__)
         data = text.encode("utf-8", "surrogatepass")
@@ -193,30 +194,47 @@ class Analyzer:
                 _raise(status)
             try:
                 n = ctypes.c_size_t.from_address(result.value).value
-                offs, lens, tags = _zeros("Q", n), _zeros("Q", n), _zeros("i", n)
-                classes = _zeros("i", n) if want_classes else None
-                sentences = _zeros("I", n) if want_classes else None
+                offs = _zeros("Q", n) if spans else None
+                lens = _zeros("Q", n) if spans else None
+                tags = _zeros("i", n)
+                classes = _zeros("i", n) if records else None
+                sentences = _zeros("I", n) if records else None
                 addr = (lambda a: a.buffer_info()[0] if a is not None and n else None)
                 status = _lib.vsglex_result_columns(result, data, len(data), _native.UNIT_CHAR, addr(offs),
                                                     addr(lens), addr(tags), addr(classes), addr(sentences))
                 if status != _native.OK:
                     _raise(status)
+                words = None
+                if not spans:
+                    # The words' texts in one block, split at the NULs.
+                    size = ctypes.c_size_t()
+                    block = _lib.vsglex_result_text_block(result, ctypes.byref(size))
+                    if block:
+                        words = ctypes.string_at(block, size.value).decode("utf-8", "replace").split("\0")
+                        words.pop()
+                    elif n:
+                        spans = True
+                        offs, lens = _zeros("Q", n), _zeros("Q", n)
+                        _lib.vsglex_result_columns(result, data, len(data), _native.UNIT_CHAR, addr(offs),
+                                                   addr(lens), None, None, None)
+                    else:
+                        words = []
             finally:
                 _lib.vsglex_result_free(result)
         finally:
             self._leave()
-        return offs, lens, tags, classes, sentences
+        if words is None:
+            words = list(map(text.__getitem__, map(slice, offs, map(int.__add__, offs, lens))))
+        return words, offs, lens, tags, classes, sentences
 
     def cut(self, text: str) -> List[str]:
         """The words of `text`."""
-        offs, lens, _, _, _ = self._columns(text, False)
-        return [text[o:o + n] for o, n in zip(offs, lens)]
+        return self._run(text, False, False)[0]
 
     def tag(self, text: str) -> List[Tuple[str, str]]:
         """(word, tag) for every word of `text`."""
-        offs, lens, tags, _, _ = self._columns(text, False)
-        names = self._tag_names
-        return [(text[o:o + n], names[t]) for o, n, t in zip(offs, lens, tags)]
+        words, _, _, tags, _, _ = self._run(text, False, False)
+        return list(zip(words, map(self._tag_names.__getitem__, tags)))
 
     def analyze(self, text: str) -> List[Word]:
         """Word records of `text`."""
@@ -227,11 +245,11 @@ class Analyzer:
         return [w for w in self.analyze(text) if w.name_class is not None]
 
     def _words(self, text, base, sentence_base):
-        offs, lens, tags, classes, sentences = self._columns(text, True)
+        words, offs, lens, tags, classes, sentences = self._run(text, True, True)
         names = self._tag_names
         cls = _CLASS_NAMES
-        return [Word(text[o:o + n], names[t], o + base, n, cls.get(c), s + sentence_base)
-                for o, n, t, c, s in zip(offs, lens, tags, classes, sentences)]
+        return [Word(w, names[t], o + base, n, cls.get(c), s + sentence_base)
+                for w, o, n, t, c, s in zip(words, offs, lens, tags, classes, sentences)]
 
     def iter_words(self, source: Union[PathLike, Iterable[str]], block_chars: int = 1 << 20) -> Iterator[Word]:
         """Words of a large text read piece by piece: `source` is a path

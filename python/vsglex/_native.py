@@ -53,6 +53,7 @@ def _load():
         "vsglex_analyze": (i32, [vp, cp, sz, i32, ctypes.c_uint32, ctypes.POINTER(vp)]),
         "vsglex_result_free": (None, [vp]),
         "vsglex_result_columns": (i32, [vp, cp, sz, i32, vp, vp, vp, vp, vp]),
+        "vsglex_result_text_block": (vp, [vp, ctypes.POINTER(sz)]),
         "vsglex_tag_name": (cp, [vp, i32]),
         "vsglex_last_error": (cp, []),
         "vsglex_add_user_dict": (i32, [vp, cp]),

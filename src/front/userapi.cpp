@@ -254,4 +254,19 @@ VSGLEX_API int32_t vsglex_result_columns(const vsglex_result *result, const char
     return VSGLEX_OK;
 }
 
+VSGLEX_API const char *vsglex_result_text_block(const vsglex_result *result, size_t *bytes) {
+    if (bytes != nullptr) *bytes = 0;
+    if (result == nullptr || result->word_count == 0 || bytes == nullptr) return nullptr;
+    // The texts are stored one after another in the result block; checked
+    // here so that a layout change cannot hand out a wrong block.
+    const char *begin = result->words[0].text;
+    const char *end = begin;
+    for (size_t k = 0; k < result->word_count; ++k) {
+        if (result->words[k].text != end) return nullptr;
+        end += std::strlen(end) + 1;
+    }
+    *bytes = static_cast<size_t>(end - begin);
+    return begin;
+}
+
 }  // extern "C"
