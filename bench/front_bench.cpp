@@ -74,7 +74,7 @@ BENCHMARK(BM_AnalyzeEndToEnd)->Unit(benchmark::kMillisecond);
 
 void BM_ConvertAtomiseCut(benchmark::State &state) {
     vsglex_handle *h = Handle();
-    const vsg::front::Lexicon *lex = vsg::front::SharedLexicon();
+    const vsg::front::Lexicon *lex = vsg::front::LexiconOf(h);
     if (h == nullptr || lex == nullptr) {
         state.SkipWithError("no model set");
         return;

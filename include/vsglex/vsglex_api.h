@@ -4,11 +4,13 @@
  * part-of-speech tagging, and every word comes back with its tag and its
  * byte position in the caller's original text.
  *
- * All handles of a process share the one engine instance of the library:
- * the first successful vsglex_open loads the model set of its directory,
- * later opens (with any directory) reuse it, and the models are freed when
- * the last handle is closed. A handle is read-only after vsglex_open and may
- * be used by any number of threads at once. */
+ * Each model directory is loaded once per process: handles opened on the
+ * same directory share its models, handles on different directories use
+ * different models, and a set is freed with the last handle that uses it.
+ * These models are the handles' own: the server and phrase interfaces'
+ * process-wide instance neither provides nor frees them. A handle is
+ * read-only after vsglex_open and may be used by any number of threads at
+ * once. */
 #ifndef VSGLEX_VSGLEX_API_H
 #define VSGLEX_VSGLEX_API_H
 
@@ -108,7 +110,8 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir);
 /* vsglex_open with options (null: none). When a user dictionary fails to
  * load, no handle is opened and vsglex_last_error names the file and line. */
 VSGLEX_API vsglex_handle *vsglex_open_ex(const char *data_dir, const vsglex_options *options);
-/* Closes a handle; the models are freed with the last one. Null is ignored. */
+/* Closes a handle; its model set is freed with the last handle on it. Null
+ * is ignored. */
 VSGLEX_API void vsglex_close(vsglex_handle *handle);
 /* Analyses `length` bytes of `text` read in `charset` (VSGLEX_CHARSET_*)
  * with `flags` (VSGLEX_PRECUT or 0). On VSGLEX_OK *result receives a new

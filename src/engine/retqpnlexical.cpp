@@ -1,6 +1,7 @@
 // Lexical phrase interface: converts a host's items to GB text, runs the
 // pipeline in person mode, copies tags back, regroups merged items and
 // filters function words.
+#include "common/tagset.h"
 #include "vsglex/lexical.h"
 
 #include <algorithm>
@@ -57,16 +58,6 @@ void SetText(char *text, const char *from) {
     text[n] = '\0';
 }
 
-// Function-word tags that the filter drops (stop-word classes).
-bool IsStopTag(uint8_t tag) {
-    switch (tag) {
-    case 9: case 10: case 14: case 34: case 35: case 36:
-    case 43: case 44: case 45: case 46: case 94:
-        return true;
-    default:
-        return tag >= 54 && tag <= 67;
-    }
-}
 
 // Tag ids of the output, sorted by id with the first output index of each,
 // to find "the first output record with the same id" in logarithmic time.
@@ -149,7 +140,7 @@ void Filter(WordItem *items, WordItem *copy, int32_t count, WordList *list) {
         const WordItem &item = copy[i];
         bool drop = false;
         if (GroupNumber(item) == 0 && item.tag >= 9 && item.tag <= 94) {
-            if (IsStopTag(item.tag)) {
+            if (vsg::IsFunctionWordTag(item.tag)) {
                 drop = item.sentence > 1 ||
                        (i > 0 && i < count - 1 && wide(copy[i - 1]) && wide(copy[i + 1]));
             } else {

@@ -4,14 +4,19 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "common/tagset.h"
+#include "engine/instance.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
@@ -25,30 +30,28 @@ namespace vsg::front {
 
 namespace {
 
-// The process's loaded engine and the cutter built from its dictionary,
-// shared by every handle.
+// One loaded model set: its own engine instance, the cutter built from its
+// dictionary and its tag names. Handles on the same directory share one set;
+// it is freed with the last handle that uses it.
 struct Shared {
-    std::mutex mutex;
-    int refs = 0;
-    bool ownsEngine = false;
-    const SegmentEngine *engine = nullptr;
+    std::unique_ptr<vsg::engine::Engine> engine;
     Lexicon lexicon;
     std::vector<std::string> tagNames;
 };
-Shared g_shared;
+
+// Model sets that are open, by the canonical path of their directory.
+struct Registry {
+    std::mutex mutex;
+    std::map<std::string, std::weak_ptr<Shared>> sets;
+};
+Registry &OpenSets() {
+    static Registry *registry = new Registry;  // never destroyed: handles may outlive static destruction
+    return *registry;
+}
 
 thread_local std::string t_lastError;
 
 void SetError(const std::string &message) { t_lastError = message; }
-
-// Model file behind each load status of the engine.
-const char *ModelFileOfStatus(int32_t status) {
-    static const char *const kFiles[] = {"coredict.dct", "lexical.ctx", "zyrpos30.map", "nr.ctx",
-                                         "nr.map",       "ns.ctx",      "ns.map",       "nt.ctx",
-                                         "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
-    int32_t k = VSG_ERR_COREDICT - status;
-    return k >= 0 && k < 12 ? kFiles[k] : "?";
-}
 
 // Words an engine call takes at least, unless the text ends; the sentences
 // of a text are batched into calls of about this size (the engine's output
@@ -312,7 +315,13 @@ void Analysis::Flush() {
     }
     WordList input{static_cast<int32_t>(n), in.data()};
     WordList output{0, nullptr};
-    VSG_SegmentForServer(&input, &output, 0, shared_.engine);
+    shared_.engine->Segment(&input, &output, 0);
+    // The engine hands back at least one word for every non-empty batch; an
+    // empty or missing result means it ran out of memory.
+    if (output.items == nullptr || output.count <= 0) {
+        VSG_SegmentForServerFree(&output);
+        throw std::bad_alloc();
+    }
 
     // Align the engine's words with the cut words: each output word is the
     // concatenation of one or more consecutive input words.
@@ -356,7 +365,7 @@ void Analysis::Flush() {
 }
 
 void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
-    const SegmentEngine *engine = shared_.engine;
+    const SegmentEngine *engine = &shared_.engine->models();
     user_->Apply(work_.gb.data(), atoms, n, ends_, userMarks_,
                  [engine](const char *w, size_t len) { return CoreWordCount(engine, w, len); });
 }
@@ -376,7 +385,7 @@ void Analysis::EmitEngineWord(size_t first, size_t last, int32_t tag) {
         int32_t t;
         if (it.user != nullptr && it.user->tag != kUserNoTag) t = it.user->tag;
         else if (first == last) t = tag;
-        else t = CoreWordTag(shared_.engine, work_.gb.data() + it.start, it.length);
+        else t = CoreWordTag(&shared_.engine->models(), work_.gb.data() + it.start, it.length);
         EmitWord(q, q, t);
     }
 }
@@ -415,37 +424,70 @@ vsglex_result *Analysis::Finish() {
 }  // namespace
 
 int32_t NameClassOfTag(int32_t tag) {
-    switch (tag) {
-    case 24: case 27: case 28: return VSGLEX_NAME_PERSON;
-    case 29: case 30: return VSGLEX_NAME_PLACE;
-    case 31: return VSGLEX_NAME_ORG;
-    default: return VSGLEX_NAME_NONE;
-    }
+    if (IsPersonTag(tag)) return VSGLEX_NAME_PERSON;
+    if (IsPlaceTag(tag)) return VSGLEX_NAME_PLACE;
+    if (IsOrgTag(tag)) return VSGLEX_NAME_ORG;
+    return VSGLEX_NAME_NONE;
 }
 
 void SetLastError(const std::string &message) { SetError(message); }
-
-const Lexicon *SharedLexicon() { return g_shared.refs > 0 ? &g_shared.lexicon : nullptr; }
-
-int32_t TagOfText(std::string_view text) {
-    const std::vector<std::string> &names = g_shared.tagNames;
-    for (size_t k = 0; k < names.size(); ++k)
-        if (names[k] == text) return static_cast<int32_t>(k);
-    return -1;
-}
 
 }  // namespace vsg::front
 
 using namespace vsg::front;
 
 struct vsglex_handle {
-    Shared *shared;
+    std::shared_ptr<const Shared> shared;
     UserWords user;
 };
 
 namespace vsg::front {
 UserWords &HandleUserWords(vsglex_handle *handle) { return handle->user; }
+
+int32_t TagOfText(const vsglex_handle *handle, std::string_view text) {
+    const std::vector<std::string> &names = handle->shared->tagNames;
+    for (size_t k = 0; k < names.size(); ++k)
+        if (names[k] == text) return static_cast<int32_t>(k);
+    return -1;
+}
 }  // namespace vsg::front
+
+namespace {
+
+// Loads the model set of `dir` (canonical path), or null with the error set.
+std::shared_ptr<Shared> LoadSet(const std::string &dir) {
+    int32_t status = 0;
+    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
+    if (engine == nullptr) {
+        SetError("cannot load model file " + dir + "/" + (vsg::ModelFileOfStatus(status) != nullptr ? vsg::ModelFileOfStatus(status) : "?") + " (status " +
+                 std::to_string(status) + ")");
+        return nullptr;
+    }
+    auto set = std::make_shared<Shared>();
+    LexiconOptions options;
+    // Measurement switch: the shortest person word the cutter keeps.
+    if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
+        options.minPersonWordChars = std::atoi(chars);
+    if (!set->lexicon.Build(engine->models().core, options)) {
+        SetError("the core dictionary in " + dir + " holds no words");
+        return nullptr;
+    }
+    const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
+    char tag[256];
+    for (int32_t k = 0; k < map.count && k < 255; ++k) {
+        tag[0] = '\0';
+        POSmap_GetPOS(k, tag, &map);
+        // Classes of single frequent words are written "n#13": the user sees
+        // their tag, "n".
+        char *hash = std::strchr(tag, '#');
+        if (hash != nullptr && hash != tag) *hash = '\0';
+        set->tagNames.emplace_back(tag);
+    }
+    set->engine = std::move(engine);
+    return set;
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -459,55 +501,26 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             SetError("model directory path too long");
             return nullptr;
         }
-        Shared &sh = g_shared;
-        std::lock_guard<std::mutex> lock(sh.mutex);
-        if (sh.refs == 0) {
-            struct stat st;
-            if (stat(data_dir, &st) != 0 || !S_ISDIR(st.st_mode)) {
-                SetError(std::string("model directory not found: ") + data_dir);
-                return nullptr;
-            }
-            SegmentEngine *engine = nullptr;
-            int32_t status = VSG_LoadForServer(&engine, data_dir);
-            if (status != 0 && status != 1) {
-                // Release what the failed load left behind.
-                VSG_FreeForServer(nullptr);
-                std::string dir = data_dir;
-                if (dir.back() != '/') dir += '/';
-                SetError("cannot load model file " + dir + ModelFileOfStatus(status) + " (status " +
-                         std::to_string(status) + ")");
-                return nullptr;
-            }
-            LexiconOptions options;
-            // Measurement switch: the shortest person word the cutter keeps.
-            if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
-                options.minPersonWordChars = std::atoi(chars);
-            if (engine == nullptr || !sh.lexicon.Build(engine->core, options)) {
-                if (status == 0) VSG_FreeForServer(engine);
-                SetError(std::string("the core dictionary in ") + data_dir + " holds no words");
-                return nullptr;
-            }
-            sh.tagNames.clear();
-            const POSmap &map = engine->tagModels[VSG_TAG_POS].map;
-            char tag[256];
-            for (int32_t k = 0; k < map.count && k < 255; ++k) {
-                tag[0] = '\0';
-                POSmap_GetPOS(k, tag, &map);
-                // Classes of single frequent words are written "n#13": the
-                // user sees their tag, "n".
-                char *hash = std::strchr(tag, '#');
-                if (hash != nullptr && hash != tag) *hash = '\0';
-                sh.tagNames.emplace_back(tag);
-            }
-            sh.engine = engine;
-            sh.ownsEngine = status == 0;
+        struct stat st;
+        char canonical[PATH_MAX];
+        if (stat(data_dir, &st) != 0 || !S_ISDIR(st.st_mode) || realpath(data_dir, canonical) == nullptr) {
+            SetError(std::string("model directory not found: ") + data_dir);
+            return nullptr;
         }
-        ++sh.refs;
-        auto *h = new (std::nothrow) vsglex_handle{&sh, {}};
-        if (h == nullptr) {
-            --sh.refs;
-            SetError("out of memory");
+        Registry &registry = OpenSets();
+        std::lock_guard<std::mutex> lock(registry.mutex);
+        std::weak_ptr<Shared> &slot = registry.sets[canonical];
+        std::shared_ptr<Shared> set = slot.lock();
+        if (set == nullptr) {
+            set = LoadSet(canonical);
+            if (set == nullptr) {
+                registry.sets.erase(canonical);
+                return nullptr;
+            }
+            slot = set;
         }
+        auto *h = new (std::nothrow) vsglex_handle{std::move(set), {}};
+        if (h == nullptr) SetError("out of memory");
         return h;
     } catch (...) {
         SetError("out of memory");
@@ -517,16 +530,11 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
 
 VSGLEX_API void vsglex_close(vsglex_handle *handle) {
     if (handle == nullptr) return;
-    Shared &sh = *handle->shared;
-    delete handle;
-    std::lock_guard<std::mutex> lock(sh.mutex);
-    if (sh.refs > 0 && --sh.refs == 0) {
-        if (sh.ownsEngine) VSG_FreeForServer(const_cast<SegmentEngine *>(sh.engine));
-        sh.engine = nullptr;
-        sh.ownsEngine = false;
-        sh.lexicon = Lexicon();
-        sh.tagNames.clear();
-    }
+    Registry &registry = OpenSets();
+    std::lock_guard<std::mutex> lock(registry.mutex);
+    delete handle;  // frees the model set with its last handle
+    for (auto it = registry.sets.begin(); it != registry.sets.end();)
+        it = it->second.expired() ? registry.sets.erase(it) : std::next(it);
 }
 
 VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length, int32_t charset,
@@ -574,3 +582,7 @@ VSGLEX_API const char *vsglex_name_class_name(int32_t name_class) {
 VSGLEX_API const char *vsglex_last_error(void) { return t_lastError.c_str(); }
 
 }  // extern "C"
+
+const vsg::front::Lexicon *vsg::front::LexiconOf(const vsglex_handle *handle) {
+    return handle != nullptr ? &handle->shared->lexicon : nullptr;
+}

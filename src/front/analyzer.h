@@ -17,16 +17,15 @@ namespace vsg::front {
 // person; 29, 30 place; 31 organisation.
 int32_t NameClassOfTag(int32_t tag);
 
-// The cutter built from the loaded dictionary while a handle is open, else
-// null.
-const Lexicon *SharedLexicon();
+// The cutter of the model set a handle uses (null for a null handle).
+const Lexicon *LexiconOf(const vsglex_handle *handle);
 
 // Sets the message vsglex_last_error gives on the calling thread.
 void SetLastError(const std::string &message);
 
-// Tag number of a tag text of the loaded tag map (the first line that
-// reads so, "#n" classes read as their tag), or -1.
-int32_t TagOfText(std::string_view text);
+// Tag number of a tag text in the tag map of a handle's model set (the
+// first line that reads so, "n#13" read as "n"), or -1.
+int32_t TagOfText(const vsglex_handle *handle, std::string_view text);
 
 class UserWords;
 // The user words of a handle.

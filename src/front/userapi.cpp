@@ -21,14 +21,14 @@ constexpr long long kMaxDictBytes = 1LL << 30;
 
 // Tag number of a user's tag text: a tag of the tag map, or a corpus tag
 // that the map writes differently.
-int32_t UserTagOf(std::string_view text) {
-    int32_t tag = TagOfText(text);
+int32_t UserTagOf(const vsglex_handle *handle, std::string_view text) {
+    int32_t tag = TagOfText(handle, text);
     if (tag >= 0) return tag;
     static const struct {
         const char *corpus, *map;
     } kAliases[] = {{"vvn", "vn"}, {"na", "ns"}, {"Yg", "yg"}};
     for (const auto &a : kAliases)
-        if (text == a.corpus) return TagOfText(a.map);
+        if (text == a.corpus) return TagOfText(handle, a.map);
     return -1;
 }
 
@@ -143,7 +143,8 @@ VSGLEX_API int32_t vsglex_add_user_dict(vsglex_handle *handle, const char *path)
             return VSGLEX_ERR_USER_DICT;
         }
         std::vector<UserEntryText> entries;
-        if (!ParseUserDict(text, path, UserTagOf, &entries, &error)) {
+        auto tags = [handle](std::string_view t) { return UserTagOf(handle, t); };
+        if (!ParseUserDict(text, path, tags, &entries, &error)) {
             SetLastError(error);
             return VSGLEX_ERR_USER_DICT;
         }
@@ -175,7 +176,7 @@ VSGLEX_API int32_t vsglex_add_user_word(vsglex_handle *handle, const char *word,
             e.count = static_cast<double>(count);
         }
         if (tag != nullptr && *tag != '\0') {
-            e.tag = UserTagOf(tag);
+            e.tag = UserTagOf(handle, tag);
             if (e.tag < 0) {
                 SetLastError(std::string("unknown tag '") + tag + "'");
                 return VSGLEX_ERR_ARGUMENT;
