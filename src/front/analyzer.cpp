@@ -355,11 +355,11 @@ void Analysis::Flush() {
         }
         if (!found) continue;
         // Input words the engine did not hand back keep no tag.
-        for (size_t q = cursor; q < p; ++q) EmitWord(q, q, -1);
+        for (size_t q = cursor; q < p; ++q) EmitEngineWord(q, q, -1);
         EmitEngineWord(p, last, w.tag);
         cursor = last + 1;
     }
-    for (size_t q = cursor; q < n; ++q) EmitWord(q, q, -1);
+    for (size_t q = cursor; q < n; ++q) EmitEngineWord(q, q, -1);
     VSG_SegmentForServerFree(&output);
     items_.clear();
 }

@@ -238,7 +238,7 @@ void UserDict::Apply(const char *text, const Atom *atoms, size_t n, std::vector<
                      std::vector<const Entry *> &marks,
                      const std::function<double(const char *, size_t)> &coreCount) const {
     marks.assign(ends.size(), nullptr);
-    if (entries_.empty() || n == 0) return;
+    if (entries_.empty() || firstMax_.empty() || n == 0) return;
     // Accepted user words: atom spans [first, second) with their entry.
     struct Span {
         uint32_t begin, end;
