@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -11,6 +12,11 @@
 #include "front/analyzer.h"
 #include "front/userdict.h"
 #include "vsglex/vsglex_api.h"
+
+// The Python binding reads a result's word count as its first field and
+// sets vsglex_options by its size: both must stay where they are.
+static_assert(offsetof(vsglex_result, word_count) == 0, "vsglex_result.word_count comes first");
+static_assert(offsetof(vsglex_options, size) == 0, "vsglex_options.size comes first");
 
 namespace vsg::front {
 
