@@ -13,8 +13,9 @@
 #include "front/userdict.h"
 #include "vsglex/vsglex_api.h"
 
-// The Python binding reads a result's word count as its first field and
-// sets vsglex_options by its size: both must stay where they are.
+// The Python binding reads a result's word count as its first field, and
+// vsglex_open_ex reads an options record of any version by its leading
+// size: both must stay first.
 static_assert(offsetof(vsglex_result, word_count) == 0, "vsglex_result.word_count comes first");
 static_assert(offsetof(vsglex_options, size) == 0, "vsglex_options.size comes first");
 
