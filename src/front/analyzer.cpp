@@ -241,7 +241,8 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
             size_t b = a + 1;
             size_t bytes = atoms[a].length;
             while (b < n && bytes + atoms[b].length <= kMaxAtomBytes) bytes += atoms[b++].length;
-            push(a, b);
+            // A given word that is a user word takes the user's tag.
+            push(a, b, user_ != nullptr && a == 0 && b == n ? user_->Find(gb.data() + atoms[0].start, bytes) : nullptr);
             a = b;
         }
         if (IsSentenceEnd(gb.data() + atoms[n - 1].start, atoms[n - 1].length)) CloseSentence();

@@ -83,9 +83,10 @@ protected:
 };
 
 // "word/tag word/tag ..." of a UTF-8 text.
-std::string Tagged(const vsglex_handle *h, const std::string &text, std::vector<int32_t> *classes = nullptr) {
+std::string Tagged(const vsglex_handle *h, const std::string &text, std::vector<int32_t> *classes = nullptr,
+                   uint32_t flags = 0) {
     vsglex_result *r = nullptr;
-    EXPECT_EQ(vsglex_analyze(h, text.data(), text.size(), VSGLEX_CHARSET_UTF8, 0, &r), VSGLEX_OK);
+    EXPECT_EQ(vsglex_analyze(h, text.data(), text.size(), VSGLEX_CHARSET_UTF8, flags, &r), VSGLEX_OK);
     std::string out;
     for (size_t k = 0; r != nullptr && k < r->word_count; ++k) {
         if (!out.empty()) out += ' ';
@@ -110,6 +111,9 @@ TEST_F(UserWordsTest, WordsAreCutWholeTaggedAndNamedWithTheirClass) {
     ASSERT_EQ(classes.size(), 11u);
     EXPECT_EQ(classes[0], VSGLEX_NAME_ORG);
     EXPECT_EQ(classes[9], VSGLEX_NAME_PERSON);
+    // Pre-cut input: a given word that is a user word takes its tag.
+    EXPECT_EQ(Tagged(handle_, "腾讯 代表 会见 马克龙 。", nullptr, VSGLEX_PRECUT),
+              "腾讯/nt 代表/n 会见/v 马克龙/nrf 。/wj");
 
     // A word inside a name the recogniser would merge stays one word.
     EXPECT_NE(Tagged(handle_, "王小明在上海工作。").find("王小明/nr"), std::string::npos);
