@@ -15,11 +15,13 @@ with the package. An Analyzer of your own carries its own user words:
 Offsets and lengths are counted in characters of the Python string.
 """
 
+from __future__ import annotations
+
 import array
+import collections
 import ctypes
 import os
 import threading
-from typing import Iterable, Iterator, List, NamedTuple, Optional, Tuple, Union
 
 from . import _native
 from ._native import lib as _lib
@@ -76,18 +78,12 @@ def _raise(status):
 _CLASS_NAMES = {1: "person", 2: "place", 3: "organization"}
 
 
-class Word(NamedTuple):
-    """One word: `text` is input[offset:offset + length]."""
-
-    text: str
-    tag: str                   # part-of-speech tag, e.g. "n", "nr"; "" when none
-    offset: int                # in characters of the input string
-    length: int                # in characters
-    name_class: Optional[str]  # "person", "place", "organization" or None
-    sentence: int              # index of the word's sentence in this call
-
-
-PathLike = Union[str, bytes, "os.PathLike[str]"]
+# One word: `text` is input[offset:offset + length]; `tag` is its
+# part-of-speech tag ("" when none); `offset` and `length` count characters
+# of the input string; `name_class` is "person", "place", "organization" or
+# None; `sentence` is the index of the word's sentence in the call. (A
+# plain named tuple: the typing module would add to every start-up.)
+Word = collections.namedtuple("Word", "text tag offset length name_class sentence")
 
 
 def _encode_path(path):
@@ -107,8 +103,8 @@ class Analyzer:
     precut: the input is already cut into words by spaces.
     """
 
-    def __init__(self, model_dir: Optional[PathLike] = None,
-                 user_dict: Union[None, PathLike, Iterable[PathLike]] = None, precut: bool = False):
+    def __init__(self, model_dir: str | os.PathLike | None = None,
+                 user_dict: str | os.PathLike | list | None = None, precut: bool = False):
         if model_dir is None:
             model_dir = _native.default_model_dir()
         if user_dict is None:
@@ -227,20 +223,20 @@ class Analyzer:
             words = list(map(text.__getitem__, map(slice, offs, map(int.__add__, offs, lens))))
         return words, offs, lens, tags, classes, sentences
 
-    def cut(self, text: str) -> List[str]:
+    def cut(self, text: str) -> list[str]:
         """The words of `text`."""
         return self._run(text, False, False)[0]
 
-    def tag(self, text: str) -> List[Tuple[str, str]]:
+    def tag(self, text: str) -> list[tuple[str, str]]:
         """(word, tag) for every word of `text`."""
         words, _, _, tags, _, _ = self._run(text, False, False)
         return list(zip(words, map(self._tag_names.__getitem__, tags)))
 
-    def analyze(self, text: str) -> List[Word]:
+    def analyze(self, text: str) -> list[Word]:
         """Word records of `text`."""
         return self._words(text, 0, 0)
 
-    def names(self, text: str) -> List[Word]:
+    def names(self, text: str) -> list[Word]:
         """The person, place and organisation names of `text`."""
         return [w for w in self.analyze(text) if w.name_class is not None]
 
@@ -251,7 +247,7 @@ class Analyzer:
         return [Word(w, names[t], o + base, n, cls.get(c), s + sentence_base)
                 for w, o, n, t, c, s in zip(words, offs, lens, tags, classes, sentences)]
 
-    def iter_words(self, source: Union[PathLike, Iterable[str]], block_chars: int = 1 << 20) -> Iterator[Word]:
+    def iter_words(self, source: str | os.PathLike | Iterable[str], block_chars: int = 1 << 20) -> Iterator[Word]:
         """Words of a large text read piece by piece: `source` is a path
         (read as UTF-8, newlines kept as they are), a text file or any
         iterable of lines. Pieces end at line ends, which also end
@@ -263,7 +259,7 @@ class Analyzer:
             return
         base = 0
         sentence_base = 0
-        pending: List[str] = []
+        pending = []
         size = 0
 
         def flush():
@@ -287,7 +283,7 @@ class Analyzer:
 
     # ---- user words -----------------------------------------------------------
 
-    def load_user_dict(self, path: PathLike) -> None:
+    def load_user_dict(self, path: str | os.PathLike) -> None:
         """Adds the words of a user dictionary file ("word [count] [tag]" a line)."""
         handle = self._enter()
         try:
@@ -297,7 +293,7 @@ class Analyzer:
         if status != _native.OK:
             _raise(status)
 
-    def add_word(self, word: str, count: Optional[int] = None, tag: Optional[str] = None) -> None:
+    def add_word(self, word: str, count: int | None = None, tag: str | None = None) -> None:
         """Adds (or redefines) a user word. Without a count it is always cut as
         one word; with one it yields to more frequent words it would break."""
         if count is not None and (not isinstance(count, int) or count < 0):
@@ -332,12 +328,12 @@ class Analyzer:
             self._leave()
 
     @property
-    def tag_names(self) -> List[str]:
+    def tag_names(self) -> list[str]:
         """Tag texts by tag number."""
         return self._tag_names[:-1]
 
 
-_default: Optional[Analyzer] = None
+_default = None
 _default_lock = threading.Lock()
 
 
@@ -350,22 +346,22 @@ def _analyzer() -> Analyzer:
     return _default
 
 
-def cut(text: str) -> List[str]:
+def cut(text: str) -> list[str]:
     """The words of `text`."""
     return _analyzer().cut(text)
 
 
-def tag(text: str) -> List[Tuple[str, str]]:
+def tag(text: str) -> list[tuple[str, str]]:
     """(word, tag) for every word of `text`."""
     return _analyzer().tag(text)
 
 
-def analyze(text: str) -> List[Word]:
+def analyze(text: str) -> list[Word]:
     """Word records of `text` with tag, character offset and length, name class."""
     return _analyzer().analyze(text)
 
 
-def names(text: str) -> List[Word]:
+def names(text: str) -> list[Word]:
     """The person, place and organisation names of `text`."""
     return _analyzer().names(text)
 
@@ -375,7 +371,7 @@ def iter_words(source, block_chars: int = 1 << 20) -> Iterator[Word]:
     return _analyzer().iter_words(source, block_chars)
 
 
-def add_word(word: str, count: Optional[int] = None, tag: Optional[str] = None) -> None:
+def add_word(word: str, count: int | None = None, tag: str | None = None) -> None:
     """Adds a user word to the shared analyser."""
     _analyzer().add_word(word, count, tag)
 
