@@ -10,7 +10,7 @@ fuzz_seconds=${VSGLEX_FUZZ_SECONDS:-20}
 step() { printf '\n==== %s\n' "$*"; }
 
 step "normal build"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=ON >/dev/null
 cmake --build build -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
@@ -25,7 +25,7 @@ PIP_DISABLE_PIP_VERSION_CHECK=1 build-py/venv/bin/pip install -q --no-build-isol
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer build"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVSGLEX_SANITIZE=address,undefined \
-  -DVSGLEX_BUILD_BENCH=OFF >/dev/null
+  -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=OFF >/dev/null
 cmake --build build-asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build-asan --output-on-failure -j "$jobs"
@@ -33,7 +33,7 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 if command -v clang++ >/dev/null 2>&1; then
   step "ThreadSanitizer build (tests labelled 'threads')"
   CC=clang CXX=clang++ cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DVSGLEX_SANITIZE=thread -DVSGLEX_BUILD_BENCH=OFF -DVSGLEX_BUILD_TOOLS=OFF >/dev/null
+    -DVSGLEX_SANITIZE=thread -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=OFF -DVSGLEX_BUILD_TOOLS=OFF >/dev/null
   cmake --build build-tsan -j "$jobs"
   TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -R 'Thread' -j "$jobs"
 

@@ -23,7 +23,7 @@ VSGLEX_EXTERN_C_BEGIN
 
 /* Character sets of the input text. */
 enum {
-    VSGLEX_CHARSET_AUTO = 0,    /* UTF-8 when the text is valid UTF-8, else GB18030 */
+    VSGLEX_CHARSET_AUTO = 0,    /* guessed from the text, as vsglex_guess_charset does */
     VSGLEX_CHARSET_GB18030 = 1, /* GB18030, which covers GB2312 and GBK */
     VSGLEX_CHARSET_BIG5 = 2,    /* BIG5 (traditional characters are analysed as simplified) */
     VSGLEX_CHARSET_UTF8 = 3     /* UTF-8 (a leading byte-order mark is skipped) */
@@ -31,7 +31,15 @@ enum {
 
 /* Flags of vsglex_analyze. */
 enum {
-    VSGLEX_PRECUT = 1 /* the text is already cut into words by spaces: skip the cutter */
+    VSGLEX_PRECUT = 1, /* the text is already cut into words by spaces: skip the cutter */
+    VSGLEX_T2S = 2     /* analyse traditional characters of GB18030 or UTF-8 text as their
+                          simplified forms (as BIG5 text always is); words keep their text */
+};
+
+/* Hints of vsglex_guess_charset. */
+enum {
+    VSGLEX_GUESS_TRADITIONAL = 1, /* the text is mostly traditional characters */
+    VSGLEX_GUESS_UTF16 = 2        /* the text looks like UTF-16, which is not read */
 };
 
 /* Name classes of a word. */
@@ -49,7 +57,8 @@ enum {
     VSGLEX_ERR_MODEL = -2,    /* the model set cannot be loaded */
     VSGLEX_ERR_MEMORY = -3,   /* out of memory */
     VSGLEX_ERR_TOO_LARGE = -4, /* the text is 4 GiB or longer */
-    VSGLEX_ERR_USER_DICT = -5  /* a user dictionary cannot be read or has a bad line */
+    VSGLEX_ERR_CHARSET = -5,   /* VSGLEX_CHARSET_AUTO and the text looks like UTF-16 */
+    VSGLEX_ERR_USER_DICT = -6  /* a user dictionary cannot be read or has a bad line */
 };
 
 /* Units of vsglex_result_columns. */
@@ -114,11 +123,26 @@ VSGLEX_API vsglex_handle *vsglex_open_ex(const char *data_dir, const vsglex_opti
  * is ignored. */
 VSGLEX_API void vsglex_close(vsglex_handle *handle);
 /* Analyses `length` bytes of `text` read in `charset` (VSGLEX_CHARSET_*)
- * with `flags` (VSGLEX_PRECUT or 0). On VSGLEX_OK *result receives a new
+ * with `flags` (VSGLEX_PRECUT, VSGLEX_T2S or 0). On VSGLEX_OK *result receives a new
  * result; on failure it is set to null and vsglex_last_error tells why.
  * Invalid byte sequences are skipped and listed in the result. */
 VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length,
                                   int32_t charset, uint32_t flags, vsglex_result **result);
+/* Guesses the character set of `length` bytes of `text` (its first 16 MB
+ * at most) and returns VSGLEX_CHARSET_UTF8, _GB18030 or _BIG5: a UTF-8
+ * byte-order mark; UTF-8 when the bytes of valid multi-byte UTF-8 sequences
+ * outnumber the other bytes above 0x7F at least two to one (a few bad bytes
+ * do not change the guess); else BIG5 or GB18030 by which set's rows of
+ * Chinese characters and punctuation the double-byte characters fall in.
+ * `*hints` (if not null) receives VSGLEX_GUESS_* bits. */
+VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_t *hints);
+/* Length of the longest prefix of `length` bytes of `text` in `charset`
+ * (VSGLEX_CHARSET_UTF8, _GB18030 or _BIG5) that ends just after a sentence
+ * end mark (full-width or ASCII question or exclamation mark, full-width
+ * full stop), or after the last whole character when there is none; 0 when
+ * no character fits or the charset is not one of the three. For hosts that
+ * hand a long text on in pieces. */
+VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset);
 
 /* User words. Each handle has its own; they may be changed while other
  * threads analyse with the handle (an analysis sees the words as they were

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -61,8 +62,21 @@ constexpr size_t kBatchItems = 1024;
 // many words, so a long sentence may be split between calls at multiples of
 // it without changing the result.
 constexpr size_t kEngineChunk = 150;
-// Stretch of the caller's text converted at once (cut at a line end).
+// Stretch of the caller's text converted at once (cut at a line end, or
+// in a line longer than twice this at a sentence end or character
+// boundary), so that the work text stays small whatever the text's shape.
 constexpr size_t kWindowBytes = 256 * 1024;
+
+// End of the stretch of text[0..length) converted at once from `pos`.
+size_t WindowEnd(const char *text, size_t pos, size_t length, int charset) {
+    if (length - pos <= kWindowBytes) return length;
+    size_t far = std::min(length, pos + 2 * kWindowBytes);
+    const void *nl = std::memchr(text + pos + kWindowBytes, '\n', far - pos - kWindowBytes);
+    if (nl != nullptr) return static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
+    if (far == length) return length;
+    size_t cut = CutPoint(text, pos, far, length, charset);
+    return cut > pos ? cut : far;
+}
 
 // One cut word handed to the engine.
 struct Item {
@@ -122,10 +136,12 @@ private:
     SentenceSpan open_{0, 0};
     size_t openItems_ = 0;  // words of the open sentence so far
 
-    std::vector<vsglex_word> words_;
-    std::vector<size_t> textOffsets_;  // of each word's text in texts_
+    // Grown in chunks rather than by doubling: a result of millions of words
+    // then needs its own size once here and once in the result block.
+    std::deque<vsglex_word> words_;
+    std::deque<size_t> textOffsets_;  // of each word's text in texts_
     std::string texts_;
-    std::vector<vsglex_sentence> sentences_;
+    std::deque<vsglex_sentence> sentences_;
     std::vector<uint64_t> invalid_;
     int charset_ = 0;
 };
@@ -135,11 +151,7 @@ void Analysis::Run(const char *text, size_t length, int charset) {
     size_t pos = 0;
     if (charset == VSGLEX_CHARSET_UTF8 && length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) pos = 3;
     while (pos < length) {
-        size_t end = length;
-        if (length - pos > kWindowBytes) {
-            const void *nl = std::memchr(text + pos + kWindowBytes, '\n', length - pos - kWindowBytes);
-            if (nl != nullptr) end = static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
-        }
+        size_t end = WindowEnd(text, pos, length, charset);
         Window(text + pos, end - pos, pos, charset);
         pos = end;
     }
@@ -151,7 +163,7 @@ void Analysis::Window(const char *src, size_t n, uint64_t base, int charset) {
     Flush();
     base_ = base;
     src_ = src;
-    ToWorkText(src, n, charset, work_, invalid_, base);
+    ToWorkText(src, n, charset, work_, invalid_, base, (flags_ & VSGLEX_T2S) != 0);
     const std::string &gb = work_.gb;
     size_t lineStart = 0;
     while (lineStart < gb.size()) {
@@ -289,6 +301,10 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= w.offset + w.length) &&
         std::memchr(orig, '\0', w.length) == nullptr) {
         texts_.append(orig, w.length);
+    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
+               (bad == invalid_.end() || *bad >= w.offset + w.length)) {
+        // Simplified for the analysis only: the word keeps the caller's characters.
+        GbToUtf8(orig, w.length, texts_);
     } else {
         GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
     }
@@ -417,7 +433,7 @@ vsglex_result *Analysis::Finish() {
         words_[k].text = p + textOffsets_[k];
         r->words[k] = words_[k];
     }
-    if (!sentences_.empty()) std::memcpy(r->sentences, sentences_.data(), sentenceBytes);
+    std::copy(sentences_.begin(), sentences_.end(), r->sentences);
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
 }
@@ -542,7 +558,7 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
                                   uint32_t flags, vsglex_result **result) {
     if (result != nullptr) *result = nullptr;
     if (handle == nullptr || result == nullptr || (text == nullptr && length > 0) || charset < 0 || charset > 3 ||
-        (flags & ~static_cast<uint32_t>(VSGLEX_PRECUT)) != 0) {
+        (flags & ~static_cast<uint32_t>(VSGLEX_PRECUT | VSGLEX_T2S)) != 0) {
         SetError("invalid argument");
         return VSGLEX_ERR_ARGUMENT;
     }
@@ -551,8 +567,14 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
         return VSGLEX_ERR_TOO_LARGE;
     }
     try {
-        if (charset == VSGLEX_CHARSET_AUTO)
-            charset = IsValidUtf8(text, length) ? VSGLEX_CHARSET_UTF8 : VSGLEX_CHARSET_GB18030;
+        if (charset == VSGLEX_CHARSET_AUTO) {
+            CharsetGuess guess = GuessCharset(text != nullptr ? text : "", length);
+            if (guess.utf16) {
+                SetError("the text looks like UTF-16, which is not read: convert it to UTF-8");
+                return VSGLEX_ERR_CHARSET;
+            }
+            charset = guess.charset;
+        }
         std::shared_ptr<const UserDict> user = handle->user.Snapshot();
         Analysis analysis(*handle->shared, flags, user.get());
         analysis.Run(text != nullptr ? text : "", length, charset);
@@ -562,6 +584,25 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
         SetError("out of memory");
         return VSGLEX_ERR_MEMORY;
     }
+}
+
+VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_t *hints) {
+    if (hints != nullptr) *hints = 0;
+    if (text == nullptr) return VSGLEX_CHARSET_UTF8;
+    try {
+        CharsetGuess guess = GuessCharset(text, length);
+        if (hints != nullptr)
+            *hints = (guess.traditional ? uint32_t{VSGLEX_GUESS_TRADITIONAL} : 0u) |
+                     (guess.utf16 ? uint32_t{VSGLEX_GUESS_UTF16} : 0u);
+        return guess.charset;
+    } catch (...) {
+        return VSGLEX_CHARSET_UTF8;
+    }
+}
+
+VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset) {
+    if (text == nullptr || charset < VSGLEX_CHARSET_GB18030 || charset > VSGLEX_CHARSET_UTF8) return 0;
+    return CutPoint(text, 0, length, length, charset);
 }
 
 VSGLEX_API void vsglex_result_free(vsglex_result *result) { std::free(result); }
