@@ -45,6 +45,8 @@ def test_emoji_surrogates_and_mixed_text(analyzer):
     # The lone surrogate is skipped: no word is made of it alone.
     assert "\ud800" not in texts
     assert analyzer.cut("") == [] and analyzer.tag("  \n ") == []
+    with vsglex.Analyzer(precut=True) as given:
+        assert given.cut("我们 在北京 开会 。") == ["我们", "在北京", "开会", "。"]
 
 
 def test_module_functions_and_errors(tmp_path):
