@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <unordered_set>
 
 #include "front/transcode.h"
@@ -174,6 +175,8 @@ void UserDict::Insert(const UserEntryText &t) {
         e.count = t.count;
         return;
     }
+    // Word offsets and entry numbers are 32-bit.
+    if (keys_.size() + t.gb.size() > UINT32_MAX || entries_.size() >= UINT32_MAX / 2) throw std::bad_alloc();
     if ((entries_.size() + 1) * 2 > index_.size()) {
         entries_.reserve(entries_.size() * 2 + 16);
         Rehash(std::max<size_t>(64, index_.size() * 2));
