@@ -46,6 +46,9 @@ class BuildWithLibrary(build_py):
         os.makedirs(data_dir, exist_ok=True)
         for m in models:
             shutil.copyfile(m, os.path.join(data_dir, os.path.basename(m)))
+        # The code's licence and the model set's terms travel with them.
+        shutil.copyfile(os.path.join(ROOT, "LICENSE"), os.path.join(package, "LICENSE"))
+        shutil.copyfile(os.path.join(ROOT, "data", "README.md"), os.path.join(package, "data", "MODELS.md"))
 
 
 class BinaryDistribution(Distribution):
