@@ -96,3 +96,38 @@ def test_threads_share_an_analyzer(analyzer):
     for t in threads:
         t.join()
     assert failures == []
+
+
+def test_library_calls_release_the_gil(analyzer):
+    # Between "started" and "done" the worker is inside one library call.
+    # The long switch interval keeps the interpreter from handing the GIL
+    # over by itself, so the main loop spins only if the call released it.
+    import ctypes
+    import sys
+
+    from vsglex import _native
+
+    data = (NEWS * 3000).encode("utf-8")
+    state = {"started": False, "done": False}
+
+    def work():
+        result = ctypes.c_void_p()
+        state["started"] = True
+        _native.lib.vsglex_analyze(analyzer._handle, data, len(data), _native.CHARSET_UTF8, 0,
+                                   ctypes.byref(result))
+        state["done"] = True
+        _native.lib.vsglex_result_free(result)
+
+    old = sys.getswitchinterval()
+    sys.setswitchinterval(0.5)
+    try:
+        t = threading.Thread(target=work)
+        spins = 0
+        t.start()
+        while not state["done"]:
+            if state["started"]:
+                spins += 1
+        t.join()
+    finally:
+        sys.setswitchinterval(old)
+    assert spins > 1000
