@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Runs every test: the unit tests in a normal build and again under
 # AddressSanitizer + UndefinedBehaviorSanitizer; with clang, the threaded
-# tests under ThreadSanitizer and each fuzz target for a short fixed time.
+# tests under ThreadSanitizer and each fuzz target for a fixed time
+# (VSGLEX_FUZZ_SECONDS, 45 s by default; scripts/fuzz.sh runs one for longer).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-fuzz_seconds=${VSGLEX_FUZZ_SECONDS:-20}
+fuzz_seconds=${VSGLEX_FUZZ_SECONDS:-45}
 
 step() { printf '\n==== %s\n' "$*"; }
 
@@ -44,13 +45,7 @@ if command -v clang++ >/dev/null 2>&1; then
   cmake --build build-fuzz -j "$jobs"
   for f in build-fuzz/fuzz/*_fuzz; do
     [ -x "$f" ] || continue
-    name=$(basename "$f")
-    work=$(mktemp -d)
-    seeds=fuzz/seeds/$name
-    [ -d "$seeds" ] && cp -r "$seeds"/. "$work"/
-    echo "-- $name"
-    "$f" -max_total_time="$fuzz_seconds" -print_final_stats=0 "$work" 2>&1 | tail -n 2
-    rm -rf "$work"
+    VSGLEX_FUZZ_NO_BUILD=1 VSGLEX_FUZZ_FRESH=1 bash scripts/fuzz.sh "$(basename "$f")" "$fuzz_seconds"
   done
 fi
 step "all tests passed"

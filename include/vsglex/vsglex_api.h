@@ -113,12 +113,21 @@ typedef struct vsglex_options {
 } vsglex_options;
 
 /* Opens an analyser on the model set in `data_dir` (the folder holding
- * "coredict.dct" and the other model files). Returns null on failure; then
- * vsglex_last_error says which file failed. */
+ * "coredict.dct" and the other model files). Before loading, the files are
+ * checked against the set's "manifest.txt" (size and checksum of each), and
+ * every model file must be a regular file. Returns null on failure; then
+ * vsglex_last_error names the file and says what is wrong with it, e.g.
+ * "model set DIR: lexical.ctx: size 120546, manifest says 241092
+ * (truncated?)". A set without a manifest is loaded unchecked; then
+ * vsglex_model_warning says so. */
 VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir);
 /* vsglex_open with options (null: none). When a user dictionary fails to
  * load, no handle is opened and vsglex_last_error names the file and line. */
 VSGLEX_API vsglex_handle *vsglex_open_ex(const char *data_dir, const vsglex_options *options);
+/* A warning about the model set the handle uses ("" if none): set when the
+ * set has no manifest, so its files could not be checked for damage.
+ * Valid while the handle is open. */
+VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle);
 /* Closes a handle; its model set is freed with the last handle on it. Null
  * is ignored. */
 VSGLEX_API void vsglex_close(vsglex_handle *handle);

@@ -328,6 +328,16 @@ class Analyzer:
             self._leave()
 
     @property
+    def model_warning(self) -> str:
+        """A warning about the model set ("" if none), e.g. that it has no
+        manifest, so its files could not be checked for damage."""
+        handle = self._enter()
+        try:
+            return _lib.vsglex_model_warning(handle).decode("utf-8", "replace")
+        finally:
+            self._leave()
+
+    @property
     def tag_names(self) -> list[str]:
         """Tag texts by tag number."""
         return self._tag_names[:-1]

@@ -56,6 +56,7 @@ def _load():
         "vsglex_result_columns": (i32, [vp, cp, sz, i32, vp, vp, vp, vp, vp]),
         "vsglex_result_text_block": (vp, [vp, ctypes.POINTER(sz)]),
         "vsglex_tag_name": (cp, [vp, i32]),
+        "vsglex_model_warning": (cp, [vp]),
         "vsglex_last_error": (cp, []),
         "vsglex_add_user_dict": (i32, [vp, cp]),
         "vsglex_add_user_word": (i32, [vp, cp, ctypes.c_int64, cp]),

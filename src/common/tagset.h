@@ -1,14 +1,12 @@
 // The numbers the engine gives meaning to: part-of-speech tags of names and
 // function words (lines of "zyrpos30.map"), the default roles of the name
-// role sets, the weights of the name class words, and the twelve model files
-// with their load statuses. Engine, front end, tools and trainer use these
-// definitions and no copies.
+// role sets and the weights of the name class words. Engine, front end,
+// tools and trainer use these definitions and no copies (the model files are
+// listed in model_files.h).
 #ifndef VSGLEX_SRC_COMMON_TAGSET_H
 #define VSGLEX_SRC_COMMON_TAGSET_H
 
 #include <cstdint>
-
-#include "vsglex/engine.h"
 
 namespace vsg {
 
@@ -57,29 +55,6 @@ inline constexpr double kOrgClassWeight = 10.7995;
 inline constexpr double kPlaceClassWeight = 9.19482;
 // Weight of a place recognised before any S or C form of the call.
 inline constexpr double kEarlyPlaceClassWeight = 8.14381;
-
-// The twelve model files in load order, with the status a failed load of
-// each returns.
-struct ModelFile {
-    const char *name;
-    int32_t status;
-};
-inline constexpr ModelFile kModelFiles[] = {
-    {"coredict.dct", VSG_ERR_COREDICT},     {"lexical.ctx", VSG_ERR_LEXICAL_CTX},
-    {"zyrpos30.map", VSG_ERR_LEXICAL_MAP},  {"nr.ctx", VSG_ERR_NR_CTX},
-    {"nr.map", VSG_ERR_NR_MAP},             {"ns.ctx", VSG_ERR_NS_CTX},
-    {"ns.map", VSG_ERR_NS_MAP},             {"nt.ctx", VSG_ERR_NT_CTX},
-    {"nt.map", VSG_ERR_NT_MAP},             {"name_pre.dct", VSG_ERR_NAME_PRE},
-    {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX}, {"org_suffix.dct", VSG_ERR_ORG_SUFFIX},
-};
-inline constexpr int kModelFileCount = sizeof kModelFiles / sizeof kModelFiles[0];
-
-// Model file whose load failed with `status`, or null for another value.
-inline constexpr const char *ModelFileOfStatus(int32_t status) {
-    for (const ModelFile &f : kModelFiles)
-        if (f.status == status) return f.name;
-    return nullptr;
-}
 
 }  // namespace vsg
 

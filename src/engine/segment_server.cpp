@@ -1,12 +1,15 @@
 // The engine instance and the segmentation call: loading and freeing the
 // twelve model files, and the per-call pipeline that cuts the input into
 // sentence chunks, recognises names, assigns class words and tags every word.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "common/gbtext.h"
+#include "common/model_files.h"
+#include "engine/blank_items.h"
 #include "engine/class_rows.h"
 #include "engine/instance.h"
 #include "tagging/Span.h"
@@ -61,20 +64,27 @@ bool LoadAffixOf(const char *path, SegmentEngine *e) {
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
 int32_t LoadModels(SegmentEngine *e, const char *dir) {
-    // Loaders in the order of vsg::kModelFiles.
-    static constexpr bool (*kLoaders[])(const char *, SegmentEngine *) = {
-        LoadCoreOf,
-        LoadContextOf<VSG_TAG_POS>,    LoadMapOf<VSG_TAG_POS>,
-        LoadContextOf<VSG_TAG_PERSON>, LoadMapOf<VSG_TAG_PERSON>,
-        LoadContextOf<VSG_TAG_PLACE>,  LoadMapOf<VSG_TAG_PLACE>,
-        LoadContextOf<VSG_TAG_ORG>,    LoadMapOf<VSG_TAG_ORG>,
-        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,
+    // The loader of each file of vsg::kModelFiles, in the same order.
+    using Loader = bool (*)(const char *, SegmentEngine *);
+    static constexpr Loader kLoaders[] = {
+        LoadCoreOf,                           // coredict.dct
+        LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
+        LoadMapOf<VSG_TAG_POS>,               // zyrpos30.map
+        LoadContextOf<VSG_TAG_PERSON>,        // nr.ctx
+        LoadMapOf<VSG_TAG_PERSON>,            // nr.map
+        LoadContextOf<VSG_TAG_PLACE>,         // ns.ctx
+        LoadMapOf<VSG_TAG_PLACE>,             // ns.map
+        LoadContextOf<VSG_TAG_ORG>,           // nt.ctx
+        LoadMapOf<VSG_TAG_ORG>,               // nt.map
+        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>,   // name_pre.dct
+        LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>,  // loc_suffix.dct
+        LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,    // org_suffix.dct
     };
     static_assert(sizeof kLoaders / sizeof kLoaders[0] == vsg::kModelFileCount, "one loader per model file");
     char path[kPathMax + 32];
-    for (int k = 0; k < vsg::kModelFileCount; ++k) {
-        GetFullFileName(path, dir, vsg::kModelFiles[k].name);
-        if (!kLoaders[k](path, e)) return vsg::kModelFiles[k].status;
+    for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
+        GetFullFileName(path, dir, vsg::kModelFiles[i].name);
+        if (!kLoaders[i](path, e)) return vsg::kModelFiles[i].status;
     }
     return 0;
 }
@@ -226,29 +236,45 @@ void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
     }
 }
 
-// Appends the surviving words of the secondary array to the output.
-// `first` is the chunk's first item, the fallback for a word whose source
-// does not name an input item.
+// Appends one result item: `text` with `tag` and the bookkeeping fields of
+// input item `from`.
+void Append(WordList *output, const char *text, size_t textSize, uint8_t tag, const WordItem &from) {
+    WordItem &out = output->items[output->count++];
+    memset(&out, 0, sizeof out);
+    CopyText(out.text, sizeof out.text, text, textSize);
+    out.tag = tag;
+    out.mark = from.mark;
+    out.kind = from.kind;
+    out.sentence = from.sentence;
+    out.extra = from.extra;
+    out.id = from.id;
+    out.group = from.group;
+}
+
+// Appends the surviving words of the secondary array to the output, with
+// the blank items of the chunk [first, end) handed back untagged in input
+// order: each before the first word that comes from a later item, the rest
+// after the last word.
 void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_t capacity,
-          int32_t first) {
+          int32_t first, int32_t end) {
+    const WordItem *items = input->items;
+    int32_t blank = first;  // next input item to check for a pending blank one
+    auto emitBlanksBefore = [&](int32_t before) {
+        for (; blank < before && output->count < capacity; ++blank)
+            if (vsg::IsBlankItem(items[blank].text, sizeof items[blank].text))
+                Append(output, items[blank].text, sizeof items[blank].text, VSG_UNTAGGED, items[blank]);
+        blank = std::max(blank, before);
+    };
     for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
         if (w->state == VSG_STATE_MERGED) continue;
         // Both boundary words are 7 bytes with their terminator; text has 128.
         if (IsBoundary(w->text, vsg::kStartWord) || IsBoundary(w->text, vsg::kEndWord)) continue;
-        if (output->count >= capacity) return;
         const int32_t src = (w->source >= 0 && w->source < input->count) ? w->source : first;
-        const WordItem &from = input->items[src];
-        WordItem &out = output->items[output->count++];
-        memset(&out, 0, sizeof out);
-        CopyText(out.text, sizeof out.text, w->text, sizeof w->text);
-        out.tag = static_cast<uint8_t>(w->tag);
-        out.mark = from.mark;
-        out.kind = from.kind;
-        out.sentence = from.sentence;
-        out.extra = from.extra;
-        out.id = from.id;
-        out.group = from.group;
+        emitBlanksBefore(src);
+        if (output->count >= capacity) return;
+        Append(output, w->text, sizeof w->text, static_cast<uint8_t>(w->tag), items[src]);
     }
+    emitBlanksBefore(end);
 }
 
 // Loads the model files of `directory` into the zero-filled `engine`; 0 or
@@ -325,24 +351,31 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
         while (e < n && SentenceKey(items[e]) == key && e - s < kChunkItems) ++e;
         const int32_t k = e - s;
 
+        // Blank items take no place in the array: an empty text would end
+        // it, and white space would stand between two words.
         SpanWord *a = work.primary;
         a[0] = startWord;
+        int32_t words = 0;
         for (int32_t i = 0; i < k; ++i) {
             const WordItem &item = items[s + i];
-            SpanWord *w = &a[i + 1];
+            if (vsg::IsBlankItem(item.text, sizeof item.text)) continue;
+            SpanWord *w = &a[++words];
             FillWord(w, item.text, sizeof item.text, core);
             w->sentence = item.sentence;
             w->extra = item.extra;
             w->id = static_cast<int32_t>(item.id);
             w->source = s + i;
         }
-        a[k + 1] = endWord;
-        memset(&a[k + 2], 0, sizeof a[k + 2]);
-
-        TagRoles(work, mode, engine);
-        AssignClasses(work.secondary);
-        CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
-        Emit(work.secondary, input, output, n + 1, s);
+        if (words > 0) {
+            a[words + 1] = endWord;
+            memset(&a[words + 2], 0, sizeof a[words + 2]);
+            TagRoles(work, mode, engine);
+            AssignClasses(work.secondary);
+            CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
+        } else {
+            work.secondary[0].text[0] = '\0';  // a chunk of blank items only
+        }
+        Emit(work.secondary, input, output, n + 1, s, e);
         s = e;
     }
     return 1;

@@ -23,6 +23,7 @@
 #include "front/lexicon.h"
 #include "front/transcode.h"
 #include "front/userdict.h"
+#include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
 #include "vsglex/vsglex_api.h"
@@ -38,6 +39,7 @@ struct Shared {
     std::unique_ptr<vsg::engine::Engine> engine;
     Lexicon lexicon;
     std::vector<std::string> tagNames;
+    std::string warning;  // about the loaded set (no manifest), or empty
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -471,22 +473,30 @@ int32_t TagOfText(const vsglex_handle *handle, std::string_view text) {
 
 namespace {
 
-// Loads the model set of `dir` (canonical path), or null with the error set.
-std::shared_ptr<Shared> LoadSet(const std::string &dir) {
+// Checks and loads the model set of `dir` (canonical path; messages name it
+// as `shown`), or returns null with the error set.
+std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown) {
+    // Damaged, missing or mismatched files are refused here, before the
+    // loaders (which accept some damaged files without a word).
+    vsg::model::SetCheck check = vsg::model::CheckModelSet(dir.c_str());
+    if (!check.ok()) {
+        SetError("model set " + shown + ": " + check.Summary());
+        return nullptr;
+    }
     int32_t status = 0;
     std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
     if (engine == nullptr) {
-        SetError("cannot load model file " + dir + "/" + (vsg::ModelFileOfStatus(status) != nullptr ? vsg::ModelFileOfStatus(status) : "?") + " (status " +
-                 std::to_string(status) + ")");
+        SetError("model set " + shown + ": " + vsg::model::DescribeLoadFailure(dir.c_str(), status));
         return nullptr;
     }
     auto set = std::make_shared<Shared>();
+    set->warning = check.warning;
     LexiconOptions options;
     // Measurement switch: the shortest person word the cutter keeps.
     if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
         options.minPersonWordChars = std::atoi(chars);
     if (!set->lexicon.Build(engine->models().core, options)) {
-        SetError("the core dictionary in " + dir + " holds no words");
+        SetError("the core dictionary in " + shown + " holds no words");
         return nullptr;
     }
     const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
@@ -529,7 +539,7 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
         std::weak_ptr<Shared> &slot = registry.sets[canonical];
         std::shared_ptr<Shared> set = slot.lock();
         if (set == nullptr) {
-            set = LoadSet(canonical);
+            set = LoadSet(canonical, data_dir);
             if (set == nullptr) {
                 registry.sets.erase(canonical);
                 return nullptr;
@@ -622,6 +632,11 @@ VSGLEX_API const char *vsglex_name_class_name(int32_t name_class) {
 }
 
 VSGLEX_API const char *vsglex_last_error(void) { return t_lastError.c_str(); }
+
+VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle) {
+    if (handle == nullptr) return "";
+    return handle->shared->warning.c_str();
+}
 
 }  // extern "C"
 

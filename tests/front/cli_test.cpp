@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "front_support.h"
@@ -129,6 +132,42 @@ TEST(CliTest, UserDictionariesRepeatableAndReported) {
     EXPECT_NE(bad.err.find("bad.txt line 2"), std::string::npos) << bad.err;
     EXPECT_TRUE(bad.out.empty());
     EXPECT_EQ(Vsglex(data + "--user-dict '" + dir.file("none.txt") + "'", text).code, 6);
+}
+
+TEST(CliTest, DamagedModelSetsStopTheCommand) {
+    REQUIRE_MODELS();
+    vsgtest::TempDir set;
+    for (const auto &e : std::filesystem::directory_iterator(fronttest::ModelDir()))
+        std::filesystem::copy(e.path(), set.file(e.path().filename().string()));
+    const std::string data = "--data '" + set.path() + "' ";
+    const std::string text = "王小明说\n";
+    CliRun good = Vsglex(data, text);
+    ASSERT_EQ(good.code, 0) << good.err;
+    EXPECT_EQ(good.err, "");
+
+    // An emptied tag map or a truncated context file used to give wrong tags
+    // with status 0; now the command stops and names the file.
+    const std::string map = vsgtest::ReadFile(set.file("zyrpos30.map"));
+    vsgtest::WriteFile(set.file("zyrpos30.map"), "");
+    CliRun emptied = Vsglex(data, text);
+    EXPECT_EQ(emptied.code, 4);
+    EXPECT_EQ(emptied.out, "");
+    EXPECT_NE(emptied.err.find("zyrpos30.map: size 0, manifest says"), std::string::npos) << emptied.err;
+    vsgtest::WriteFile(set.file("zyrpos30.map"), map);
+    ASSERT_EQ(truncate(set.file("lexical.ctx").c_str(), 120546), 0);
+    CliRun truncated = Vsglex(data, text);
+    EXPECT_EQ(truncated.code, 4);
+    EXPECT_NE(truncated.err.find("lexical.ctx: size 120546"), std::string::npos) << truncated.err;
+
+    // Without its manifest the same damage is only partly detectable: the
+    // set loads, with a warning, when its shape is right.
+    std::filesystem::remove(set.file("manifest.txt"));
+    std::filesystem::remove(set.file("lexical.ctx"));
+    std::filesystem::copy(fronttest::ModelDir() + "/lexical.ctx", set.file("lexical.ctx"));
+    CliRun unverified = Vsglex(data, text);
+    EXPECT_EQ(unverified.code, 0);
+    EXPECT_EQ(unverified.out, good.out);
+    EXPECT_NE(unverified.err.find("vsglex: warning: no manifest.txt"), std::string::npos) << unverified.err;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "engine/class_rows.h"
 #include "model/context_costs.h"
 #include "posrefine.h"
+#include "set_manifest.h"
 #include "vsglex/model.h"
 
 namespace vsgtrain {
@@ -844,7 +845,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         if (!WriteText(outDir + "/" + f.first, f.second, error)) return false;
         if (opt.text && !WriteText(textDir + "/" + f.first, f.second, error)) return false;
     }
-    return true;
+    return WriteSetManifests(outDir, opt.text ? textDir : std::string(), error);
 }
 
 }  // namespace vsgtrain

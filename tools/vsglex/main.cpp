@@ -60,7 +60,8 @@ const char kUsageText[] =
     "With several files, output names the file (a header line, a JSON field, a first\n"
     "TSV column). Offsets are byte offsets in the input file. Exit status: 0 ok,\n"
     "1 invalid bytes were skipped, 2 usage error, 3 an input could not be read (or\n"
-    "looks like UTF-16), 4 no usable model set, 5 output could not be written, 6 a user\n"
+    "looks like UTF-16), 4 no usable model set (a missing, damaged or mismatched\n"
+    "model file; the message names it), 5 output could not be written, 6 a user\n"
     "dictionary could not be loaded.\n";
 
 bool HasModels(const std::string &dir) {
@@ -601,6 +602,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "vsglex: %s\n", vsglex_last_error());
         return kModels;
     }
+    if (*vsglex_model_warning(h) != '\0') std::fprintf(stderr, "vsglex: warning: %s\n", vsglex_model_warning(h));
     if (!LoadUserDicts(h, o)) {
         vsglex_close(h);
         return kUserDict;
