@@ -15,6 +15,15 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVSGLEX_BUILD_TESTS=ON -D
 cmake --build build -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
+step "Python package: pip install into a venv, then its tests"
+# Offline: Debian's setuptools, wheel and pytest from the system site
+# packages, no package index. The install builds the library itself.
+rm -rf build-py
+/usr/bin/python3 -m venv --system-site-packages build-py/venv
+PIP_DISABLE_PIP_VERSION_CHECK=1 build-py/venv/bin/pip install -q --no-build-isolation --no-index ./python
+# Run from outside the source tree so the installed package is the one tested.
+(cd build-py && venv/bin/python -m pytest -q -p no:cacheprovider ../python/tests)
+
 step "AddressSanitizer + UndefinedBehaviorSanitizer build"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVSGLEX_SANITIZE=address,undefined \
   -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=OFF >/dev/null

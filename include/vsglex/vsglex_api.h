@@ -57,7 +57,15 @@ enum {
     VSGLEX_ERR_MODEL = -2,    /* the model set cannot be loaded */
     VSGLEX_ERR_MEMORY = -3,   /* out of memory */
     VSGLEX_ERR_TOO_LARGE = -4, /* the text is 4 GiB or longer */
-    VSGLEX_ERR_CHARSET = -5    /* VSGLEX_CHARSET_AUTO and the text looks like UTF-16 */
+    VSGLEX_ERR_CHARSET = -5,   /* VSGLEX_CHARSET_AUTO and the text looks like UTF-16 */
+    VSGLEX_ERR_USER_DICT = -6  /* a user dictionary cannot be read or has a bad line */
+};
+
+/* Units of vsglex_result_columns. */
+enum {
+    VSGLEX_UNIT_BYTE = 0, /* bytes of the caller's text */
+    VSGLEX_UNIT_CHAR = 1  /* characters of UTF-8 text: every byte that is not a
+                             continuation byte (10xxxxxx) counts one */
 };
 
 /* One word of a result. */
@@ -95,6 +103,15 @@ typedef struct vsglex_result {
 /* An analyser bound to the process's loaded model set. */
 typedef struct vsglex_handle vsglex_handle;
 
+/* Options of vsglex_open_ex. Set `size` to sizeof(vsglex_options): fields
+ * added to the end later are read only when `size` covers them, so hosts
+ * built against this header keep working. Zero fields mean "none". */
+typedef struct vsglex_options {
+    size_t size;
+    const char *const *user_dicts; /* paths of user dictionaries, loaded in order */
+    size_t user_dict_count;
+} vsglex_options;
+
 /* Opens an analyser on the model set in `data_dir` (the folder holding
  * "coredict.dct" and the other model files). Before loading, the files are
  * checked against the set's "manifest.txt" (size and checksum of each), and
@@ -104,6 +121,9 @@ typedef struct vsglex_handle vsglex_handle;
  * (truncated?)". A set without a manifest is loaded unchecked; then
  * vsglex_model_warning says so. */
 VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir);
+/* vsglex_open with options (null: none). When a user dictionary fails to
+ * load, no handle is opened and vsglex_last_error names the file and line. */
+VSGLEX_API vsglex_handle *vsglex_open_ex(const char *data_dir, const vsglex_options *options);
 /* A warning about the model set the handle uses ("" if none): set when the
  * set has no manifest, so its files could not be checked for damage.
  * Valid while the handle is open. */
@@ -132,6 +152,39 @@ VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_
  * no character fits or the charset is not one of the three. For hosts that
  * hand a long text on in pieces. */
 VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset);
+
+/* User words. Each handle has its own; they may be changed while other
+ * threads analyse with the handle (an analysis sees the words as they were
+ * when it began). A user word is cut as one word wherever it occurs and
+ * takes its tag; a word with a name tag (nr, nrf, nrj, ns, nsf, nt) is
+ * reported as a name of that class. A word with a count yields where it
+ * would cut through a word of the cut that the core dictionary counts more
+ * often. docs/userdict.md describes the file format. */
+
+/* Loads a user dictionary file (UTF-8, one `word [count] [tag]` a line).
+ * On a bad line nothing of the file is added and vsglex_last_error gives
+ * "FILE line N: reason". Returns VSGLEX_OK or VSGLEX_ERR_*. */
+VSGLEX_API int32_t vsglex_add_user_dict(vsglex_handle *handle, const char *path);
+/* Adds one word (UTF-8) with a count (negative: none) and a tag text (null
+ * or "": none); a word added again takes the new count and tag. */
+VSGLEX_API int32_t vsglex_add_user_word(vsglex_handle *handle, const char *word, int64_t count,
+                                        const char *tag);
+/* Removes a user word: 1 when it was there, 0 when not, or VSGLEX_ERR_*. */
+VSGLEX_API int32_t vsglex_remove_user_word(vsglex_handle *handle, const char *word);
+/* Number of user words of a handle (0 for null). */
+VSGLEX_API size_t vsglex_user_word_count(const vsglex_handle *handle);
+
+/* Copies the words of a result into parallel arrays for hosts that read
+ * results in bulk; any array may be null, the others receive
+ * result->word_count values. Offsets and lengths are counted in `unit`
+ * (VSGLEX_UNIT_*) over `text[0..length)`, the text that was analysed. */
+VSGLEX_API int32_t vsglex_result_columns(const vsglex_result *result, const char *text, size_t length,
+                                         int32_t unit, uint64_t *offsets, uint64_t *lengths,
+                                         int32_t *tags, int32_t *name_classes, uint32_t *sentences);
+/* The texts of all words of a result as one block: each word's text
+ * followed by a NUL, in word order; *bytes receives the block's length.
+ * Null (and *bytes 0) for a result without words. */
+VSGLEX_API const char *vsglex_result_text_block(const vsglex_result *result, size_t *bytes);
 /* Releases a result. Null is ignored. */
 VSGLEX_API void vsglex_result_free(vsglex_result *result);
 /* Text of tag number `tag` in the part-of-speech tag map (up to a '#'), or

@@ -22,6 +22,7 @@
 #include "front/atoms.h"
 #include "front/lexicon.h"
 #include "front/transcode.h"
+#include "front/userdict.h"
 #include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -84,6 +85,7 @@ struct Item {
     uint32_t start;    // in the work text
     uint16_t length;
     uint32_t sentence; // index in the result
+    const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };
 
 // A sentence under construction.
@@ -103,7 +105,8 @@ bool IsSentenceEnd(const char *p, size_t len) {
 // The state of one analysis.
 class Analysis {
 public:
-    Analysis(const Shared &shared, uint32_t flags) : shared_(shared), flags_(flags) {}
+    Analysis(const Shared &shared, uint32_t flags, const UserDict *user)
+        : shared_(shared), flags_(flags), user_(user) {}
 
     // Analyses the whole text; false only on exhaustion of memory (thrown).
     void Run(const char *text, size_t length, int charset);
@@ -116,9 +119,13 @@ private:
     void CloseSentence();
     void Flush();
     void EmitWord(size_t first, size_t last, int32_t tag);
+    void ApplyUserWords(const Atom *atoms, size_t n);
+    void EmitEngineWord(size_t first, size_t last, int32_t tag);
 
     const Shared &shared_;
     uint32_t flags_;
+    const UserDict *user_;  // null when the handle has no user words
+    std::vector<const UserDict::Entry *> userMarks_;  // per word of ends_
     WorkText work_;
     const char *src_ = nullptr;  // the caller's bytes of the current stretch
     uint64_t base_ = 0;
@@ -234,10 +241,10 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
-    auto push = [&](size_t a, size_t b) {  // atoms [a, b)
+    auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(Item{s, static_cast<uint16_t>(e - s), sentence});
+        items_.push_back(Item{s, static_cast<uint16_t>(e - s), sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -248,7 +255,8 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
             size_t b = a + 1;
             size_t bytes = atoms[a].length;
             while (b < n && bytes + atoms[b].length <= kMaxAtomBytes) bytes += atoms[b++].length;
-            push(a, b);
+            // A given word that is a user word takes the user's tag.
+            push(a, b, user_ != nullptr && a == 0 && b == n ? user_->Find(gb.data() + atoms[0].start, bytes) : nullptr);
             a = b;
         }
         if (IsSentenceEnd(gb.data() + atoms[n - 1].start, atoms[n - 1].length)) CloseSentence();
@@ -256,10 +264,12 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     ends_.clear();
     shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+    if (user_ != nullptr) ApplyUserWords(atoms, n);
     size_t a = 0;
-    for (uint32_t b : ends_) {
+    for (size_t k = 0; k < ends_.size(); ++k) {
+        uint32_t b = ends_[k];
         if (b <= a || b > n) continue;
-        push(a, b);
+        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr);
         a = b;
     }
 }
@@ -364,13 +374,39 @@ void Analysis::Flush() {
         }
         if (!found) continue;
         // Input words the engine did not hand back keep no tag.
-        for (size_t q = cursor; q < p; ++q) EmitWord(q, q, -1);
-        EmitWord(p, last, w.tag);
+        for (size_t q = cursor; q < p; ++q) EmitEngineWord(q, q, -1);
+        EmitEngineWord(p, last, w.tag);
         cursor = last + 1;
     }
-    for (size_t q = cursor; q < n; ++q) EmitWord(q, q, -1);
+    for (size_t q = cursor; q < n; ++q) EmitEngineWord(q, q, -1);
     VSG_SegmentForServerFree(&output);
     items_.clear();
+}
+
+void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
+    const SegmentEngine *engine = &shared_.engine->models();
+    user_->Apply(work_.gb.data(), atoms, n, ends_, userMarks_,
+                 [engine](const char *w, size_t len) { return CoreWordCount(engine, w, len); });
+}
+
+// A user word stays one word with the user's tag: an engine word that
+// joins it with its neighbours (a name recogniser's merge) is taken apart
+// again, its other pieces tagged by the core dictionary.
+void Analysis::EmitEngineWord(size_t first, size_t last, int32_t tag) {
+    bool user = false;
+    for (size_t q = first; q <= last && !user; ++q) user = items_[q].user != nullptr;
+    if (!user) {
+        EmitWord(first, last, tag);
+        return;
+    }
+    for (size_t q = first; q <= last; ++q) {
+        const Item &it = items_[q];
+        int32_t t;
+        if (it.user != nullptr && it.user->tag != kUserNoTag) t = it.user->tag;
+        else if (first == last) t = tag;
+        else t = CoreWordTag(&shared_.engine->models(), work_.gb.data() + it.start, it.length);
+        EmitWord(q, q, t);
+    }
 }
 
 vsglex_result *Analysis::Finish() {
@@ -413,13 +449,27 @@ int32_t NameClassOfTag(int32_t tag) {
     return VSGLEX_NAME_NONE;
 }
 
+void SetLastError(const std::string &message) { SetError(message); }
+
 }  // namespace vsg::front
 
 using namespace vsg::front;
 
 struct vsglex_handle {
     std::shared_ptr<const Shared> shared;
+    UserWords user;
 };
+
+namespace vsg::front {
+UserWords &HandleUserWords(vsglex_handle *handle) { return handle->user; }
+
+int32_t TagOfText(const vsglex_handle *handle, std::string_view text) {
+    const std::vector<std::string> &names = handle->shared->tagNames;
+    for (size_t k = 0; k < names.size(); ++k)
+        if (names[k] == text) return static_cast<int32_t>(k);
+    return -1;
+}
+}  // namespace vsg::front
 
 namespace {
 
@@ -496,7 +546,7 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             }
             slot = set;
         }
-        auto *h = new (std::nothrow) vsglex_handle{std::move(set)};
+        auto *h = new (std::nothrow) vsglex_handle{std::move(set), {}};
         if (h == nullptr) SetError("out of memory");
         return h;
     } catch (...) {
@@ -535,7 +585,8 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
             }
             charset = guess.charset;
         }
-        Analysis analysis(*handle->shared, flags);
+        std::shared_ptr<const UserDict> user = handle->user.Snapshot();
+        Analysis analysis(*handle->shared, flags, user.get());
         analysis.Run(text != nullptr ? text : "", length, charset);
         *result = analysis.Finish();
         return VSGLEX_OK;

@@ -2,9 +2,13 @@
 #ifndef VSGLEX_SRC_FRONT_ANALYZER_H
 #define VSGLEX_SRC_FRONT_ANALYZER_H
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "front/lexicon.h"
+#include "vsglex/engine.h"
 #include "vsglex/vsglex_api.h"
 
 namespace vsg::front {
@@ -15,6 +19,23 @@ int32_t NameClassOfTag(int32_t tag);
 
 // The cutter of the model set a handle uses (null for a null handle).
 const Lexicon *LexiconOf(const vsglex_handle *handle);
+
+// Sets the message vsglex_last_error gives on the calling thread.
+void SetLastError(const std::string &message);
+
+// Tag number of a tag text in the tag map of a handle's model set (the
+// first line that reads so, "n#13" read as "n"), or -1.
+int32_t TagOfText(const vsglex_handle *handle, std::string_view text);
+
+class UserWords;
+// The user words of a handle.
+UserWords &HandleUserWords(vsglex_handle *handle);
+
+// Count of a word (GB18030 bytes) in the core dictionary: the sum of its
+// part-of-speech rows; 0 when absent.
+double CoreWordCount(const SegmentEngine *engine, const char *word, size_t length);
+// The word's most frequent part-of-speech tag in the core dictionary, or -1.
+int32_t CoreWordTag(const SegmentEngine *engine, const char *word, size_t length);
 
 }  // namespace vsg::front
 

@@ -111,6 +111,29 @@ TEST(CliTest, FormatsInputsAndExitCodes) {
     EXPECT_NE(p.out.find("\n北京\t"), std::string::npos) << p.out;
 }
 
+TEST(CliTest, UserDictionariesRepeatableAndReported) {
+    REQUIRE_MODELS();
+    std::string data = "--data '" + fronttest::ModelDir() + "' ";
+    vsgtest::TempDir dir;
+    vsgtest::WriteFile(dir.file("a.txt"), "腾讯 nt\n");
+    vsgtest::WriteFile(dir.file("b.txt"), "# people\n马克龙 nrf\n");
+    vsgtest::WriteFile(dir.file("bad.txt"), "腾讯 nt\n马克龙 x y z\n");
+    const std::string text = "腾讯代表会见法国总统马克龙。\n";
+    CliRun two = Vsglex(data + "--user-dict '" + dir.file("a.txt") + "' --user-dict='" + dir.file("b.txt") + "'",
+                        text);
+    ASSERT_EQ(two.code, 0) << two.err;
+    EXPECT_EQ(two.out.rfind("腾讯/nt ", 0), 0u) << two.out;
+    EXPECT_NE(two.out.find(" 马克龙/nrf "), std::string::npos) << two.out;
+    CliRun names = Vsglex(data + "--names-only --user-dict '" + dir.file("a.txt") + "'", text);
+    EXPECT_NE(names.out.find("腾讯"), std::string::npos) << names.out;
+
+    CliRun bad = Vsglex(data + "--user-dict '" + dir.file("bad.txt") + "'", text);
+    EXPECT_EQ(bad.code, 6);
+    EXPECT_NE(bad.err.find("bad.txt line 2"), std::string::npos) << bad.err;
+    EXPECT_TRUE(bad.out.empty());
+    EXPECT_EQ(Vsglex(data + "--user-dict '" + dir.file("none.txt") + "'", text).code, 6);
+}
+
 TEST(CliTest, DamagedModelSetsStopTheCommand) {
     REQUIRE_MODELS();
     vsgtest::TempDir set;

@@ -18,7 +18,7 @@
 namespace {
 
 // Exit codes, the highest one met wins.
-enum Exit { kOk = 0, kInvalidBytes = 1, kUsage = 2, kUnreadable = 3, kModels = 4, kUnwritable = 5 };
+enum Exit { kOk = 0, kInvalidBytes = 1, kUsage = 2, kUnreadable = 3, kModels = 4, kUnwritable = 5, kUserDict = 6 };
 
 enum class Format { kText, kJson, kTsv };
 
@@ -31,6 +31,7 @@ struct Options {
     unsigned threads = 1;
     std::string data;
     std::vector<std::string> files;
+    std::vector<std::string> userDicts;
 };
 
 const char kUsageText[] =
@@ -52,13 +53,16 @@ const char kUsageText[] =
     "  --data DIR                         model set directory (default: $VSGLEX_DATA,\n"
     "                                     else the installed set, else data/vsg of\n"
     "                                     the source tree)\n"
+    "  --user-dict FILE                   add the words of a user dictionary (UTF-8,\n"
+    "                                     'word [count] [tag]' a line); repeatable\n"
     "  --help, --version\n"
     "\n"
     "With several files, output names the file (a header line, a JSON field, a first\n"
     "TSV column). Offsets are byte offsets in the input file. Exit status: 0 ok,\n"
     "1 invalid bytes were skipped, 2 usage error, 3 an input could not be read (or\n"
     "looks like UTF-16), 4 no usable model set (a missing, damaged or mismatched\n"
-    "model file; the message names it), 5 output could not be written.\n";
+    "model file; the message names it), 5 output could not be written, 6 a user\n"
+    "dictionary could not be loaded.\n";
 
 bool HasModels(const std::string &dir) {
     struct stat st;
@@ -489,6 +493,18 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
     return code;
 }
 
+// Adds the --user-dict files to the handle; false (with a message) on the
+// first that fails.
+bool LoadUserDicts(vsglex_handle *h, const Options &o) {
+    for (const std::string &path : o.userDicts) {
+        if (vsglex_add_user_dict(h, path.c_str()) != VSGLEX_OK) {
+            std::fprintf(stderr, "vsglex: %s\n", vsglex_last_error());
+            return false;
+        }
+    }
+    return true;
+}
+
 bool ParseArgs(int argc, char **argv, Options &o) {
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -553,6 +569,9 @@ bool ParseArgs(int argc, char **argv, Options &o) {
         } else if (name == "--data") {
             if (!value(v)) return false;
             o.data = v;
+        } else if (name == "--user-dict") {
+            if (!value(v)) return false;
+            o.userDicts.push_back(v);
         } else if (a.size() > 1 && a[0] == '-' && a != "-") {
             std::fprintf(stderr, "vsglex: unknown option '%s'\n", a.c_str());
             return false;
@@ -584,6 +603,10 @@ int main(int argc, char **argv) {
         return kModels;
     }
     if (*vsglex_model_warning(h) != '\0') std::fprintf(stderr, "vsglex: warning: %s\n", vsglex_model_warning(h));
+    if (!LoadUserDicts(h, o)) {
+        vsglex_close(h);
+        return kUserDict;
+    }
     if (o.files.empty()) o.files.push_back("-");
     int code = kOk;
     for (const std::string &f : o.files) {
