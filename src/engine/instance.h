@@ -19,6 +19,12 @@ SegmentEngine *LoadInstance(const char *directory, int32_t *status);
 // Frees an instance of LoadInstance and its models. Null is ignored.
 void FreeInstance(SegmentEngine *engine);
 
+// The segmentation call of VSG_SegmentForServer; *outOfMemory (if not null)
+// tells whether it gave up for lack of memory, which the call's return value
+// does not say.
+int32_t SegmentCall(const WordList *input, WordList *output, int32_t mode, const SegmentEngine *engine,
+                    bool *outOfMemory);
+
 // An owned engine instance.
 class Engine {
 public:
@@ -37,9 +43,9 @@ public:
     // The models, in the record the server interface uses.
     const SegmentEngine &models() const { return *models_; }
     // Recognises names and tags pre-cut words with these models, as
-    // VSG_SegmentForServer does.
-    int32_t Segment(const WordList *input, WordList *output, int32_t mode) const {
-        return VSG_SegmentForServer(input, output, mode, models_);
+    // VSG_SegmentForServer does; see SegmentCall for `outOfMemory`.
+    int32_t Segment(const WordList *input, WordList *output, int32_t mode, bool *outOfMemory = nullptr) const {
+        return SegmentCall(input, output, mode, models_, outOfMemory);
     }
 
 private:

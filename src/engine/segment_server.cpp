@@ -325,16 +325,30 @@ void VSG_FreeForServer(SegmentEngine *handle) {
 
 int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mode,
                              const SegmentEngine *engine) {
+    return vsg::engine::SegmentCall(input, output, mode, engine, nullptr);
+}
+
+}  // extern "C"
+
+int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_t mode,
+                                 const SegmentEngine *engine, bool *outOfMemory) {
+    if (outOfMemory != nullptr) *outOfMemory = false;
     if (input == nullptr || output == nullptr || engine == nullptr) return -1;
     if (mode < 0 || mode > 3) return -1;
     const int32_t n = (input->items != nullptr && input->count > 0) ? input->count : 0;
     output->count = 0;
     output->items = static_cast<WordItem *>(malloc((static_cast<size_t>(n) + 1) * sizeof(WordItem)));
-    if (output->items == nullptr) return 1;
+    if (output->items == nullptr) {
+        if (outOfMemory != nullptr) *outOfMemory = true;
+        return 1;
+    }
     if (n == 0) return 1;
 
     Work *shared = ThreadWork();
-    if (shared == nullptr) return 1;
+    if (shared == nullptr) {
+        if (outOfMemory != nullptr) *outOfMemory = true;
+        return 1;
+    }
     Work &work = *shared;
     work.Bind(engine);
     const DictionaryS *core = &engine->core;
@@ -380,6 +394,8 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
     }
     return 1;
 }
+
+extern "C" {
 
 void VSG_SegmentForServerFree(WordList *output) {
     if (output == nullptr || output->items == nullptr) return;

@@ -334,10 +334,9 @@ void Analysis::Flush() {
     }
     WordList input{static_cast<int32_t>(n), in.data()};
     WordList output{0, nullptr};
-    shared_.engine->Segment(&input, &output, 0);
-    // The engine hands back at least one word for every non-empty batch; an
-    // empty or missing result means it ran out of memory.
-    if (output.items == nullptr || output.count <= 0) {
+    bool outOfMemory = false;
+    shared_.engine->Segment(&input, &output, 0, &outOfMemory);
+    if (outOfMemory) {
         VSG_SegmentForServerFree(&output);
         throw std::bad_alloc();
     }

@@ -89,3 +89,22 @@ TEST(ModelOwnershipTest, FailedOpenNamesTheFileAndLeavesNoSet) {
 }
 
 }  // namespace
+
+namespace {
+
+// Words the engine drops (its own boundary words) leave a batch without
+// output; that is no failure of memory.
+TEST(ModelOwnershipTest, BatchWithoutEngineOutputIsNoError) {
+    REQUIRE_MODELS();
+    vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());
+    ASSERT_NE(h, nullptr) << vsglex_last_error();
+    for (const std::string &text : {std::string("始##始"), std::string("\x01\xca\xbc##\xca\xbc\xfe")}) {
+        vsglex_result *r = nullptr;
+        const int32_t charset = text[0] == '\x01' ? VSGLEX_CHARSET_GB18030 : VSGLEX_CHARSET_UTF8;
+        EXPECT_EQ(vsglex_analyze(h, text.data(), text.size(), charset, 0, &r), VSGLEX_OK) << vsglex_last_error();
+        vsglex_result_free(r);
+    }
+    vsglex_close(h);
+}
+
+}  // namespace
