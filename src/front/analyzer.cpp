@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "front/analyzer.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
+#include "front/segmodel.h"
 #include "front/transcode.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -32,6 +34,7 @@ struct Shared {
     bool ownsEngine = false;
     const SegmentEngine *engine = nullptr;
     Lexicon lexicon;
+    SegModel segModel;  // the trained cutter; not loaded: the dictionary cutter cuts
     std::vector<std::string> tagNames;
 };
 Shared g_shared;
@@ -238,7 +241,10 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         return;
     }
     ends_.clear();
-    shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+    if (shared_.segModel.Loaded())
+        shared_.segModel.Cut(gb.data(), atoms, n, shared_.lexicon, ends_, scratch_);
+    else
+        shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
     size_t a = 0;
     for (uint32_t b : ends_) {
         if (b <= a || b > n) continue;
@@ -390,6 +396,22 @@ int32_t NameClassOfTag(int32_t tag) {
 
 const Lexicon *SharedLexicon() { return g_shared.refs > 0 ? &g_shared.lexicon : nullptr; }
 
+const SegModel *SharedSegModel() {
+    return g_shared.refs > 0 && g_shared.segModel.Loaded() ? &g_shared.segModel : nullptr;
+}
+
+bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error) {
+    model = SegModel();
+    const char *cutter = std::getenv("VSGLEX_CUTTER");
+    if (cutter != nullptr && std::strcmp(cutter, "dict") == 0) return true;
+    std::string path = dir;
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += kSegModelFile;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
+    return model.Load(path, error);
+}
+
 }  // namespace vsg::front
 
 using namespace vsg::front;
@@ -438,6 +460,14 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
                 SetError(std::string("the core dictionary in ") + data_dir + " holds no words");
                 return nullptr;
             }
+            // The trained cutter, when the model set has one.
+            std::string cutterError;
+            if (!LoadCutterModel(data_dir, sh.segModel, &cutterError)) {
+                if (status == 0) VSG_FreeForServer(engine);
+                sh.lexicon = Lexicon();
+                SetError("cannot load " + cutterError);
+                return nullptr;
+            }
             sh.tagNames.clear();
             const POSmap &map = engine->tagModels[VSG_TAG_POS].map;
             char tag[256];
@@ -476,6 +506,7 @@ VSGLEX_API void vsglex_close(vsglex_handle *handle) {
         sh.engine = nullptr;
         sh.ownsEngine = false;
         sh.lexicon = Lexicon();
+        sh.segModel = SegModel();
         sh.tagNames.clear();
     }
 }

@@ -3,8 +3,10 @@
 #define VSGLEX_SRC_FRONT_ANALYZER_H
 
 #include <cstdint>
+#include <string>
 
 #include "front/lexicon.h"
+#include "front/segmodel.h"
 
 namespace vsg::front {
 
@@ -15,6 +17,14 @@ int32_t NameClassOfTag(int32_t tag);
 // The cutter built from the loaded dictionary while a handle is open, else
 // null.
 const Lexicon *SharedLexicon();
+// The trained cutter while a handle is open and the model set has one,
+// else null.
+const SegModel *SharedSegModel();
+
+// Loads DIR/segment.mdl into `model`. A missing file, or VSGLEX_CUTTER=dict
+// in the environment, leaves it unloaded (the dictionary cutter cuts) and
+// succeeds; a damaged file fails with the reason in `error`.
+bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error);
 
 }  // namespace vsg::front
 

@@ -382,6 +382,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     std::unordered_map<std::string, int32_t> placeCount;
     for (const Paragraph &p : paragraphs) {
         if (opt.excludeFrom != 0 && p.date >= opt.excludeFrom) continue;
+        if (opt.excludeBefore != 0 && p.date < opt.excludeBefore) continue;
         all.push_back(BuildUnits(p));
 
         ++summary->paragraphs;
@@ -844,6 +845,12 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         if (!WriteText(outDir + "/" + f.first, f.second, error)) return false;
         if (opt.text && !WriteText(textDir + "/" + f.first, f.second, error)) return false;
     }
+    // The word cutter model.
+    SegTrainOptions segOpt = opt.seg;
+    segOpt.placeCutMax = opt.placeCutMax;
+    std::vector<std::string> segDirs = {outDir};
+    if (opt.text) segDirs.push_back(textDir);
+    if (!WriteSegmenter(all, segOpt, segDirs, &summary->seg, error)) return false;
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "segtrain.h"
 
 namespace vsgtrain {
 
@@ -20,6 +21,7 @@ constexpr size_t kMaxDictWord = 60;
 // What to train on and what to write.
 struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
+    int32_t excludeBefore = 0;  // leave out paragraphs dated before this day (0: none)
     bool text = false;        // also write the text/raw forms into OUT_DIR/text
     int placeCutMax = 10;     // places seen at most this often are cut into characters
                               // (place and organisation role data)
@@ -38,6 +40,7 @@ struct TrainOptions {
     int posEpochs = 4;
     double posRate = 0.2;
     double posMargin = 1.0;  // cost advantage of wrong tags while training
+    SegTrainOptions seg;     // the word cutter model (its place cut follows placeCutMax)
 };
 
 // Figures printed after training.
@@ -56,6 +59,7 @@ struct TrainSummary {
     int64_t posPositions = 0;    // positions the refinement searches per pass
     int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
     int64_t posErrorsLast = 0;   // the same in the last pass
+    SegTrainSummary seg;         // the word cutter model
 };
 
 // Trains from paragraphs and writes the model set into `outDir` (created if
