@@ -1,19 +1,20 @@
 // cutscore: scores the front end's word cutter on held-out corpus days.
 //
-//   cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] MODEL_DIR CORPUS_DIR
+//   cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] [--misses N] MODEL_DIR CORPUS_DIR
 //
 // The raw text of every paragraph dated in [from, to] (tokens joined, tags
 // and brackets removed) is cut with the chosen cutter of MODEL_DIR, run by
 // run, and scored word by word (a word is right when its span equals a gold
 // word's) against two golds:
-//   engine  the cut the engine wants: person names and places seen at most
-//           10 times outside the window one character a word;
+//   engine  the cut the engine wants: person names and the places never
+//           seen outside the window one character a word;
 //   corpus  the corpus tokens.
 // Out-of-vocabulary recall counts the gold words never seen (in that
 // granularity) in the paragraphs outside the window, which are the training
 // days when the models were trained with --exclude-from/--exclude-before.
 // Also printed: the cutting speed (CPU time of the cut alone, best of
-// --repeat passes) and the model load time.
+// --repeat passes) and the model load time; --misses N lists the N engine
+// gold words missed most often.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -21,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <set>
 #include <string>
 #include <unordered_set>
@@ -89,6 +91,7 @@ int main(int argc, char **argv) {
     std::string cutter = "model";
     int32_t from = 0, to = 0;
     int repeat = 3;
+    int misses = 0;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -96,6 +99,7 @@ int main(int argc, char **argv) {
         else if (a == "--from" && i + 1 < argc) from = std::atoi(argv[++i]);
         else if (a == "--to" && i + 1 < argc) to = std::atoi(argv[++i]);
         else if (a == "--repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
+        else if (a == "--misses" && i + 1 < argc) misses = std::atoi(argv[++i]);
         else args.push_back(a);
     }
     if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
@@ -142,7 +146,7 @@ int main(int argc, char **argv) {
     const auto placeCount = vsgtrain::CountPlaces(trainUnits);
     for (const auto &units : trainUnits) {
         std::string text;
-        std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, placeCount, 10, &text);
+        std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, placeCount, 0, &text);
         for (size_t i = 1; i < b.size(); ++i) engineVocabulary.insert(text.substr(b[i - 1], b[i] - b[i - 1]));
     }
     trainUnits.clear();
@@ -159,7 +163,7 @@ int main(int argc, char **argv) {
         Item it;
         it.corpus = TokenBoundaries(p, &it.text);
         std::string engineText;
-        it.engine = vsgtrain::EngineBoundaries(vsgtrain::BuildUnits(p), placeCount, 10, &engineText);
+        it.engine = vsgtrain::EngineBoundaries(vsgtrain::BuildUnits(p), placeCount, 0, &engineText);
         if (engineText != it.text) {
             std::fprintf(stderr, "cutscore: units of %s differ from its tokens\n", p.id.c_str());
             continue;
@@ -211,6 +215,22 @@ int main(int argc, char **argv) {
     std::printf("cutter %s, %zu paragraphs, %lld characters, cut in %.3f s CPU (%.2f M chars/s)\n", cutter.c_str(),
                 items.size(), static_cast<long long>(chars), best, static_cast<double>(chars) / best / 1e6);
     engine.Print("engine");
+    if (misses > 0) {
+        std::map<std::string, int> missed;
+        for (const Item &it : items) {
+            std::set<std::pair<uint32_t, uint32_t>> spans;
+            for (size_t i = 1; i < cuts[&it - items.data()].size(); ++i)
+                spans.emplace(cuts[&it - items.data()][i - 1], cuts[&it - items.data()][i]);
+            for (size_t i = 1; i < it.engine.size(); ++i)
+                if (spans.count({it.engine[i - 1], it.engine[i]}) == 0)
+                    ++missed[it.text.substr(it.engine[i - 1], it.engine[i] - it.engine[i - 1])];
+        }
+        std::vector<std::pair<int, std::string>> top;
+        for (const auto &kv : missed) top.emplace_back(-kv.second, kv.first);
+        std::sort(top.begin(), top.end());
+        for (size_t i = 0; i < top.size() && i < static_cast<size_t>(misses); ++i)
+            std::printf("  missed %4d %s\n", -top[i].first, vsgtrain::GbToUtf8(top[i].second).c_str());
+    }
     corpus.Print("corpus");
     vsglex_close(h);
     return 0;

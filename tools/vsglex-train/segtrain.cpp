@@ -128,7 +128,6 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                            SegTrainSummary *summary) {
     *summary = SegTrainSummary();
     if (opt.epochs <= 0 || all.empty()) return std::string();
-    const auto placeCount = CountPlaces(all);
     const int folds = std::max(1, opt.folds);
 
     // Features of every run; the dictionary marks of a paragraph come from a
@@ -145,15 +144,19 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         std::vector<vsg::front::WordMarks> marks;
         for (int f = 0; f < folds; ++f) {
             std::unordered_map<std::string, std::pair<double, double>> counts;
+            std::unordered_map<std::string, int32_t> places;
             for (size_t p = 0; p < all.size(); ++p) {
                 if (folds > 1 && static_cast<int>(p % static_cast<size_t>(folds)) == f) continue;
                 for (const Unit &u : all[p]) {
+                    if (u.kind == UnitKind::Place) ++places[u.text];
                     if (u.text.size() > kMaxDictWord) continue;
                     auto &c = counts[u.text];
                     c.first += 1.0;
                     if (IsPersonTagNumber(u.tag)) c.second += 1.0;
                 }
             }
+            std::vector<std::pair<std::string, int32_t>> placeCount(places.begin(), places.end());
+            std::sort(placeCount.begin(), placeCount.end());
             std::vector<vsg::front::LexiconWord> words;
             words.reserve(counts.size());
             for (const auto &kv : counts) words.push_back({kv.first, kv.second.first, kv.second.second});

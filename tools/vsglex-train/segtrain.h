@@ -17,7 +17,10 @@ struct SegTrainOptions {
     int minCount = 2;          // features seen fewer times are not learned
     double prune = 0.002;      // groups whose weights all lie below this share of the largest are dropped
     int folds = 4;             // dictionary features of a paragraph come from the other folds' words
-    int placeCutMax = 10;      // places seen at most this often are cut into characters
+    // Places seen at most this often in the other folds are cut into
+    // characters (0: the places those folds never show, which a cutter
+    // built from them would not know).
+    int placeCutMax = 0;
 };
 
 struct SegTrainSummary {
@@ -33,7 +36,7 @@ struct SegTrainSummary {
 // The word boundaries the engine wants from a host, as byte offsets into the
 // concatenated unit texts (0 and the length included): known words whole,
 // person names and places seen at most `placeCutMax` times (per
-// `placeCount`) one character a word.
+// `placeCount`, sorted by text) one character a word.
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
                                        int placeCutMax, std::string *text);

@@ -846,11 +846,9 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         if (opt.text && !WriteText(textDir + "/" + f.first, f.second, error)) return false;
     }
     // The word cutter model.
-    SegTrainOptions segOpt = opt.seg;
-    segOpt.placeCutMax = opt.placeCutMax;
     std::vector<std::string> segDirs = {outDir};
     if (opt.text) segDirs.push_back(textDir);
-    if (!WriteSegmenter(all, segOpt, segDirs, &summary->seg, error)) return false;
+    if (!WriteSegmenter(all, opt.seg, segDirs, &summary->seg, error)) return false;
     return true;
 }
 

@@ -40,7 +40,7 @@ struct TrainOptions {
     int posEpochs = 4;
     double posRate = 0.2;
     double posMargin = 1.0;  // cost advantage of wrong tags while training
-    SegTrainOptions seg;     // the word cutter model (its place cut follows placeCutMax)
+    SegTrainOptions seg;     // the word cutter model
 };
 
 // Figures printed after training.
