@@ -324,6 +324,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
+    BuildDirect();
     return true;
 }
 
@@ -366,22 +367,54 @@ bool SegModel::Load(const std::string &path, std::string *error) {
 }
 
 const int16_t *SegModel::Find(uint64_t key) const {
+    int32_t off = OffsetOf(key);
+    return off == kNone ? nullptr : weights_.data() + off;
+}
+
+int32_t SegModel::OffsetOf(uint64_t key) const {
     const uint32_t fp = Fingerprint(key);
     for (size_t i = (key >> 3) & mask_;; i = (i + 1) & mask_) {
         uint64_t s = slots_[i];
-        if (s == 0) return nullptr;
-        if (static_cast<uint32_t>(s >> 32) == fp) return weights_.data() + static_cast<uint32_t>(s);
+        if (s == 0) return kNone;
+        if (static_cast<uint32_t>(s >> 32) == fp) return static_cast<int32_t>(static_cast<uint32_t>(s));
     }
 }
 
-void SegModel::Decode(const std::vector<SegFeature> &features, size_t n, std::vector<uint8_t> &labels,
-                      CutScratch &scratch) const {
-    auto &score = scratch.score;
-    score.assign(n * kSegLabels, 0);
-    if (slots_.empty()) {
-        labels.assign(n, kSegSingle);
-        return;
+void SegModel::BuildDirect() {
+    unigram_.assign(0x10100, kNone);
+    char bytes[2];
+    for (uint32_t c = 0; c < 0x10100; ++c) {
+        Atom a{0, 2, AtomKind::kOther};
+        if (c < 0x10000) {
+            bytes[0] = static_cast<char>(c >> 8);
+            bytes[1] = static_cast<char>(c & 0xFF);
+        } else {
+            bytes[0] = static_cast<char>(c & 0xFF);
+            a.length = 1;
+        }
+        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
     }
+    for (int k = 0; k < 4; ++k) padUnigram_[k] = OffsetOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
+    classes_.assign(512, kNone);
+    for (uint32_t v = 0; v < 512; ++v) classes_[v] = OffsetOf(SegFeatureKey(kSegClasses, v, 0));
+    const SegTemplate dictTemplates[3] = {kSegDictStart, kSegDictEnd, kSegDictInside};
+    for (int t = 0; t < 3; ++t) {
+        dict_[t].assign(kSegDictCap + 1, kNone);
+        for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = OffsetOf(SegFeatureKey(dictTemplates[t], v, 0));
+    }
+    constexpr uint32_t kValues = kSegDictCap + 1;
+    dict_[3].assign(kValues * kValues * kValues * 8, kNone);
+    for (uint32_t s = 0; s < kValues; ++s)
+        for (uint32_t e = 0; e < kValues; ++e)
+            for (uint32_t in = 0; in < kValues; ++in)
+                for (uint32_t c = 0; c < 8; ++c)
+                    dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
+                        OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
+}
+
+void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const {
+    score.assign(n * kSegLabels, 0);
+    if (slots_.empty()) return;
     const auto last = static_cast<int64_t>(n);
     for (const SegFeature &f : features) {
         const int16_t *w = Find(f.key);
@@ -394,17 +427,97 @@ void SegModel::Decode(const std::vector<SegFeature> &features, size_t n, std::ve
             for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
         }
     }
-    SegViterbi<int32_t, int64_t>(score.data(), n, transitions_, labels, scratch.path);
+}
+
+namespace {
+
+// Adds `rows` rows of weights w (or nothing for kNone) to the scores of
+// atoms first .. first + rows - 1 that lie in [0, n).
+inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t offset, int64_t first, int rows) {
+    if (offset < 0) return;
+    const int16_t *w = weights + offset;
+    int r0 = first < 0 ? static_cast<int>(-first) : 0;
+    int64_t r1 = static_cast<int64_t>(n) - first;
+    int rEnd = r1 < rows ? static_cast<int>(r1) : rows;
+    for (int r = r0; r < rEnd; ++r) {
+        int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
+        const int16_t *x = w + r * kSegLabels;
+        s[0] += x[0];
+        s[1] += x[1];
+        s[2] += x[2];
+        s[3] += x[3];
+    }
+}
+
+}  // namespace
+
+void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon,
+                     CutScratch &scratch) const {
+    std::vector<int32_t> &scoreVec = scratch.score;
+    scoreVec.assign(n * kSegLabels, 0);
+    if (slots_.empty() || n == 0) return;
+    int32_t *score = scoreVec.data();
+    const int16_t *w = weights_.data();
+    scratch.marks.resize(n);
+    lexicon.MarkWords(text, atoms, n, kSegDictCap, scratch.marks.data());
+    const WordMarks *marks = scratch.marks.data();
+
+    // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1;
+    // unigrams as they come.
+    scratch.ids.resize(2 * (n + 4));
+    uint64_t *id = scratch.ids.data();
+    uint64_t *cls = id + n + 4;
+    id[0] = kPadIds[0];
+    id[1] = kPadIds[1];
+    id[n + 2] = kPadIds[2];
+    id[n + 3] = kPadIds[3];
+    cls[0] = cls[1] = cls[n + 2] = cls[n + 3] = kClassPad;
+    AddRows(score, n, w, padUnigram_[0], -4, 5);
+    AddRows(score, n, w, padUnigram_[1], -3, 5);
+    AddRows(score, n, w, padUnigram_[2], static_cast<int64_t>(n) - 2, 5);
+    AddRows(score, n, w, padUnigram_[3], static_cast<int64_t>(n) - 1, 5);
+    const auto *bytes = reinterpret_cast<const unsigned char *>(text);
+    for (size_t k = 0; k < n; ++k) {
+        const Atom &a = atoms[k];
+        id[k + 2] = AtomId(text, a);
+        cls[k + 2] = AtomClass(text, a);
+        int32_t off;
+        if (a.length == 2) off = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
+        else if (a.length == 1) off = unigram_[0x10000 + bytes[a.start]];
+        else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
+        AddRows(score, n, w, off, static_cast<int64_t>(k) - 2, 5);
+    }
+    // Bigrams of atoms (k, k+1), k = -2 .. n.
+    for (size_t j = 0; j + 1 < n + 4; ++j)
+        AddRows(score, n, w, OffsetOf(SegFeatureKey(kSegBigram, id[j], id[j + 1])), static_cast<int64_t>(j) - 3, 4);
+    constexpr uint32_t kValues = kSegDictCap + 1;
+    for (size_t k = 0; k < n; ++k) {
+        size_t j = k + 2;
+        int32_t *s = score + k * kSegLabels;
+        auto add = [s, w](int32_t off) {
+            if (off < 0) return;
+            const int16_t *x = w + off;
+            s[0] += x[0];
+            s[1] += x[1];
+            s[2] += x[2];
+            s[3] += x[3];
+        };
+        add(OffsetOf(SegFeatureKey(kSegSkip, id[j - 1], id[j + 1])));
+        add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
+        const WordMarks &m = marks[k];
+        add(dict_[0][m.starts]);
+        add(dict_[1][m.ends]);
+        add(dict_[2][m.inside]);
+        add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
+    }
 }
 
 void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
                    CutScratch &scratch) const {
     if (n == 0) return;
-    scratch.marks.resize(n);
-    lexicon.MarkWords(text, atoms, n, kSegDictCap, scratch.marks.data());
-    SegFeatures(text, atoms, n, scratch.marks.data(), scratch.ids, scratch.features);
+    Score(text, atoms, n, lexicon, scratch);
     std::vector<uint8_t> &labels = scratch.labels;
-    Decode(scratch.features, n, labels, scratch);
+    Labels(scratch.score.data(), n, labels, scratch.path);
     for (size_t i = 0; i < n; ++i)
         if (labels[i] == kSegEnd || labels[i] == kSegSingle || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
 }

@@ -127,17 +127,38 @@ public:
     void Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
              CutScratch &scratch) const;
 
-    // Label of every atom from precomputed features (the trainer's search and
-    // the tests); `labels` gets n entries.
-    void Decode(const std::vector<SegFeature> &features, size_t n, std::vector<uint8_t> &labels,
-                CutScratch &scratch) const;
+    // Label scores (n x 4) of atoms[0..n) into scratch.score: the cutter's
+    // own path, with direct tables for one- and two-byte atoms and for the
+    // small templates.
+    void Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, CutScratch &scratch) const;
+    // The same scores from a feature list by plain look-ups (reference for
+    // the tests).
+    void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
+    // Best labels under scores (n x 4) and the model's transitions.
+    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
+        SegViterbi<int32_t, int64_t>(score, n, transitions_, labels, back);
+    }
+    int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
     // Weights of a key's group, or null.
     const int16_t *Find(uint64_t key) const;
 
+    // Fills the direct tables after a load.
+    void BuildDirect();
+    // Offset of a key's weights, or kNone.
+    int32_t OffsetOf(uint64_t key) const;
+    static constexpr int32_t kNone = -1;
+
     std::vector<uint64_t> slots_;  // fingerprint << 32 | weight offset; 0: empty
     std::vector<int16_t> weights_;
+    // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
+    // (by their bytes), of the four padding atoms, and of the class and
+    // dictionary templates by value.
+    std::vector<int32_t> unigram_;
+    int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
+    std::vector<int32_t> classes_;
+    std::vector<int32_t> dict_[4];
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     uint64_t mask_ = 0;
     size_t groups_ = 0;

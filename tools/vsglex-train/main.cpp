@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-before  leave out the paragraphs before this day\n"
@@ -25,9 +25,9 @@ void Usage() {
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
-                 "  --seg-epochs N  perceptron passes of the word cutter model (default 6, 0: no segment.mdl)\n"
-                 "  --seg-min-count N  word cutter features seen fewer times are not learned (default 2)\n"
-                 "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.002)\n");
+                 "  --seg-epochs N  perceptron passes of the word cutter model (default 10, 0: no segment.mdl)\n"
+                 "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
+                 "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n");
 }
 
 }  // namespace

@@ -13,9 +13,9 @@
 namespace vsgtrain {
 
 struct SegTrainOptions {
-    int epochs = 6;            // perceptron passes (0: no model file)
-    int minCount = 2;          // features seen fewer times are not learned
-    double prune = 0.002;      // groups whose weights all lie below this share of the largest are dropped
+    int epochs = 10;           // perceptron passes (0: no model file)
+    int minCount = 3;          // features seen fewer times are not learned
+    double prune = 0.01;       // groups whose weights all lie below this share of the largest are dropped
     int folds = 4;             // dictionary features of a paragraph come from the other folds' words
     // Places seen at most this often in the other folds are cut into
     // characters (0: the places those folds never show, which a cutter
