@@ -140,6 +140,8 @@ T Get(const uint8_t *p) {
 
 }  // namespace
 
+uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, size); }
+
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
     uint64_t h = Mix(a * 0x9E3779B97F4A7C15ull + (static_cast<uint64_t>(t) + 1) * 0xD6E8FEB86659FD93ull);
     h = Mix(h ^ (b + 0x632BE59BD9B4E019ull));

@@ -109,6 +109,9 @@ struct SegGroup {
 // weights, quantised to 16 bits with one scale. Deterministic.
 std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
+// Checksum of a model file's bytes after the header, as the header holds it.
+uint64_t SegChecksum(const uint8_t *data, size_t size);
+
 // A loaded model; read-only and shareable between threads once loaded.
 class SegModel {
 public:
