@@ -25,13 +25,13 @@ trap 'rm -rf "$out"' EXIT
 "$train" "$corpus" "$out" >/dev/null
 status=0
 for f in coredict.dct lexical.ctx nr.ctx ns.ctx nt.ctx zyrpos30.map nr.map ns.map nt.map \
-         name_pre.dct loc_suffix.dct org_suffix.dct; do
+         name_pre.dct loc_suffix.dct org_suffix.dct segment.mdl; do
   if ! cmp -s "$out/$f" "$root/data/vsg/$f"; then
     echo "check_models: $f differs from data/vsg/$f" >&2
     status=1
   fi
 done
 if [ "$status" -eq 0 ]; then
-  echo "check_models: retrained models equal data/vsg (12 files)"
+  echo "check_models: retrained models equal data/vsg (13 files)"
 fi
 exit "$status"

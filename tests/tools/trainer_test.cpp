@@ -133,7 +133,7 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), a.path(), opt, &s1, &error)) << error;
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), b.path(), opt, &s2, &error)) << error;
     for (const char *f : {"coredict.dct", "lexical.ctx", "nr.ctx", "ns.ctx", "nt.ctx", "zyrpos30.map", "nr.map",
-                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"}) {
+                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct", "segment.mdl"}) {
         std::string x = vsgtest::ReadFile(a.file(f));
         if (std::string(f) != "org_suffix.dct") {  // no suffix is frequent enough here
             EXPECT_FALSE(x.empty()) << f;
