@@ -489,9 +489,24 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
         AddRows(score, n, w, off, static_cast<int64_t>(k) - 2, 5);
     }
-    // Bigrams of atoms (k, k+1), k = -2 .. n.
-    for (size_t j = 0; j + 1 < n + 4; ++j)
-        AddRows(score, n, w, OffsetOf(SegFeatureKey(kSegBigram, id[j], id[j + 1])), static_cast<int64_t>(j) - 3, 4);
+    // Bigrams of atoms (k, k+1), k = -2 .. n, and skip pairs (k-1, k+1),
+    // k = 0 .. n-1: their keys first, then their slots, then their weights,
+    // each pass prefetching what the next one reads, so that the table's
+    // cache misses overlap.
+    const size_t nBigrams = n + 3;
+    const size_t nKeys = nBigrams + n;
+    scratch.keys.resize(nKeys);
+    scratch.offsets.resize(nKeys);
+    uint64_t *keys = scratch.keys.data();
+    int32_t *offsets = scratch.offsets.data();
+    for (size_t j = 0; j < nBigrams; ++j) keys[j] = SegFeatureKey(kSegBigram, id[j], id[j + 1]);
+    for (size_t k = 0; k < n; ++k) keys[nBigrams + k] = SegFeatureKey(kSegSkip, id[k + 1], id[k + 3]);
+    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 3) & mask_]);
+    for (size_t k = 0; k < nKeys; ++k) {
+        offsets[k] = OffsetOf(keys[k]);
+        if (offsets[k] >= 0) __builtin_prefetch(w + offsets[k]);
+    }
+    for (size_t j = 0; j < nBigrams; ++j) AddRows(score, n, w, offsets[j], static_cast<int64_t>(j) - 3, 4);
     constexpr uint32_t kValues = kSegDictCap + 1;
     for (size_t k = 0; k < n; ++k) {
         size_t j = k + 2;
@@ -504,7 +519,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
             s[2] += x[2];
             s[3] += x[3];
         };
-        add(OffsetOf(SegFeatureKey(kSegSkip, id[j - 1], id[j + 1])));
+        add(offsets[nBigrams + k]);
         add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
         const WordMarks &m = marks[k];
         add(dict_[0][m.starts]);
