@@ -93,12 +93,12 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 //  88  u64      checksum of everything after the header
 //  96  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
-// A key's slot is (key >> 3) & (2^b - 1), probed linearly; its fingerprint
+// A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatureSet = 0x100u | kSegDictCap;
+constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
 constexpr size_t kHeaderBytes = 96;
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
@@ -108,7 +108,7 @@ constexpr uint32_t kMaxWeights = 1u << 28;
 constexpr int32_t kMaxTransition = 1 << 24;
 
 inline uint32_t Fingerprint(uint64_t key) {
-    return (static_cast<uint32_t>(key >> 32) & ~15u) | ((static_cast<uint32_t>(key) & 7u) + 1u);
+    return (static_cast<uint32_t>(key >> 32) & ~15u) | ((static_cast<uint32_t>(key) & 15u) + 1u);
 }
 
 uint64_t Checksum(const uint8_t *p, size_t n) {
@@ -145,7 +145,7 @@ uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, s
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
     uint64_t h = Mix(a * 0x9E3779B97F4A7C15ull + (static_cast<uint64_t>(t) + 1) * 0xD6E8FEB86659FD93ull);
     h = Mix(h ^ (b + 0x632BE59BD9B4E019ull));
-    return (h & ~uint64_t{7}) | static_cast<uint64_t>(t);
+    return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
 }
 
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
@@ -183,6 +183,8 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegDictInside, m.inside, 0), p});
         out.push_back(
             {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
+        out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
+        out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
     }
 }
 
@@ -216,7 +218,7 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     const uint64_t mask = slots.size() - 1;
     for (const auto &kv : kept) {
         uint32_t fp = Fingerprint(kv.first);
-        size_t i = (kv.first >> 3) & mask;
+        size_t i = (kv.first >> 4) & mask;
         bool shadowed = false;
         while (slots[i] != 0) {
             // Two keys alike in slot and fingerprint: the first one answers.
@@ -375,7 +377,7 @@ const int16_t *SegModel::Find(uint64_t key) const {
 
 int32_t SegModel::OffsetOf(uint64_t key) const {
     const uint32_t fp = Fingerprint(key);
-    for (size_t i = (key >> 3) & mask_;; i = (i + 1) & mask_) {
+    for (size_t i = (key >> 4) & mask_;; i = (i + 1) & mask_) {
         uint64_t s = slots_[i];
         if (s == 0) return kNone;
         if (static_cast<uint32_t>(s >> 32) == fp) return static_cast<int32_t>(static_cast<uint32_t>(s));
@@ -489,19 +491,26 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
         AddRows(score, n, w, off, static_cast<int64_t>(k) - 2, 5);
     }
-    // Bigrams of atoms (k, k+1), k = -2 .. n, and skip pairs (k-1, k+1),
-    // k = 0 .. n-1: their keys first, then their slots, then their weights,
+    // Bigrams of atoms (k, k+1), k = -2 .. n, and for k = 0 .. n-1 the skip
+    // pair (k-1, k+1), the trigram and the atom with its word marks: their
+    // keys first, then their slots, then their weights,
     // each pass prefetching what the next one reads, so that the table's
     // cache misses overlap.
     const size_t nBigrams = n + 3;
-    const size_t nKeys = nBigrams + n;
+    const size_t nKeys = nBigrams + 3 * n;
     scratch.keys.resize(nKeys);
     scratch.offsets.resize(nKeys);
     uint64_t *keys = scratch.keys.data();
     int32_t *offsets = scratch.offsets.data();
     for (size_t j = 0; j < nBigrams; ++j) keys[j] = SegFeatureKey(kSegBigram, id[j], id[j + 1]);
-    for (size_t k = 0; k < n; ++k) keys[nBigrams + k] = SegFeatureKey(kSegSkip, id[k + 1], id[k + 3]);
-    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 3) & mask_]);
+    for (size_t k = 0; k < n; ++k) {
+        const size_t j = k + 2;
+        keys[nBigrams + 3 * k] = SegFeatureKey(kSegSkip, id[j - 1], id[j + 1]);
+        keys[nBigrams + 3 * k + 1] = SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]);
+        keys[nBigrams + 3 * k + 2] =
+            SegFeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
+    }
+    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
     for (size_t k = 0; k < nKeys; ++k) {
         offsets[k] = OffsetOf(keys[k]);
         if (offsets[k] >= 0) __builtin_prefetch(w + offsets[k]);
@@ -519,7 +528,9 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
             s[2] += x[2];
             s[3] += x[3];
         };
-        add(offsets[nBigrams + k]);
+        add(offsets[nBigrams + 3 * k]);
+        add(offsets[nBigrams + 3 * k + 1]);
+        add(offsets[nBigrams + 3 * k + 2]);
         add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
         const WordMarks &m = marks[k];
         add(dict_[0][m.starts]);

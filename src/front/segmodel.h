@@ -35,17 +35,19 @@ enum SegTemplate : uint8_t {
     kSegDictEnd,      // longest dictionary word ending at k
     kSegDictInside,   // longest dictionary word covering k on both sides
     kSegDictAll,      // the three dictionary lengths together with k's class
+    kSegTrigram,      // atoms k-1, k, k+1
+    kSegDictAtom,     // atom k with the longest words starting and ending there
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
 
 // Key of a feature: a hash of the template and two values, with the
-// template in the low three bits.
+// template in the low four bits.
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b);
 // Template of a key.
-inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate>(key & 7u); }
+inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate>(key & 15u); }
 
 // The features of atoms[0..n) of `text`. Half-width ASCII atoms have the
 // keys of their full-width forms. `marks` are the lexicon's word marks of the

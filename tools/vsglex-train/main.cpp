@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-before  leave out the paragraphs before this day\n"
@@ -27,7 +27,8 @@ void Usage() {
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
                  "  --seg-epochs N  perceptron passes of the word cutter model (default 10, 0: no segment.mdl)\n"
                  "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
-                 "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n");
+                 "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n"
+                 "  --seg-folds N   word cutter dictionary features of a paragraph come from the other N-1 folds (default 4)\n");
 }
 
 }  // namespace
@@ -47,6 +48,8 @@ int main(int argc, char **argv) {
             opt.seg.epochs = std::atoi(argv[++i]);
         } else if (a == "--seg-min-count" && i + 1 < argc) {
             opt.seg.minCount = std::atoi(argv[++i]);
+        } else if (a == "--seg-folds" && i + 1 < argc) {
+            opt.seg.folds = std::atoi(argv[++i]);
         } else if (a == "--seg-prune" && i + 1 < argc) {
             opt.seg.prune = std::atof(argv[++i]);
         } else if (a == "--place-cut" && i + 1 < argc) {
