@@ -1,6 +1,6 @@
 // cutscore: scores the front end's word cutter on held-out corpus days.
 //
-//   cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] [--misses N] MODEL_DIR CORPUS_DIR
+//   cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] [--misses N] [--examples N] MODEL_DIR CORPUS_DIR
 //
 // The raw text of every paragraph dated in [from, to] (tokens joined, tags
 // and brackets removed) is cut with the chosen cutter of MODEL_DIR, run by
@@ -14,7 +14,8 @@
 // days when the models were trained with --exclude-from/--exclude-before.
 // Also printed: the cutting speed (CPU time of the cut alone, best of
 // --repeat passes) and the model load time; --misses N lists the N engine
-// gold words missed most often.
+// gold words missed most often, --examples N shows the cut around the first
+// N missed engine gold words.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -92,6 +93,7 @@ int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
     int repeat = 3;
     int misses = 0;
+    int examples = 0;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -100,6 +102,7 @@ int main(int argc, char **argv) {
         else if (a == "--to" && i + 1 < argc) to = std::atoi(argv[++i]);
         else if (a == "--repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
         else if (a == "--misses" && i + 1 < argc) misses = std::atoi(argv[++i]);
+        else if (a == "--examples" && i + 1 < argc) examples = std::atoi(argv[++i]);
         else args.push_back(a);
     }
     if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
@@ -215,6 +218,23 @@ int main(int argc, char **argv) {
     std::printf("cutter %s, %zu paragraphs, %lld characters, cut in %.3f s CPU (%.2f M chars/s)\n", cutter.c_str(),
                 items.size(), static_cast<long long>(chars), best, static_cast<double>(chars) / best / 1e6);
     engine.Print("engine");
+    for (size_t i = 0; i < items.size() && examples > 0; ++i) {
+        const Item &it = items[i];
+        auto show = [&](const std::vector<uint32_t> &b, uint32_t from, uint32_t to) {
+            std::string out;
+            for (size_t k = 1; k < b.size(); ++k)
+                if (b[k] > from && b[k - 1] < to) out += vsgtrain::GbToUtf8(it.text.substr(b[k - 1], b[k] - b[k - 1])) + "/";
+            return out;
+        };
+        std::set<std::pair<uint32_t, uint32_t>> spans;
+        for (size_t k = 1; k < cuts[i].size(); ++k) spans.emplace(cuts[i][k - 1], cuts[i][k]);
+        for (size_t k = 1; k < it.engine.size() && examples > 0; ++k) {
+            if (spans.count({it.engine[k - 1], it.engine[k]}) != 0) continue;
+            uint32_t from = it.engine[k >= 3 ? k - 3 : 0], to = it.engine[std::min(k + 2, it.engine.size() - 1)];
+            std::printf("  gold %s\n  cut  %s\n", show(it.engine, from, to).c_str(), show(cuts[i], from, to).c_str());
+            --examples;
+        }
+    }
     if (misses > 0) {
         std::map<std::string, int> missed;
         for (const Item &it : items) {
