@@ -83,7 +83,7 @@ void Lexicon::Grow() {
     }
 }
 
-void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, bool isPerson, float cost) {
+void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost) {
     if ((used_ + 1) * 3 >= slots_.size() * 2) Grow();
     uint64_t inlineKey = InlineKey(key, length);
     size_t mask = slots_.size() - 1;
@@ -94,14 +94,13 @@ void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord,
         if (s.hash == hash && SameKey(s, inlineKey, key, length)) {
             if (isWord) {
                 s.isWord = 1;
-                s.isPerson = isPerson ? 1 : 0;
                 s.cost = cost;
             }
             return;
         }
     }
     Slot s{inlineKey, hash, static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(length),
-           static_cast<uint8_t>(isWord ? 1 : 0), static_cast<uint8_t>(isWord && isPerson ? 1 : 0), cost};
+           static_cast<uint8_t>(isWord ? 1 : 0), 0, cost};
     if (length > 8) keys_.append(key, length);
     slots_[i] = s;
     ++used_;
@@ -175,7 +174,6 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
         if (hasSpace || atoms.empty() || atoms.size() > kMaxWordAtoms) continue;
         uint32_t h = kFnvBasis;
         float cost = static_cast<float>(logTotal - std::log(count));
-        const bool isPerson = words[e].personCount * 2.0 >= count;
         int direct = DirectIndex(word, atoms[0]);
         if (direct >= 0) {
             if (atoms.size() == 1) directCost_[static_cast<size_t>(direct)] = cost;
@@ -185,7 +183,7 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
             h = HashMore(h, word + atoms[k].start, atoms[k].length);
             size_t len = atoms[k].start + atoms[k].length;
             bool last = k + 1 == atoms.size();
-            Insert(h, word, len, last, last && isPerson, last ? cost : 0.0f);
+            Insert(h, word, len, last, last ? cost : 0.0f);
             if (k > 0) {
                 size_t bit = BloomBit(h);
                 bloom_[bit >> 6] |= uint64_t{1} << (bit & 63);
@@ -215,12 +213,6 @@ void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t c
             const Slot *s = Find(h, text + a.start, bytes);
             if (s == nullptr) break;
             if (!s->isWord) continue;
-            if (s->isPerson) {
-                marks[i].person |= 1;
-                marks[j].person |= 2;
-                for (size_t m = i + 1; m < j; ++m) marks[m].person |= 4;
-                continue;
-            }
             size_t len = j - i + 1;
             auto v = static_cast<uint8_t>(len < cap ? len : cap);
             if (v > marks[i].starts) marks[i].starts = v;

@@ -37,9 +37,6 @@ struct WordMarks {
     uint8_t starts = 0;
     uint8_t ends = 0;
     uint8_t inside = 0;
-    // Person words (seen mostly as person names) are marked apart: 1 one
-    // starts here, 2 one ends here, 4 one covers the atom on both sides.
-    uint8_t person = 0;
 };
 
 // One feature of the model cutter (segmodel.h): its key and the first atom
@@ -81,8 +78,7 @@ public:
              CutScratch &scratch) const;
     // For every atom of atoms[0..n), the lengths (capped at `cap` atoms) of
     // the longest word of two or more atoms starting there, ending there and
-    // covering it with atoms on both sides, person words apart (see
-    // WordMarks); marks gets n entries.
+    // covering it with atoms on both sides; marks gets n entries.
     void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
     // Cost of a word (negative log of its relative count), or a negative
     // value when the lexicon does not hold it as a word.
@@ -101,12 +97,12 @@ private:
         uint32_t offset;     // key bytes in keys_ when length > 8
         uint16_t length;     // 0: empty slot
         uint8_t isWord;
-        uint8_t isPerson;  // a word seen mostly as a person name
+        uint8_t unused;
         float cost;
     };
     bool SameKey(const Slot &s, uint64_t inlineKey, const char *key, size_t length) const;
     const Slot *Find(uint32_t hash, const char *key, size_t length) const;
-    void Insert(uint32_t hash, const char *key, size_t length, bool isWord, bool isPerson, float cost);
+    void Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost);
     void Grow();
 
     // Index of a one- or two-byte atom in the direct tables, or -1.

@@ -98,7 +98,7 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatureSet = 0x300u | kSegDictCap;
+constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
 constexpr size_t kHeaderBytes = 96;
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
@@ -185,7 +185,6 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
             {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
-        out.push_back({SegFeatureKey(kSegPerson, m.person, cls[j]), p});
     }
 }
 
@@ -415,9 +414,6 @@ void SegModel::BuildDirect() {
                 for (uint32_t c = 0; c < 8; ++c)
                     dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
                         OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
-    dict_[4].assign(8 * 8, kNone);
-    for (uint32_t v = 0; v < 8; ++v)
-        for (uint32_t c = 0; c < 8; ++c) dict_[4][v * 8 + c] = OffsetOf(SegFeatureKey(kSegPerson, v, c));
 }
 
 void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const {
@@ -541,7 +537,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         add(dict_[1][m.ends]);
         add(dict_[2][m.inside]);
         add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
-        add(dict_[4][(m.person & 7) * 8 + cls[j]]);
     }
 }
 

@@ -37,10 +37,9 @@ enum SegTemplate : uint8_t {
     kSegDictAll,      // the three dictionary lengths together with k's class
     kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
-    kSegPerson,       // person words starting at, ending at and covering k, with k's class
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
 
@@ -164,7 +163,7 @@ private:
     std::vector<int32_t> unigram_;
     int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
     std::vector<int32_t> classes_;
-    std::vector<int32_t> dict_[5];
+    std::vector<int32_t> dict_[4];
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     uint64_t mask_ = 0;
     size_t groups_ = 0;
