@@ -27,9 +27,9 @@ bool IsPersonTagNumber(int tag) { return tag == kPosPerson || tag == kPosForeign
 
 // One run of atoms of a paragraph with its gold labels and features.
 struct Run {
-    uint32_t featureBegin = 0;  // in Training::refs
+    uint32_t featureBegin = 0;  // range of its feature occurrences
     uint32_t featureEnd = 0;
-    uint32_t labelBegin = 0;    // in Training::gold
+    uint32_t labelBegin = 0;    // first of its gold labels
     uint32_t length = 0;
 };
 
@@ -48,7 +48,8 @@ struct Lcg {
     }
 };
 
-// The runs of one paragraph: atoms, labels and word marks.
+// The runs of non-space atoms of one paragraph and the gold label of every
+// atom.
 struct ParagraphRuns {
     std::string text;
     std::vector<Atom> atoms;
