@@ -33,7 +33,7 @@ std::vector<std::vector<vsgtrain::Unit>> Units(int copies) {
     int k = 0;
     for (int c = 0; c < copies; ++c)
         for (const char *line : kLines) {
-            char id[32];
+            char id[64];
             std::snprintf(id, sizeof id, "19980101-01-%03d-%03d/m  ", c + 1, ++k);
             vsgtrain::Paragraph p;
             EXPECT_TRUE(vsgtrain::ParseParagraph(std::string(id) + line, &p)) << line;
