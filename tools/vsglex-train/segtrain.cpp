@@ -309,9 +309,14 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
 bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
                     const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error) {
     std::string bytes = TrainSegmenter(all, opt, summary);
-    if (bytes.empty()) return true;
     for (const std::string &dir : dirs) {
         const std::string path = dir + "/" + vsg::front::kSegModelFile;
+        if (bytes.empty()) {
+            // No model: a file left from an earlier training must not pair
+            // with the new dictionary.
+            std::remove(path.c_str());
+            continue;
+        }
         std::FILE *f = std::fopen(path.c_str(), "wb");
         bool ok = f != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
         if (f != nullptr && std::fclose(f) != 0) ok = false;

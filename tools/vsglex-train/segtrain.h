@@ -49,8 +49,8 @@ std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::
 std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
                            SegTrainSummary *summary);
 
-// Trains and writes DIR/segment.mdl into each of `dirs`; false with a
-// message on failure.
+// Trains and writes DIR/segment.mdl into each of `dirs` (removes it when
+// no model is trained); false with a message on failure.
 bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
                     const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error);
 
