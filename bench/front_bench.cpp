@@ -74,9 +74,9 @@ BENCHMARK(BM_AnalyzeEndToEnd)->Unit(benchmark::kMillisecond);
 
 void BM_ConvertAtomiseCut(benchmark::State &state) {
     vsglex_handle *h = Handle();
-    const vsg::front::Lexicon *lex = vsg::front::SharedLexicon();
+    const vsg::front::Lexicon *lex = vsg::front::LexiconOf(h);
     // The trained cutter when the model set has one (VSGLEX_CUTTER=dict: the dictionary cutter).
-    const vsg::front::SegModel *model = vsg::front::SharedSegModel();
+    const vsg::front::SegModel *model = vsg::front::SegModelOf(h);
     if (h == nullptr || lex == nullptr) {
         state.SkipWithError("no model set");
         return;

@@ -94,9 +94,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     // Conversions from every set; the maps stay inside the input.
     std::vector<uint64_t> invalid;
     vsg::front::WorkText work;
-    for (int charset = 1; charset <= 3; ++charset) {
+    for (int pass = 0; pass < 6; ++pass) {
+        int charset = 1 + pass % 3;
         invalid.clear();
-        vsg::front::ToWorkText(text, size, charset, work, invalid, 0);
+        vsg::front::ToWorkText(text, size, charset, work, invalid, 0, pass >= 3);
         if (work.srcStart.size() != work.gb.size() || work.srcEnd.size() != work.gb.size()) std::abort();
         for (size_t i = 0; i < work.gb.size(); ++i)
             if (work.srcStart[i] >= work.srcEnd[i] || work.srcEnd[i] > size) std::abort();
@@ -104,13 +105,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         vsg::front::GbToUtf8(work.gb.data(), work.gb.size(), utf8);
     }
     vsg::front::IsValidUtf8(text, size);
+    vsg::front::CharsetGuess guess = vsg::front::GuessCharset(text, size);
+    if (guess.charset < 1 || guess.charset > 3) std::abort();
+    for (int charset = 1; charset <= 3; ++charset)
+        if (vsg::front::CutPoint(text, 0, size, size, charset) > size) std::abort();
 
     if (vsglex_handle *h = Models(); h != nullptr && size <= 4096) {
-        for (uint32_t flags = 0; flags <= VSGLEX_PRECUT; ++flags) {
+        for (uint32_t flags = 0; flags <= (VSGLEX_PRECUT | VSGLEX_T2S); ++flags) {
             vsglex_result *r = nullptr;
-            if (vsglex_analyze(h, text, size, size > 0 ? static_cast<int32_t>(data[0] % 4) : 0, flags, &r) !=
-                VSGLEX_OK)
-                std::abort();
+            int32_t charset = size > 0 ? static_cast<int32_t>(data[0] % 4) : 0;
+            int32_t status = vsglex_analyze(h, text, size, charset, flags, &r);
+            // Only a guess may refuse the text (as UTF-16).
+            if (status == VSGLEX_ERR_CHARSET && charset == VSGLEX_CHARSET_AUTO && guess.utf16) continue;
+            if (status != VSGLEX_OK) std::abort();
             uint64_t end = 0;
             for (size_t w = 0; w < r->word_count; ++w) {
                 const vsglex_word &word = r->words[w];

@@ -4,7 +4,7 @@
 # F1 >= 0.90, place F1 >= 0.85, organisation F1 >= 0.75 (computed from the
 # exact counts the evaluator prints, not from its rounded figures).
 # Usage: scripts/check_dev_targets.sh VSGLEX_TRAIN_BINARY VSGLEX_EVAL_BINARY
-# Skips (exit 0) when the corpus is not present beside the repository.
+# Exits 77 (skipped) when the corpus is not present beside the repository.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 corpus="${VSGLEX_CORPUS:-$root/../shared/corpus/pfr-1998-01}"
@@ -12,7 +12,7 @@ train="${1:?usage: check_dev_targets.sh TRAIN EVAL}"
 eval="${2:?usage: check_dev_targets.sh TRAIN EVAL}"
 if [ ! -d "$corpus" ]; then
   echo "check_dev_targets: corpus not found at $corpus, skipped"
-  exit 0
+  exit 77
 fi
 out="$(mktemp -d)"
 trap 'rm -rf "$out"' EXIT

@@ -1,22 +1,23 @@
 #!/usr/bin/env bash
 # Runs every test: the unit tests in a normal build and again under
 # AddressSanitizer + UndefinedBehaviorSanitizer; with clang, the threaded
-# tests under ThreadSanitizer and each fuzz target for a short fixed time.
+# tests under ThreadSanitizer and each fuzz target for a fixed time
+# (VSGLEX_FUZZ_SECONDS, 45 s by default; scripts/fuzz.sh runs one for longer).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-fuzz_seconds=${VSGLEX_FUZZ_SECONDS:-20}
+fuzz_seconds=${VSGLEX_FUZZ_SECONDS:-45}
 
 step() { printf '\n==== %s\n' "$*"; }
 
 step "normal build"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=ON >/dev/null
 cmake --build build -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
 step "AddressSanitizer + UndefinedBehaviorSanitizer build"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVSGLEX_SANITIZE=address,undefined \
-  -DVSGLEX_BUILD_BENCH=OFF >/dev/null
+  -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=OFF >/dev/null
 cmake --build build-asan -j "$jobs"
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
   ctest --test-dir build-asan --output-on-failure -j "$jobs"
@@ -24,7 +25,7 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 if command -v clang++ >/dev/null 2>&1; then
   step "ThreadSanitizer build (tests labelled 'threads')"
   CC=clang CXX=clang++ cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DVSGLEX_SANITIZE=thread -DVSGLEX_BUILD_BENCH=OFF -DVSGLEX_BUILD_TOOLS=OFF >/dev/null
+    -DVSGLEX_SANITIZE=thread -DVSGLEX_BUILD_TESTS=ON -DVSGLEX_BUILD_BENCH=OFF -DVSGLEX_BUILD_TOOLS=OFF >/dev/null
   cmake --build build-tsan -j "$jobs"
   TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -R 'Thread' -j "$jobs"
 
@@ -35,13 +36,7 @@ if command -v clang++ >/dev/null 2>&1; then
   cmake --build build-fuzz -j "$jobs"
   for f in build-fuzz/fuzz/*_fuzz; do
     [ -x "$f" ] || continue
-    name=$(basename "$f")
-    work=$(mktemp -d)
-    seeds=fuzz/seeds/$name
-    [ -d "$seeds" ] && cp -r "$seeds"/. "$work"/
-    echo "-- $name"
-    "$f" -max_total_time="$fuzz_seconds" -print_final_stats=0 "$work" 2>&1 | tail -n 2
-    rm -rf "$work"
+    VSGLEX_FUZZ_NO_BUILD=1 VSGLEX_FUZZ_FRESH=1 bash scripts/fuzz.sh "$(basename "$f")" "$fuzz_seconds"
   done
 fi
 step "all tests passed"

@@ -117,8 +117,8 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "cutscore: %s\n", vsglex_last_error());
         return 1;
     }
-    const vsg::front::Lexicon *lexicon = vsg::front::SharedLexicon();
-    const vsg::front::SegModel *model = vsg::front::SharedSegModel();
+    const vsg::front::Lexicon *lexicon = vsg::front::LexiconOf(h);
+    const vsg::front::SegModel *model = vsg::front::SegModelOf(h);
     if (cutter == "model" && model == nullptr) {
         std::fprintf(stderr, "cutscore: %s has no %s\n", args[0].c_str(), vsg::front::kSegModelFile);
         return 1;

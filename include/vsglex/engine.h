@@ -68,9 +68,11 @@ VSGLEX_API int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directo
 VSGLEX_API void VSG_FreeForServer(SegmentEngine *handle);
 
 /* Recognises names in pre-cut sentences and tags every word. mode 0: person,
- * place and organisation; 1 person; 2 place; 3 organisation. Returns -1 for
- * null arguments, else 1; `output->items` must be released with
- * VSG_SegmentForServerFree. */
+ * place and organisation; 1 person; 2 place; 3 organisation. Items whose
+ * text is empty or only white space are handed back in place with tag
+ * VSG_UNTAGGED; the words around them are analysed as if they were absent.
+ * Returns -1 for null arguments, else 1; `output->items` must be released
+ * with VSG_SegmentForServerFree. */
 VSGLEX_API int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mode,
                                         const SegmentEngine *engine);
 /* Frees the items of a result list and nulls the pointer. */

@@ -40,7 +40,9 @@ VSGLEX_API int32_t QPNLexicalStart(const char *directory);
  * the positions starts a new sentence). Output: `tag` on the first item of
  * each group, `sentence` = its character count, and a fresh group number
  * (above the largest given) on every run of more than one item, merged
- * person names included. Always returns 1 (see docs/phrase.md). */
+ * person names included. Items with empty or white-space text are not
+ * analysed: they get tag VSG_UNTAGGED and do not separate their neighbours.
+ * Always returns 1 (see docs/phrase.md). */
 VSGLEX_API int32_t QPNLexicalPhrase(const LexicalRequest *request, WordList *items);
 
 /* Frees the engine. Further starts and phrases must not follow. */

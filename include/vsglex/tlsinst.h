@@ -23,8 +23,9 @@ VSGLEX_API int32_t _T_GetTLSInst(const void *variable, int64_t *value);
  * after recording an error. */
 VSGLEX_API int64_t _T_GetTLSInstPtr(const void *variable);
 /* Sets the calling thread's instance of `variable` to `value` with an
- * optional release routine (a replaced value different from the new one is
- * released first). Returns 1, or 0 after recording an error. */
+ * optional release routine, which runs only when the thread's instances are
+ * freed (_T_FreeTLSInst or thread end); replacing a value releases nothing
+ * and the latest routine applies. Returns 1, or 0 after recording an error. */
 VSGLEX_API int32_t _T_SetTLSInst(const void *variable, int64_t value, T_TLSRelease release);
 /* Removes all instances of the calling thread, calling each release routine
  * in the order the instances were set, and frees the thread's slot; stores

@@ -16,6 +16,10 @@ VSGLEX_EXTERN_C_BEGIN
 /* Maximum text of a host word, in bytes (the field holds a NUL as well). */
 #define VSG_ITEM_TEXT_MAX 80
 
+/* `tag` of a result item the engine did not tag: an item whose text is
+ * empty or only white space. No tag map has this many lines. */
+#define VSG_UNTAGGED 255
+
 /* A host word. `tag` is output; `sentence` and `extra` form the sentence key;
  * `mark`, `kind`, `id` and `group` are carried from input to output. */
 typedef struct WordItem {

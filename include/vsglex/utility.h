@@ -117,11 +117,12 @@ typedef struct SentenceEntry {
     uint32_t paragraph; /* number of its paragraph, from 0 */
 } SentenceEntry;
 
-/* Sentences of a text, as returned by TEXT_GetSens. */
+/* Sentences of a text, as returned by TEXT_GetSens. A host may build one
+ * itself (items and count, the rest zero) for TEXT_SaveSens and
+ * TEXT_SaveSenResult: it must then leave room for every sentence appended. */
 typedef struct SentenceList {
-    SentenceEntry *items; /* heap array of `capacity` entries */
+    SentenceEntry *items; /* heap array; its room is fixed when it is made */
     int32_t count;        /* entries in use */
-    int32_t capacity;     /* room in `items`; appends stop when it is full */
 } SentenceList;
 
 /* One piece of a split string. */
@@ -143,8 +144,8 @@ VSGLEX_API SentenceList *TEXT_GetSens(const char *text);
  * them from 0 and offsetting them by `offset`; -1 for NULL arguments, else 1. */
 VSGLEX_API int32_t TEXT_SaveSens(const char *paragraph, uint32_t offset, uint32_t paragraphNo,
                                  SentenceList *list);
-/* Appends a heap copy of `sentence` to `list`; -1 for NULL arguments, a full
- * list or a failed allocation, else 1. */
+/* Appends a heap copy of `sentence` to `list`; -1 for NULL arguments, a
+ * failed allocation or a full list made by TEXT_GetSens, else 1. */
 VSGLEX_API int32_t TEXT_SaveSenResult(const char *sentence, uint32_t offset, uint32_t sentenceNo,
                                       uint32_t paragraphNo, SentenceList *list);
 /* Number of sentence and clause marks in `text` (0 for NULL). */

@@ -4,11 +4,13 @@
  * part-of-speech tagging, and every word comes back with its tag and its
  * byte position in the caller's original text.
  *
- * All handles of a process share the one engine instance of the library:
- * the first successful vsglex_open loads the model set of its directory,
- * later opens (with any directory) reuse it, and the models are freed when
- * the last handle is closed. A handle is read-only after vsglex_open and may
- * be used by any number of threads at once. */
+ * Each model directory is loaded once per process: handles opened on the
+ * same directory share its models, handles on different directories use
+ * different models, and a set is freed with the last handle that uses it.
+ * These models are the handles' own: the server and phrase interfaces'
+ * process-wide instance neither provides nor frees them. A handle is
+ * read-only after vsglex_open and may be used by any number of threads at
+ * once. */
 #ifndef VSGLEX_VSGLEX_API_H
 #define VSGLEX_VSGLEX_API_H
 
@@ -21,7 +23,7 @@ VSGLEX_EXTERN_C_BEGIN
 
 /* Character sets of the input text. */
 enum {
-    VSGLEX_CHARSET_AUTO = 0,    /* UTF-8 when the text is valid UTF-8, else GB18030 */
+    VSGLEX_CHARSET_AUTO = 0,    /* guessed from the text, as vsglex_guess_charset does */
     VSGLEX_CHARSET_GB18030 = 1, /* GB18030, which covers GB2312 and GBK */
     VSGLEX_CHARSET_BIG5 = 2,    /* BIG5 (traditional characters are analysed as simplified) */
     VSGLEX_CHARSET_UTF8 = 3     /* UTF-8 (a leading byte-order mark is skipped) */
@@ -29,7 +31,15 @@ enum {
 
 /* Flags of vsglex_analyze. */
 enum {
-    VSGLEX_PRECUT = 1 /* the text is already cut into words by spaces: skip the cutter */
+    VSGLEX_PRECUT = 1, /* the text is already cut into words by spaces: skip the cutter */
+    VSGLEX_T2S = 2     /* analyse traditional characters of GB18030 or UTF-8 text as their
+                          simplified forms (as BIG5 text always is); words keep their text */
+};
+
+/* Hints of vsglex_guess_charset. */
+enum {
+    VSGLEX_GUESS_TRADITIONAL = 1, /* the text is mostly traditional characters */
+    VSGLEX_GUESS_UTF16 = 2        /* the text looks like UTF-16, which is not read */
 };
 
 /* Name classes of a word. */
@@ -46,7 +56,8 @@ enum {
     VSGLEX_ERR_ARGUMENT = -1, /* a null or invalid argument */
     VSGLEX_ERR_MODEL = -2,    /* the model set cannot be loaded */
     VSGLEX_ERR_MEMORY = -3,   /* out of memory */
-    VSGLEX_ERR_TOO_LARGE = -4 /* the text is 4 GiB or longer */
+    VSGLEX_ERR_TOO_LARGE = -4, /* the text is 4 GiB or longer */
+    VSGLEX_ERR_CHARSET = -5    /* VSGLEX_CHARSET_AUTO and the text looks like UTF-16 */
 };
 
 /* One word of a result. */
@@ -85,17 +96,42 @@ typedef struct vsglex_result {
 typedef struct vsglex_handle vsglex_handle;
 
 /* Opens an analyser on the model set in `data_dir` (the folder holding
- * "coredict.dct" and the other model files). Returns null on failure; then
- * vsglex_last_error says which file failed. */
+ * "coredict.dct" and the other model files). Before loading, the files are
+ * checked against the set's "manifest.txt" (size and checksum of each), and
+ * every model file must be a regular file. Returns null on failure; then
+ * vsglex_last_error names the file and says what is wrong with it, e.g.
+ * "model set DIR: lexical.ctx: size 120546, manifest says 241092
+ * (truncated?)". A set without a manifest is loaded unchecked; then
+ * vsglex_model_warning says so. */
 VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir);
-/* Closes a handle; the models are freed with the last one. Null is ignored. */
+/* A warning about the model set the handle uses ("" if none): set when the
+ * set has no manifest, so its files could not be checked for damage.
+ * Valid while the handle is open. */
+VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle);
+/* Closes a handle; its model set is freed with the last handle on it. Null
+ * is ignored. */
 VSGLEX_API void vsglex_close(vsglex_handle *handle);
 /* Analyses `length` bytes of `text` read in `charset` (VSGLEX_CHARSET_*)
- * with `flags` (VSGLEX_PRECUT or 0). On VSGLEX_OK *result receives a new
+ * with `flags` (VSGLEX_PRECUT, VSGLEX_T2S or 0). On VSGLEX_OK *result receives a new
  * result; on failure it is set to null and vsglex_last_error tells why.
  * Invalid byte sequences are skipped and listed in the result. */
 VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length,
                                   int32_t charset, uint32_t flags, vsglex_result **result);
+/* Guesses the character set of `length` bytes of `text` (its first 16 MB
+ * at most) and returns VSGLEX_CHARSET_UTF8, _GB18030 or _BIG5: a UTF-8
+ * byte-order mark; UTF-8 when the bytes of valid multi-byte UTF-8 sequences
+ * outnumber the other bytes above 0x7F at least two to one (a few bad bytes
+ * do not change the guess); else BIG5 or GB18030 by which set's rows of
+ * Chinese characters and punctuation the double-byte characters fall in.
+ * `*hints` (if not null) receives VSGLEX_GUESS_* bits. */
+VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_t *hints);
+/* Length of the longest prefix of `length` bytes of `text` in `charset`
+ * (VSGLEX_CHARSET_UTF8, _GB18030 or _BIG5) that ends just after a sentence
+ * end mark (full-width or ASCII question or exclamation mark, full-width
+ * full stop), or after the last whole character when there is none; 0 when
+ * no character fits or the charset is not one of the three. For hosts that
+ * hand a long text on in pieces. */
+VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset);
 /* Releases a result. Null is ignored. */
 VSGLEX_API void vsglex_result_free(vsglex_result *result);
 /* Text of tag number `tag` in the part-of-speech tag map (up to a '#'), or

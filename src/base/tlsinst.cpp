@@ -165,15 +165,11 @@ int32_t _T_SetTLSInst(const void *variable, int64_t value, T_TLSRelease release)
     }
     const uint64_t self = static_cast<uint64_t>(pthread_self());
     bool ok = false;
-    T_TLSRelease oldRelease = nullptr;
-    int64_t oldValue = 0;
     pthread_mutex_lock(&g_mutex);
     if (ThreadSlot *slot = FindThread(self, true)) {
         if (VarEntry *e = FindVar(slot, variable)) {
-            if (e->value != value) {
-                oldRelease = e->release;
-                oldValue = e->value;
-            }
+            // A replaced value is the caller's to release: routines run only
+            // when the thread's instances are freed.
             e->value = value;
             e->release = release;
             ok = true;
@@ -213,7 +209,6 @@ int32_t _T_SetTLSInst(const void *variable, int64_t value, T_TLSRelease release)
     pthread_mutex_unlock(&g_mutex);
     // A non-null key value makes the thread's instances go when it ends.
     if (ok && g_exitKeyReady.load() && !pthread_getspecific(g_exitKey)) pthread_setspecific(g_exitKey, &g_table);
-    if (oldRelease) oldRelease(variable, oldValue);
     return ok ? 1 : 0;
 }
 

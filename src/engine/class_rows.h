@@ -5,14 +5,9 @@
 
 #include <cstdint>
 
-namespace vsg {
+#include "common/tagset.h"
 
-// Part-of-speech tags of the name classes.
-inline constexpr uint8_t kPersonTag = 24;
-inline constexpr uint8_t kForeignPersonTag = 27;
-inline constexpr uint8_t kPlaceTag = 29;
-inline constexpr uint8_t kForeignPlaceTag = 30;
-inline constexpr uint8_t kOrgTag = 31;
+namespace vsg {
 
 // Row value a person or organisation row must exceed ("seen about ten
 // times"); a place row must exceed 0.

@@ -1,6 +1,7 @@
 // Lexical phrase interface: converts a host's items to GB text, runs the
 // pipeline in person mode, copies tags back, regroups merged items and
 // filters function words.
+#include "common/tagset.h"
 #include "vsglex/lexical.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/blank_items.h"
 #include "vsglex/charset.h"
 #include "vsglex/engine.h"
 #include "vsglex/memext.h"
@@ -57,16 +59,6 @@ void SetText(char *text, const char *from) {
     text[n] = '\0';
 }
 
-// Function-word tags that the filter drops (stop-word classes).
-bool IsStopTag(uint8_t tag) {
-    switch (tag) {
-    case 9: case 10: case 14: case 34: case 35: case 36:
-    case 43: case 44: case 45: case 46: case 94:
-        return true;
-    default:
-        return tag >= 54 && tag <= 67;
-    }
-}
 
 // Tag ids of the output, sorted by id with the first output index of each,
 // to find "the first output record with the same id" in logarithmic time.
@@ -114,10 +106,21 @@ void MarkMerges(const WordList &out, WordItem *work, int32_t workCount) {
     }
 }
 
+// Where the items of one work record begin among the host items, and how
+// many there are. The record's `group` carries the same two numbers in 16
+// bits each as the engine's input; these are exact for any item count.
+struct Origin {
+    uint32_t first;
+    uint32_t items;
+};
+
 // Step 6: every run longer than one item gets a fresh group number above the
-// host's largest; the items keep their positions in the low half.
-void Regroup(const WordItem *work, int32_t workCount, uint32_t maxGroup, WordItem *items,
-             int32_t count) {
+// host's largest; the items keep their positions in the low half. A run of
+// `length` counts that many host items from its first one, not counting
+// blank items (which were not sent to the engine) but grouping those that
+// stand inside the run.
+void Regroup(const WordItem *work, const Origin *origins, int32_t workCount, uint32_t maxGroup,
+             const uint8_t *blank, WordItem *items, int32_t count) {
     uint32_t group = maxGroup;
     for (int32_t k = 0; k < workCount;) {
         if (work[k].text[0] == '\0') {
@@ -126,12 +129,13 @@ void Regroup(const WordItem *work, int32_t workCount, uint32_t maxGroup, WordIte
         }
         int32_t run = 1;
         while (k + run < workCount && work[k + run].text[0] == '\0') ++run;
-        const uint32_t length = run == 1 ? Position(work[k]) : static_cast<uint32_t>(run);
+        const uint32_t length = run == 1 ? origins[k].items : static_cast<uint32_t>(run);
         if (length > 1) {
             ++group;
-            const uint32_t first = GroupNumber(work[k]);
-            for (uint32_t m = 0; m < length && first + m < static_cast<uint32_t>(count); ++m) {
-                WordItem &item = items[first + m];
+            uint32_t counted = 0;
+            for (uint32_t m = origins[k].first; m < static_cast<uint32_t>(count) && counted < length; ++m) {
+                if (!blank[m]) ++counted;
+                WordItem &item = items[m];
                 item.group = (group << 16) | Position(item);
             }
         }
@@ -149,7 +153,7 @@ void Filter(WordItem *items, WordItem *copy, int32_t count, WordList *list) {
         const WordItem &item = copy[i];
         bool drop = false;
         if (GroupNumber(item) == 0 && item.tag >= 9 && item.tag <= 94) {
-            if (IsStopTag(item.tag)) {
+            if (vsg::IsFunctionWordTag(item.tag)) {
                 drop = item.sentence > 1 ||
                        (i > 0 && i < count - 1 && wide(copy[i - 1]) && wide(copy[i + 1]));
             } else {
@@ -198,9 +202,16 @@ int32_t QPNLexicalPhrase(const LexicalRequest *request, WordList *list) {
     WordItem *items = list->items;
     WordItem *work = area;
     WordItem *copy = area + 2 * static_cast<size_t>(count);
+    // The middle third holds each work record's origin and a mark on every
+    // host item of a blank group (8 + 1 bytes per item, of 96).
+    static_assert(sizeof(Origin) + 1 <= sizeof(WordItem), "bookkeeping fits the middle third");
+    auto *origins = reinterpret_cast<Origin *>(area + count);
+    auto *blank = reinterpret_cast<uint8_t *>(origins + count);
 
     // Grouping walk: one work record per group, numbered into sentences by
     // breaks in the positions, with the group's texts joined and converted.
+    // A group with no word in it (empty or white-space text) is not sent to
+    // the engine: its items stay untagged and keep their group.
     uint32_t maxGroup = 0;
     int32_t workCount = 0;
     uint16_t sentence = 0;
@@ -218,7 +229,7 @@ int32_t QPNLexicalPhrase(const LexicalRequest *request, WordList *list) {
         items[i].sentence = static_cast<uint16_t>(characters);
         phraseLength += characters;
 
-        WordItem &record = work[workCount++];
+        WordItem &record = work[workCount];
         record = items[i];
         record.sentence = sentence;
         record.group = (static_cast<uint32_t>(i) << 16) + static_cast<uint32_t>(end - i);
@@ -230,17 +241,26 @@ int32_t QPNLexicalPhrase(const LexicalRequest *request, WordList *list) {
             converted[kTextMax] = '\0';
             SetText(record.text, converted);
         }
+        if (vsg::IsBlankItem(record.text, sizeof record.text)) {
+            for (int32_t k = i; k < end; ++k) {
+                blank[k] = 1;
+                items[k].tag = VSG_UNTAGGED;
+            }
+        } else {
+            origins[workCount++] = Origin{static_cast<uint32_t>(i), static_cast<uint32_t>(end - i)};
+        }
         i = end;
     }
 
     const WordList input{workCount, work};
     WordList output{0, nullptr};
-    VSG_SegmentForServer(&input, &output, 1, QPNHandle);
+    if (workCount > 0) VSG_SegmentForServer(&input, &output, 1, QPNHandle);
 
     if (output.items != nullptr && output.count <= workCount) {
         try {
             const IdIndex index(output);
             for (int32_t i = 0; i < count; ++i) {
+                if (blank[i]) continue;
                 const int32_t j = index.Find(items[i].id);
                 if (j >= 0) items[i].tag = output.items[j].tag;
             }
@@ -248,7 +268,7 @@ int32_t QPNLexicalPhrase(const LexicalRequest *request, WordList *list) {
             // Out of memory for the id index: the items keep their tags.
         }
         MarkMerges(output, work, workCount);
-        Regroup(work, workCount, maxGroup, items, count);
+        Regroup(work, origins, workCount, maxGroup, blank, items, count);
     }
 
     const int32_t threshold = request->limit / (charset == kUtf8 ? -3 : -2);

@@ -1,11 +1,17 @@
 // The engine instance and the segmentation call: loading and freeing the
 // twelve model files, and the per-call pipeline that cuts the input into
 // sentence chunks, recognises names, assigns class words and tags every word.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "common/gbtext.h"
+#include "common/model_files.h"
+#include "engine/blank_items.h"
 #include "engine/class_rows.h"
+#include "engine/instance.h"
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -21,16 +27,6 @@ namespace {
 constexpr size_t kPathMax = 1024;
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
-
-// Default roles of the name role sets: the role of a word outside any name.
-constexpr int32_t kPersonDefaultRole = 22;
-constexpr int32_t kPlaceDefaultRole = 17;
-constexpr int32_t kOrgDefaultRole = 14;
-
-// Class assignment of long dictionary words.
-constexpr double kPersonWeight = 11.21;
-constexpr double kOrgWeight = 10.7995;
-constexpr double kPlaceWeight = 9.19482;
 
 // Loads the core dictionary, binary form first, then the text form of the
 // same file. What a failed binary attempt allocated is released first so
@@ -68,29 +64,27 @@ bool LoadAffixOf(const char *path, SegmentEngine *e) {
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
 int32_t LoadModels(SegmentEngine *e, const char *dir) {
-    struct Step {
-        const char *file;
-        int32_t status;
-        bool (*load)(const char *, SegmentEngine *);
+    // The loader of each file of vsg::kModelFiles, in the same order.
+    using Loader = bool (*)(const char *, SegmentEngine *);
+    static constexpr Loader kLoaders[] = {
+        LoadCoreOf,                           // coredict.dct
+        LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
+        LoadMapOf<VSG_TAG_POS>,               // zyrpos30.map
+        LoadContextOf<VSG_TAG_PERSON>,        // nr.ctx
+        LoadMapOf<VSG_TAG_PERSON>,            // nr.map
+        LoadContextOf<VSG_TAG_PLACE>,         // ns.ctx
+        LoadMapOf<VSG_TAG_PLACE>,             // ns.map
+        LoadContextOf<VSG_TAG_ORG>,           // nt.ctx
+        LoadMapOf<VSG_TAG_ORG>,               // nt.map
+        LoadAffixOf<VSG_AFFIX_NAME_PREFIX>,   // name_pre.dct
+        LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>,  // loc_suffix.dct
+        LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>,    // org_suffix.dct
     };
-    static const Step kSteps[] = {
-        {"coredict.dct", VSG_ERR_COREDICT, LoadCoreOf},
-        {"lexical.ctx", VSG_ERR_LEXICAL_CTX, LoadContextOf<VSG_TAG_POS>},
-        {"zyrpos30.map", VSG_ERR_LEXICAL_MAP, LoadMapOf<VSG_TAG_POS>},
-        {"nr.ctx", VSG_ERR_NR_CTX, LoadContextOf<VSG_TAG_PERSON>},
-        {"nr.map", VSG_ERR_NR_MAP, LoadMapOf<VSG_TAG_PERSON>},
-        {"ns.ctx", VSG_ERR_NS_CTX, LoadContextOf<VSG_TAG_PLACE>},
-        {"ns.map", VSG_ERR_NS_MAP, LoadMapOf<VSG_TAG_PLACE>},
-        {"nt.ctx", VSG_ERR_NT_CTX, LoadContextOf<VSG_TAG_ORG>},
-        {"nt.map", VSG_ERR_NT_MAP, LoadMapOf<VSG_TAG_ORG>},
-        {"name_pre.dct", VSG_ERR_NAME_PRE, LoadAffixOf<VSG_AFFIX_NAME_PREFIX>},
-        {"loc_suffix.dct", VSG_ERR_LOC_SUFFIX, LoadAffixOf<VSG_AFFIX_PLACE_SUFFIX>},
-        {"org_suffix.dct", VSG_ERR_ORG_SUFFIX, LoadAffixOf<VSG_AFFIX_ORG_SUFFIX>},
-    };
+    static_assert(sizeof kLoaders / sizeof kLoaders[0] == vsg::kModelFileCount, "one loader per model file");
     char path[kPathMax + 32];
-    for (const Step &step : kSteps) {
-        GetFullFileName(path, dir, step.file);
-        if (!step.load(path, e)) return step.status;
+    for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
+        GetFullFileName(path, dir, vsg::kModelFiles[i].name);
+        if (!kLoaders[i](path, e)) return vsg::kModelFiles[i].status;
     }
     return 0;
 }
@@ -151,31 +145,32 @@ void AssignClasses(SpanWord *words) {
             if (tag < 0) continue;
             if (tag == vsg::kOrgTag) {
                 memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
-                w->weight = kOrgWeight;
+                w->weight = vsg::kOrgClassWeight;
             } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
                 memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
-                w->weight = kPlaceWeight;
+                w->weight = vsg::kPlaceClassWeight;
             } else {
                 memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
-                w->weight = kPersonWeight;
+                w->weight = vsg::kPersonClassWeight;
             }
             w->tag = static_cast<int8_t>(tag);
         }
     }
 }
 
-// Per-call working storage: four spans and two word arrays.
+// Working storage of the segmentation call: four spans and two word arrays.
+// Each thread keeps one and reuses it for every call (the spans are reused
+// across chunks within a call anyway), so a call allocates nothing but its
+// output block.
 struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
 
-    explicit Work(const SegmentEngine *engine) {
+    Work() {
         for (int t = 0; t < 4; ++t) {
             spans[t] = CSpan_new();
-            if (spans[t] == nullptr) continue;
-            CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
-            spans[t]->model = &engine->tagModels[t].model;
+            if (spans[t] != nullptr) CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
         }
         // Every record is written before it is read, so no clearing is needed.
         primary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
@@ -192,13 +187,28 @@ struct Work {
     bool ok() const {
         return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
     }
+    // Points the spans at the context models of `engine`.
+    void Bind(const SegmentEngine *engine) {
+        for (int t = 0; t < 4; ++t) spans[t]->model = &engine->tagModels[t].model;
+    }
 };
+
+// The calling thread's working storage, or null when it cannot be allocated
+// (a later call tries again).
+Work *ThreadWork() {
+    thread_local std::unique_ptr<Work> work;
+    if (work == nullptr || !work->ok()) {
+        work.reset(new (std::nothrow) Work);
+        if (work == nullptr || !work->ok()) return nullptr;
+    }
+    return work.get();
+}
 
 // Role-tags `words` with the name role set `tag`, then copies the result
 // without merged words into `to`.
 void RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
-    static constexpr int32_t kDefaultRole[4] = {0, kPersonDefaultRole, kPlaceDefaultRole,
-                                                kOrgDefaultRole};
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
     CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
     CopyWordResultA(to, words);
 }
@@ -226,29 +236,61 @@ void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
     }
 }
 
-// Appends the surviving words of the secondary array to the output.
-// `first` is the chunk's first item, the fallback for a word whose source
-// does not name an input item.
+// Appends one result item: `text` with `tag` and the bookkeeping fields of
+// input item `from`.
+void Append(WordList *output, const char *text, size_t textSize, uint8_t tag, const WordItem &from) {
+    WordItem &out = output->items[output->count++];
+    memset(&out, 0, sizeof out);
+    CopyText(out.text, sizeof out.text, text, textSize);
+    out.tag = tag;
+    out.mark = from.mark;
+    out.kind = from.kind;
+    out.sentence = from.sentence;
+    out.extra = from.extra;
+    out.id = from.id;
+    out.group = from.group;
+}
+
+// Appends the surviving words of the secondary array to the output, with
+// the blank items of the chunk [first, end) handed back untagged in input
+// order: each before the first word that comes from a later item, the rest
+// after the last word.
 void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_t capacity,
-          int32_t first) {
+          int32_t first, int32_t end) {
+    const WordItem *items = input->items;
+    int32_t blank = first;  // next input item to check for a pending blank one
+    auto emitBlanksBefore = [&](int32_t before) {
+        for (; blank < before && output->count < capacity; ++blank)
+            if (vsg::IsBlankItem(items[blank].text, sizeof items[blank].text))
+                Append(output, items[blank].text, sizeof items[blank].text, VSG_UNTAGGED, items[blank]);
+        blank = std::max(blank, before);
+    };
     for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
         if (w->state == VSG_STATE_MERGED) continue;
         // Both boundary words are 7 bytes with their terminator; text has 128.
         if (IsBoundary(w->text, vsg::kStartWord) || IsBoundary(w->text, vsg::kEndWord)) continue;
-        if (output->count >= capacity) return;
         const int32_t src = (w->source >= 0 && w->source < input->count) ? w->source : first;
-        const WordItem &from = input->items[src];
-        WordItem &out = output->items[output->count++];
-        memset(&out, 0, sizeof out);
-        CopyText(out.text, sizeof out.text, w->text, sizeof w->text);
-        out.tag = static_cast<uint8_t>(w->tag);
-        out.mark = from.mark;
-        out.kind = from.kind;
-        out.sentence = from.sentence;
-        out.extra = from.extra;
-        out.id = from.id;
-        out.group = from.group;
+        emitBlanksBefore(src);
+        if (output->count >= capacity) return;
+        Append(output, w->text, sizeof w->text, static_cast<uint8_t>(w->tag), items[src]);
     }
+    emitBlanksBefore(end);
+}
+
+// Loads the model files of `directory` into the zero-filled `engine`; 0 or
+// the status of the first file that failed.
+int32_t LoadInto(SegmentEngine *engine, const char *directory) {
+    if (directory == nullptr) directory = "";
+    const size_t len = strlen(directory);
+    // The longest model file name and the joining separator must fit too.
+    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
+    char dir[kPathMax];
+    memcpy(dir, directory, len + 1);
+    if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
+        dir[len] = '/';
+        dir[len + 1] = '\0';
+    }
+    return LoadModels(engine, dir);
 }
 
 }  // namespace
@@ -265,19 +307,7 @@ int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
     g_mSEG = engine;
     if (engine == nullptr) return VSG_ERR_COREDICT;
-
-    if (directory == nullptr) directory = "";
-    const size_t len = strlen(directory);
-    // The longest model file name and the joining separator must fit too.
-    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
-    char dir[kPathMax];
-    memcpy(dir, directory, len + 1);
-    if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
-        dir[len] = '/';
-        dir[len + 1] = '\0';
-    }
-
-    const int32_t status = LoadModels(engine, dir);
+    const int32_t status = LoadInto(engine, directory);
     if (status != 0) return status;
     if (handle != nullptr) *handle = engine;
     g_bTag = 1;
@@ -288,13 +318,7 @@ void VSG_FreeForServer(SegmentEngine *handle) {
     (void)handle;
     SegmentEngine *engine = g_mSEG;
     if (engine == nullptr) return;
-    DictionaryS_Free(&engine->core);
-    for (TagModel &tm : engine->tagModels) {
-        ContextStat_Free(&tm.model);
-        POSmap_Free(&tm.map);
-    }
-    for (Dictionary &affix : engine->affix) Dictionary_Free(&affix);
-    free(engine);
+    vsg::engine::FreeInstance(engine);
     g_mSEG = nullptr;
     g_bTag = 0;
 }
@@ -309,8 +333,10 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
     if (output->items == nullptr) return 1;
     if (n == 0) return 1;
 
-    Work work(engine);
-    if (!work.ok()) return 1;
+    Work *shared = ThreadWork();
+    if (shared == nullptr) return 1;
+    Work &work = *shared;
+    work.Bind(engine);
     const DictionaryS *core = &engine->core;
     const WordItem *items = input->items;
     // The boundary words frame every chunk; they are looked up once per call.
@@ -325,24 +351,31 @@ int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mo
         while (e < n && SentenceKey(items[e]) == key && e - s < kChunkItems) ++e;
         const int32_t k = e - s;
 
+        // Blank items take no place in the array: an empty text would end
+        // it, and white space would stand between two words.
         SpanWord *a = work.primary;
         a[0] = startWord;
+        int32_t words = 0;
         for (int32_t i = 0; i < k; ++i) {
             const WordItem &item = items[s + i];
-            SpanWord *w = &a[i + 1];
+            if (vsg::IsBlankItem(item.text, sizeof item.text)) continue;
+            SpanWord *w = &a[++words];
             FillWord(w, item.text, sizeof item.text, core);
             w->sentence = item.sentence;
             w->extra = item.extra;
             w->id = static_cast<int32_t>(item.id);
             w->source = s + i;
         }
-        a[k + 1] = endWord;
-        memset(&a[k + 2], 0, sizeof a[k + 2]);
-
-        TagRoles(work, mode, engine);
-        AssignClasses(work.secondary);
-        CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
-        Emit(work.secondary, input, output, n + 1, s);
+        if (words > 0) {
+            a[words + 1] = endWord;
+            memset(&a[words + 2], 0, sizeof a[words + 2]);
+            TagRoles(work, mode, engine);
+            AssignClasses(work.secondary);
+            CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
+        } else {
+            work.secondary[0].text[0] = '\0';  // a chunk of blank items only
+        }
+        Emit(work.secondary, input, output, n + 1, s, e);
         s = e;
     }
     return 1;
@@ -355,3 +388,27 @@ void VSG_SegmentForServerFree(WordList *output) {
 }
 
 }  // extern "C"
+
+namespace vsg::engine {
+
+SegmentEngine *LoadInstance(const char *directory, int32_t *status) {
+    auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
+    int32_t result = engine != nullptr ? LoadInto(engine, directory) : VSG_ERR_COREDICT;
+    if (status != nullptr) *status = result;
+    if (result == 0) return engine;
+    FreeInstance(engine);
+    return nullptr;
+}
+
+void FreeInstance(SegmentEngine *engine) {
+    if (engine == nullptr) return;
+    DictionaryS_Free(&engine->core);
+    for (TagModel &tm : engine->tagModels) {
+        ContextStat_Free(&tm.model);
+        POSmap_Free(&tm.map);
+    }
+    for (Dictionary &affix : engine->affix) Dictionary_Free(&affix);
+    free(engine);
+}
+
+}  // namespace vsg::engine

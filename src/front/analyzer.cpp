@@ -5,19 +5,26 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "common/tagset.h"
+#include "engine/instance.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
 #include "front/segmodel.h"
 #include "front/transcode.h"
+#include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
 #include "vsglex/vsglex_api.h"
@@ -26,31 +33,30 @@ namespace vsg::front {
 
 namespace {
 
-// The process's loaded engine and the cutter built from its dictionary,
-// shared by every handle.
+// One loaded model set: its own engine instance, the cutter built from its
+// dictionary and its tag names. Handles on the same directory share one set;
+// it is freed with the last handle that uses it.
 struct Shared {
-    std::mutex mutex;
-    int refs = 0;
-    bool ownsEngine = false;
-    const SegmentEngine *engine = nullptr;
+    std::unique_ptr<vsg::engine::Engine> engine;
     Lexicon lexicon;
     SegModel segModel;  // the trained cutter; not loaded: the dictionary cutter cuts
     std::vector<std::string> tagNames;
+    std::string warning;  // about the loaded set (no manifest), or empty
 };
-Shared g_shared;
+
+// Model sets that are open, by the canonical path of their directory.
+struct Registry {
+    std::mutex mutex;
+    std::map<std::string, std::weak_ptr<Shared>> sets;
+};
+Registry &OpenSets() {
+    static Registry *registry = new Registry;  // never destroyed: handles may outlive static destruction
+    return *registry;
+}
 
 thread_local std::string t_lastError;
 
 void SetError(const std::string &message) { t_lastError = message; }
-
-// Model file behind each load status of the engine.
-const char *ModelFileOfStatus(int32_t status) {
-    static const char *const kFiles[] = {"coredict.dct", "lexical.ctx", "zyrpos30.map", "nr.ctx",
-                                         "nr.map",       "ns.ctx",      "ns.map",       "nt.ctx",
-                                         "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
-    int32_t k = VSG_ERR_COREDICT - status;
-    return k >= 0 && k < 12 ? kFiles[k] : "?";
-}
 
 // Words an engine call takes at least, unless the text ends; the sentences
 // of a text are batched into calls of about this size (the engine's output
@@ -60,8 +66,21 @@ constexpr size_t kBatchItems = 1024;
 // many words, so a long sentence may be split between calls at multiples of
 // it without changing the result.
 constexpr size_t kEngineChunk = 150;
-// Stretch of the caller's text converted at once (cut at a line end).
+// Stretch of the caller's text converted at once (cut at a line end, or
+// in a line longer than twice this at a sentence end or character
+// boundary), so that the work text stays small whatever the text's shape.
 constexpr size_t kWindowBytes = 256 * 1024;
+
+// End of the stretch of text[0..length) converted at once from `pos`.
+size_t WindowEnd(const char *text, size_t pos, size_t length, int charset) {
+    if (length - pos <= kWindowBytes) return length;
+    size_t far = std::min(length, pos + 2 * kWindowBytes);
+    const void *nl = std::memchr(text + pos + kWindowBytes, '\n', far - pos - kWindowBytes);
+    if (nl != nullptr) return static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
+    if (far == length) return length;
+    size_t cut = CutPoint(text, pos, far, length, charset);
+    return cut > pos ? cut : far;
+}
 
 // One cut word handed to the engine.
 struct Item {
@@ -115,10 +134,12 @@ private:
     SentenceSpan open_{0, 0};
     size_t openItems_ = 0;  // words of the open sentence so far
 
-    std::vector<vsglex_word> words_;
-    std::vector<size_t> textOffsets_;  // of each word's text in texts_
+    // Grown in chunks rather than by doubling: a result of millions of words
+    // then needs its own size once here and once in the result block.
+    std::deque<vsglex_word> words_;
+    std::deque<size_t> textOffsets_;  // of each word's text in texts_
     std::string texts_;
-    std::vector<vsglex_sentence> sentences_;
+    std::deque<vsglex_sentence> sentences_;
     std::vector<uint64_t> invalid_;
     int charset_ = 0;
 };
@@ -128,11 +149,7 @@ void Analysis::Run(const char *text, size_t length, int charset) {
     size_t pos = 0;
     if (charset == VSGLEX_CHARSET_UTF8 && length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) pos = 3;
     while (pos < length) {
-        size_t end = length;
-        if (length - pos > kWindowBytes) {
-            const void *nl = std::memchr(text + pos + kWindowBytes, '\n', length - pos - kWindowBytes);
-            if (nl != nullptr) end = static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
-        }
+        size_t end = WindowEnd(text, pos, length, charset);
         Window(text + pos, end - pos, pos, charset);
         pos = end;
     }
@@ -144,7 +161,7 @@ void Analysis::Window(const char *src, size_t n, uint64_t base, int charset) {
     Flush();
     base_ = base;
     src_ = src;
-    ToWorkText(src, n, charset, work_, invalid_, base);
+    ToWorkText(src, n, charset, work_, invalid_, base, (flags_ & VSGLEX_T2S) != 0);
     const std::string &gb = work_.gb;
     size_t lineStart = 0;
     while (lineStart < gb.size()) {
@@ -282,6 +299,10 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= w.offset + w.length) &&
         std::memchr(orig, '\0', w.length) == nullptr) {
         texts_.append(orig, w.length);
+    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
+               (bad == invalid_.end() || *bad >= w.offset + w.length)) {
+        // Simplified for the analysis only: the word keeps the caller's characters.
+        GbToUtf8(orig, w.length, texts_);
     } else {
         GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
     }
@@ -309,7 +330,13 @@ void Analysis::Flush() {
     }
     WordList input{static_cast<int32_t>(n), in.data()};
     WordList output{0, nullptr};
-    VSG_SegmentForServer(&input, &output, 0, shared_.engine);
+    shared_.engine->Segment(&input, &output, 0);
+    // The engine hands back at least one word for every non-empty batch; an
+    // empty or missing result means it ran out of memory.
+    if (output.items == nullptr || output.count <= 0) {
+        VSG_SegmentForServerFree(&output);
+        throw std::bad_alloc();
+    }
 
     // Align the engine's words with the cut words: each output word is the
     // concatenation of one or more consecutive input words.
@@ -378,7 +405,7 @@ vsglex_result *Analysis::Finish() {
         words_[k].text = p + textOffsets_[k];
         r->words[k] = words_[k];
     }
-    if (!sentences_.empty()) std::memcpy(r->sentences, sentences_.data(), sentenceBytes);
+    std::copy(sentences_.begin(), sentences_.end(), r->sentences);
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
 }
@@ -386,30 +413,10 @@ vsglex_result *Analysis::Finish() {
 }  // namespace
 
 int32_t NameClassOfTag(int32_t tag) {
-    switch (tag) {
-    case 24: case 27: case 28: return VSGLEX_NAME_PERSON;
-    case 29: case 30: return VSGLEX_NAME_PLACE;
-    case 31: return VSGLEX_NAME_ORG;
-    default: return VSGLEX_NAME_NONE;
-    }
-}
-
-const Lexicon *SharedLexicon() { return g_shared.refs > 0 ? &g_shared.lexicon : nullptr; }
-
-const SegModel *SharedSegModel() {
-    return g_shared.refs > 0 && g_shared.segModel.Loaded() ? &g_shared.segModel : nullptr;
-}
-
-bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error) {
-    model = SegModel();
-    const char *cutter = std::getenv("VSGLEX_CUTTER");
-    if (cutter != nullptr && std::strcmp(cutter, "dict") == 0) return true;
-    std::string path = dir;
-    if (!path.empty() && path.back() != '/') path += '/';
-    path += kSegModelFile;
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
-    return model.Load(path, error);
+    if (IsPersonTag(tag)) return VSGLEX_NAME_PERSON;
+    if (IsPlaceTag(tag)) return VSGLEX_NAME_PLACE;
+    if (IsOrgTag(tag)) return VSGLEX_NAME_ORG;
+    return VSGLEX_NAME_NONE;
 }
 
 }  // namespace vsg::front
@@ -417,8 +424,59 @@ bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error
 using namespace vsg::front;
 
 struct vsglex_handle {
-    Shared *shared;
+    std::shared_ptr<const Shared> shared;
 };
+
+namespace {
+
+// Checks and loads the model set of `dir` (canonical path; messages name it
+// as `shown`), or returns null with the error set.
+std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown) {
+    // Damaged, missing or mismatched files are refused here, before the
+    // loaders (which accept some damaged files without a word).
+    vsg::model::SetCheck check = vsg::model::CheckModelSet(dir.c_str());
+    if (!check.ok()) {
+        SetError("model set " + shown + ": " + check.Summary());
+        return nullptr;
+    }
+    int32_t status = 0;
+    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
+    if (engine == nullptr) {
+        SetError("model set " + shown + ": " + vsg::model::DescribeLoadFailure(dir.c_str(), status));
+        return nullptr;
+    }
+    auto set = std::make_shared<Shared>();
+    set->warning = check.warning;
+    LexiconOptions options;
+    // Measurement switch: the shortest person word the cutter keeps.
+    if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
+        options.minPersonWordChars = std::atoi(chars);
+    if (!set->lexicon.Build(engine->models().core, options)) {
+        SetError("the core dictionary in " + shown + " holds no words");
+        return nullptr;
+    }
+    // The trained cutter, when the model set has one.
+    std::string cutterError;
+    if (!LoadCutterModel(dir, set->segModel, &cutterError)) {
+        SetError("model set " + shown + ": cannot load " + cutterError);
+        return nullptr;
+    }
+    const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
+    char tag[256];
+    for (int32_t k = 0; k < map.count && k < 255; ++k) {
+        tag[0] = '\0';
+        POSmap_GetPOS(k, tag, &map);
+        // Classes of single frequent words are written "n#13": the user sees
+        // their tag, "n".
+        char *hash = std::strchr(tag, '#');
+        if (hash != nullptr && hash != tag) *hash = '\0';
+        set->tagNames.emplace_back(tag);
+    }
+    set->engine = std::move(engine);
+    return set;
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -432,63 +490,26 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
             SetError("model directory path too long");
             return nullptr;
         }
-        Shared &sh = g_shared;
-        std::lock_guard<std::mutex> lock(sh.mutex);
-        if (sh.refs == 0) {
-            struct stat st;
-            if (stat(data_dir, &st) != 0 || !S_ISDIR(st.st_mode)) {
-                SetError(std::string("model directory not found: ") + data_dir);
-                return nullptr;
-            }
-            SegmentEngine *engine = nullptr;
-            int32_t status = VSG_LoadForServer(&engine, data_dir);
-            if (status != 0 && status != 1) {
-                // Release what the failed load left behind.
-                VSG_FreeForServer(nullptr);
-                std::string dir = data_dir;
-                if (dir.back() != '/') dir += '/';
-                SetError("cannot load model file " + dir + ModelFileOfStatus(status) + " (status " +
-                         std::to_string(status) + ")");
-                return nullptr;
-            }
-            LexiconOptions options;
-            // Measurement switch: the shortest person word the cutter keeps.
-            if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
-                options.minPersonWordChars = std::atoi(chars);
-            if (engine == nullptr || !sh.lexicon.Build(engine->core, options)) {
-                if (status == 0) VSG_FreeForServer(engine);
-                SetError(std::string("the core dictionary in ") + data_dir + " holds no words");
-                return nullptr;
-            }
-            // The trained cutter, when the model set has one.
-            std::string cutterError;
-            if (!LoadCutterModel(data_dir, sh.segModel, &cutterError)) {
-                if (status == 0) VSG_FreeForServer(engine);
-                sh.lexicon = Lexicon();
-                SetError("cannot load " + cutterError);
-                return nullptr;
-            }
-            sh.tagNames.clear();
-            const POSmap &map = engine->tagModels[VSG_TAG_POS].map;
-            char tag[256];
-            for (int32_t k = 0; k < map.count && k < 255; ++k) {
-                tag[0] = '\0';
-                POSmap_GetPOS(k, tag, &map);
-                // Classes of single frequent words are written "n#13": the
-                // user sees their tag, "n".
-                char *hash = std::strchr(tag, '#');
-                if (hash != nullptr && hash != tag) *hash = '\0';
-                sh.tagNames.emplace_back(tag);
-            }
-            sh.engine = engine;
-            sh.ownsEngine = status == 0;
+        struct stat st;
+        char canonical[PATH_MAX];
+        if (stat(data_dir, &st) != 0 || !S_ISDIR(st.st_mode) || realpath(data_dir, canonical) == nullptr) {
+            SetError(std::string("model directory not found: ") + data_dir);
+            return nullptr;
         }
-        ++sh.refs;
-        auto *h = new (std::nothrow) vsglex_handle{&sh};
-        if (h == nullptr) {
-            --sh.refs;
-            SetError("out of memory");
+        Registry &registry = OpenSets();
+        std::lock_guard<std::mutex> lock(registry.mutex);
+        std::weak_ptr<Shared> &slot = registry.sets[canonical];
+        std::shared_ptr<Shared> set = slot.lock();
+        if (set == nullptr) {
+            set = LoadSet(canonical, data_dir);
+            if (set == nullptr) {
+                registry.sets.erase(canonical);
+                return nullptr;
+            }
+            slot = set;
         }
+        auto *h = new (std::nothrow) vsglex_handle{std::move(set)};
+        if (h == nullptr) SetError("out of memory");
         return h;
     } catch (...) {
         SetError("out of memory");
@@ -498,24 +519,18 @@ VSGLEX_API vsglex_handle *vsglex_open(const char *data_dir) {
 
 VSGLEX_API void vsglex_close(vsglex_handle *handle) {
     if (handle == nullptr) return;
-    Shared &sh = *handle->shared;
-    delete handle;
-    std::lock_guard<std::mutex> lock(sh.mutex);
-    if (sh.refs > 0 && --sh.refs == 0) {
-        if (sh.ownsEngine) VSG_FreeForServer(const_cast<SegmentEngine *>(sh.engine));
-        sh.engine = nullptr;
-        sh.ownsEngine = false;
-        sh.lexicon = Lexicon();
-        sh.segModel = SegModel();
-        sh.tagNames.clear();
-    }
+    Registry &registry = OpenSets();
+    std::lock_guard<std::mutex> lock(registry.mutex);
+    delete handle;  // frees the model set with its last handle
+    for (auto it = registry.sets.begin(); it != registry.sets.end();)
+        it = it->second.expired() ? registry.sets.erase(it) : std::next(it);
 }
 
 VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text, size_t length, int32_t charset,
                                   uint32_t flags, vsglex_result **result) {
     if (result != nullptr) *result = nullptr;
     if (handle == nullptr || result == nullptr || (text == nullptr && length > 0) || charset < 0 || charset > 3 ||
-        (flags & ~static_cast<uint32_t>(VSGLEX_PRECUT)) != 0) {
+        (flags & ~static_cast<uint32_t>(VSGLEX_PRECUT | VSGLEX_T2S)) != 0) {
         SetError("invalid argument");
         return VSGLEX_ERR_ARGUMENT;
     }
@@ -524,8 +539,14 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
         return VSGLEX_ERR_TOO_LARGE;
     }
     try {
-        if (charset == VSGLEX_CHARSET_AUTO)
-            charset = IsValidUtf8(text, length) ? VSGLEX_CHARSET_UTF8 : VSGLEX_CHARSET_GB18030;
+        if (charset == VSGLEX_CHARSET_AUTO) {
+            CharsetGuess guess = GuessCharset(text != nullptr ? text : "", length);
+            if (guess.utf16) {
+                SetError("the text looks like UTF-16, which is not read: convert it to UTF-8");
+                return VSGLEX_ERR_CHARSET;
+            }
+            charset = guess.charset;
+        }
         Analysis analysis(*handle->shared, flags);
         analysis.Run(text != nullptr ? text : "", length, charset);
         *result = analysis.Finish();
@@ -534,6 +555,25 @@ VSGLEX_API int32_t vsglex_analyze(const vsglex_handle *handle, const char *text,
         SetError("out of memory");
         return VSGLEX_ERR_MEMORY;
     }
+}
+
+VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_t *hints) {
+    if (hints != nullptr) *hints = 0;
+    if (text == nullptr) return VSGLEX_CHARSET_UTF8;
+    try {
+        CharsetGuess guess = GuessCharset(text, length);
+        if (hints != nullptr)
+            *hints = (guess.traditional ? uint32_t{VSGLEX_GUESS_TRADITIONAL} : 0u) |
+                     (guess.utf16 ? uint32_t{VSGLEX_GUESS_UTF16} : 0u);
+        return guess.charset;
+    } catch (...) {
+        return VSGLEX_CHARSET_UTF8;
+    }
+}
+
+VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset) {
+    if (text == nullptr || charset < VSGLEX_CHARSET_GB18030 || charset > VSGLEX_CHARSET_UTF8) return 0;
+    return CutPoint(text, 0, length, length, charset);
 }
 
 VSGLEX_API void vsglex_result_free(vsglex_result *result) { std::free(result); }
@@ -554,4 +594,29 @@ VSGLEX_API const char *vsglex_name_class_name(int32_t name_class) {
 
 VSGLEX_API const char *vsglex_last_error(void) { return t_lastError.c_str(); }
 
+VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle) {
+    if (handle == nullptr) return "";
+    return handle->shared->warning.c_str();
+}
+
 }  // extern "C"
+
+const vsg::front::Lexicon *vsg::front::LexiconOf(const vsglex_handle *handle) {
+    return handle != nullptr ? &handle->shared->lexicon : nullptr;
+}
+
+const vsg::front::SegModel *vsg::front::SegModelOf(const vsglex_handle *handle) {
+    return handle != nullptr && handle->shared->segModel.Loaded() ? &handle->shared->segModel : nullptr;
+}
+
+bool vsg::front::LoadCutterModel(const std::string &dir, SegModel &model, std::string *error) {
+    model = SegModel();
+    const char *cutter = std::getenv("VSGLEX_CUTTER");
+    if (cutter != nullptr && std::strcmp(cutter, "dict") == 0) return true;
+    std::string path = dir;
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += kSegModelFile;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
+    return model.Load(path, error);
+}

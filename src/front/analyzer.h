@@ -7,6 +7,7 @@
 
 #include "front/lexicon.h"
 #include "front/segmodel.h"
+#include "vsglex/vsglex_api.h"
 
 namespace vsg::front {
 
@@ -14,12 +15,11 @@ namespace vsg::front {
 // person; 29, 30 place; 31 organisation.
 int32_t NameClassOfTag(int32_t tag);
 
-// The cutter built from the loaded dictionary while a handle is open, else
-// null.
-const Lexicon *SharedLexicon();
-// The trained cutter while a handle is open and the model set has one,
-// else null.
-const SegModel *SharedSegModel();
+// The cutter of the model set a handle uses (null for a null handle).
+const Lexicon *LexiconOf(const vsglex_handle *handle);
+// The trained cutter of the model set a handle uses, or null when the set
+// has none (or for a null handle).
+const SegModel *SegModelOf(const vsglex_handle *handle);
 
 // Loads DIR/segment.mdl into `model`. A missing file, or VSGLEX_CUTTER=dict
 // in the environment, leaves it unloaded (the dictionary cutter cuts) and

@@ -1,5 +1,6 @@
 // Word cutter over the core dictionary: a lattice of dictionary words over
 // atoms, searched for the cheapest path with unigram costs.
+#include "common/tagset.h"
 #include "front/lexicon.h"
 
 #include <cmath>
@@ -24,7 +25,6 @@ inline uint32_t HashMore(uint32_t h, const char *p, size_t n) {
 }
 
 // Person-name tags of the part-of-speech tag map.
-inline bool IsPersonTag(unsigned tag) { return tag == 24 || tag == 27 || tag == 28; }
 
 // The first bytes of a key (up to 8), zero-padded.
 inline uint64_t InlineKey(const char *key, size_t length) {

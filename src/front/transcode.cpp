@@ -2,6 +2,7 @@
 // runtime's decoders and encoders.
 #include "front/transcode.h"
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 
@@ -31,6 +32,55 @@ void FillBmpTable() {
         }
         g_bmpToGb[cp] = packed;
         g_bmpGbLength[cp] = static_cast<uint8_t>(len);
+    }
+}
+
+// Simplified forms: GB18030 bytes of the simplified form of every code
+// point of the Basic Multilingual Plane (the table BIG5 text is read with),
+// and whether a code point has a traditional form of its own. Filled once,
+// when first asked for.
+uint32_t g_bmpToSimpGb[0x10000];
+uint8_t g_bmpSimpGbLength[0x10000];
+uint8_t g_bmpKind[0x10000];  // 1: changes when simplified; 2: changes when made traditional
+std::once_flag g_simpOnce;
+
+// The code point `cp` converted as UTF-8 with `flags`, or `cp` when the
+// conversion fails.
+uint32_t MapThroughUtf8(uint32_t cp, uint32_t flags) {
+    char in[8] = {0}, out[24] = {0};
+    if (_T_UnicodeToUTF8(cp, in) <= 0) return cp;
+    if (_T_TranslateCode(in, T_CHARSET_UTF8, out, T_CHARSET_UTF8, flags | T_CODE_STRICT, nullptr) == 0) return cp;
+    uint32_t len = 0;
+    uint32_t mapped = _T_UTF8ToUnicode(out, &len);
+    return len > 0 && mapped != 0 ? mapped : cp;
+}
+
+void FillSimplifiedTable() {
+    std::call_once(g_bmpOnce, FillBmpTable);
+    std::memcpy(g_bmpToSimpGb, g_bmpToGb, sizeof g_bmpToGb);
+    std::memcpy(g_bmpSimpGbLength, g_bmpGbLength, sizeof g_bmpGbLength);
+    char in[8], out[24];
+    for (uint32_t cp = 0x2E80; cp < 0x10000; ++cp) {
+        if (cp >= 0xD800 && cp < 0xF900) continue;  // surrogates and private use
+        if (cp >= 0xFB00) break;
+        if (MapThroughUtf8(cp, T_CODE_TO_SIMP) == cp) {
+            if (MapThroughUtf8(cp, T_CODE_TO_TRAD) != cp) g_bmpKind[cp] = 2;
+            continue;
+        }
+        g_bmpKind[cp] = 1;
+        std::memset(in, 0, sizeof in);
+        std::memset(out, 0, sizeof out);
+        if (_T_UnicodeToUTF8(cp, in) <= 0) continue;
+        // The same conversion as for BIG5 text: into GB18030, simplified.
+        if (_T_TranslateCode(in, T_CHARSET_UTF8, out, T_CHARSET_GB18030, T_CODE_STRICT | T_CODE_TO_SIMP, nullptr) != 0) {
+            size_t len = std::strlen(out);
+            if (len > 0 && len <= 4) {
+                uint32_t packed = 0;
+                for (size_t k = 0; k < len; ++k) packed |= static_cast<uint32_t>(static_cast<unsigned char>(out[k])) << (8 * k);
+                g_bmpToSimpGb[cp] = packed;
+                g_bmpSimpGbLength[cp] = static_cast<uint8_t>(len);
+            }
+        }
     }
 }
 
@@ -90,7 +140,7 @@ bool IsValidUtf8(const char *s, size_t n) {
 }
 
 void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector<uint64_t> &invalid,
-                uint64_t base) {
+                uint64_t base, bool simplify) {
     w.gb.clear();
     w.srcStart.clear();
     w.srcEnd.clear();
@@ -101,6 +151,9 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
     char out[24];
     size_t i = 0;
     if (charset == 3) std::call_once(g_bmpOnce, FillBmpTable);
+    if (simplify && charset != 2) std::call_once(g_simpOnce, FillSimplifiedTable);
+    const uint32_t *toGb = simplify ? g_bmpToSimpGb : g_bmpToGb;
+    const uint8_t *gbLength = simplify ? g_bmpSimpGbLength : g_bmpGbLength;
     while (i < n) {
         unsigned char c = u[i];
         uint32_t s = static_cast<uint32_t>(i);
@@ -119,8 +172,8 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
             if (len > 0) {
                 size_t olen = 0;
                 if (cp < 0x10000) {
-                    uint32_t packed = g_bmpToGb[cp];
-                    olen = g_bmpGbLength[cp];
+                    uint32_t packed = toGb[cp];
+                    olen = gbLength[cp];
                     for (size_t k = 0; k < olen; ++k) out[k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
                 } else {
                     std::memset(out, 0, 8);
@@ -147,9 +200,17 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
                 char in[8] = {0};
                 std::memcpy(in, src + i, clen);
                 uint32_t dlen = 0;
-                if (_T_GB18030ToUnicode(in, &dlen) != 0 && dlen == clen) {
+                uint32_t cp = _T_GB18030ToUnicode(in, &dlen);
+                if (cp != 0 && dlen == clen) {
                     len = clen;
-                    Emit(w, src + i, clen, s, static_cast<uint32_t>(i + len));
+                    if (simplify && cp < 0x10000 && g_bmpKind[cp] == 1) {
+                        uint32_t packed = g_bmpToSimpGb[cp];
+                        size_t olen = g_bmpSimpGbLength[cp];
+                        for (size_t k = 0; k < olen; ++k) out[k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
+                        Emit(w, out, olen, s, static_cast<uint32_t>(i + len));
+                    } else {
+                        Emit(w, src + i, clen, s, static_cast<uint32_t>(i + len));
+                    }
                 }
             }
         }
@@ -160,6 +221,182 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
             i += len;
         }
     }
+}
+
+namespace {
+
+// Length of the BIG5 character at s[0..n): 2 for a lead byte followed by a
+// trail byte, else 1.
+inline size_t Big5CharLength(const unsigned char *s, size_t n) {
+    if (s[0] >= 0x81 && s[0] <= 0xFE && n >= 2 && ((s[1] >= 0x40 && s[1] <= 0x7E) || (s[1] >= 0xA1 && s[1] <= 0xFE)))
+        return 2;
+    return 1;
+}
+
+// Length of the character at s[0..n) in `charset`; 1 for a byte that opens
+// no valid character.
+inline size_t CharLength(const unsigned char *s, size_t n, int charset) {
+    if (s[0] < 0x80) return 1;
+    if (charset == 3) {
+        uint32_t cp;
+        size_t len = Utf8CharLength(s, n, &cp);
+        return len > 0 ? len : 1;
+    }
+    if (charset == 2) return Big5CharLength(s, n);
+    return GbCharLength(s, 0, n);
+}
+
+// True when the character s[0..len) ends a sentence in `charset`.
+inline bool EndsSentence(const unsigned char *s, size_t len, int charset) {
+    if (len == 1) return s[0] == '!' || s[0] == '?';
+    if (charset == 3)
+        return len == 3 && ((s[0] == 0xE3 && s[1] == 0x80 && s[2] == 0x82) ||
+                            (s[0] == 0xEF && s[1] == 0xBC && (s[2] == 0x81 || s[2] == 0x9F)));
+    if (len != 2) return false;
+    if (charset == 2) return s[0] == 0xA1 && (s[1] == 0x43 || s[1] == 0x48 || s[1] == 0x49);
+    return (s[0] == 0xA1 && s[1] == 0xA3) || (s[0] == 0xA3 && (s[1] == 0xA1 || s[1] == 0xBF));
+}
+
+// True when the pairs of bytes of s[0..n) look like UTF-16 text in the
+// given byte order: NUL high bytes for ASCII, and mostly Chinese or
+// full-width characters.
+bool LooksLikeUtf16(const unsigned char *s, size_t n, bool bigEndian) {
+    size_t pairs = n / 2, ascii = 0, han = 0, other = 0;
+    for (size_t k = 0; k < pairs; ++k) {
+        unsigned char hi = s[2 * k + (bigEndian ? 0 : 1)], lo = s[2 * k + (bigEndian ? 1 : 0)];
+        if (hi == 0 && lo != 0 && lo < 0x80) ++ascii;
+        else if ((hi >= 0x4E && hi <= 0x9F) || hi == 0x30 || hi == 0xFF) ++han;
+        else ++other;
+    }
+    // Chinese text in UTF-16 has line ends or spaces (NUL high bytes) or is
+    // almost all characters of the common Chinese block.
+    return pairs >= 2 && other * 10 <= pairs && (ascii > 0 || han * 10 >= pairs * 9) && han > 0;
+}
+
+// True when NUL bytes fill one of the two byte positions of the pairs of
+// s[0..n) (a quarter of them at least) and hardly the other: the high bytes
+// of ASCII characters in UTF-16.
+bool HasUtf16Zeros(const unsigned char *s, size_t n) {
+    size_t zeros[2] = {0, 0};
+    for (size_t i = 0; i < n; ++i) zeros[i & 1] += s[i] == 0;
+    size_t pairs = n / 2;
+    for (int k = 0; k < 2; ++k)
+        if (pairs >= 2 && zeros[k] * 4 >= pairs && zeros[1 - k] * 20 <= pairs) return true;
+    return false;
+}
+
+}  // namespace
+
+CharsetGuess GuessCharset(const char *src, size_t n) {
+    CharsetGuess g;
+    const auto *u = reinterpret_cast<const unsigned char *>(src);
+    n = std::min(n, kGuessBytes);
+    if (n >= 3 && u[0] == 0xEF && u[1] == 0xBB && u[2] == 0xBF) {
+        g.charset = 3;
+    } else if (n >= 2 && ((u[0] == 0xFF && u[1] == 0xFE) || (u[0] == 0xFE && u[1] == 0xFF))) {
+        g.utf16 = true;
+        return g;
+    } else if (HasUtf16Zeros(u, std::min<size_t>(n, 4096))) {
+        g.utf16 = true;
+        return g;
+    } else {
+        // Bytes of valid multi-byte UTF-8 sequences against the other high bytes.
+        uint64_t good = 0, bad = 0;
+        uint32_t cp;
+        for (size_t i = 0; i < n;) {
+            if (u[i] < 0x80) {
+                ++i;
+                continue;
+            }
+            size_t len = Utf8CharLength(u + i, n - i, &cp);
+            // A sequence cut by the end of the sample is no evidence either way.
+            if (len == 0 && n == kGuessBytes && n - i < 4) break;
+            if (len == 0) {
+                ++bad;
+                ++i;
+            } else {
+                good += len;
+                i += len;
+            }
+        }
+        if (good < 2 * bad) {
+            size_t probe = std::min<size_t>(n, 4096) & ~static_cast<size_t>(1);
+            if (LooksLikeUtf16(u, probe, false) || LooksLikeUtf16(u, probe, true)) {
+                g.utf16 = true;
+                return g;
+            }
+            // Double-byte characters in the rows each set uses for Chinese
+            // characters and punctuation (GB2312 rows 16-87, A1 and A3; BIG5
+            // A4-C6 and A1 with low trail bytes), read each way.
+            uint64_t gbHits = 0, big5Hits = 0;
+            for (size_t i = 0; i < n;) {
+                size_t len = GbCharLength(u, i, n);
+                if (len == 2) {
+                    unsigned char a = u[i], b = u[i + 1];
+                    if (b >= 0xA1 && ((a >= 0xB0 && a <= 0xF7) || a == 0xA1 || a == 0xA3)) ++gbHits;
+                }
+                i += len;
+            }
+            for (size_t i = 0; i < n;) {
+                size_t len = u[i] < 0x80 ? 1 : Big5CharLength(u + i, n - i);
+                if (len == 2) {
+                    unsigned char a = u[i], b = u[i + 1];
+                    if ((a >= 0xA4 && a <= 0xC6) || (a == 0xA1 && b <= 0x7E)) ++big5Hits;
+                }
+                i += len;
+            }
+            g.charset = big5Hits > gbHits ? 2 : 1;
+        }
+    }
+    if (g.charset == 2) return g;  // BIG5 is always read as simplified text
+    // Traditional-only against simplified-only characters.
+    std::call_once(g_simpOnce, FillSimplifiedTable);
+    uint64_t trad = 0, simp = 0;
+    char in[8];
+    for (size_t i = 0; i < n;) {
+        if (u[i] < 0x80) {
+            ++i;
+            continue;
+        }
+        uint32_t cp = 0;
+        size_t len;
+        if (g.charset == 3) {
+            len = Utf8CharLength(u + i, n - i, &cp);
+        } else {
+            len = GbCharLength(u, i, n);
+            if (len > 1) {
+                std::memset(in, 0, sizeof in);
+                std::memcpy(in, u + i, len);
+                uint32_t dlen = 0;
+                cp = _T_GB18030ToUnicode(in, &dlen);
+                if (dlen != len) cp = 0;
+            }
+        }
+        if (len == 0) len = 1;
+        if (cp > 0 && cp < 0x10000) {
+            trad += g_bmpKind[cp] == 1;
+            simp += g_bmpKind[cp] == 2;
+        }
+        i += len;
+    }
+    g.traditional = trad >= 2 && trad > 2 * simp;
+    return g;
+}
+
+size_t CutPoint(const char *src, size_t from, size_t to, size_t limit, int charset) {
+    const auto *u = reinterpret_cast<const unsigned char *>(src);
+    size_t lastChar = from, lastEnd = from;
+    for (size_t i = from; i < to;) {
+        size_t len = CharLength(u + i, limit - i, charset);
+        // A high byte that opens no character near the end may be the start
+        // of one cut by it.
+        if (len == 1 && u[i] >= 0x80 && limit - i < 4) break;
+        if (i + len > to) break;
+        if (EndsSentence(u + i, len, charset)) lastEnd = i + len;
+        i += len;
+        lastChar = i;
+    }
+    return lastEnd > from ? lastEnd : lastChar;
 }
 
 void GbToUtf8(const char *gb, size_t n, std::string &out) {

@@ -26,9 +26,36 @@ bool IsValidUtf8(const char *s, size_t n);
 // Converts src[0..n) read in `charset` (1 GB18030, 2 BIG5, 3 UTF-8) into
 // `work` (replacing its contents). Invalid byte sequences are left out and
 // their offsets (plus `base`) appended to `invalid`. BIG5 text is mapped to
-// simplified characters.
+// simplified characters; GB18030 and UTF-8 text too when `simplify` is set
+// (the same character table).
 void ToWorkText(const char *src, size_t n, int charset, WorkText &work, std::vector<uint64_t> &invalid,
-                uint64_t base);
+                uint64_t base, bool simplify = false);
+
+// What the bytes of a text look like.
+struct CharsetGuess {
+    int charset = 3;           // 1 GB18030, 2 BIG5, 3 UTF-8
+    bool utf16 = false;        // a UTF-16 byte-order mark or UTF-16 byte pattern
+    bool traditional = false;  // more traditional-only than simplified-only characters
+};
+
+// Bytes of a text that GuessCharset looks at (its start).
+inline constexpr size_t kGuessBytes = 16u << 20;
+
+// Guesses the character set of src[0..n) from the evidence of the whole
+// text (at most its first kGuessBytes): a byte-order mark; UTF-8 when the
+// bytes of valid multi-byte UTF-8 sequences outnumber the other high bytes
+// at least two to one (so a few bad bytes do not turn a UTF-8 text into
+// GB18030); else BIG5 or GB18030 by which set's usual character rows the
+// double-byte characters fall in.
+CharsetGuess GuessCharset(const char *src, size_t n);
+
+// Byte offset of a place in src[from..to) at which the text may be cut in
+// `charset` without splitting a character: just after the last sentence end
+// (full-width or ASCII full stop, question or exclamation mark) when there
+// is one, else after the last whole character; `from` itself when no
+// character ends in the range. Reads src[from..to + 4) at most, never past
+// `limit`.
+size_t CutPoint(const char *src, size_t from, size_t to, size_t limit, int charset);
 
 // Appends the UTF-8 form of GB18030 text gb[0..n) to `out`; bytes that do
 // not decode become U+FFFD.

@@ -5,6 +5,10 @@
 #ifndef VSGLEX_SRC_MODEL_MODEL_IO_H
 #define VSGLEX_SRC_MODEL_MODEL_IO_H
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -26,9 +30,24 @@ struct FileCloser {
 using File = std::unique_ptr<FILE, FileCloser>;
 
 // Opens `path` with `mode`; empty when the path is null or cannot be opened.
+// A file opened for reading must be a regular file: it is opened without
+// blocking (a FIFO would wait for a writer forever) and refused, like a
+// missing file, when it is anything else (a device such as /dev/zero never
+// ends, a directory cannot be read).
 inline File OpenFile(const char *path, const char *mode) noexcept {
-    if (path == nullptr) return File();
-    return File(std::fopen(path, mode));
+    if (path == nullptr || mode == nullptr) return File();
+    if (mode[0] != 'r' || std::strchr(mode, '+') != nullptr) return File(std::fopen(path, mode));
+    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return File();
+    struct stat st {};
+    const int flags = fcntl(fd, F_GETFL);
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || flags < 0 || fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) {
+        close(fd);
+        return File();
+    }
+    FILE *fp = fdopen(fd, mode);
+    if (fp == nullptr) close(fd);
+    return File(fp);
 }
 
 // Bytes from the current position to the end of the file (0 when unknown).

@@ -15,7 +15,7 @@ constexpr int kSpanSlots = 200;
 // Bytes per candidate row: at most 19 candidates and the 255 terminator.
 constexpr int kSpanCands = 20;
 // Terminator of candidate rows and best-tag arrays; never a tag.
-constexpr uint8_t kNoTag = 255;
+constexpr uint8_t kNoTag = VSG_UNTAGGED;
 
 // The tagging span of one run: candidate tags, costs and best tags of up to
 // 200 word slots, all inside one fixed-size record.

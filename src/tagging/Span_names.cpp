@@ -51,10 +51,8 @@ int32_t ArrayLength(const SpanWord *results) {
 }
 
 bool RoleString::HasAt(int32_t i, const char *pattern) const {
-    if (i < 0 || i > n) return false;
     const size_t len = std::strlen(pattern);
-    if (static_cast<size_t>(n - i) < len) return false;
-    return std::memcmp(letter + i, pattern, len) == 0;
+    return len == 0 ? i >= 0 && i <= n : HasAt(i, pattern, len);
 }
 
 void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
@@ -34,6 +35,12 @@ struct RoleString {
     char At(int32_t i) const { return (i >= 0 && i < n) ? letter[i] : '\0'; }
     // Whether the letters at i begin with `pattern`.
     bool HasAt(int32_t i, const char *pattern) const;
+    // The same for a pattern of `len` letters; inline, for the scans that try
+    // many patterns at every position.
+    bool HasAt(int32_t i, const char *pattern, size_t len) const {
+        return i >= 0 && i <= n && static_cast<size_t>(n - i) >= len && letter[i] == pattern[0] &&
+               std::memcmp(letter + i, pattern, len) == 0;
+    }
 };
 
 // Builds the role string of the run held in `span` (see RoleString).

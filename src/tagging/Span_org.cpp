@@ -41,6 +41,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
 #include "vsglex/utility.h"
@@ -52,20 +53,20 @@ using vsg::names::NameBuffer;
 using vsg::names::NameClass;
 using vsg::names::RoleString;
 
-const NameClass kOrgName{vsg::kOrgClass, 31, 48993u, 10.7995};
+const NameClass kOrgName{vsg::kOrgClass, vsg::kOrgTag, 48993u, vsg::kOrgClassWeight};
 
 // Tag set code of organisation rows, and the roles read from them.
 constexpr uint16_t kOrgTagSet = 3;
 constexpr uint8_t kRoleFirst = 2;   // C
 constexpr uint8_t kRoleInner = 3;   // E
 constexpr uint8_t kRoleSuffix = 5;  // D
-constexpr int32_t kDefaultRole = 14;
-// Part-of-speech tags of place, transliterated place and organisation names.
-constexpr uint8_t kPosPlace = 29;
-constexpr uint8_t kPosForeignPlace = 30;
-constexpr uint8_t kPosOrg = 31;
-// Part-of-speech tag of other proper nouns.
-constexpr int kPosOtherProper = 25;
+constexpr int32_t kDefaultRole = vsg::kOrgDefaultRole;
+// Part-of-speech tags of place, transliterated place and organisation names,
+// and of other proper nouns.
+constexpr uint8_t kPosPlace = vsg::kPlaceTag;
+constexpr uint8_t kPosForeignPlace = vsg::kForeignPlaceTag;
+constexpr uint8_t kPosOrg = vsg::kOrgTag;
+constexpr int kPosOtherProper = vsg::kOtherProperTag;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -142,10 +143,7 @@ int MainPosTag(const SpanWord &record) {
 
 // Whether a part-of-speech tag is a function-word class (prepositions,
 // conjunctions, particles, modal words) or a punctuation class.
-bool IsStopTag(int tag) {
-    return tag == 9 || tag == 10 || tag == 14 || (tag >= 34 && tag <= 36) || (tag >= 43 && tag <= 46) ||
-           (tag >= 54 && tag <= 67) || (tag >= 78 && tag <= 92) || tag == 94;
-}
+bool IsStopTag(int tag) { return vsg::IsFunctionWordTag(tag) || vsg::IsPunctTag(tag); }
 
 // Whether the record's most frequent part-of-speech row is a noun class.
 bool IsNounLike(const SpanWord &record) {

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
 #include "vsglex/utility.h"
@@ -34,8 +35,17 @@ constexpr Pattern kPatterns[] = {
     {"CF", 2},   {"CH", 2},  {"CIE", 3}, {"CK", 2},  {"DEDE", 4}, {"DE", 2},
     {"FF", 2},   {"GC", 2},  {"J", 1},   {"IE", 2},  {"", 0},
 };
+constexpr bool LengthsMatch() {
+    for (const Pattern &p : kPatterns) {
+        int32_t n = 0;
+        while (p.roles[n] != '\0') ++n;
+        if (n != p.length) return false;
+    }
+    return true;
+}
+static_assert(LengthsMatch(), "every pattern's length is the length of its letters");
 
-const NameClass kPatternName{vsg::kPersonClass, 24, 73861u, 11.21};
+const NameClass kPatternName{vsg::kPersonClass, vsg::kPersonTag, 73861u, vsg::kPersonClassWeight};
 const NameClass kTransliterated{vsg::kPersonClass, 27, 18802u, 9.84177};
 const NameClass kJapanese{vsg::kPersonClass, 28, 922u, 6.82763};
 
@@ -135,7 +145,7 @@ void PersonScan::Run() {
         int32_t pos = i;
         int32_t next = -1;  // where the scan goes on; -1 while patterns remain
         for (const Pattern *p = kPatterns; p->length != 0 && next < 0; ++p) {
-            if (!roles_.HasAt(pos, p->roles) || SlotIsDot(pos - 1)) continue;
+            if (!roles_.HasAt(pos, p->roles, static_cast<size_t>(p->length)) || SlotIsDot(pos - 1)) continue;
             const int32_t end = pos + p->length;
 
             if (SlotIsDot(end)) {

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
 
@@ -23,8 +24,8 @@ using vsg::names::NameClass;
 using vsg::names::RoleString;
 
 // Tag chosen once an S or C form has been met in the call, and before.
-const NameClass kAfterSOrC{vsg::kPlaceClass, 29, 9845u, 9.19482};
-const NameClass kBeforeSOrC{vsg::kPlaceClass, 30, 3441u, 8.14381};
+const NameClass kAfterSOrC{vsg::kPlaceClass, vsg::kPlaceTag, 9845u, vsg::kPlaceClassWeight};
+const NameClass kBeforeSOrC{vsg::kPlaceClass, vsg::kForeignPlaceTag, 3441u, vsg::kEarlyPlaceClassWeight};
 
 // The scan stops once the (unused) name buffer holds more than this.
 constexpr size_t kScanLimitBytes = 256;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <unordered_map>
 
 #include "text/gb_lists.h"
 #include "text/text_internal.h"
@@ -30,6 +32,37 @@ constexpr long kParagraphCut = 8064;
 constexpr long kParagraphMax = 8191;
 
 bool IsBreak(unsigned b) { return b == '\r' || b == '\n'; }
+
+// Capacities of the sentence arrays TEXT_GetSens allocated, by array address.
+// The list record hosts see holds only the array and the count, so a list a
+// host builds itself (items and count) is appended to as given, and only the
+// library's own arrays are guarded against overflow.
+class SentenceArrays {
+public:
+    void Add(const SentenceEntry *items, size_t capacity) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        capacities_[items] = capacity;
+    }
+    void Remove(const SentenceEntry *items) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        capacities_.erase(items);
+    }
+    // Capacity of a library array; 0 for an array the library did not make.
+    size_t Capacity(const SentenceEntry *items) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto it = capacities_.find(items);
+        return it != capacities_.end() ? it->second : 0;
+    }
+
+private:
+    std::mutex mutex_;
+    std::unordered_map<const SentenceEntry *, size_t> capacities_;
+};
+
+SentenceArrays &LibraryArrays() {
+    static SentenceArrays *arrays = new SentenceArrays;  // outlives static destructors
+    return *arrays;
+}
 
 // True when the two bytes at s are one of the two-byte marks of `marks`.
 bool IsWideMark(const char *marks, const char *s) {
@@ -181,7 +214,9 @@ uint32_t CopyWordResultA(SpanWord *dst, const SpanWord *src) {
 int32_t TEXT_SaveSenResult(const char *sentence, uint32_t offset, uint32_t sentenceNo, uint32_t paragraphNo,
                            SentenceList *list) {
     if (list == nullptr || sentence == nullptr) return -1;
-    if (list->items == nullptr || list->count < 0 || list->count >= list->capacity) return -1;
+    if (list->items == nullptr || list->count < 0) return -1;
+    const size_t capacity = LibraryArrays().Capacity(list->items);
+    if (capacity != 0 && static_cast<size_t>(list->count) >= capacity) return -1;
     char *copy = DupBytes(sentence, std::strlen(sentence));
     if (copy == nullptr) return -1;
     SentenceEntry &e = list->items[list->count];
@@ -255,7 +290,14 @@ SentenceList *TEXT_GetSens(const char *text) {
     const size_t capacity = TEXT_GetSensNum(text) + static_cast<size_t>(n) / 512 + 128;
     list->items = static_cast<SentenceEntry *>(std::calloc(capacity, sizeof(SentenceEntry)));
     list->count = 0;
-    list->capacity = list->items != nullptr ? static_cast<int32_t>(capacity) : 0;
+    if (list->items == nullptr) return list;
+    try {
+        LibraryArrays().Add(list->items, capacity);
+    } catch (...) {
+        std::free(list->items);
+        list->items = nullptr;
+        return list;
+    }
 
     long i = 0;
     while (i < n && (IsBreak(Byte(text, i)) || text[i] == ' ' || text[i] == '\t')) ++i;
@@ -294,8 +336,10 @@ SentenceList *TEXT_GetSens(const char *text) {
 
 void TEXT_SensResultFree(SentenceList *list) {
     if (list == nullptr) return;
-    if (list->items != nullptr)
+    if (list->items != nullptr) {
+        LibraryArrays().Remove(list->items);
         for (int32_t i = 0; i < list->count; ++i) std::free(list->items[i].text);
+    }
     std::free(list->items);
     std::free(list);
 }

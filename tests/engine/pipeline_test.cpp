@@ -321,3 +321,46 @@ TEST_F(Pipeline, ThreadsMatchSingleThreaded) {
     EXPECT_TRUE(ok[0]);
     EXPECT_TRUE(ok[1]);
 }
+
+// Items with empty or white-space text neither end the sentence nor stand
+// between its words: the other items are tagged as if they were absent,
+// and every blank item comes back untagged, in input order.
+TEST_F(Pipeline, BlankItemsPassThroughUntagged) {
+    Input in;
+    in.Add("", 1);
+    in.AddWords({"张", "", "伟", "说", " ", "，", "他", "\t \r\n", "在", "北京", "。", ""}, 1);
+    in.Add("  ", 2);  // a sentence of blank items only
+    in.Add("", 2);
+    in.AddWords({"黄", "岩", "村", "在", "中国", " "}, 3);
+    WordList input = in.List();
+    Input words;  // the same items without the blank ones
+    for (const WordItem &w : in.items)
+        if (std::string(w.text).find_first_not_of(" \t\r\n") != std::string::npos) words.items.push_back(w);
+    WordList wordsInput = words.List();
+
+    for (int mode = 0; mode < 4; ++mode) {
+        Output out, expected;
+        ASSERT_EQ(VSG_SegmentForServer(&input, &out.list, mode, engine_), 1);
+        ASSERT_EQ(VSG_SegmentForServer(&wordsInput, &expected.list, mode, engine_), 1);
+        std::vector<WordItem> tagged;
+        std::vector<uint32_t> blankIds;
+        for (int i = 0; i < out.list.count; ++i) {
+            const WordItem &w = out.list.items[i];
+            if (w.tag == VSG_UNTAGGED) {
+                blankIds.push_back(w.id);
+                EXPECT_EQ(std::string(w.text), std::string(in.items[w.id - 100].text));
+                EXPECT_EQ(w.group, in.items[w.id - 100].group);
+            } else {
+                tagged.push_back(w);
+            }
+        }
+        EXPECT_EQ(blankIds, (std::vector<uint32_t>{100, 102, 105, 108, 112, 113, 114, 120})) << mode;
+        ASSERT_EQ(static_cast<int32_t>(tagged.size()), expected.list.count) << mode;
+        EXPECT_EQ(memcmp(tagged.data(), expected.list.items, tagged.size() * sizeof(WordItem)), 0) << mode;
+    }
+    // Each blank item stands where it stood among its neighbours' results.
+    Output out;
+    ASSERT_EQ(VSG_SegmentForServer(&input, &out.list, 1, engine_), 1);
+    EXPECT_EQ(out.Texts(), (Words{"", "张伟", "", "说", " ", "，", "他", "\t \r\n", "在", "北京", "。", "",
+                                  "  ", "", "黄", "岩", "村", "在", "中国", " "}));
+}

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <unistd.h>
+
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "front_support.h"
@@ -99,12 +102,49 @@ TEST(CliTest, FormatsInputsAndExitCodes) {
     CliRun files = Vsglex(data + "'" + dir.file("none.txt") + "' '" + dir.file("a.txt") + "'");
     EXPECT_EQ(files.code, 3);
     EXPECT_NE(files.err.find("none.txt"), std::string::npos);
-    EXPECT_EQ(Count(files.out, '\n'), 1u);
+    EXPECT_EQ(files.out.find("==> "), 0u);  // several files: each is named
+    EXPECT_EQ(Count(files.out, '\n'), 2u);
 
     // Pre-cut input keeps the given words.
     CliRun p = Vsglex(data + "--pre-cut --format tsv", "我们 在 北京 。\n");
     EXPECT_EQ(p.out.find("我们\t"), 0u) << p.out;
     EXPECT_NE(p.out.find("\n北京\t"), std::string::npos) << p.out;
+}
+
+TEST(CliTest, DamagedModelSetsStopTheCommand) {
+    REQUIRE_MODELS();
+    vsgtest::TempDir set;
+    for (const auto &e : std::filesystem::directory_iterator(fronttest::ModelDir()))
+        std::filesystem::copy(e.path(), set.file(e.path().filename().string()));
+    const std::string data = "--data '" + set.path() + "' ";
+    const std::string text = "王小明说\n";
+    CliRun good = Vsglex(data, text);
+    ASSERT_EQ(good.code, 0) << good.err;
+    EXPECT_EQ(good.err, "");
+
+    // An emptied tag map or a truncated context file used to give wrong tags
+    // with status 0; now the command stops and names the file.
+    const std::string map = vsgtest::ReadFile(set.file("zyrpos30.map"));
+    vsgtest::WriteFile(set.file("zyrpos30.map"), "");
+    CliRun emptied = Vsglex(data, text);
+    EXPECT_EQ(emptied.code, 4);
+    EXPECT_EQ(emptied.out, "");
+    EXPECT_NE(emptied.err.find("zyrpos30.map: size 0, manifest says"), std::string::npos) << emptied.err;
+    vsgtest::WriteFile(set.file("zyrpos30.map"), map);
+    ASSERT_EQ(truncate(set.file("lexical.ctx").c_str(), 120546), 0);
+    CliRun truncated = Vsglex(data, text);
+    EXPECT_EQ(truncated.code, 4);
+    EXPECT_NE(truncated.err.find("lexical.ctx: size 120546"), std::string::npos) << truncated.err;
+
+    // Without its manifest the same damage is only partly detectable: the
+    // set loads, with a warning, when its shape is right.
+    std::filesystem::remove(set.file("manifest.txt"));
+    std::filesystem::remove(set.file("lexical.ctx"));
+    std::filesystem::copy(fronttest::ModelDir() + "/lexical.ctx", set.file("lexical.ctx"));
+    CliRun unverified = Vsglex(data, text);
+    EXPECT_EQ(unverified.code, 0);
+    EXPECT_EQ(unverified.out, good.out);
+    EXPECT_NE(unverified.err.find("vsglex: warning: no manifest.txt"), std::string::npos) << unverified.err;
 }
 
 }  // namespace

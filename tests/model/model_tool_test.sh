@@ -64,6 +64,47 @@ check "check status" has check.out "status: 0 (all twelve models loaded)"
 check "check core size" has check.out "coredict.dct    text"
 check "check versioned ctx" has check.out "ns.ctx          versioned          36 bytes  2 tags"
 check "check affix size" has check.out "org_suffix.dct  text               12 bytes  2 entries"
+"$tool" check models > /dev/null 2> warn.out
+check "a set without manifest loads with a warning" has warn.out "warning: no manifest.txt in models/"
+
+# With a manifest, every kind of damage to every file stops `check` before
+# loading, with a message naming the file.
+"$tool" manifest models > manifest.out; check "manifest exits 0" test $? -eq 0
+check "manifest lists the twelve" has manifest.out "models/manifest.txt written: 12 files"
+"$tool" check models > check.out 2> warn.out; check "check with manifest exits 0" test $? -eq 0
+check "check verifies the manifest" has check.out "manifest: 12 files match their size and checksum"
+check "no warning with a manifest" test ! -s warn.out
+damage_fails() {  # damage_fails FILE HOW TEXT: `check` fails, naming FILE and saying TEXT
+  local f=$1 how=$2 text=$3
+  cp "models/$f" saved
+  case $how in
+    half) head -c $(( $(stat -c %s saved) / 2 )) saved > "models/$f" ;;
+    short) head -c $(( $(stat -c %s saved) - 1 )) saved > "models/$f" ;;
+    empty) : > "models/$f" ;;
+    flip) { printf 'Z'; tail -c +2 saved; } > "models/$f" ;;  # no file starts with Z
+    fifo) rm "models/$f"; mkfifo "models/$f" ;;
+    zero) rm "models/$f"; ln -s /dev/zero "models/$f" ;;
+    gone) rm "models/$f" ;;
+  esac
+  if timeout 10 "$tool" check models > /dev/null 2> err.out; then
+    echo "FAIL: check accepted $f ($how)"; failures=$((failures + 1))
+  elif ! grep -F -- "models/$f: " err.out | grep -qF -- "$text"; then
+    echo "FAIL: $f ($how): stderr lacks '$f: ...$text':"; cat err.out; failures=$((failures + 1))
+  fi
+  rm -f "models/$f"; mv saved "models/$f"
+}
+for f in coredict.dct lexical.ctx zyrpos30.map nr.ctx nr.map ns.ctx ns.map nt.ctx nt.map \
+         name_pre.dct loc_suffix.dct org_suffix.dct; do
+  damage_fails "$f" half "size "
+  damage_fails "$f" short "(truncated?)"
+  damage_fails "$f" empty "size 0, manifest says"
+  damage_fails "$f" flip "checksum mismatch"
+  damage_fails "$f" fifo "not a regular file (a FIFO)"
+  damage_fails "$f" zero "not a regular file (a character device)"
+  damage_fails "$f" gone "missing"
+done
+"$tool" check models > /dev/null 2>&1; check "restored set passes" test $? -eq 0
+rm models/manifest.txt
 rm models/loc_suffix.dct
 
 # Errors: missing files, malformed files, unknown kinds, bad usage.
@@ -87,9 +128,12 @@ expect_error "usage:" "$tool" compile only-one-argument
 expect_error "usage:" "$tool" frobnicate
 expect_error "loc_suffix.dct: missing" "$tool" check models
 "$tool" check models > check.out 2>/dev/null
-check "check names the failing file" has check.out "status: -2214 (loc_suffix.dct failed to load)"
+check "check refuses before loading" has check.out "status: refused before loading (1 file damaged, missing or mismatched)"
 printf 'x 0\n' > models/coredict.dct
-expect_error "coredict.dct: neither a binary core dictionary of version 4" "$tool" check models
+cp name_pre.dct models/loc_suffix.dct
+"$tool" check models > check.out 2>/dev/null
+check "check names the file the engine failed on" has check.out "status: -2204 (coredict.dct failed to load)"
+expect_error "coredict.dct: neither a binary core dictionary nor a readable text one" "$tool" check models
 expect_error "not a directory" "$tool" check absent-dir
 
 if [ "$failures" -ne 0 ]; then echo "$failures checks failed"; exit 1; fi

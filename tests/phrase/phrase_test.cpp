@@ -264,4 +264,61 @@ TEST_F(Phrase, TenThousandItems) {
     }
 }
 
+// Items with empty or white-space text are handed back untagged, keep
+// their neighbours' results (tags, the name merge around them) and are not
+// filtered; the other items get what they get without the blank ones.
+TEST_F(Phrase, BlankItemsKeepTheirNeighboursResults) {
+    for (int charset : {1, 3}) {
+        const std::vector<Item> plain = {{"我们"}, {"是"}, {"张"}, {"伟"}, {"说"}, {"。"}};
+        const auto expected = Run(Build(plain, charset), 5, charset);
+        std::vector<Item> words = {{""}, {"我们"}, {"是"}, {"张"}, {""}, {"伟"}, {" \t"}, {"说"}, {"。"}, {""}};
+        for (size_t i = 0; i < words.size(); ++i) words[i].position = static_cast<uint32_t>(i + 1);
+        const auto items = Run(Build(words, charset), 5, charset);
+        ASSERT_EQ(items.size(), words.size());
+        for (size_t i : {0u, 4u, 6u, 9u}) EXPECT_EQ(items[i].tag, VSG_UNTAGGED) << i;
+        const size_t kept[] = {1, 2, 3, 5, 7, 8};
+        for (size_t k = 0; k < 6; ++k) EXPECT_EQ(items[kept[k]].tag, expected[k].tag) << charset << " " << k;
+        EXPECT_EQ(items[3].tag, 24);
+        // The merged name is one group, the blank item inside it included.
+        EXPECT_EQ(items[3].group >> 16, 1u);
+        EXPECT_EQ(items[4].group >> 16, 1u);
+        EXPECT_EQ(items[5].group >> 16, 1u);
+        EXPECT_EQ(items[6].group >> 16, 0u);
+        EXPECT_EQ(items[5].group & 0xFFFF, 6u);
+    }
+    // A group of blank items is left as it is; filtering keeps blank items.
+    auto grouped = Run(Build({{"我们"}, {"", 4}, {" ", 4}, {"的"}, {"学生"}, {"。"}}, 1), -2, 1);
+    EXPECT_EQ(Texts(grouped), (std::vector<std::string>{"我们", "", " ", "学生"}));
+    EXPECT_EQ(grouped[1].group >> 16, 4u);
+    EXPECT_EQ(grouped[2].group >> 16, 4u);
+    // Nothing but blank items.
+    auto none = Run(Build({{""}, {" "}}, 1), 5, 1);
+    ASSERT_EQ(none.size(), 2u);
+    EXPECT_EQ(none[0].tag, VSG_UNTAGGED);
+    EXPECT_EQ(none[1].group, 2u);
+}
+
+// Item indexes beyond 16 bits: every name is regrouped where it stands.
+TEST_F(Phrase, MoreItemsThanSixteenBitsHold) {
+    std::vector<Item> words;
+    const char *cycle[] = {"我们", "是", "张", "伟", "。"};
+    const int kItems = 70000;
+    for (int i = 0; i < kItems; ++i) words.push_back({cycle[i % 5], 0, static_cast<uint32_t>(i % 5 + 1)});
+    auto items = Run(Build(words, 1), 5, 1);
+    ASSERT_EQ(items.size(), static_cast<size_t>(kItems));
+    uint32_t group = 0;
+    int wrong = 0;
+    for (int i = 0; i < kItems; ++i) {
+        const uint32_t number = items[i].group >> 16;
+        if (i % 5 == 2) {
+            // Group numbers are 16 bits: they count up and wrap past 65535.
+            group = (group + 1) & 0xFFFF;
+            if (number != group || (items[i + 1].group >> 16) != group) ++wrong;
+        } else if (i % 5 != 3 && number != 0) {
+            ++wrong;
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
 }  // namespace

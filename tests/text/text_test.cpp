@@ -31,7 +31,7 @@ std::ostream &operator<<(std::ostream &os, const Sentence &s) {
 }
 
 // Splits `text` (held in an exactly sized buffer) and returns its sentences.
-std::vector<Sentence> Split(const std::string &text, int32_t *capacity = nullptr) {
+std::vector<Sentence> Split(const std::string &text) {
     auto exact = Exact(text);
     SentenceList *list = TEXT_GetSens(exact.get());
     std::vector<Sentence> out;
@@ -40,7 +40,6 @@ std::vector<Sentence> Split(const std::string &text, int32_t *capacity = nullptr
         const SentenceEntry &e = list->items[i];
         out.push_back({e.text, e.offset, e.sentence, e.paragraph});
     }
-    if (capacity != nullptr) *capacity = list->capacity;
     TEXT_SensResultFree(list);
     return out;
 }
@@ -180,23 +179,48 @@ TEST(Sentences, LongTextWithoutMarksIsCutSafely) {
               (std::vector<Sentence>{{G("今天。"), 0, 0, 0}, {"\xb0", 6, 1, 0}}));
 }
 
-TEST(Sentences, ListCapacityIsNeverExceeded) {
+TEST(Sentences, LibraryListsStayInsideTheirCapacityHostListsAreAppendedTo) {
     // 1,000 indented lines: more sentences than the array is sized for.
     std::string text;
     for (int i = 0; i < 1000; ++i) text += "x\n ";
-    int32_t capacity = 0;
-    const auto many = Split(text, &capacity);
-    EXPECT_EQ(capacity, 3000 / 512 + 128);
-    EXPECT_EQ(static_cast<int32_t>(many.size()), capacity);
+    const auto many = Split(text);
+    EXPECT_EQ(many.size(), 3000u / 512 + 128);
 
-    SentenceList list = {static_cast<SentenceEntry *>(std::calloc(1, sizeof(SentenceEntry))), 0, 1};
-    EXPECT_EQ(TEXT_SaveSenResult("a", 0, 0, 0, &list), 1);
-    EXPECT_EQ(TEXT_SaveSenResult("b", 0, 0, 0, &list), -1);
+    // A list built by a host holds the array and the count, padding zero:
+    // both save routines append to it.
+    static_assert(sizeof(SentenceList) == 16, "host-visible record");
+    SentenceList list;
+    std::memset(&list, 0, sizeof list);
+    list.items = static_cast<SentenceEntry *>(std::calloc(8, sizeof(SentenceEntry)));
+    EXPECT_EQ(TEXT_SaveSenResult("a", 4, 1, 2, &list), 1);
+    const std::string para = G("今天下雨。我们回家！");
+    EXPECT_EQ(TEXT_SaveSens(para.c_str(), 100, 3, &list), 1);
+    ASSERT_EQ(list.count, 3);
+    EXPECT_STREQ(list.items[0].text, "a");
+    EXPECT_EQ(list.items[0].offset, 4u);
+    EXPECT_EQ(list.items[0].paragraph, 2u);
+    EXPECT_EQ(list.items[1].text, G("今天下雨。"));
+    EXPECT_EQ(list.items[2].text, G("我们回家！"));
+    EXPECT_EQ(list.items[2].offset, 110u);
+    EXPECT_EQ(list.items[2].sentence, 1u);
+    EXPECT_EQ(list.items[2].paragraph, 3u);
     EXPECT_EQ(TEXT_SaveSenResult(nullptr, 0, 0, 0, &list), -1);
     EXPECT_EQ(TEXT_SaveSens(nullptr, 0, 0, &list), -1);
-    EXPECT_EQ(list.count, 1);
-    std::free(list.items[0].text);
-    std::free(list.items);
+    EXPECT_EQ(TEXT_SaveSenResult("a", 0, 0, 0, nullptr), -1);
+    EXPECT_EQ(list.count, 3);
+    // The host's list is released like the library's.
+    auto *heap = static_cast<SentenceList *>(std::malloc(sizeof(SentenceList)));
+    *heap = list;
+    TEXT_SensResultFree(heap);
+
+    // A full library list refuses further sentences.
+    SentenceList *own = TEXT_GetSens("a");
+    ASSERT_NE(own, nullptr);
+    int added = 0;
+    while (TEXT_SaveSenResult("b", 0, 0, 0, own) == 1 && added < 1000) ++added;
+    EXPECT_EQ(own->count, 128);  // room for 0 marks + 1 / 512 + 128 sentences
+    EXPECT_EQ(added, 127);
+    TEXT_SensResultFree(own);
 }
 
 TEST(Positions, CountCharactersAndConvertOffsets) {

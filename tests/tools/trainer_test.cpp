@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "model/model_set.h"
 #include "support/support.h"
 #include "trainer.h"
 #include "vsglex/model.h"
@@ -143,6 +144,14 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
                   vsgtest::ReadFile(b.file(std::string("text/") + f)))
             << f;
     }
+    // Both sets carry the same manifest, which every model file matches.
+    for (const std::string &dir : {a.path(), a.path() + "/text"}) {
+        const vsg::model::SetCheck check = vsg::model::CheckModelSet(dir);
+        EXPECT_TRUE(check.ok() && check.hasManifest) << dir << ": " << check.Summary() << check.warning;
+        EXPECT_EQ(check.verified, 13u) << dir;  // the twelve engine files and segment.mdl
+    }
+    EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")), vsgtest::ReadFile(b.file("manifest.txt")));
+    EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")).rfind("vsglex-manifest 1\nproducer vsglex-train ", 0), 0u);
     EXPECT_EQ(s1.paragraphs, 4);
     EXPECT_EQ(s1.persons[0], 3);
     EXPECT_EQ(s1.persons[1], 1);

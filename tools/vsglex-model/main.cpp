@@ -4,13 +4,17 @@
 //   vsglex-model compile [--kind core|ctx|affix] IN OUT
 //   vsglex-model info [--kind core|ctx|affix|map] FILE [WORD...]
 //   vsglex-model check DIR
+//   vsglex-model manifest DIR
 //
 // The kind follows from the file name unless given: coredict*.dct is the
 // core dictionary, *.ctx context statistics, *.map a tag map, any other
 // .dct an affix dictionary. Words given to `info` are UTF-8 and are looked
 // up after conversion to GB18030; `info` exits with 3 when one is missing.
-// `check` loads a model directory the way the engine does and reports the
+// `check` verifies a model directory against its manifest (size and
+// checksum of every file), loads it the way the engine does and reports the
 // status, which file failed and why, and the size of every model.
+// `manifest` records the files of a hand-made model directory in its
+// manifest.
 #include <iconv.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,6 +27,8 @@
 #include <vector>
 
 #include "common/gbtext.h"
+#include "common/model_files.h"
+#include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
 
@@ -37,8 +43,9 @@ int Usage() {
     std::fprintf(stderr,
                  "usage: %s compile [--kind core|ctx|affix] IN OUT\n"
                  "       %s info [--kind core|ctx|affix|map] FILE [WORD...]\n"
-                 "       %s check DIR\n",
-                 kProgram, kProgram, kProgram);
+                 "       %s check DIR\n"
+                 "       %s manifest DIR\n",
+                 kProgram, kProgram, kProgram, kProgram);
     return 2;
 }
 
@@ -357,20 +364,15 @@ int Info(Kind kind, const std::string &path, const std::vector<std::string> &wor
 
 // ---- check: a whole model directory through the engine loader -------------
 
-// The model files in the engine's load order, with the status of each.
-struct ModelFile {
-    const char *name;
-    Kind kind;
-    int32_t status;
-};
-constexpr ModelFile kModelFiles[] = {
-    {"coredict.dct", Kind::Core, VSG_ERR_COREDICT},      {"lexical.ctx", Kind::Context, VSG_ERR_LEXICAL_CTX},
-    {"zyrpos30.map", Kind::Map, VSG_ERR_LEXICAL_MAP},    {"nr.ctx", Kind::Context, VSG_ERR_NR_CTX},
-    {"nr.map", Kind::Map, VSG_ERR_NR_MAP},               {"ns.ctx", Kind::Context, VSG_ERR_NS_CTX},
-    {"ns.map", Kind::Map, VSG_ERR_NS_MAP},               {"nt.ctx", Kind::Context, VSG_ERR_NT_CTX},
-    {"nt.map", Kind::Map, VSG_ERR_NT_MAP},               {"name_pre.dct", Kind::Affix, VSG_ERR_NAME_PRE},
-    {"loc_suffix.dct", Kind::Affix, VSG_ERR_LOC_SUFFIX}, {"org_suffix.dct", Kind::Affix, VSG_ERR_ORG_SUFFIX},
-};
+// The tool's kind of a model file of the set.
+Kind KindOf(vsg::ModelKind kind) {
+    switch (kind) {
+    case vsg::ModelKind::kCore: return Kind::Core;
+    case vsg::ModelKind::kContext: return Kind::Context;
+    case vsg::ModelKind::kMap: return Kind::Map;
+    default: return Kind::Affix;
+    }
+}
 
 // Runs `load` with standard output and error sent to a temporary file and
 // returns what was written there (the loaders' own messages).
@@ -406,35 +408,19 @@ std::string Captured(F load) {
     return text;
 }
 
-// Why the engine could not load one file.
-std::string Diagnose(const std::string &path, Kind kind) {
-    struct stat st {};
-    if (stat(path.c_str(), &st) != 0) return "missing (" + std::string(std::strerror(errno)) + ")";
-    std::string error;
-    if (!CheckReadable(path, error)) return "unreadable: " + error;
-    const bool versioned = HasBinaryVersion(path);
-    switch (kind) {
-    case Kind::Core:
-        return versioned ? "malformed binary core dictionary (version 4 but truncated or corrupt)"
-                         : "neither a binary core dictionary of version 4 (wrong version) nor a "
-                           "valid text core dictionary (malformed)";
-    case Kind::Affix: return "malformed text affix dictionary";
-    default: return "cannot be read";
-    }
-}
-
 // One line per model of a loaded engine: form, file size and model size.
 void PrintModelSizes(const std::string &dir, const SegmentEngine &e) {
     const int tagType[] = {0, 0, 0, 1, 1, 2, 2, 3, 3};
-    for (size_t i = 0; i < sizeof kModelFiles / sizeof kModelFiles[0]; ++i) {
-        const ModelFile &f = kModelFiles[i];
+    for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
+        const vsg::ModelFileSpec &f = vsg::kModelFiles[i];
+        const Kind kind = KindOf(f.kind);
         const std::string path = dir + f.name;
         const bool binary = HasBinaryVersion(path);
         std::printf("  %-15s %-10s %10llu bytes  ", f.name,
-                    f.kind == Kind::Map ? "text" : f.kind == Kind::Context ? (binary ? "versioned" : "raw")
-                                                                          : (binary ? "binary" : "text"),
+                    kind == Kind::Map ? "text" : kind == Kind::Context ? (binary ? "versioned" : "raw")
+                                                                      : (binary ? "binary" : "text"),
                     static_cast<unsigned long long>(FileSize(path)));
-        switch (f.kind) {
+        switch (kind) {
         case Kind::Core:
             std::printf("%d entries, gTaIndexNum %d\n", e.core.count, gTaIndexNum);
             break;
@@ -455,6 +441,18 @@ int Check(std::string dir) {
     struct stat st {};
     if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return Fail(dir + ": not a directory");
     if (!dir.empty() && dir.back() != '/') dir += '/';
+    // The files against the manifest first: a damaged set is not loaded.
+    const vsg::model::SetCheck set = vsg::model::CheckModelSet(dir);
+    if (!set.ok()) {
+        std::printf("status: refused before loading (%zu file%s damaged, missing or mismatched)\n",
+                    set.problems.size(), set.problems.size() == 1 ? "" : "s");
+        for (const std::string &p : set.problems) std::fprintf(stderr, "%s: %s%s\n", kProgram, dir.c_str(), p.c_str());
+        return 1;
+    }
+    if (set.hasManifest)
+        std::printf("manifest: %zu files match their size and checksum\n", set.verified);
+    else
+        std::fprintf(stderr, "%s: warning: %s\n", kProgram, set.warning.c_str());
     SegmentEngine *engine = nullptr;
     int32_t status = 0;
     const std::string messages = Captured([&] { status = VSG_LoadForServer(&engine, dir.c_str()); });
@@ -463,15 +461,9 @@ int Check(std::string dir) {
         std::printf("status: %d (%s)\nmodels:\n", status, status == 0 ? "all twelve models loaded" : "already loaded");
         if (engine != nullptr) PrintModelSizes(dir, *engine);
     } else {
-        const ModelFile *failed = nullptr;
-        for (const ModelFile &f : kModelFiles)
-            if (f.status == status) failed = &f;
-        if (failed == nullptr) {
-            rc = Fail("load failed with unknown status " + std::to_string(status));
-        } else {
-            std::printf("status: %d (%s failed to load)\n", status, failed->name);
-            rc = Fail(dir + failed->name + ": " + Diagnose(dir + failed->name, failed->kind));
-        }
+        const vsg::ModelFileSpec *failed = vsg::ModelFileOfStatus(status);
+        std::printf("status: %d (%s failed to load)\n", status, failed != nullptr ? failed->name : "a model file");
+        rc = Fail(dir + vsg::model::DescribeLoadFailure(dir, status));
     }
     if (!messages.empty()) {
         // The version message has no line end of its own.
@@ -497,6 +489,16 @@ int Check(std::string dir) {
     }
     VSG_FreeForServer(engine);
     return rc;
+}
+
+// Records every file of a hand-made model directory in its manifest.
+int WriteManifestOf(const std::string &dir) {
+    std::string error;
+    if (!vsg::model::WriteManifest(dir, std::string(kProgram) + " " + VSGLEX_VERSION, &error)) return Fail(error);
+    const vsg::model::SetCheck set = vsg::model::CheckModelSet(dir);
+    std::printf("%s/%s written: %zu files\n", dir.c_str(), vsg::model::kManifestName, set.verified);
+    for (const std::string &p : set.problems) std::fprintf(stderr, "%s: warning: %s\n", kProgram, p.c_str());
+    return 0;
 }
 
 }  // namespace
@@ -526,6 +528,10 @@ int main(int argc, char **argv) {
     if (command == "check") {
         if (args.size() != 1) return Usage();
         return Check(args[0]);
+    }
+    if (command == "manifest") {
+        if (args.size() != 1) return Usage();
+        return WriteManifestOf(args[0]);
     }
     return Usage();
 }

@@ -17,6 +17,7 @@
 #include "engine/class_rows.h"
 #include "model/context_costs.h"
 #include "posrefine.h"
+#include "set_manifest.h"
 #include "vsglex/model.h"
 
 namespace vsgtrain {
@@ -845,11 +846,11 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
         if (!WriteText(outDir + "/" + f.first, f.second, error)) return false;
         if (opt.text && !WriteText(textDir + "/" + f.first, f.second, error)) return false;
     }
-    // The word cutter model.
+    // The word cutter model, then the manifest of every file written.
     std::vector<std::string> segDirs = {outDir};
     if (opt.text) segDirs.push_back(textDir);
     if (!WriteSegmenter(all, opt.seg, segDirs, &summary->seg, error)) return false;
-    return true;
+    return WriteSetManifests(outDir, opt.text ? textDir : std::string(), error);
 }
 
 }  // namespace vsgtrain

@@ -18,7 +18,7 @@
 namespace {
 
 // Exit codes, the highest one met wins.
-enum Exit { kOk = 0, kInvalidBytes = 1, kUsage = 2, kUnreadable = 3, kModels = 4 };
+enum Exit { kOk = 0, kInvalidBytes = 1, kUsage = 2, kUnreadable = 3, kModels = 4, kUnwritable = 5 };
 
 enum class Format { kText, kJson, kTsv };
 
@@ -27,6 +27,7 @@ struct Options {
     Format format = Format::kText;
     bool precut = false;
     bool namesOnly = false;
+    int t2s = -1;  // map traditional characters to simplified: 1 yes, 0 no, -1 when the text looks traditional
     unsigned threads = 1;
     std::string data;
     std::vector<std::string> files;
@@ -37,8 +38,11 @@ const char kUsageText[] =
     "Finds person, place and organisation names in Chinese text and tags every\n"
     "word. Reads standard input when no FILE (or '-') is given.\n"
     "\n"
-    "  --encoding utf-8|gbk|gb18030|big5  input character set (default: UTF-8 when\n"
-    "                                     the input is valid UTF-8, else GB18030)\n"
+    "  --encoding utf-8|gbk|gb18030|big5  input character set (default: guessed from\n"
+    "                                     the start of each file; UTF-16 is refused)\n"
+    "  --t2s, --no-t2s                    analyse traditional characters as simplified\n"
+    "                                     (default: when the text looks traditional);\n"
+    "                                     output keeps the input's characters\n"
     "  --format text|json|tsv             text: word/tag per word, one line per input\n"
     "                                     line; json: one object per sentence;\n"
     "                                     tsv: word, tag, offset, length, name class\n"
@@ -50,8 +54,11 @@ const char kUsageText[] =
     "                                     the source tree)\n"
     "  --help, --version\n"
     "\n"
-    "Offsets are byte offsets in the input file. Exit status: 0 ok, 1 invalid bytes\n"
-    "were skipped, 2 usage error, 3 an input could not be read, 4 no usable model set.\n";
+    "With several files, output names the file (a header line, a JSON field, a first\n"
+    "TSV column). Offsets are byte offsets in the input file. Exit status: 0 ok,\n"
+    "1 invalid bytes were skipped, 2 usage error, 3 an input could not be read (or\n"
+    "looks like UTF-16), 4 no usable model set (a missing, damaged or mismatched\n"
+    "model file; the message names it), 5 output could not be written.\n";
 
 bool HasModels(const std::string &dir) {
     struct stat st;
@@ -142,7 +149,26 @@ struct Piece {
     int32_t status = VSGLEX_OK;
     int32_t charset = 0;
     std::string error;
+    const std::string *file = nullptr;  // the input's name when several files are read
+    bool joinsLine = false;  // continues an output line that already has words
+    bool last = false;       // the end of the input
+    bool openLine = false;   // set by the text format: ends inside a line that has words
 };
+
+// `"file":NAME,` when several files are read.
+void JsonFile(std::string &out, const Piece &p) {
+    if (p.file == nullptr) return;
+    out += "\"file\":";
+    JsonString(out, p.file->data(), p.file->size());
+    out += ',';
+}
+
+// The file name and a tab when several files are read.
+void TsvFile(std::string &out, const Piece &p) {
+    if (p.file == nullptr) return;
+    out += *p.file;
+    out += '\t';
+}
 
 // Line number (from 1) of byte `offset` of the piece, walking forward from
 // the previous position.
@@ -177,7 +203,9 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
             if (w.name_class == VSGLEX_NAME_NONE) continue;
             const char *cls = vsglex_name_class_name(w.name_class);
             if (o.format == Format::kJson) {
-                out += "{\"text\":";
+                out += '{';
+                JsonFile(out, p);
+                out += "\"text\":";
                 JsonString(out, w.text);
                 out += ",\"class\":\"";
                 out += cls;
@@ -189,6 +217,7 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                 AppendNumber(out, lines.At(w.offset));
                 out += "}\n";
             } else {
+                TsvFile(out, p);
                 out.append(src + w.offset, w.length);
                 out += '\t';
                 out += cls;
@@ -200,13 +229,14 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
     }
     switch (o.format) {
     case Format::kText: {
-        // One output line per input line: words in input order.
+        // One output line per input line: words in input order. A piece cut
+        // inside a long line leaves its last output line open.
         size_t k = 0;
         size_t lineStart = 0;
+        bool first = !p.joinsLine;
         while (lineStart < p.length) {
             const void *nl = std::memchr(src + lineStart, '\n', p.length - lineStart);
             size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - src) : p.length;
-            bool first = true;
             for (; k < r.word_count && r.words[k].offset < lineEnd; ++k) {
                 const vsglex_word &w = r.words[k];
                 if (!first) out += ' ';
@@ -215,9 +245,13 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                 out += '/';
                 out += w.tag_name;
             }
-            out += '\n';
+            if (nl != nullptr || p.last) {
+                out += '\n';
+                first = true;
+            }
             lineStart = lineEnd + 1;
         }
+        p.openLine = !first;
         break;
     }
     case Format::kTsv:
@@ -225,6 +259,7 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
             const vsglex_sentence &sen = r.sentences[s];
             for (uint32_t k = sen.first_word; k < sen.first_word + sen.word_count; ++k) {
                 const vsglex_word &w = r.words[k];
+                TsvFile(out, p);
                 out.append(src + w.offset, w.length);
                 out += '\t';
                 out += w.tag_name;
@@ -241,6 +276,7 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
         for (size_t s = 0; s < r.sentence_count; ++s) {
             const vsglex_sentence &sen = r.sentences[s];
             out += '{';
+            JsonFile(out, p);
             JsonSpan(out, p.base + sen.offset, sen.length);
             out += ",\"line\":";
             AppendNumber(out, lines.At(sen.offset));
@@ -268,9 +304,9 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
     }
 }
 
-void Analyse(const vsglex_handle *h, const Options &o, int charset, Piece &p) {
+void Analyse(const vsglex_handle *h, const Options &o, int charset, uint32_t flags, Piece &p) {
     vsglex_result *r = nullptr;
-    p.status = vsglex_analyze(h, p.text, p.length, charset, o.precut ? VSGLEX_PRECUT : 0, &r);
+    p.status = vsglex_analyze(h, p.text, p.length, charset, flags | (o.precut ? VSGLEX_PRECUT : 0), &r);
     if (p.status != VSGLEX_OK) {
         p.error = vsglex_last_error();
         return;
@@ -281,32 +317,6 @@ void Analyse(const vsglex_handle *h, const Options &o, int charset, Piece &p) {
 }
 
 // ---- input --------------------------------------------------------------
-
-// True when s[0..n) is valid UTF-8 (overlong forms and surrogates count as
-// invalid); a sequence cut by the end of the buffer is accepted.
-bool LooksLikeUtf8(const char *s, size_t n) {
-    const auto *u = reinterpret_cast<const unsigned char *>(s);
-    size_t i = 0;
-    while (i < n) {
-        unsigned char c = u[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        size_t len = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 0;
-        if (len == 0) return false;
-        uint32_t cp = c & (0x7F >> len);
-        for (size_t k = 1; k < len; ++k) {
-            if (i + k >= n) return true;
-            if ((u[i + k] & 0xC0) != 0x80) return false;
-            cp = (cp << 6) | (u[i + k] & 0x3F);
-        }
-        static const uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
-        if (cp < kMin[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return false;
-        i += len;
-    }
-    return true;
-}
 
 class Progress {
 public:
@@ -329,17 +339,70 @@ private:
     bool on_;
 };
 
+// Writes `n` bytes to standard output; false (after a message) when they
+// cannot be written.
+bool WriteOut(const char *data, size_t n) {
+    if (n == 0 || std::fwrite(data, 1, n, stdout) == n) return true;
+    std::fprintf(stderr, "vsglex: cannot write output: %s\n", std::strerror(errno));
+    return false;
+}
+
+// Flushes and closes standard output; false (after a message) on failure,
+// such as a full disk.
+bool CloseOut() {
+    bool ok = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    int err = errno;
+    if (std::fclose(stdout) != 0 && ok) {
+        ok = false;
+        err = errno;
+    }
+    if (!ok) std::fprintf(stderr, "vsglex: cannot write output: %s\n", std::strerror(err));
+    return ok;
+}
+
+// The character set and flags a stream is read with: --encoding, else the
+// guess from its first block; traditional text is simplified for the
+// analysis unless --no-t2s. False (after a message) for UTF-16 input.
+bool ChooseCharset(const Options &o, const std::string &name, const char *text, size_t n, int *charset,
+                   uint32_t *flags) {
+    uint32_t hints = 0;
+    int guessed = vsglex_guess_charset(text, n, &hints);
+    if (o.charset == VSGLEX_CHARSET_AUTO) {
+        if ((hints & VSGLEX_GUESS_UTF16) != 0) {
+            std::fprintf(stderr,
+                         "vsglex: %s looks like UTF-16, which is not read; convert it first "
+                         "(iconv -f UTF-16 -t UTF-8) or give --encoding\n",
+                         name.c_str());
+            return false;
+        }
+        *charset = guessed;
+    } else {
+        *charset = o.charset;
+    }
+    bool t2s = o.t2s == 1 || (o.t2s == -1 && (hints & VSGLEX_GUESS_TRADITIONAL) != 0);
+    *flags = t2s && *charset != VSGLEX_CHARSET_BIG5 ? VSGLEX_T2S : 0;
+    return true;
+}
+
 // Analyses one input stream block by block; returns the exit code it earns.
-int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex_handle *h, const Options &o) {
-    constexpr size_t kBlock = 1 << 20;
+// `label` names the file in the output when several are read (else null).
+int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex_handle *h, const Options &o,
+                  const std::string *label) {
+    constexpr size_t kBlock = 256 << 10;
     std::string buf;
     uint64_t base = 0;  // file offset of buf[0]
     uint64_t line = 1;  // line number of buf[0]
-    int charset = o.charset;
+    int charset = VSGLEX_CHARSET_AUTO;
+    uint32_t flags = 0;
     int code = kOk;
+    bool openLine = false;  // the text output's last line is still open
     Progress progress(name, size);
     std::vector<char> chunk(kBlock);
     bool eof = false;
+    if (label != nullptr && o.format == Format::kText && !o.namesOnly) {
+        std::string header = "==> " + *label + " <==\n";
+        if (!WriteOut(header.data(), header.size())) return kUnwritable;
+    }
     while (!eof || !buf.empty()) {
         if (!eof) {
             size_t got = std::fread(chunk.data(), 1, chunk.size(), in);
@@ -352,17 +415,33 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
                 eof = true;
             }
         }
-        // Analyse whole lines; keep a trailing partial line for the next read.
+        if (buf.empty()) break;
+        // The first block with a byte above 0x7F fixes the character set of
+        // the rest (ASCII reads the same in every set).
+        if (charset == VSGLEX_CHARSET_AUTO && !ChooseCharset(o, name, buf.data(), buf.size(), &charset, &flags))
+            return kUnreadable;
+        bool ascii = o.charset == VSGLEX_CHARSET_AUTO &&
+                     std::none_of(buf.begin(), buf.end(), [](char ch) { return (ch & 0x80) != 0; });
+        if (ascii && !eof) charset = VSGLEX_CHARSET_AUTO;
+        int blockCharset = ascii ? VSGLEX_CHARSET_UTF8 : charset;
+        // Analyse whole lines and keep a trailing partial line for the next
+        // read; a line longer than a block is cut at a sentence end or a
+        // character boundary, so memory stays bounded.
         size_t take = buf.size();
         if (!eof) {
             size_t nl = buf.rfind('\n');
-            if (nl == std::string::npos) {
-                if (buf.size() < 16 * kBlock) continue;
-            } else {
+            if (nl != std::string::npos) {
                 take = nl + 1;
+            } else if (buf.size() < kBlock) {
+                continue;
+            } else {
+                // Pre-cut words end at spaces (a space byte is never part of
+                // a character in any of the sets).
+                size_t space = o.precut ? buf.rfind(' ') : std::string::npos;
+                take = space != std::string::npos ? space + 1 : vsglex_cut_point(buf.data(), buf.size(), blockCharset);
+                if (take == 0) take = buf.size();
             }
         }
-        if (take == 0) break;
         // Cut the block into one piece per thread at line ends.
         unsigned n = std::max(1u, o.threads);
         std::vector<Piece> pieces;
@@ -376,35 +455,37 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
                 end = nl == std::string::npos || nl + 1 > take ? take : nl + 1;
             }
             Piece p{buf.data() + start, end - start, base + start, pieceLine, {}, {}, VSGLEX_OK, 0, {}};
+            p.file = label;
+            p.joinsLine = t == 0 && openLine;
+            p.last = eof && end == buf.size();
             pieceLine += static_cast<uint64_t>(std::count(buf.data() + start, buf.data() + end, '\n'));
             pieces.push_back(std::move(p));
             start = end;
         }
-        // The first block of a file fixes the character set of the rest.
-        if (charset == VSGLEX_CHARSET_AUTO)
-            charset = LooksLikeUtf8(buf.data(), take) ? VSGLEX_CHARSET_UTF8 : VSGLEX_CHARSET_GB18030;
         std::vector<std::thread> workers;
         for (size_t t = 1; t < pieces.size(); ++t)
-            workers.emplace_back([&, t] { Analyse(h, o, charset, pieces[t]); });
-        Analyse(h, o, charset, pieces[0]);
+            workers.emplace_back([&, t] { Analyse(h, o, blockCharset, flags, pieces[t]); });
+        Analyse(h, o, blockCharset, flags, pieces[0]);
         for (auto &w : workers) w.join();
         for (Piece &p : pieces) {
             if (p.status != VSGLEX_OK) {
                 std::fprintf(stderr, "vsglex: %s: %s\n", name.c_str(), p.error.c_str());
                 return kUnreadable;
             }
-            std::fwrite(p.out.data(), 1, p.out.size(), stdout);
+            if (!WriteOut(p.out.data(), p.out.size())) return kUnwritable;
             for (uint64_t l : p.badLines) {
                 std::fprintf(stderr, "vsglex: %s:%llu: invalid bytes skipped\n", name.c_str(),
                              static_cast<unsigned long long>(l));
                 code = kInvalidBytes;
             }
         }
+        openLine = pieces.back().openLine;
         line = pieceLine;
         base += take;
         buf.erase(0, take);
         progress.Update(std::min<uint64_t>(base, size));
     }
+    if (openLine && !WriteOut("\n", 1)) return kUnwritable;
     return code;
 }
 
@@ -454,6 +535,10 @@ bool ParseArgs(int argc, char **argv, Options &o) {
             }
         } else if (a == "--pre-cut") {
             o.precut = true;
+        } else if (a == "--t2s") {
+            o.t2s = 1;
+        } else if (a == "--no-t2s") {
+            o.t2s = 0;
         } else if (a == "--names-only") {
             o.namesOnly = true;
         } else if (name == "--threads") {
@@ -498,12 +583,14 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "vsglex: %s\n", vsglex_last_error());
         return kModels;
     }
+    if (*vsglex_model_warning(h) != '\0') std::fprintf(stderr, "vsglex: warning: %s\n", vsglex_model_warning(h));
     if (o.files.empty()) o.files.push_back("-");
     int code = kOk;
     for (const std::string &f : o.files) {
+        const std::string *label = o.files.size() > 1 ? &f : nullptr;
         int c;
         if (f == "-") {
-            c = ProcessStream(stdin, "<stdin>", 0, h, o);
+            c = ProcessStream(stdin, "<stdin>", 0, h, o, label);
         } else {
             FILE *in = std::fopen(f.c_str(), "rb");
             struct stat st;
@@ -514,12 +601,13 @@ int main(int argc, char **argv) {
                 code = std::max(code, static_cast<int>(kUnreadable));
                 continue;
             }
-            c = ProcessStream(in, f, static_cast<uint64_t>(st.st_size), h, o);
+            c = ProcessStream(in, f, static_cast<uint64_t>(st.st_size), h, o, label);
             std::fclose(in);
         }
         code = std::max(code, c);
+        if (c == kUnwritable) break;
     }
-    std::fflush(stdout);
+    if (!CloseOut()) code = kUnwritable;
     vsglex_close(h);
     return code;
 }

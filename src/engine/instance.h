@@ -1,0 +1,52 @@
+// Engines owned by their user: a loaded model set independent of the
+// process-wide instance of the server interface, so that several model sets
+// can live in one process and no call of that interface frees them.
+#ifndef VSGLEX_SRC_ENGINE_INSTANCE_H
+#define VSGLEX_SRC_ENGINE_INSTANCE_H
+
+#include <cstdint>
+#include <memory>
+#include <new>
+
+#include "vsglex/engine.h"
+
+namespace vsg::engine {
+
+// Loads the twelve model files of `directory` into a new instance. On
+// failure returns null and sets *status to the failing file's load status
+// (VSG_ERR_COREDICT .. VSG_ERR_ORG_SUFFIX); on success *status is 0.
+SegmentEngine *LoadInstance(const char *directory, int32_t *status);
+// Frees an instance of LoadInstance and its models. Null is ignored.
+void FreeInstance(SegmentEngine *engine);
+
+// An owned engine instance.
+class Engine {
+public:
+    // Loads `directory` (see LoadInstance); null on failure.
+    static std::unique_ptr<Engine> Load(const char *directory, int32_t *status) {
+        SegmentEngine *models = LoadInstance(directory, status);
+        if (models == nullptr) return nullptr;
+        std::unique_ptr<Engine> e(new (std::nothrow) Engine(models));
+        if (e == nullptr) FreeInstance(models);
+        return e;
+    }
+    ~Engine() { FreeInstance(models_); }
+    Engine(const Engine &) = delete;
+    Engine &operator=(const Engine &) = delete;
+
+    // The models, in the record the server interface uses.
+    const SegmentEngine &models() const { return *models_; }
+    // Recognises names and tags pre-cut words with these models, as
+    // VSG_SegmentForServer does.
+    int32_t Segment(const WordList *input, WordList *output, int32_t mode) const {
+        return VSG_SegmentForServer(input, output, mode, models_);
+    }
+
+private:
+    explicit Engine(SegmentEngine *models) : models_(models) {}
+    SegmentEngine *models_;
+};
+
+}  // namespace vsg::engine
+
+#endif  // VSGLEX_SRC_ENGINE_INSTANCE_H
