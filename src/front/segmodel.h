@@ -40,6 +40,7 @@ enum SegTemplate : uint8_t {
     kSegTemplates
 };
 inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
+static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
 
