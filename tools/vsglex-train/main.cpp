@@ -25,7 +25,7 @@ void Usage() {
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
-                 "  --seg-epochs N  perceptron passes of the word cutter model (default 10, 0: no segment.mdl)\n"
+                 "  --seg-epochs N  perceptron passes of the word cutter model (default 15, 0: no segment.mdl)\n"
                  "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
                  "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n"
                  "  --seg-folds N   word cutter dictionary features of a paragraph come from the other N-1 folds (default 4)\n");

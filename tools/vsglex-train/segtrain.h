@@ -13,7 +13,7 @@
 namespace vsgtrain {
 
 struct SegTrainOptions {
-    int epochs = 10;           // perceptron passes (0: no model file)
+    int epochs = 15;           // perceptron passes (0: no model file)
     int minCount = 3;          // features seen fewer times are not learned
     double prune = 0.01;       // groups whose weights all lie below this share of the largest are dropped
     int folds = 4;             // dictionary features of a paragraph come from the other folds' words
