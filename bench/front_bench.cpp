@@ -75,6 +75,8 @@ BENCHMARK(BM_AnalyzeEndToEnd)->Unit(benchmark::kMillisecond);
 void BM_ConvertAtomiseCut(benchmark::State &state) {
     vsglex_handle *h = Handle();
     const vsg::front::Lexicon *lex = vsg::front::LexiconOf(h);
+    // The trained cutter when the model set has one (VSGLEX_CUTTER=dict: the dictionary cutter).
+    const vsg::front::SegModel *model = vsg::front::SegModelOf(h);
     if (h == nullptr || lex == nullptr) {
         state.SkipWithError("no model set");
         return;
@@ -94,7 +96,8 @@ void BM_ConvertAtomiseCut(benchmark::State &state) {
         while (k < atoms.size()) {
             size_t e = k;
             while (e < atoms.size() && atoms[e].kind != vsg::front::AtomKind::kSpace) ++e;
-            lex->Cut(work.gb.data(), atoms.data() + k, e - k, ends, scratch);
+            if (model != nullptr) model->Cut(work.gb.data(), atoms.data() + k, e - k, *lex, ends, scratch);
+            else lex->Cut(work.gb.data(), atoms.data() + k, e - k, ends, scratch);
             k = e + 1;
         }
         benchmark::DoNotOptimize(ends.data());

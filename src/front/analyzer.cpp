@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
@@ -21,6 +22,7 @@
 #include "front/analyzer.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
+#include "front/segmodel.h"
 #include "front/transcode.h"
 #include "front/userdict.h"
 #include "model/model_set.h"
@@ -38,6 +40,7 @@ namespace {
 struct Shared {
     std::unique_ptr<vsg::engine::Engine> engine;
     Lexicon lexicon;
+    SegModel segModel;  // the trained cutter; not loaded: the dictionary cutter cuts
     std::vector<std::string> tagNames;
     std::string warning;  // about the loaded set (no manifest), or empty
 };
@@ -263,7 +266,10 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         return;
     }
     ends_.clear();
-    shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+    if (shared_.segModel.Loaded())
+        shared_.segModel.Cut(gb.data(), atoms, n, shared_.lexicon, ends_, scratch_);
+    else
+        shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
     if (user_ != nullptr) ApplyUserWords(atoms, n);
     size_t a = 0;
     for (size_t k = 0; k < ends_.size(); ++k) {
@@ -498,6 +504,12 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         SetError("the core dictionary in " + shown + " holds no words");
         return nullptr;
     }
+    // The trained cutter, when the model set has one.
+    std::string cutterError;
+    if (!LoadCutterModel(dir, set->segModel, &cutterError)) {
+        SetError("model set " + shown + ": cannot load " + cutterError);
+        return nullptr;
+    }
     const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
     char tag[256];
     for (int32_t k = 0; k < map.count && k < 255; ++k) {
@@ -641,4 +653,20 @@ VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle) {
 
 const vsg::front::Lexicon *vsg::front::LexiconOf(const vsglex_handle *handle) {
     return handle != nullptr ? &handle->shared->lexicon : nullptr;
+}
+
+const vsg::front::SegModel *vsg::front::SegModelOf(const vsglex_handle *handle) {
+    return handle != nullptr && handle->shared->segModel.Loaded() ? &handle->shared->segModel : nullptr;
+}
+
+bool vsg::front::LoadCutterModel(const std::string &dir, SegModel &model, std::string *error) {
+    model = SegModel();
+    const char *cutter = std::getenv("VSGLEX_CUTTER");
+    if (cutter != nullptr && std::strcmp(cutter, "dict") == 0) return true;
+    std::string path = dir;
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += kSegModelFile;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
+    return model.Load(path, error);
 }

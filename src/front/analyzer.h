@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "front/lexicon.h"
+#include "front/segmodel.h"
 #include "vsglex/engine.h"
 #include "vsglex/vsglex_api.h"
 
@@ -19,6 +20,14 @@ int32_t NameClassOfTag(int32_t tag);
 
 // The cutter of the model set a handle uses (null for a null handle).
 const Lexicon *LexiconOf(const vsglex_handle *handle);
+// The trained cutter of the model set a handle uses, or null when the set
+// has none (or for a null handle).
+const SegModel *SegModelOf(const vsglex_handle *handle);
+
+// Loads DIR/segment.mdl into `model`. A missing file, or VSGLEX_CUTTER=dict
+// in the environment, leaves it unloaded (the dictionary cutter cuts) and
+// succeeds; a damaged file fails with the reason in `error`.
+bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error);
 
 // Sets the message vsglex_last_error gives on the calling thread.
 void SetLastError(const std::string &message);

@@ -107,76 +107,120 @@ void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord,
 }
 
 bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
+    // Count of each word: the sum of its part-of-speech rows' counts.
+    std::vector<LexiconWord> words;
+    if (dict.entries != nullptr && dict.count > 0) {
+        words.reserve(static_cast<size_t>(dict.count));
+        for (int32_t e = 0; e < dict.count; ++e) {
+            const DictSEntry &entry = dict.entries[e];
+            if (entry.word == nullptr || entry.length <= 0 || entry.length > 80 || entry.posList == nullptr) continue;
+            LexiconWord w;
+            w.text = std::string_view(entry.word, static_cast<size_t>(entry.length));
+            for (int32_t r = 0; r < entry.posCount; ++r) {
+                const DictSRow &row = entry.posList[r];
+                if (row.code != 0 || !std::isfinite(row.value)) continue;
+                double c = std::exp(static_cast<double>(row.value));
+                w.count += c;
+                if (IsPersonTag(row.subCode)) w.personCount += c;
+            }
+            words.push_back(w);
+        }
+    }
+    return Build(words, options);
+}
+
+bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions &options) {
     slots_.clear();
     keys_.clear();
     used_ = words_ = fragments_ = maxBytes_ = 0;
     directCost_.assign(0x10000, -1.0f);
     directLonger_.assign(0x10000, 0);
     bloom_.assign(kBloomBits / 64, 0);
-    if (dict.entries == nullptr || dict.count <= 0) return false;
 
-    // Count of each usable word: the sum of its part-of-speech rows' counts.
-    std::vector<double> counts(static_cast<size_t>(dict.count), 0.0);
+    std::vector<double> counts(words.size(), 0.0);
     double total = 0.0;
-    for (int32_t e = 0; e < dict.count; ++e) {
-        const DictSEntry &entry = dict.entries[e];
-        if (entry.word == nullptr || entry.length <= 0 || entry.length > 80 || entry.posList == nullptr) continue;
-        if (std::strstr(entry.word, "##") != nullptr) continue;  // class words
-        double count = 0.0, person = 0.0;
-        for (int32_t r = 0; r < entry.posCount; ++r) {
-            const DictSRow &row = entry.posList[r];
-            if (row.code != 0 || !std::isfinite(row.value)) continue;
-            double c = std::exp(static_cast<double>(row.value));
-            count += c;
-            if (IsPersonTag(row.subCode)) person += c;
-        }
-        if (count <= 0.0) continue;
+    for (size_t e = 0; e < words.size(); ++e) {
+        const LexiconWord &w = words[e];
+        if (w.text.empty() || w.text.size() > 80) continue;
+        if (w.text.find("##") != std::string_view::npos) continue;  // class words
+        if (!(w.count > 0.0) || !std::isfinite(w.count)) continue;
         // A short word seen mostly as a person name can swallow part of a
         // longer unknown name: cutting it as a word would hide the single
         // characters the person recogniser works on.
-        if (entry.length > 2 && person * 2.0 >= count && entry.length < 2 * options.minPersonWordChars) {
+        if (w.text.size() > 2 && w.personCount * 2.0 >= w.count &&
+            static_cast<long>(w.text.size()) < 2L * options.minPersonWordChars) {
             ++fragments_;
             continue;
         }
-        counts[static_cast<size_t>(e)] = count;
-        total += count;
+        counts[e] = w.count;
+        total += w.count;
     }
     if (total <= 0.0) return false;
     double logTotal = std::log(total);
     unknownCost_ = logTotal + 3.0;
     runCost_ = logTotal - std::log(100.0);
 
-    for (int32_t e = 0; e < dict.count; ++e) {
-        double count = counts[static_cast<size_t>(e)];
+    std::vector<Atom> atoms;
+    for (size_t e = 0; e < words.size(); ++e) {
+        double count = counts[e];
         if (count <= 0.0) continue;
-        const DictSEntry &entry = dict.entries[e];
+        const char *word = words[e].text.data();
+        const size_t length = words[e].text.size();
         // Register every atom-aligned prefix so the search can stop early.
-        std::vector<Atom> atoms;
-        Atomise(entry.word, 0, static_cast<size_t>(entry.length), atoms);
+        atoms.clear();
+        Atomise(word, 0, length, atoms);
         bool hasSpace = false;
         for (const Atom &a : atoms) hasSpace |= a.kind == AtomKind::kSpace;
         if (hasSpace || atoms.empty() || atoms.size() > kMaxWordAtoms) continue;
         uint32_t h = kFnvBasis;
         float cost = static_cast<float>(logTotal - std::log(count));
-        int direct = DirectIndex(entry.word, atoms[0]);
+        int direct = DirectIndex(word, atoms[0]);
         if (direct >= 0) {
             if (atoms.size() == 1) directCost_[static_cast<size_t>(direct)] = cost;
             else directLonger_[static_cast<size_t>(direct)] = 1;
         }
         for (size_t k = 0; k < atoms.size(); ++k) {
-            h = HashMore(h, entry.word + atoms[k].start, atoms[k].length);
+            h = HashMore(h, word + atoms[k].start, atoms[k].length);
             size_t len = atoms[k].start + atoms[k].length;
             bool last = k + 1 == atoms.size();
-            Insert(h, entry.word, len, last, last ? cost : 0.0f);
+            Insert(h, word, len, last, last ? cost : 0.0f);
             if (k > 0) {
                 size_t bit = BloomBit(h);
                 bloom_[bit >> 6] |= uint64_t{1} << (bit & 63);
             }
         }
         ++words_;
-        if (static_cast<size_t>(entry.length) > maxBytes_) maxBytes_ = static_cast<size_t>(entry.length);
+        if (length > maxBytes_) maxBytes_ = length;
     }
     return words_ > 0;
+}
+
+void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const {
+    for (size_t i = 0; i < n; ++i) marks[i] = WordMarks{};
+    if (slots_.empty()) return;
+    for (size_t i = 0; i < n; ++i) {
+        const Atom &a = atoms[i];
+        int direct = DirectIndex(text, a);
+        if (direct >= 0 && !directLonger_[static_cast<size_t>(direct)]) continue;
+        uint32_t h = HashMore(kFnvBasis, text + a.start, a.length);
+        size_t bytes = a.length;
+        for (size_t j = i + 1; j < n && j - i < kMaxWordAtoms; ++j) {
+            const Atom &b = atoms[j];
+            bytes += b.length;
+            if (bytes > maxBytes_) break;
+            h = HashMore(h, text + b.start, b.length);
+            if (!MayHold(h)) break;
+            const Slot *s = Find(h, text + a.start, bytes);
+            if (s == nullptr) break;
+            if (!s->isWord) continue;
+            size_t len = j - i + 1;
+            auto v = static_cast<uint8_t>(len < cap ? len : cap);
+            if (v > marks[i].starts) marks[i].starts = v;
+            if (v > marks[j].ends) marks[j].ends = v;
+            for (size_t m = i + 1; m < j; ++m)
+                if (v > marks[m].inside) marks[m].inside = v;
+        }
+    }
 }
 
 double Lexicon::WordCost(const char *word, size_t length) const {

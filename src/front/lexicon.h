@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "front/atoms.h"
@@ -22,10 +23,43 @@ struct LexiconOptions {
     int minPersonWordChars = 3;
 };
 
-// Per-thread working memory of Lexicon::Cut.
+// One word of a word list the lexicon is built from: its text (GB) and how
+// often it was seen, in all and as a person name.
+struct LexiconWord {
+    std::string_view text;
+    double count = 0.0;
+    double personCount = 0.0;
+};
+
+// Longest dictionary word (in atoms, capped) that starts at, ends at and
+// strictly covers each atom; see Lexicon::MarkWords.
+struct WordMarks {
+    uint8_t starts = 0;
+    uint8_t ends = 0;
+    uint8_t inside = 0;
+};
+
+// One feature of the model cutter (segmodel.h): its key and the first atom
+// its rows score (may lie before the run; rows outside it are ignored).
+struct SegFeature {
+    uint64_t key;
+    int32_t position;
+};
+
+// Per-thread working memory of Lexicon::Cut and SegModel::Cut.
 struct CutScratch {
     std::vector<double> cost;
     std::vector<uint32_t> back;
+    // The model cutter's atom keys, feature keys and their weight offsets,
+    // word marks, features, label scores, back pointers and labels.
+    std::vector<uint64_t> ids;
+    std::vector<uint64_t> keys;
+    std::vector<int32_t> offsets;
+    std::vector<WordMarks> marks;
+    std::vector<SegFeature> features;
+    std::vector<int32_t> score;
+    std::vector<uint8_t> path;
+    std::vector<uint8_t> labels;
 };
 
 // A read-only word lexicon with costs; safe to share between threads.
@@ -34,11 +68,18 @@ public:
     // Builds the lexicon from every entry with part-of-speech (code 0) rows.
     // Returns false when the dictionary holds no such word.
     bool Build(const DictionaryS &dict, const LexiconOptions &options = {});
+    // Builds the lexicon from a word list (the trainer's counts), with the
+    // same rules as Build. Returns false when no word is usable.
+    bool Build(const std::vector<LexiconWord> &words, const LexiconOptions &options = {});
     // Cuts atoms[0..n) of `text` into words and appends the atom index just
     // past each word to `ends` (so the last value is n). Space atoms must not
     // be among the atoms.
     void Cut(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends,
              CutScratch &scratch) const;
+    // For every atom of atoms[0..n), the lengths (capped at `cap` atoms) of
+    // the longest word of two or more atoms starting there, ending there and
+    // covering it with atoms on both sides; marks gets n entries.
+    void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
     // Cost of a word (negative log of its relative count), or a negative
     // value when the lexicon does not hold it as a word.
     double WordCost(const char *word, size_t length) const;

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "front/analyzer.h"
 #include "front_support.h"
 #include "support/support.h"
 #include "vsglex/vsglex_api.h"
@@ -195,8 +196,29 @@ TEST(ApiErrorTest, BadArgumentsAndMissingModels) {
     EXPECT_EQ(vsglex_open(broken.path().c_str()), nullptr);
     EXPECT_NE(std::string(vsglex_last_error()).find("nt.map"), std::string::npos) << vsglex_last_error();
 
+    // A damaged word cutter model is refused with its name and the reason
+    // (by the manifest; without one, by the model's own checks); the
+    // dictionary cutter can be chosen instead.
+    std::filesystem::copy(fronttest::ModelDir() + "/nt.map", broken.path() + "/nt.map");
+    std::string model = vsgtest::ReadFile(broken.path() + "/segment.mdl");
+    ASSERT_GT(model.size(), 1000u);
+    vsgtest::WriteFile(broken.path() + "/segment.mdl", model.substr(0, 1000));
+    EXPECT_EQ(vsglex_open(broken.path().c_str()), nullptr);
+    EXPECT_NE(std::string(vsglex_last_error()).find("segment.mdl"), std::string::npos) << vsglex_last_error();
+    std::filesystem::remove(broken.path() + "/manifest.txt");
+    EXPECT_EQ(vsglex_open(broken.path().c_str()), nullptr);
+    EXPECT_NE(std::string(vsglex_last_error()).find("segment.mdl: truncated"), std::string::npos)
+        << vsglex_last_error();
+    setenv("VSGLEX_CUTTER", "dict", 1);
+    vsglex_handle *dict = vsglex_open(broken.path().c_str());
+    unsetenv("VSGLEX_CUTTER");
+    ASSERT_NE(dict, nullptr) << vsglex_last_error();
+    EXPECT_EQ(vsg::front::SegModelOf(dict), nullptr);
+    vsglex_close(dict);
+
     vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());
     ASSERT_NE(h, nullptr);
+    EXPECT_NE(vsg::front::SegModelOf(h), nullptr);
     EXPECT_EQ(vsglex_analyze(h, "a", 1, 7, 0, &r), VSGLEX_ERR_ARGUMENT);
     EXPECT_EQ(vsglex_analyze(h, nullptr, 3, 0, 0, &r), VSGLEX_ERR_ARGUMENT);
     vsglex_close(h);

@@ -134,7 +134,7 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), a.path(), opt, &s1, &error)) << error;
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), b.path(), opt, &s2, &error)) << error;
     for (const char *f : {"coredict.dct", "lexical.ctx", "nr.ctx", "ns.ctx", "nt.ctx", "zyrpos30.map", "nr.map",
-                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"}) {
+                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct", "segment.mdl"}) {
         std::string x = vsgtest::ReadFile(a.file(f));
         if (std::string(f) != "org_suffix.dct") {  // no suffix is frequent enough here
             EXPECT_FALSE(x.empty()) << f;
@@ -148,7 +148,7 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     for (const std::string &dir : {a.path(), a.path() + "/text"}) {
         const vsg::model::SetCheck check = vsg::model::CheckModelSet(dir);
         EXPECT_TRUE(check.ok() && check.hasManifest) << dir << ": " << check.Summary() << check.warning;
-        EXPECT_EQ(check.verified, 12u) << dir;
+        EXPECT_EQ(check.verified, 13u) << dir;  // the twelve engine files and segment.mdl
     }
     EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")), vsgtest::ReadFile(b.file("manifest.txt")));
     EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")).rfind("vsglex-manifest 1\nproducer vsglex-train ", 0), 0u);

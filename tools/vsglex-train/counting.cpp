@@ -28,6 +28,7 @@ bool TrainCounts::PlaceCut(const Unit &u, int cutMax) const {
 
 bool ExcludedDay(const TrainOptions &opt, int32_t date) {
     if (opt.excludeFrom != 0 && date >= opt.excludeFrom) return true;
+    if (opt.excludeBefore != 0 && date < opt.excludeBefore) return true;
     const int day = static_cast<int>(date % 100);
     return opt.excludeDayFirst != 0 && day >= opt.excludeDayFirst && day <= opt.excludeDayLast;
 }

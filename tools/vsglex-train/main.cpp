@@ -13,10 +13,11 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
+                 "  --exclude-before  leave out the paragraphs before this day\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
@@ -29,7 +30,11 @@ void Usage() {
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
-                 "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n");
+                 "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
+                 "  --seg-epochs N  perceptron passes of the word cutter model (default 15, 0: no segment.mdl)\n"
+                 "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
+                 "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n"
+                 "  --seg-folds N   word cutter dictionary features of a paragraph come from the other N-1 folds (default 4)\n");
 }
 
 // Reads "FROM-TO" (days of the month, FROM <= TO).
@@ -59,6 +64,16 @@ int main(int argc, char **argv) {
                 std::fprintf(stderr, "vsglex-train: --exclude-days wants FROM-TO, days 1-31 (got %s)\n", argv[i]);
                 return 2;
             }
+        } else if (a == "--exclude-before" && i + 1 < argc) {
+            opt.excludeBefore = std::atoi(argv[++i]);
+        } else if (a == "--seg-epochs" && i + 1 < argc) {
+            opt.seg.epochs = std::atoi(argv[++i]);
+        } else if (a == "--seg-min-count" && i + 1 < argc) {
+            opt.seg.minCount = std::atoi(argv[++i]);
+        } else if (a == "--seg-folds" && i + 1 < argc) {
+            opt.seg.folds = std::atoi(argv[++i]);
+        } else if (a == "--seg-prune" && i + 1 < argc) {
+            opt.seg.prune = std::atof(argv[++i]);
         } else if (a == "--place-cut" && i + 1 < argc) {
             opt.placeCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-place-cut" && i + 1 < argc) {
@@ -135,5 +150,11 @@ int main(int argc, char **argv) {
         std::printf("part-of-speech refinement: %lld positions a pass, short of the margin in the first pass %lld, in the last %lld\n",
                     static_cast<long long>(s.posPositions), static_cast<long long>(s.posErrorsFirst),
                     static_cast<long long>(s.posErrorsLast));
+    if (s.seg.bytes > 0)
+        std::printf("word cutter: %lld atoms in %lld runs, %lld features, %lld kept, %lld bytes; wrong atoms in the first pass %lld, in the last %lld\n",
+                    static_cast<long long>(s.seg.atoms), static_cast<long long>(s.seg.runs),
+                    static_cast<long long>(s.seg.features), static_cast<long long>(s.seg.groups),
+                    static_cast<long long>(s.seg.bytes), static_cast<long long>(s.seg.errorsFirst),
+                    static_cast<long long>(s.seg.errorsLast));
     return 0;
 }

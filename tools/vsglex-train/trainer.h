@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "segtrain.h"
 
 namespace vsgtrain {
 
@@ -20,6 +21,7 @@ constexpr size_t kMaxDictWord = 60;
 // What to train on and what to write.
 struct TrainOptions {
     int32_t excludeFrom = 0;  // leave out paragraphs dated on or after this day (0: none)
+    int32_t excludeBefore = 0;  // leave out paragraphs dated before this day (0: none)
     // Leave out the paragraphs whose day of the month lies in
     // [excludeDayFirst, excludeDayLast] (0: none); the cross-validation
     // folds are day ranges.
@@ -64,6 +66,7 @@ struct TrainOptions {
     int posEpochs = 4;
     double posRate = 0.2;
     double posMargin = 1.0;  // cost advantage of wrong tags while training
+    SegTrainOptions seg;     // the word cutter model
 };
 
 // Figures printed after training.
@@ -82,6 +85,7 @@ struct TrainSummary {
     int64_t posPositions = 0;    // positions the refinement searches per pass
     int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
     int64_t posErrorsLast = 0;   // the same in the last pass
+    SegTrainSummary seg;         // the word cutter model
 };
 
 // Whether the options leave out a paragraph of date `date` (YYYYMMDD).

@@ -1,0 +1,257 @@
+// cutscore: scores the front end's word cutter on held-out corpus days.
+//
+//   cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] [--misses N] [--examples N] MODEL_DIR CORPUS_DIR
+//
+// The raw text of every paragraph dated in [from, to] (tokens joined, tags
+// and brackets removed) is cut with the chosen cutter of MODEL_DIR, run by
+// run, and scored word by word (a word is right when its span equals a gold
+// word's) against two golds:
+//   engine  the cut the engine wants: person names and the places never
+//           seen outside the window one character a word;
+//   corpus  the corpus tokens.
+// Out-of-vocabulary recall counts the gold words never seen (in that
+// granularity) in the paragraphs outside the window, which are the training
+// days when the models were trained with --exclude-from/--exclude-before.
+// Also printed: the cutting speed (CPU time of the cut alone, best of
+// --repeat passes) and the model load time; --misses N lists the N engine
+// gold words missed most often, --examples N shows the cut around the first
+// N missed engine gold words.
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "corpus.h"
+#include "front/analyzer.h"
+#include "front/atoms.h"
+#include "front/lexicon.h"
+#include "front/segmodel.h"
+#include "segtrain.h"
+#include "vsglex/vsglex_api.h"
+
+namespace {
+
+double CpuSeconds() {
+    struct rusage ru;
+    getrusage(RUSAGE_SELF, &ru);
+    return static_cast<double>(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
+           static_cast<double>(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
+}
+
+struct Score {
+    int64_t gold = 0, predicted = 0, correct = 0, oovGold = 0, oovCorrect = 0;
+    void Print(const char *name) const {
+        double p = predicted > 0 ? static_cast<double>(correct) / static_cast<double>(predicted) : 0.0;
+        double r = gold > 0 ? static_cast<double>(correct) / static_cast<double>(gold) : 0.0;
+        double f = p + r > 0 ? 2 * p * r / (p + r) : 0.0;
+        double oov = oovGold > 0 ? static_cast<double>(oovCorrect) / static_cast<double>(oovGold) : 0.0;
+        std::printf("%-7s P %.4f  R %.4f  F1 %.4f  OOV recall %.4f (%lld of %lld)  words gold %lld cut %lld\n", name,
+                    p, r, f, oov, static_cast<long long>(oovCorrect), static_cast<long long>(oovGold),
+                    static_cast<long long>(gold), static_cast<long long>(predicted));
+    }
+};
+
+// Adds the comparison of predicted and gold boundaries (byte offsets,
+// ascending, both starting at 0 and ending at the text's length).
+void Compare(const std::string &text, const std::vector<uint32_t> &pred, const std::vector<uint32_t> &gold,
+             const std::unordered_set<std::string> &vocabulary, Score *s) {
+    std::set<std::pair<uint32_t, uint32_t>> spans;
+    for (size_t i = 1; i < pred.size(); ++i) spans.emplace(pred[i - 1], pred[i]);
+    s->predicted += static_cast<int64_t>(pred.size() - 1);
+    for (size_t i = 1; i < gold.size(); ++i) {
+        bool right = spans.count({gold[i - 1], gold[i]}) != 0;
+        bool oov = vocabulary.count(text.substr(gold[i - 1], gold[i] - gold[i - 1])) == 0;
+        ++s->gold;
+        s->correct += right;
+        s->oovGold += oov;
+        s->oovCorrect += oov && right;
+    }
+}
+
+std::vector<uint32_t> TokenBoundaries(const vsgtrain::Paragraph &p, std::string *text) {
+    text->clear();
+    std::vector<uint32_t> b = {0};
+    for (const vsgtrain::Token &t : p.tokens) {
+        *text += t.word;
+        b.push_back(static_cast<uint32_t>(text->size()));
+    }
+    return b;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    std::string cutter = "model";
+    int32_t from = 0, to = 0;
+    int repeat = 3;
+    int misses = 0;
+    int examples = 0;
+    std::vector<std::string> args;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        if (a == "--cutter" && i + 1 < argc) cutter = argv[++i];
+        else if (a == "--from" && i + 1 < argc) from = std::atoi(argv[++i]);
+        else if (a == "--to" && i + 1 < argc) to = std::atoi(argv[++i]);
+        else if (a == "--repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
+        else if (a == "--misses" && i + 1 < argc) misses = std::atoi(argv[++i]);
+        else if (a == "--examples" && i + 1 < argc) examples = std::atoi(argv[++i]);
+        else args.push_back(a);
+    }
+    if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
+        std::fprintf(stderr,
+                     "usage: cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] "
+                     "MODEL_DIR CORPUS_DIR\n");
+        return 2;
+    }
+    if (cutter == "dict") setenv("VSGLEX_CUTTER", "dict", 1);
+    vsglex_handle *h = vsglex_open(args[0].c_str());
+    if (h == nullptr) {
+        std::fprintf(stderr, "cutscore: %s\n", vsglex_last_error());
+        return 1;
+    }
+    const vsg::front::Lexicon *lexicon = vsg::front::LexiconOf(h);
+    const vsg::front::SegModel *model = vsg::front::SegModelOf(h);
+    if (cutter == "model" && model == nullptr) {
+        std::fprintf(stderr, "cutscore: %s has no %s\n", args[0].c_str(), vsg::front::kSegModelFile);
+        return 1;
+    }
+    {
+        vsg::front::SegModel m;
+        std::string error;
+        auto t0 = std::chrono::steady_clock::now();
+        if (m.Load(args[0] + "/" + vsg::front::kSegModelFile, &error)) {
+            auto ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+            std::printf("model load %.1f ms, %zu feature groups\n", ms, m.Groups());
+        }
+    }
+
+    std::vector<vsgtrain::Paragraph> paragraphs;
+    for (const std::string &f : vsgtrain::CorpusFiles(args[1])) vsgtrain::ReadCorpusFile(f, 0, 0, &paragraphs);
+    auto inWindow = [&](const vsgtrain::Paragraph &p) {
+        return (from == 0 || p.date >= from) && (to == 0 || p.date <= to);
+    };
+    // Vocabularies and place counts of the paragraphs outside the window.
+    std::vector<std::vector<vsgtrain::Unit>> trainUnits;
+    std::unordered_set<std::string> tokenVocabulary, engineVocabulary;
+    for (const vsgtrain::Paragraph &p : paragraphs) {
+        if (inWindow(p)) continue;
+        for (const vsgtrain::Token &t : p.tokens) tokenVocabulary.insert(t.word);
+        trainUnits.push_back(vsgtrain::BuildUnits(p));
+    }
+    const auto placeCount = vsgtrain::CountPlaces(trainUnits);
+    for (const auto &units : trainUnits) {
+        std::string text;
+        std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, placeCount, 0, &text);
+        for (size_t i = 1; i < b.size(); ++i) engineVocabulary.insert(text.substr(b[i - 1], b[i] - b[i - 1]));
+    }
+    trainUnits.clear();
+
+    // The held-out text and its two golds.
+    struct Item {
+        std::string text;
+        std::vector<uint32_t> corpus, engine;
+    };
+    std::vector<Item> items;
+    int64_t chars = 0;
+    for (const vsgtrain::Paragraph &p : paragraphs) {
+        if (!inWindow(p)) continue;
+        Item it;
+        it.corpus = TokenBoundaries(p, &it.text);
+        std::string engineText;
+        it.engine = vsgtrain::EngineBoundaries(vsgtrain::BuildUnits(p), placeCount, 0, &engineText);
+        if (engineText != it.text) {
+            std::fprintf(stderr, "cutscore: units of %s differ from its tokens\n", p.id.c_str());
+            continue;
+        }
+        chars += static_cast<int64_t>(vsgtrain::SplitChars(it.text).size());
+        items.push_back(std::move(it));
+    }
+
+    // Cut every paragraph run by run.
+    std::vector<std::vector<uint32_t>> cuts(items.size());
+    std::vector<vsg::front::Atom> atoms;
+    std::vector<uint32_t> ends;
+    vsg::front::CutScratch scratch;
+    double best = 1e30;
+    for (int pass = 0; pass < repeat; ++pass) {
+        double t0 = CpuSeconds();
+        for (size_t i = 0; i < items.size(); ++i) {
+            const std::string &text = items[i].text;
+            atoms.clear();
+            vsg::front::Atomise(text.data(), 0, text.size(), atoms);
+            std::vector<uint32_t> &cut = cuts[i];
+            cut.assign(1, 0);
+            size_t k = 0;
+            while (k < atoms.size()) {
+                if (atoms[k].kind == vsg::front::AtomKind::kSpace) {
+                    ++k;
+                    continue;
+                }
+                size_t e = k;
+                while (e < atoms.size() && atoms[e].kind != vsg::front::AtomKind::kSpace) ++e;
+                ends.clear();
+                if (model != nullptr) model->Cut(text.data(), atoms.data() + k, e - k, *lexicon, ends, scratch);
+                else lexicon->Cut(text.data(), atoms.data() + k, e - k, ends, scratch);
+                for (uint32_t x : ends) {
+                    const vsg::front::Atom &last = atoms[k + x - 1];
+                    cut.push_back(last.start + last.length);
+                }
+                k = e;
+            }
+        }
+        best = std::min(best, CpuSeconds() - t0);
+    }
+
+    Score engine, corpus;
+    for (size_t i = 0; i < items.size(); ++i) {
+        Compare(items[i].text, cuts[i], items[i].engine, engineVocabulary, &engine);
+        Compare(items[i].text, cuts[i], items[i].corpus, tokenVocabulary, &corpus);
+    }
+    std::printf("cutter %s, %zu paragraphs, %lld characters, cut in %.3f s CPU (%.2f M chars/s)\n", cutter.c_str(),
+                items.size(), static_cast<long long>(chars), best, static_cast<double>(chars) / best / 1e6);
+    engine.Print("engine");
+    for (size_t i = 0; i < items.size() && examples > 0; ++i) {
+        const Item &it = items[i];
+        auto show = [&](const std::vector<uint32_t> &b, uint32_t from, uint32_t to) {
+            std::string out;
+            for (size_t k = 1; k < b.size(); ++k)
+                if (b[k] > from && b[k - 1] < to) out += vsgtrain::GbToUtf8(it.text.substr(b[k - 1], b[k] - b[k - 1])) + "/";
+            return out;
+        };
+        std::set<std::pair<uint32_t, uint32_t>> spans;
+        for (size_t k = 1; k < cuts[i].size(); ++k) spans.emplace(cuts[i][k - 1], cuts[i][k]);
+        for (size_t k = 1; k < it.engine.size() && examples > 0; ++k) {
+            if (spans.count({it.engine[k - 1], it.engine[k]}) != 0) continue;
+            uint32_t from = it.engine[k >= 3 ? k - 3 : 0], to = it.engine[std::min(k + 2, it.engine.size() - 1)];
+            std::printf("  gold %s\n  cut  %s\n", show(it.engine, from, to).c_str(), show(cuts[i], from, to).c_str());
+            --examples;
+        }
+    }
+    if (misses > 0) {
+        std::map<std::string, int> missed;
+        for (const Item &it : items) {
+            std::set<std::pair<uint32_t, uint32_t>> spans;
+            for (size_t i = 1; i < cuts[&it - items.data()].size(); ++i)
+                spans.emplace(cuts[&it - items.data()][i - 1], cuts[&it - items.data()][i]);
+            for (size_t i = 1; i < it.engine.size(); ++i)
+                if (spans.count({it.engine[i - 1], it.engine[i]}) == 0)
+                    ++missed[it.text.substr(it.engine[i - 1], it.engine[i] - it.engine[i - 1])];
+        }
+        std::vector<std::pair<int, std::string>> top;
+        for (const auto &kv : missed) top.emplace_back(-kv.second, kv.first);
+        std::sort(top.begin(), top.end());
+        for (size_t i = 0; i < top.size() && i < static_cast<size_t>(misses); ++i)
+            std::printf("  missed %4d %s\n", -top[i].first, vsgtrain::GbToUtf8(top[i].second).c_str());
+    }
+    corpus.Print("corpus");
+    vsglex_close(h);
+    return 0;
+}

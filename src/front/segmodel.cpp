@@ -1,0 +1,553 @@
+// The trained word cutter: features, model file and search.
+#include "front/segmodel.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace vsg::front {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the model file is read as little-endian");
+
+namespace {
+
+// ---- Features ----------------------------------------------------------------
+
+inline uint64_t Mix(uint64_t x) {
+    x ^= x >> 30;
+    x *= 0xBF58476D1CE4E5B9ull;
+    x ^= x >> 27;
+    x *= 0x94D049BB133111EBull;
+    x ^= x >> 31;
+    return x;
+}
+
+constexpr uint64_t kFnv64Basis = 0xCBF29CE484222325ull;
+constexpr uint64_t kFnv64Prime = 0x100000001B3ull;
+
+// Atom classes; kClassPad marks the places before and after a run.
+enum : uint8_t { kClassHan, kClassNumeral, kClassNumber, kClassLatin, kClassPunct, kClassOther, kClassPad };
+
+// Chinese numeral characters (GB): 一二三四五六七八九十百千万亿零两〇.
+constexpr uint16_t kNumerals[] = {0xD2BB, 0xB6FE, 0xC8FD, 0xCBC4, 0xCEE5, 0xC1F9, 0xC6DF, 0xB0CB, 0xBEC5,
+                                  0xCAAE, 0xB0D9, 0xC7A7, 0xCDF2, 0xD2DA, 0xC1E3, 0xC1BD, 0xA996};
+
+uint8_t AtomClass(const char *text, const Atom &a) {
+    switch (a.kind) {
+    case AtomKind::kHan: {
+        if (a.length == 2) {
+            auto c = static_cast<uint16_t>((static_cast<unsigned char>(text[a.start]) << 8) |
+                                           static_cast<unsigned char>(text[a.start + 1]));
+            for (uint16_t v : kNumerals)
+                if (v == c) return kClassNumeral;
+        }
+        return kClassHan;
+    }
+    case AtomKind::kNumber: return kClassNumber;
+    case AtomKind::kLatin: return kClassLatin;
+    case AtomKind::kPunct: return kClassPunct;
+    default: return kClassOther;
+    }
+}
+
+// Hash of an atom's bytes with half-width ASCII read as its full-width GB
+// form (row A3), so "2000" and "２０００" share their features.
+uint64_t AtomId(const char *text, const Atom &a) {
+    const auto *p = reinterpret_cast<const unsigned char *>(text);
+    size_t end = size_t{a.start} + a.length;
+    uint64_t h = kFnv64Basis;
+    auto add = [&h](unsigned char b) {
+        h ^= b;
+        h *= kFnv64Prime;
+    };
+    for (size_t i = a.start; i < end;) {
+        size_t len = GbCharLength(p, i, end);
+        if (len == 1 && p[i] >= 0x21 && p[i] <= 0x7E) {
+            add(0xA3);
+            add(static_cast<unsigned char>(p[i] + 0x80));
+        } else {
+            for (size_t k = 0; k < len; ++k) add(p[i + k]);
+        }
+        i += len;
+    }
+    return Mix(h);
+}
+
+// Keys of the positions before and after a run.
+constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0x5EC0000000000003ull,
+                                 0x5EC0000000000004ull};
+
+// ---- Model file ----------------------------------------------------------------
+//
+// Little-endian. Header of kHeaderBytes:
+//   0  8 bytes  magic "VSGSEGMD"
+//   8  u32      version (kVersion)
+//  12  u32      slot bits b: the table has 2^b slots
+//  16  u32      weight count w
+//  20  u32      feature set (kFeatureSet: templates and dictionary cap)
+//  24  16 x i32 transition weights [previous][next]
+//  88  u64      checksum of everything after the header
+//  96  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
+//      w x i16  weights, kSegLabels per row
+// A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
+// is the key's high 32 bits with the low four replaced by template + 1.
+
+constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
+constexpr uint32_t kVersion = 1;
+constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
+constexpr size_t kHeaderBytes = 96;
+constexpr uint32_t kMinSlotBits = 4;
+constexpr uint32_t kMaxSlotBits = 26;
+constexpr uint32_t kMaxWeights = 1u << 28;
+// Transition weights beyond this size are refused: path sums stay far from
+// overflow.
+constexpr int32_t kMaxTransition = 1 << 24;
+
+inline uint32_t Fingerprint(uint64_t key) {
+    return (static_cast<uint32_t>(key >> 32) & ~15u) | ((static_cast<uint32_t>(key) & 15u) + 1u);
+}
+
+uint64_t Checksum(const uint8_t *p, size_t n) {
+    uint64_t h = kFnv64Basis;
+    size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        uint64_t v;
+        std::memcpy(&v, p + i, 8);
+        h = (h ^ v) * kFnv64Prime;
+        h ^= h >> 29;
+    }
+    for (; i < n; ++i) h = (h ^ p[i]) * kFnv64Prime;
+    return Mix(h);
+}
+
+template <typename T>
+void Put(std::string &out, T v) {
+    char b[sizeof(T)];
+    std::memcpy(b, &v, sizeof(T));
+    out.append(b, sizeof(T));
+}
+
+template <typename T>
+T Get(const uint8_t *p) {
+    T v;
+    std::memcpy(&v, p, sizeof(T));
+    return v;
+}
+
+}  // namespace
+
+uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, size); }
+
+uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
+    uint64_t h = Mix(a * 0x9E3779B97F4A7C15ull + (static_cast<uint64_t>(t) + 1) * 0xD6E8FEB86659FD93ull);
+    h = Mix(h ^ (b + 0x632BE59BD9B4E019ull));
+    return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
+}
+
+void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                 std::vector<SegFeature> &out) {
+    out.clear();
+    if (n == 0) return;
+    // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1.
+    ids.resize(2 * (n + 4));
+    uint64_t *id = ids.data();
+    uint64_t *cls = ids.data() + n + 4;
+    id[0] = kPadIds[0];
+    id[1] = kPadIds[1];
+    id[n + 2] = kPadIds[2];
+    id[n + 3] = kPadIds[3];
+    cls[0] = cls[1] = cls[n + 2] = cls[n + 3] = kClassPad;
+    for (size_t k = 0; k < n; ++k) {
+        id[k + 2] = AtomId(text, atoms[k]);
+        cls[k + 2] = AtomClass(text, atoms[k]);
+    }
+    out.reserve(n * 9 + 8);
+    auto pos = [](size_t k, int d) { return static_cast<int32_t>(k) + d; };
+    // Unigrams of atoms -2 .. n+1 (index j = k + 2).
+    for (size_t j = 0; j < n + 4; ++j) out.push_back({SegFeatureKey(kSegUnigram, id[j], 0), pos(j, -4)});
+    // Bigrams of atoms (k, k+1), k = -2 .. n.
+    for (size_t j = 0; j + 1 < n + 4; ++j)
+        out.push_back({SegFeatureKey(kSegBigram, id[j], id[j + 1]), pos(j, -3)});
+    for (size_t k = 0; k < n; ++k) {
+        size_t j = k + 2;
+        int32_t p = static_cast<int32_t>(k);
+        out.push_back({SegFeatureKey(kSegSkip, id[j - 1], id[j + 1]), p});
+        out.push_back({SegFeatureKey(kSegClasses, cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1], 0), p});
+        const WordMarks &m = marks[k];
+        out.push_back({SegFeatureKey(kSegDictStart, m.starts, 0), p});
+        out.push_back({SegFeatureKey(kSegDictEnd, m.ends, 0), p});
+        out.push_back({SegFeatureKey(kSegDictInside, m.inside, 0), p});
+        out.push_back(
+            {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
+        out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
+        out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
+    }
+}
+
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
+    std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
+    float top = 0.0f;
+    for (const SegGroup &g : groups)
+        for (float w : g.weights) top = std::max(top, std::fabs(w));
+    double scale = top > 0.0f ? 32767.0 / top : 1.0;
+    auto quant = [scale](float w) {
+        double v = std::nearbyint(static_cast<double>(w) * scale);
+        return static_cast<int16_t>(std::clamp(v, -32767.0, 32767.0));
+    };
+
+    // Quantised groups; those that round to nothing are left out.
+    std::vector<int16_t> weights;
+    std::vector<std::pair<uint64_t, uint32_t>> kept;  // key, offset
+    for (const SegGroup &g : groups) {
+        size_t rows = kSegTemplateRows[SegKeyTemplate(g.key) % kSegTemplates];
+        if (g.weights.size() != rows * kSegLabels) continue;
+        std::vector<int16_t> q(g.weights.size());
+        bool any = false;
+        for (size_t i = 0; i < q.size(); ++i) any |= (q[i] = quant(g.weights[i])) != 0;
+        if (!any) continue;
+        kept.emplace_back(g.key, static_cast<uint32_t>(weights.size()));
+        weights.insert(weights.end(), q.begin(), q.end());
+    }
+    uint32_t bits = kMinSlotBits;
+    while (bits < kMaxSlotBits && (size_t{1} << bits) * 7 / 10 < kept.size() + 1) ++bits;
+    std::vector<uint64_t> slots(size_t{1} << bits, 0);
+    const uint64_t mask = slots.size() - 1;
+    for (const auto &kv : kept) {
+        uint32_t fp = Fingerprint(kv.first);
+        size_t i = (kv.first >> 4) & mask;
+        bool shadowed = false;
+        while (slots[i] != 0) {
+            // Two keys alike in slot and fingerprint: the first one answers.
+            if (static_cast<uint32_t>(slots[i] >> 32) == fp) shadowed = true;
+            i = (i + 1) & mask;
+        }
+        if (!shadowed) slots[i] = (uint64_t{fp} << 32) | kv.second;
+    }
+
+    std::string payload;
+    payload.reserve(slots.size() * 8 + weights.size() * 2);
+    for (uint64_t s : slots) Put(payload, s);
+    for (int16_t w : weights) Put(payload, w);
+
+    std::string out(kMagic, sizeof kMagic);
+    Put(out, kVersion);
+    Put(out, bits);
+    Put(out, static_cast<uint32_t>(weights.size()));
+    Put(out, kFeatureSet);
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l) {
+            double v = std::nearbyint(static_cast<double>(transitions[p][l]) * scale);
+            Put(out, static_cast<int32_t>(std::clamp(v, -double{kMaxTransition}, double{kMaxTransition})));
+        }
+    Put(out, Checksum(reinterpret_cast<const uint8_t *>(payload.data()), payload.size()));
+    out += payload;
+    return out;
+}
+
+bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
+    *this = SegModel();
+    if (size < kHeaderBytes) {
+        *error = "truncated (" + std::to_string(size) + " bytes, header needs " + std::to_string(kHeaderBytes) + ")";
+        return false;
+    }
+    if (std::memcmp(data, kMagic, sizeof kMagic) != 0) {
+        *error = "not a word cutter model (bad magic)";
+        return false;
+    }
+    uint32_t version = Get<uint32_t>(data + 8);
+    if (version != kVersion) {
+        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) + ")";
+        return false;
+    }
+    uint32_t bits = Get<uint32_t>(data + 12);
+    uint32_t nWeights = Get<uint32_t>(data + 16);
+    uint32_t features = Get<uint32_t>(data + 20);
+    if (features != kFeatureSet) {
+        *error = "made for another feature set (" + std::to_string(features) + ")";
+        return false;
+    }
+    if (bits < kMinSlotBits || bits > kMaxSlotBits) {
+        *error = "bad table size (2^" + std::to_string(bits) + " slots)";
+        return false;
+    }
+    if (nWeights > kMaxWeights || nWeights % kSegLabels != 0) {
+        *error = "bad weight count " + std::to_string(nWeights);
+        return false;
+    }
+    const size_t nSlots = size_t{1} << bits;
+    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
+    if (size != expected) {
+        *error = (size < expected ? "truncated (" : "trailing bytes (") + std::to_string(size) + " bytes, expected " +
+                 std::to_string(expected) + ")";
+        return false;
+    }
+    if (Checksum(data + kHeaderBytes, size - kHeaderBytes) != Get<uint64_t>(data + 88)) {
+        *error = "damaged (checksum mismatch)";
+        return false;
+    }
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l) {
+            int32_t t = Get<int32_t>(data + 24 + 4 * (p * kSegLabels + l));
+            if (t < -kMaxTransition || t > kMaxTransition) {
+                *error = "transition weight out of range";
+                return false;
+            }
+            transitions_[p][l] = t;
+        }
+    std::vector<uint64_t> slots(nSlots);
+    std::memcpy(slots.data(), data + kHeaderBytes, nSlots * 8);
+    size_t empty = 0, groups = 0;
+    for (uint64_t s : slots) {
+        if (s == 0) {
+            ++empty;
+            continue;
+        }
+        uint32_t fp = static_cast<uint32_t>(s >> 32);
+        uint32_t offset = static_cast<uint32_t>(s);
+        uint32_t t = fp & 15u;
+        if (t == 0 || t > kSegTemplates) {
+            *error = "bad feature slot (template " + std::to_string(t) + ")";
+            return false;
+        }
+        if (size_t{offset} + size_t{kSegTemplateRows[t - 1]} * kSegLabels > nWeights) {
+            *error = "feature slot points past the weights";
+            return false;
+        }
+        ++groups;
+    }
+    if (empty == 0) {
+        *error = "feature table has no empty slot";
+        return false;
+    }
+    weights_.resize(nWeights);
+    if (nWeights > 0) std::memcpy(weights_.data(), data + kHeaderBytes + nSlots * 8, size_t{nWeights} * 2);
+    slots_ = std::move(slots);
+    mask_ = nSlots - 1;
+    groups_ = groups;
+    BuildDirect();
+    return true;
+}
+
+bool SegModel::Load(const std::string &path, std::string *error) {
+    *this = SegModel();
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        *error = "cannot open " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    struct stat st;
+    std::string reason;
+    std::vector<uint8_t> bytes;
+    constexpr off_t kMaxFile = off_t{1} << 31;
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        reason = "not a regular file";
+    } else if (st.st_size > kMaxFile) {
+        reason = "too large (" + std::to_string(st.st_size) + " bytes)";
+    } else {
+        bytes.resize(static_cast<size_t>(st.st_size));
+        size_t got = 0;
+        while (got < bytes.size()) {
+            ssize_t r = ::read(fd, bytes.data() + got, bytes.size() - got);
+            if (r < 0 && errno == EINTR) continue;
+            if (r <= 0) break;
+            got += static_cast<size_t>(r);
+        }
+        if (got != bytes.size()) reason = "read failed";
+    }
+    ::close(fd);
+    if (reason.empty() && !LoadBytes(bytes.data(), bytes.size(), &reason)) {
+        // reason set by LoadBytes
+    }
+    if (!reason.empty()) {
+        *this = SegModel();
+        *error = "word cutter model " + path + ": " + reason;
+        return false;
+    }
+    return true;
+}
+
+const int16_t *SegModel::Find(uint64_t key) const {
+    int32_t off = OffsetOf(key);
+    return off == kNone ? nullptr : weights_.data() + off;
+}
+
+int32_t SegModel::OffsetOf(uint64_t key) const {
+    const uint32_t fp = Fingerprint(key);
+    for (size_t i = (key >> 4) & mask_;; i = (i + 1) & mask_) {
+        uint64_t s = slots_[i];
+        if (s == 0) return kNone;
+        if (static_cast<uint32_t>(s >> 32) == fp) return static_cast<int32_t>(static_cast<uint32_t>(s));
+    }
+}
+
+void SegModel::BuildDirect() {
+    unigram_.assign(0x10100, kNone);
+    char bytes[2];
+    for (uint32_t c = 0; c < 0x10100; ++c) {
+        Atom a{0, 2, AtomKind::kOther};
+        if (c < 0x10000) {
+            bytes[0] = static_cast<char>(c >> 8);
+            bytes[1] = static_cast<char>(c & 0xFF);
+        } else {
+            bytes[0] = static_cast<char>(c & 0xFF);
+            a.length = 1;
+        }
+        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
+    }
+    for (int k = 0; k < 4; ++k) padUnigram_[k] = OffsetOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
+    classes_.assign(512, kNone);
+    for (uint32_t v = 0; v < 512; ++v) classes_[v] = OffsetOf(SegFeatureKey(kSegClasses, v, 0));
+    const SegTemplate dictTemplates[3] = {kSegDictStart, kSegDictEnd, kSegDictInside};
+    for (int t = 0; t < 3; ++t) {
+        dict_[t].assign(kSegDictCap + 1, kNone);
+        for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = OffsetOf(SegFeatureKey(dictTemplates[t], v, 0));
+    }
+    constexpr uint32_t kValues = kSegDictCap + 1;
+    dict_[3].assign(kValues * kValues * kValues * 8, kNone);
+    for (uint32_t s = 0; s < kValues; ++s)
+        for (uint32_t e = 0; e < kValues; ++e)
+            for (uint32_t in = 0; in < kValues; ++in)
+                for (uint32_t c = 0; c < 8; ++c)
+                    dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
+                        OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
+}
+
+void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const {
+    score.assign(n * kSegLabels, 0);
+    if (slots_.empty()) return;
+    const auto last = static_cast<int64_t>(n);
+    for (const SegFeature &f : features) {
+        const int16_t *w = Find(f.key);
+        if (w == nullptr) continue;
+        int rows = kSegTemplateRows[SegKeyTemplate(f.key)];
+        for (int r = 0; r < rows; ++r, w += kSegLabels) {
+            int64_t i = int64_t{f.position} + r;
+            if (i < 0 || i >= last) continue;
+            int32_t *s = score.data() + static_cast<size_t>(i) * kSegLabels;
+            for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
+        }
+    }
+}
+
+namespace {
+
+// Adds `rows` rows of weights w (or nothing for kNone) to the scores of
+// atoms first .. first + rows - 1 that lie in [0, n).
+inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t offset, int64_t first, int rows) {
+    if (offset < 0) return;
+    const int16_t *w = weights + offset;
+    int r0 = first < 0 ? static_cast<int>(-first) : 0;
+    int64_t r1 = static_cast<int64_t>(n) - first;
+    int rEnd = r1 < rows ? static_cast<int>(r1) : rows;
+    for (int r = r0; r < rEnd; ++r) {
+        int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
+        const int16_t *x = w + r * kSegLabels;
+        s[0] += x[0];
+        s[1] += x[1];
+        s[2] += x[2];
+        s[3] += x[3];
+    }
+}
+
+}  // namespace
+
+void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon,
+                     CutScratch &scratch) const {
+    std::vector<int32_t> &scoreVec = scratch.score;
+    scoreVec.assign(n * kSegLabels, 0);
+    if (slots_.empty() || n == 0) return;
+    int32_t *score = scoreVec.data();
+    const int16_t *w = weights_.data();
+    scratch.marks.resize(n);
+    lexicon.MarkWords(text, atoms, n, kSegDictCap, scratch.marks.data());
+    const WordMarks *marks = scratch.marks.data();
+
+    // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1;
+    // unigrams as they come.
+    scratch.ids.resize(2 * (n + 4));
+    uint64_t *id = scratch.ids.data();
+    uint64_t *cls = id + n + 4;
+    id[0] = kPadIds[0];
+    id[1] = kPadIds[1];
+    id[n + 2] = kPadIds[2];
+    id[n + 3] = kPadIds[3];
+    cls[0] = cls[1] = cls[n + 2] = cls[n + 3] = kClassPad;
+    AddRows(score, n, w, padUnigram_[0], -4, 5);
+    AddRows(score, n, w, padUnigram_[1], -3, 5);
+    AddRows(score, n, w, padUnigram_[2], static_cast<int64_t>(n) - 2, 5);
+    AddRows(score, n, w, padUnigram_[3], static_cast<int64_t>(n) - 1, 5);
+    const auto *bytes = reinterpret_cast<const unsigned char *>(text);
+    for (size_t k = 0; k < n; ++k) {
+        const Atom &a = atoms[k];
+        id[k + 2] = AtomId(text, a);
+        cls[k + 2] = AtomClass(text, a);
+        int32_t off;
+        if (a.length == 2) off = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
+        else if (a.length == 1) off = unigram_[0x10000 + bytes[a.start]];
+        else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
+        AddRows(score, n, w, off, static_cast<int64_t>(k) - 2, 5);
+    }
+    // Bigrams of atoms (k, k+1), k = -2 .. n, and for k = 0 .. n-1 the skip
+    // pair (k-1, k+1), the trigram and the atom with its word marks: their
+    // keys first, then their slots, then their weights,
+    // each pass prefetching what the next one reads, so that the table's
+    // cache misses overlap.
+    const size_t nBigrams = n + 3;
+    const size_t nKeys = nBigrams + 3 * n;
+    scratch.keys.resize(nKeys);
+    scratch.offsets.resize(nKeys);
+    uint64_t *keys = scratch.keys.data();
+    int32_t *offsets = scratch.offsets.data();
+    for (size_t j = 0; j < nBigrams; ++j) keys[j] = SegFeatureKey(kSegBigram, id[j], id[j + 1]);
+    for (size_t k = 0; k < n; ++k) {
+        const size_t j = k + 2;
+        keys[nBigrams + 3 * k] = SegFeatureKey(kSegSkip, id[j - 1], id[j + 1]);
+        keys[nBigrams + 3 * k + 1] = SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]);
+        keys[nBigrams + 3 * k + 2] =
+            SegFeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
+    }
+    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
+    for (size_t k = 0; k < nKeys; ++k) {
+        offsets[k] = OffsetOf(keys[k]);
+        if (offsets[k] >= 0) __builtin_prefetch(w + offsets[k]);
+    }
+    for (size_t j = 0; j < nBigrams; ++j) AddRows(score, n, w, offsets[j], static_cast<int64_t>(j) - 3, 4);
+    constexpr uint32_t kValues = kSegDictCap + 1;
+    for (size_t k = 0; k < n; ++k) {
+        size_t j = k + 2;
+        int32_t *s = score + k * kSegLabels;
+        auto add = [s, w](int32_t off) {
+            if (off < 0) return;
+            const int16_t *x = w + off;
+            s[0] += x[0];
+            s[1] += x[1];
+            s[2] += x[2];
+            s[3] += x[3];
+        };
+        add(offsets[nBigrams + 3 * k]);
+        add(offsets[nBigrams + 3 * k + 1]);
+        add(offsets[nBigrams + 3 * k + 2]);
+        add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
+        const WordMarks &m = marks[k];
+        add(dict_[0][m.starts]);
+        add(dict_[1][m.ends]);
+        add(dict_[2][m.inside]);
+        add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
+    }
+}
+
+void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
+                   CutScratch &scratch) const {
+    if (n == 0) return;
+    Score(text, atoms, n, lexicon, scratch);
+    std::vector<uint8_t> &labels = scratch.labels;
+    Labels(scratch.score.data(), n, labels, scratch.path);
+    for (size_t i = 0; i < n; ++i)
+        if (labels[i] == kSegEnd || labels[i] == kSegSingle || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
+}
+
+}  // namespace vsg::front

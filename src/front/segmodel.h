@@ -1,0 +1,175 @@
+// The trained word cutter: every atom of a run gets one of four labels
+// (word begin, middle, end, single-atom word) from a linear model over
+// features of the atoms around it, searched with first-order label
+// transitions. The model file "segment.mdl" is written by vsglex-train; the
+// features are defined here once for the trainer and the cutter.
+#ifndef VSGLEX_SRC_FRONT_SEGMODEL_H
+#define VSGLEX_SRC_FRONT_SEGMODEL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "front/atoms.h"
+#include "front/lexicon.h"
+
+namespace vsg::front {
+
+// File name of the model in a model set.
+inline constexpr const char *kSegModelFile = "segment.mdl";
+
+// Labels of an atom.
+enum SegLabel : uint8_t { kSegBegin = 0, kSegMiddle = 1, kSegEnd = 2, kSegSingle = 3 };
+inline constexpr int kSegLabels = 4;
+
+// Feature templates. A feature is a group of rows of four weights (one per
+// label); row r of a group found at position p scores the atom p + r.
+enum SegTemplate : uint8_t {
+    kSegUnigram = 0,  // atom k: rows for atoms k-2 .. k+2
+    kSegBigram,       // atoms k, k+1: rows for atoms k-1 .. k+2
+    kSegSkip,         // atoms k-1, k+1: row for atom k
+    kSegClasses,      // classes of atoms k-1, k, k+1
+    kSegDictStart,    // longest dictionary word starting at k
+    kSegDictEnd,      // longest dictionary word ending at k
+    kSegDictInside,   // longest dictionary word covering k on both sides
+    kSegDictAll,      // the three dictionary lengths together with k's class
+    kSegTrigram,      // atoms k-1, k, k+1
+    kSegDictAtom,     // atom k with the longest words starting and ending there
+    kSegTemplates
+};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
+static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
+// Dictionary word lengths (atoms) are capped at this value.
+inline constexpr uint8_t kSegDictCap = 5;
+
+// Key of a feature: a hash of the template and two values, with the
+// template in the low four bits.
+uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b);
+// Template of a key.
+inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate>(key & 15u); }
+
+// The features of atoms[0..n) of `text`. Half-width ASCII atoms have the
+// keys of their full-width forms. `marks` are the lexicon's word marks of the
+// run (capped at kSegDictCap). `ids` is working memory.
+void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                 std::vector<SegFeature> &out);
+
+// Whether label `next` may follow label `prev` (a word is B M* E or S).
+constexpr bool SegTransitionAllowed(int prev, int next) {
+    bool prevClosed = prev == kSegEnd || prev == kSegSingle;
+    bool nextOpens = next == kSegBegin || next == kSegSingle;
+    return prevClosed == nextOpens;
+}
+
+// Best label sequence under per-atom scores (n x 4) and transition scores,
+// over the allowed transitions only (first label B or S, last E or S).
+// `back` is working memory. Ties go to the lower label, so the result is
+// the same on every machine.
+template <typename Score, typename Sum>
+void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLabels][kSegLabels],
+                std::vector<uint8_t> &labels, std::vector<uint8_t> &back) {
+    labels.assign(n, kSegSingle);
+    if (n == 0) return;
+    back.assign(n * kSegLabels, 0);
+    constexpr Sum kNone = std::numeric_limits<Sum>::lowest();
+    Sum cur[kSegLabels], next[kSegLabels];
+    for (int l = 0; l < kSegLabels; ++l)
+        cur[l] = (l == kSegBegin || l == kSegSingle) ? static_cast<Sum>(scores[l]) : kNone;
+    for (size_t i = 1; i < n; ++i) {
+        for (int l = 0; l < kSegLabels; ++l) {
+            Sum best = kNone;
+            uint8_t arg = 0;
+            for (int p = 0; p < kSegLabels; ++p) {
+                if (cur[p] == kNone || !SegTransitionAllowed(p, l)) continue;
+                Sum v = cur[p] + static_cast<Sum>(transitions[p][l]);
+                if (best == kNone || v > best) {
+                    best = v;
+                    arg = static_cast<uint8_t>(p);
+                }
+            }
+            next[l] = best == kNone ? kNone : best + static_cast<Sum>(scores[i * kSegLabels + l]);
+            back[i * kSegLabels + l] = arg;
+        }
+        for (int l = 0; l < kSegLabels; ++l) cur[l] = next[l];
+    }
+    int last = cur[kSegEnd] != kNone && (cur[kSegSingle] == kNone || cur[kSegEnd] > cur[kSegSingle]) ? kSegEnd
+                                                                                                      : kSegSingle;
+    for (size_t i = n; i-- > 0;) {
+        labels[i] = static_cast<uint8_t>(last);
+        last = back[i * kSegLabels + last];
+    }
+}
+
+// The weights of a trained model before quantisation, for the writer.
+struct SegGroup {
+    uint64_t key;
+    std::vector<float> weights;  // kSegTemplateRows[template] * kSegLabels
+};
+
+// Encodes a model file: groups (any order; keys unique) and the transition
+// weights, quantised to 16 bits with one scale. Deterministic.
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
+
+// Checksum of a model file's bytes after the header, as the header holds it.
+uint64_t SegChecksum(const uint8_t *data, size_t size);
+
+// A loaded model; read-only and shareable between threads once loaded.
+class SegModel {
+public:
+    // Loads a model file; false with the reason in `error` (which names the
+    // file) when it is missing, not a regular file, truncated or damaged.
+    bool Load(const std::string &path, std::string *error);
+    // Loads a model from bytes; false with the reason in `error`.
+    bool LoadBytes(const uint8_t *data, size_t size, std::string *error);
+    bool Loaded() const { return !slots_.empty(); }
+    // Number of feature groups held.
+    size_t Groups() const { return groups_; }
+
+    // Cuts atoms[0..n) (no space atoms) and appends the atom index just past
+    // each word to `ends`, like Lexicon::Cut. `lexicon` gives the dictionary
+    // features.
+    void Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
+             CutScratch &scratch) const;
+
+    // Label scores (n x 4) of atoms[0..n) into scratch.score: the cutter's
+    // own path, with direct tables for one- and two-byte atoms and for the
+    // small templates.
+    void Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, CutScratch &scratch) const;
+    // The same scores from a feature list by plain look-ups (reference for
+    // the tests).
+    void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
+    // Best labels under scores (n x 4) and the model's transitions.
+    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
+        SegViterbi<int32_t, int64_t>(score, n, transitions_, labels, back);
+    }
+    int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
+
+private:
+    // Weights of a key's group, or null.
+    const int16_t *Find(uint64_t key) const;
+
+    // Fills the direct tables after a load.
+    void BuildDirect();
+    // Offset of a key's weights, or kNone.
+    int32_t OffsetOf(uint64_t key) const;
+    static constexpr int32_t kNone = -1;
+
+    std::vector<uint64_t> slots_;  // fingerprint << 32 | weight offset; 0: empty
+    std::vector<int16_t> weights_;
+    // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
+    // (by their bytes), of the four padding atoms, and of the class and
+    // dictionary templates by value.
+    std::vector<int32_t> unigram_;
+    int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
+    std::vector<int32_t> classes_;
+    std::vector<int32_t> dict_[4];
+    int32_t transitions_[kSegLabels][kSegLabels] = {};
+    uint64_t mask_ = 0;
+    size_t groups_ = 0;
+};
+
+}  // namespace vsg::front
+
+#endif  // VSGLEX_SRC_FRONT_SEGMODEL_H

@@ -1,0 +1,252 @@
+// Tests of the trained cutter's model: the fast scoring path and the label
+// search against plain references on random runs, and the refusal of
+// damaged model files.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "front/atoms.h"
+#include "front/lexicon.h"
+#include "front/segmodel.h"
+#include "support/support.h"
+
+namespace {
+
+using namespace vsg::front;
+using vsgtest::Gb;
+
+// Pieces random runs are made of: Chinese characters (numerals among
+// them), digits and letters in both widths, punctuation.
+std::vector<std::string> Pieces() {
+    std::vector<std::string> p;
+    for (const char *s : {"中", "国", "人", "民", "一", "二", "年", "北", "京", "的", "，", "。", "（", "１", "９"})
+        p.push_back(Gb(s));
+    for (const char *s : {"7", "a", "B", "Ｗ", "-", "%"}) p.push_back(Gb(s));
+    return p;
+}
+
+Lexicon SmallLexicon() {
+    static const std::vector<std::string> words = {Gb("中国"), Gb("人民"), Gb("北京"), Gb("中国人民"), Gb("一二"),
+                                                   Gb("国人"), "7a"};
+    std::vector<LexiconWord> list;
+    for (const std::string &w : words) list.push_back({w, 3.0, 0.0});
+    Lexicon lex;
+    lex.Build(list);
+    return lex;
+}
+
+// A model with a random weight group for every feature the texts have (and
+// some they lack), so that every path of the scorer is used.
+SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng) {
+    std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
+    std::bernoulli_distribution keep(0.85);
+    std::vector<SegGroup> groups;
+    std::vector<uint64_t> seen;
+    std::vector<Atom> atoms;
+    std::vector<WordMarks> marks;
+    std::vector<uint64_t> ids;
+    std::vector<SegFeature> features;
+    for (const std::string &t : texts) {
+        atoms.clear();
+        Atomise(t.data(), 0, t.size(), atoms);
+        marks.resize(atoms.size());
+        lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
+        SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
+        for (const SegFeature &f : features) {
+            if (std::find(seen.begin(), seen.end(), f.key) != seen.end()) continue;
+            seen.push_back(f.key);
+            if (!keep(rng)) continue;
+            SegGroup g{f.key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(f.key)] * kSegLabels)};
+            for (float &w : g.weights) w = weight(rng);
+            groups.push_back(g);
+        }
+    }
+    float trans[kSegLabels][kSegLabels];
+    for (auto &row : trans)
+        for (float &t : row) t = weight(rng);
+    std::string bytes = EncodeSegModel(groups, trans);
+    SegModel m;
+    std::string error;
+    EXPECT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+    return m;
+}
+
+// Best labels by trying every sequence of the four labels.
+std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &score, size_t n) {
+    std::vector<uint8_t> best, cur(n);
+    int64_t bestScore = std::numeric_limits<int64_t>::min();
+    size_t total = size_t{1} << (2 * n);
+    for (size_t code = 0; code < total; ++code) {
+        for (size_t i = 0; i < n; ++i) cur[i] = static_cast<uint8_t>((code >> (2 * i)) & 3);
+        if (cur[0] == kSegMiddle || cur[0] == kSegEnd) continue;
+        if (cur[n - 1] == kSegBegin || cur[n - 1] == kSegMiddle) continue;
+        int64_t s = 0;
+        bool ok = true;
+        for (size_t i = 0; i < n && ok; ++i) {
+            s += score[i * kSegLabels + cur[i]];
+            if (i > 0) {
+                ok = SegTransitionAllowed(cur[i - 1], cur[i]);
+                s += m.Transition(cur[i - 1], cur[i]);
+            }
+        }
+        if (ok && s > bestScore) {
+            bestScore = s;
+            best = cur;
+        }
+    }
+    return best;
+}
+
+TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
+    std::mt19937 rng(7);
+    const std::vector<std::string> pieces = Pieces();
+    const Lexicon lex = SmallLexicon();
+    for (int round = 0; round < 6; ++round) {
+        std::vector<std::string> texts;
+        for (int t = 0; t < 40; ++t) {
+            std::string s;
+            size_t len = 1 + rng() % 7;
+            for (size_t k = 0; k < len; ++k) s += pieces[rng() % pieces.size()];
+            texts.push_back(s);
+        }
+        SegModel m = RandomModel(texts, lex, rng);
+        ASSERT_TRUE(m.Loaded());
+        CutScratch scratch;
+        std::vector<Atom> atoms;
+        std::vector<uint64_t> ids;
+        std::vector<SegFeature> features;
+        std::vector<int32_t> plain;
+        std::vector<uint8_t> labels, back;
+        for (const std::string &t : texts) {
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            const size_t n = atoms.size();
+            m.Score(t.data(), atoms.data(), n, lex, scratch);
+            std::vector<WordMarks> marks(n);
+            lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
+            SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features);
+            m.ScoreFeatures(features, n, plain);
+            ASSERT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
+
+            m.Labels(plain.data(), n, labels, back);
+            std::vector<uint8_t> expected = BruteForce(m, plain, n);
+            // Random weights make equal best paths unlikely; compare scores
+            // when they happen.
+            if (labels != expected) {
+                auto total = [&](const std::vector<uint8_t> &l) {
+                    int64_t s = 0;
+                    for (size_t i = 0; i < n; ++i) s += plain[i * kSegLabels + l[i]] + (i ? m.Transition(l[i - 1], l[i]) : 0);
+                    return s;
+                };
+                EXPECT_EQ(total(labels), total(expected)) << vsgtest::Utf8(t);
+            }
+            // The cut follows the labels: a word ends at every E or S.
+            std::vector<uint32_t> ends;
+            m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
+            std::vector<uint32_t> fromLabels;
+            for (size_t i = 0; i < n; ++i)
+                if (labels[i] == kSegEnd || labels[i] == kSegSingle) fromLabels.push_back(static_cast<uint32_t>(i + 1));
+            EXPECT_EQ(ends, fromLabels) << vsgtest::Utf8(t);
+        }
+    }
+}
+
+std::string SmallModelBytes() {
+    std::vector<SegGroup> groups;
+    for (uint64_t v = 1; v <= 50; ++v) {
+        uint64_t key = SegFeatureKey(v % 2 ? kSegUnigram : kSegSkip, v * 977, v);
+        groups.push_back({key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(key)] * kSegLabels,
+                                                  static_cast<float>(v % 7) - 3.0f)});
+    }
+    float trans[kSegLabels][kSegLabels] = {{0, 1, 2, 0}, {0, 1, 2, 0}, {3, 0, 0, 1}, {1, 0, 0, 2}};
+    return EncodeSegModel(groups, trans);
+}
+
+TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
+    const std::string good = SmallModelBytes();
+    auto load = [](const std::string &bytes, std::string *error) {
+        SegModel m;
+        bool ok = m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), error);
+        EXPECT_EQ(ok, m.Loaded());
+        return ok;
+    };
+    std::string error;
+    ASSERT_TRUE(load(good, &error)) << error;
+    // Every shorter prefix is refused, as is any extra byte.
+    for (size_t len = 0; len < good.size(); len += (len < 128 ? 1 : 61)) {
+        EXPECT_FALSE(load(good.substr(0, len), &error)) << len;
+        EXPECT_NE(error.find("truncated"), std::string::npos) << len << ": " << error;
+    }
+    EXPECT_FALSE(load(good + '\0', &error));
+    EXPECT_NE(error.find("trailing"), std::string::npos) << error;
+    // Header fields.
+    struct Field {
+        size_t at;
+        uint32_t value;
+        const char *reason;
+    } fields[] = {{0, 0x58475356u, "magic"},     {8, 2, "version"},           {12, 40, "table size"},
+                  {12, 0, "table size"},         {16, 0x7FFFFFFFu, "weight count"}, {16, 3, "weight count"},
+                  {20, 9, "feature set"},        {24, 0x7FFFFFFFu, "transition"}};
+    for (const Field &f : fields) {
+        std::string bad = good;
+        std::memcpy(&bad[f.at], &f.value, 4);
+        EXPECT_FALSE(load(bad, &error)) << f.at;
+        EXPECT_NE(error.find(f.reason), std::string::npos) << f.at << ": " << error;
+    }
+    // A header that claims a table larger than the file.
+    {
+        std::string bad = good;
+        uint32_t bits;
+        std::memcpy(&bits, &bad[12], 4);
+        ++bits;
+        std::memcpy(&bad[12], &bits, 4);
+        EXPECT_FALSE(load(bad, &error));
+        EXPECT_NE(error.find("truncated"), std::string::npos) << error;
+    }
+    // Any changed payload byte.
+    for (size_t at : {size_t{96}, size_t{100}, good.size() / 2, good.size() - 1}) {
+        std::string bad = good;
+        bad[at] = static_cast<char>(bad[at] ^ 0x10);
+        EXPECT_FALSE(load(bad, &error)) << at;
+        EXPECT_NE(error.find("checksum"), std::string::npos) << at << ": " << error;
+    }
+    // A slot that points past the weights, with a matching checksum.
+    {
+        std::string bad = good;
+        for (size_t at = 96; at < bad.size(); at += 8) {
+            uint64_t slot;
+            std::memcpy(&slot, bad.data() + at, 8);
+            if (slot == 0) continue;
+            slot |= 0x0FFFFFFFu;
+            std::memcpy(&bad[at], &slot, 8);
+            break;
+        }
+        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + 96, bad.size() - 96);
+        std::memcpy(&bad[88], &sum, 8);
+        EXPECT_FALSE(load(bad, &error));
+        EXPECT_NE(error.find("past the weights"), std::string::npos) << error;
+    }
+
+    // Files: the message names the file; directories and missing files fail.
+    vsgtest::TempDir dir;
+    const std::string path = dir.path() + "/segment.mdl";
+    vsgtest::WriteFile(path, good.substr(0, good.size() / 2));
+    SegModel m;
+    EXPECT_FALSE(m.Load(path, &error));
+    EXPECT_NE(error.find(path), std::string::npos) << error;
+    EXPECT_NE(error.find("truncated"), std::string::npos) << error;
+    EXPECT_FALSE(m.Load(dir.path(), &error));
+    EXPECT_NE(error.find("not a regular file"), std::string::npos) << error;
+    EXPECT_FALSE(m.Load(dir.path() + "/none.mdl", &error));
+    vsgtest::WriteFile(path, good);
+    EXPECT_TRUE(m.Load(path, &error)) << error;
+    // The seven groups whose weights are all zero are not written.
+    EXPECT_EQ(m.Groups(), 43u);
+}
+
+}  // namespace

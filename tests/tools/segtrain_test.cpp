@@ -1,0 +1,120 @@
+// Tests of the word cutter's training on a small corpus written by the
+// test: the cut the engine wants, determinism, and that the model learns it.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+#include "front/atoms.h"
+#include "front/lexicon.h"
+#include "front/segmodel.h"
+#include "segtrain.h"
+#include "support/support.h"
+
+namespace {
+
+using vsgtest::Gb;
+using vsgtest::Utf8;
+
+const char *kLines[] = {
+    "江/nr  泽民/nr  在/p  北京/ns  会见/v  了/u  客人/n  。/w",
+    "李/nr  鹏/nr  在/p  上海/ns  会见/v  了/u  朋友/n  。/w",
+    "我们/r  在/p  北京/ns  会见/v  了/u  他/r  。/w",
+    "王/nr  国栋/nr  在/p  上海/ns  访问/v  了/u  北京/ns  。/w",
+    "[中央/n  人民/n  广播/vn  电台/n]nt  在/p  北京/ns  。/w",
+    "朋友/n  们/k  访问/v  了/u  上海/ns  和/c  北京/ns  。/w",
+};
+
+// The lines repeated `copies` times as paragraphs of one day.
+std::vector<std::vector<vsgtrain::Unit>> Units(int copies) {
+    std::vector<std::vector<vsgtrain::Unit>> all;
+    int k = 0;
+    for (int c = 0; c < copies; ++c)
+        for (const char *line : kLines) {
+            char id[64];
+            std::snprintf(id, sizeof id, "19980101-01-%03d-%03d/m  ", c + 1, ++k);
+            vsgtrain::Paragraph p;
+            EXPECT_TRUE(vsgtrain::ParseParagraph(std::string(id) + line, &p)) << line;
+            all.push_back(vsgtrain::BuildUnits(p));
+        }
+    return all;
+}
+
+// The cut of a text by a model, words joined by "/".
+std::string CutText(const vsg::front::SegModel &m, const vsg::front::Lexicon &lex, const std::string &utf8) {
+    std::string gb = Gb(utf8);
+    std::vector<vsg::front::Atom> atoms;
+    vsg::front::Atomise(gb.data(), 0, gb.size(), atoms);
+    std::vector<uint32_t> ends;
+    vsg::front::CutScratch scratch;
+    m.Cut(gb.data(), atoms.data(), atoms.size(), lex, ends, scratch);
+    std::string out;
+    size_t a = 0;
+    for (uint32_t b : ends) {
+        if (!out.empty()) out += "/";
+        size_t s = atoms[a].start, e = atoms[b - 1].start + atoms[b - 1].length;
+        out += Utf8(gb.substr(s, e - s));
+        a = b;
+    }
+    return out;
+}
+
+TEST(SegTrainTest, EngineCutSplitsNamesAndUnknownPlaces) {
+    auto all = Units(1);
+    std::string text;
+    // 上海 is known (seen twice), 北京 is not in the counts: it is cut.
+    std::vector<std::pair<std::string, int32_t>> places = {{Gb("上海"), 2}};
+    std::vector<uint32_t> b = vsgtrain::EngineBoundaries(all[3], places, 0, &text);
+    std::string cut;
+    for (size_t i = 1; i < b.size(); ++i) cut += Utf8(text.substr(b[i - 1], b[i] - b[i - 1])) + "/";
+    EXPECT_EQ(cut, "王/国/栋/在/上海/访问/了/北/京/。/");
+    // With a higher cut count the known place is cut as well; organisation
+    // compounds keep their inner words.
+    b = vsgtrain::EngineBoundaries(all[3], places, 2, &text);
+    EXPECT_EQ(b.size(), 12u);
+    b = vsgtrain::EngineBoundaries(all[4], places, 0, &text);
+    cut.clear();
+    for (size_t i = 1; i < b.size(); ++i) cut += Utf8(text.substr(b[i - 1], b[i] - b[i - 1])) + "/";
+    EXPECT_EQ(cut, "中央/人民/广播/电台/在/北/京/。/");
+    EXPECT_EQ(vsgtrain::CountPlaces(all).size(), 2u);
+}
+
+TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 8;
+    vsgtrain::SegTrainSummary s1, s2;
+    std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
+    std::string b = vsgtrain::TrainSegmenter(all, opt, &s2);
+    ASSERT_FALSE(a.empty());
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(s1.atoms, s2.atoms);
+    EXPECT_GT(s1.errorsFirst, s1.errorsLast);
+    EXPECT_EQ(s1.bytes, static_cast<int64_t>(a.size()));
+
+    vsg::front::SegModel m;
+    std::string error;
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
+    // The lexicon the front end would build from the trained dictionary.
+    std::map<std::string, double> counts;
+    for (const auto &units : all)
+        for (const vsgtrain::Unit &u : units) counts[u.text] += 1.0;
+    std::vector<vsg::front::LexiconWord> words;
+    for (const auto &kv : counts) words.push_back({kv.first, kv.second, 0.0});
+    vsg::front::Lexicon lex;
+    ASSERT_TRUE(lex.Build(words));
+    // Known words whole, person names one character a word.
+    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
+    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+
+    // Fewer passes or another minimum give another model.
+    opt.epochs = 1;
+    EXPECT_NE(vsgtrain::TrainSegmenter(all, opt, &s1), a);
+    opt.epochs = 0;
+    EXPECT_TRUE(vsgtrain::TrainSegmenter(all, opt, &s1).empty());
+}
+
+}  // namespace

@@ -1,0 +1,331 @@
+// Training of the word cutter model: the corpus units give the cut the
+// engine wants, the atoms of each paragraph get their labels, and an
+// averaged structured perceptron learns the feature weights.
+#include "segtrain.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <unordered_map>
+
+#include "front/atoms.h"
+#include "front/lexicon.h"
+#include "front/segmodel.h"
+#include "trainer.h"
+
+namespace vsgtrain {
+
+namespace {
+
+using vsg::front::Atom;
+using vsg::front::AtomKind;
+using vsg::front::kSegLabels;
+using vsg::front::kSegTemplateRows;
+using vsg::front::SegFeature;
+
+bool IsPersonTagNumber(int tag) { return tag == kPosPerson || tag == kPosForeignPerson || tag == kPosJapanesePerson; }
+
+// One run of atoms of a paragraph with its gold labels and features.
+struct Run {
+    uint32_t featureBegin = 0;  // range of its feature occurrences
+    uint32_t featureEnd = 0;
+    uint32_t labelBegin = 0;    // first of its gold labels
+    uint32_t length = 0;
+};
+
+// A feature occurrence: its group and the first atom its rows score.
+struct Ref {
+    uint32_t group;
+    int32_t position;
+};
+
+// Deterministic pseudo-random numbers for the visiting order.
+struct Lcg {
+    uint64_t state;
+    uint32_t Next() {
+        state = state * 6364136223846793005ull + 1442695040888963407ull;
+        return static_cast<uint32_t>(state >> 33);
+    }
+};
+
+// The runs of non-space atoms of one paragraph and the gold label of every
+// atom.
+struct ParagraphRuns {
+    std::string text;
+    std::vector<Atom> atoms;
+    std::vector<std::pair<size_t, size_t>> runs;  // atom ranges
+    std::vector<uint8_t> labels;                  // per atom
+};
+
+void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
+               int placeCutMax, ParagraphRuns *out) {
+    out->atoms.clear();
+    out->runs.clear();
+    out->labels.clear();
+    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text);
+    std::vector<char> isBound(out->text.size() + 1, 0);
+    for (uint32_t b : bounds) isBound[b] = 1;
+    vsg::front::Atomise(out->text.data(), 0, out->text.size(), out->atoms);
+    out->labels.assign(out->atoms.size(), vsg::front::kSegSingle);
+    size_t k = 0;
+    const size_t n = out->atoms.size();
+    while (k < n) {
+        if (out->atoms[k].kind == AtomKind::kSpace) {
+            ++k;
+            continue;
+        }
+        size_t e = k;
+        while (e < n && out->atoms[e].kind != AtomKind::kSpace) ++e;
+        for (size_t i = k; i < e; ++i) {
+            const Atom &a = out->atoms[i];
+            bool starts = i == k || isBound[a.start];
+            bool ends = i + 1 == e || isBound[a.start + a.length];
+            out->labels[i] = starts ? (ends ? vsg::front::kSegSingle : vsg::front::kSegBegin)
+                                    : (ends ? vsg::front::kSegEnd : vsg::front::kSegMiddle);
+        }
+        out->runs.emplace_back(k, e);
+        k = e;
+    }
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all) {
+    std::unordered_map<std::string, int32_t> counts;
+    for (const auto &units : all)
+        for (const Unit &u : units)
+            if (u.kind == UnitKind::Place) ++counts[u.text];
+    std::vector<std::pair<std::string, int32_t>> sorted(counts.begin(), counts.end());
+    std::sort(sorted.begin(), sorted.end());
+    return sorted;
+}
+
+std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
+                                       const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                                       int placeCutMax, std::string *text) {
+    text->clear();
+    std::vector<uint32_t> bounds = {0};
+    for (const Unit &u : units) {
+        bool cut = u.kind == UnitKind::Person;
+        if (u.kind == UnitKind::Place) {
+            auto it = std::lower_bound(placeCount.begin(), placeCount.end(), std::make_pair(u.text, int32_t{0}));
+            int32_t count = it != placeCount.end() && it->first == u.text ? it->second : 0;
+            cut = count <= placeCutMax;
+        }
+        if (cut) {
+            for (const std::string &c : SplitChars(u.text)) {
+                *text += c;
+                bounds.push_back(static_cast<uint32_t>(text->size()));
+            }
+        } else {
+            *text += u.text;
+            bounds.push_back(static_cast<uint32_t>(text->size()));
+        }
+    }
+    return bounds;
+}
+
+std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
+                           SegTrainSummary *summary) {
+    *summary = SegTrainSummary();
+    if (opt.epochs <= 0 || all.empty()) return std::string();
+    const int folds = std::max(1, opt.folds);
+
+    // Features of every run; the dictionary marks of a paragraph come from a
+    // lexicon of the other folds' words, so that the model learns how far to
+    // trust the dictionary on words it does not hold.
+    std::vector<Run> runs;
+    std::vector<uint8_t> gold;
+    std::vector<std::vector<SegFeature>> perRun;  // keys before indexing
+    std::unordered_map<uint64_t, uint32_t> keyCount;
+    keyCount.reserve(4u << 20);
+    {
+        ParagraphRuns pr;
+        std::vector<uint64_t> ids;
+        std::vector<vsg::front::WordMarks> marks;
+        for (int f = 0; f < folds; ++f) {
+            std::unordered_map<std::string, std::pair<double, double>> counts;
+            std::unordered_map<std::string, int32_t> places;
+            for (size_t p = 0; p < all.size(); ++p) {
+                if (folds > 1 && static_cast<int>(p % static_cast<size_t>(folds)) == f) continue;
+                for (const Unit &u : all[p]) {
+                    if (u.kind == UnitKind::Place) ++places[u.text];
+                    if (u.text.size() > kMaxDictWord) continue;
+                    auto &c = counts[u.text];
+                    c.first += 1.0;
+                    if (IsPersonTagNumber(u.tag)) c.second += 1.0;
+                }
+            }
+            std::vector<std::pair<std::string, int32_t>> placeCount(places.begin(), places.end());
+            std::sort(placeCount.begin(), placeCount.end());
+            std::vector<vsg::front::LexiconWord> words;
+            words.reserve(counts.size());
+            for (const auto &kv : counts) words.push_back({kv.first, kv.second.first, kv.second.second});
+            // The words a lexicon holds do not depend on the list's order.
+            vsg::front::Lexicon lexicon;
+            lexicon.Build(words);
+            for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
+                BuildRuns(all[p], placeCount, opt.placeCutMax, &pr);
+                for (const auto &r : pr.runs) {
+                    size_t n = r.second - r.first;
+                    const Atom *atoms = pr.atoms.data() + r.first;
+                    marks.resize(n);
+                    lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
+                    perRun.emplace_back();
+                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
+                    for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
+                    Run run;
+                    run.length = static_cast<uint32_t>(n);
+                    run.labelBegin = static_cast<uint32_t>(gold.size());
+                    gold.insert(gold.end(), pr.labels.begin() + static_cast<long>(r.first),
+                                pr.labels.begin() + static_cast<long>(r.second));
+                    runs.push_back(run);
+                }
+            }
+        }
+    }
+
+    // Groups of the features seen often enough, numbered in key order.
+    std::vector<uint64_t> keys;
+    for (const auto &kv : keyCount)
+        if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount))) keys.push_back(kv.first);
+    std::sort(keys.begin(), keys.end());
+    std::unordered_map<uint64_t, uint32_t> groupOf;
+    groupOf.reserve(keys.size() * 2);
+    std::vector<uint32_t> offset(keys.size() + 1, 0);
+    for (size_t g = 0; g < keys.size(); ++g) {
+        groupOf.emplace(keys[g], static_cast<uint32_t>(g));
+        offset[g + 1] = offset[g] + kSegTemplateRows[vsg::front::SegKeyTemplate(keys[g])] * kSegLabels;
+    }
+    keyCount.clear();
+    std::vector<Ref> refs;
+    for (size_t r = 0; r < runs.size(); ++r) {
+        runs[r].featureBegin = static_cast<uint32_t>(refs.size());
+        for (const SegFeature &x : perRun[r]) {
+            auto it = groupOf.find(x.key);
+            if (it != groupOf.end()) refs.push_back({it->second, x.position});
+        }
+        runs[r].featureEnd = static_cast<uint32_t>(refs.size());
+        std::vector<SegFeature>().swap(perRun[r]);
+        summary->atoms += runs[r].length;
+    }
+    summary->runs = static_cast<int64_t>(runs.size());
+    summary->features = static_cast<int64_t>(keys.size());
+
+    // Averaged perceptron: w holds the weights, u the sum of step * update,
+    // and the average is w - u / step.
+    std::vector<float> w(offset.back(), 0.0f);
+    std::vector<double> u(offset.back(), 0.0);
+    float trans[kSegLabels][kSegLabels] = {};
+    double transU[kSegLabels][kSegLabels] = {};
+    double step = 1.0;
+    std::vector<float> scores;
+    std::vector<uint8_t> labels, back;
+    std::vector<uint32_t> order(runs.size());
+    for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
+    Lcg rng{0x5E65E6ull};
+    for (int epoch = 0; epoch < opt.epochs; ++epoch) {
+        for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[rng.Next() % i]);
+        int64_t errors = 0;
+        for (uint32_t r : order) {
+            const Run &run = runs[r];
+            const size_t n = run.length;
+            scores.assign(n * kSegLabels, 0.0f);
+            for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
+                const Ref &ref = refs[k];
+                const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
+                const float *wg = w.data() + offset[ref.group];
+                for (uint32_t row = 0; row < rows; ++row) {
+                    int64_t i = int64_t{ref.position} + row;
+                    if (i < 0 || i >= static_cast<int64_t>(n)) continue;
+                    for (int l = 0; l < kSegLabels; ++l) scores[static_cast<size_t>(i) * kSegLabels + l] += wg[row * kSegLabels + l];
+                }
+            }
+            vsg::front::SegViterbi<float, double>(scores.data(), n, trans, labels, back);
+            const uint8_t *g = gold.data() + run.labelBegin;
+            bool wrong = false;
+            for (size_t i = 0; i < n; ++i)
+                if (labels[i] != g[i]) {
+                    wrong = true;
+                    ++errors;
+                }
+            if (wrong) {
+                auto update = [&](size_t idx, float d) {
+                    w[idx] += d;
+                    u[idx] += step * d;
+                };
+                for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
+                    const Ref &ref = refs[k];
+                    const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
+                    for (uint32_t row = 0; row < rows; ++row) {
+                        int64_t i = int64_t{ref.position} + row;
+                        if (i < 0 || i >= static_cast<int64_t>(n)) continue;
+                        auto a = static_cast<size_t>(i);
+                        if (labels[a] == g[a]) continue;
+                        size_t base = offset[ref.group] + row * kSegLabels;
+                        update(base + g[a], 1.0f);
+                        update(base + labels[a], -1.0f);
+                    }
+                }
+                for (size_t i = 1; i < n; ++i) {
+                    if (labels[i] == g[i] && labels[i - 1] == g[i - 1]) continue;
+                    trans[g[i - 1]][g[i]] += 1.0f;
+                    transU[g[i - 1]][g[i]] += step;
+                    trans[labels[i - 1]][labels[i]] -= 1.0f;
+                    transU[labels[i - 1]][labels[i]] -= step;
+                }
+            }
+            step += 1.0;
+        }
+        if (epoch == 0) summary->errorsFirst = errors;
+        summary->errorsLast = errors;
+    }
+
+    // Averaged weights; groups far below the largest weight are dropped.
+    float avgTrans[kSegLabels][kSegLabels];
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l)
+            avgTrans[p][l] = static_cast<float>(trans[p][l] - transU[p][l] / step);
+    std::vector<vsg::front::SegGroup> groups;
+    groups.reserve(keys.size());
+    float top = 0.0f;
+    for (size_t i = 0; i < w.size(); ++i) {
+        w[i] = static_cast<float>(w[i] - u[i] / step);
+        top = std::max(top, std::fabs(w[i]));
+    }
+    const float floor = static_cast<float>(opt.prune) * top;
+    for (size_t g = 0; g < keys.size(); ++g) {
+        float big = 0.0f;
+        for (uint32_t i = offset[g]; i < offset[g + 1]; ++i) big = std::max(big, std::fabs(w[i]));
+        if (big < floor || big == 0.0f) continue;
+        groups.push_back({keys[g], std::vector<float>(w.begin() + offset[g], w.begin() + offset[g + 1])});
+    }
+    summary->groups = static_cast<int64_t>(groups.size());
+    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);
+    summary->bytes = static_cast<int64_t>(bytes.size());
+    return bytes;
+}
+
+bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
+                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error) {
+    std::string bytes = TrainSegmenter(all, opt, summary);
+    for (const std::string &dir : dirs) {
+        const std::string path = dir + "/" + vsg::front::kSegModelFile;
+        if (bytes.empty()) {
+            // No model: a file left from an earlier training must not pair
+            // with the new dictionary.
+            std::remove(path.c_str());
+            continue;
+        }
+        std::FILE *f = std::fopen(path.c_str(), "wb");
+        bool ok = f != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+        if (f != nullptr && std::fclose(f) != 0) ok = false;
+        if (!ok) {
+            *error = "cannot write " + path;
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace vsgtrain

@@ -1,0 +1,59 @@
+// Training of the word cutter model ("segment.mdl") from the corpus units:
+// an averaged structured perceptron over atom labels (see
+// src/front/segmodel.h for the features and the file).
+#ifndef VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
+#define VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "corpus.h"
+
+namespace vsgtrain {
+
+struct SegTrainOptions {
+    int epochs = 15;           // perceptron passes (0: no model file)
+    int minCount = 3;          // features seen fewer times are not learned
+    double prune = 0.01;       // groups whose weights all lie below this share of the largest are dropped
+    int folds = 4;             // dictionary features of a paragraph come from the other folds' words
+    // Places seen at most this often in the other folds are cut into
+    // characters (0: the places those folds never show, which a cutter
+    // built from them would not know).
+    int placeCutMax = 0;
+};
+
+struct SegTrainSummary {
+    int64_t runs = 0;           // runs of atoms trained on
+    int64_t atoms = 0;
+    int64_t features = 0;       // distinct features learned
+    int64_t groups = 0;         // feature groups written
+    int64_t errorsFirst = 0;    // atoms labelled wrong in the first pass
+    int64_t errorsLast = 0;     // the same in the last pass
+    int64_t bytes = 0;          // size of the model file
+};
+
+// The word boundaries the engine wants from a host, as byte offsets into the
+// concatenated unit texts (0 and the length included): known words whole,
+// person names and places seen at most `placeCutMax` times (per
+// `placeCount`, sorted by text) one character a word.
+std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
+                                       const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                                       int placeCutMax, std::string *text);
+
+// Counts of the place units (sorted by text).
+std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
+
+// Trains the model from the paragraphs' units and returns the file's bytes
+// (empty when there is nothing to learn).
+std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
+                           SegTrainSummary *summary);
+
+// Trains and writes DIR/segment.mdl into each of `dirs` (removes it when
+// no model is trained); false with a message on failure.
+bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
+                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error);
+
+}  // namespace vsgtrain
+
+#endif  // VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
