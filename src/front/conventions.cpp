@@ -238,8 +238,9 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
                 Shape d = shape(q);
                 if (d.kind == s.kind && fits(k, q)) {
                     j = q;
+                    // More numerals, unless they open the next fraction.
                     while (s.kind == Shape::kNumerals && j + 1 < words && shape(j + 1).kind == Shape::kNumerals &&
-                           fits(k, j + 1))
+                           !is(j + 2, kFraction) && !(is(j + 2, kMinute) && is(j + 3, kOf)) && fits(k, j + 1))
                         ++j;
                     s.kind = Shape::kOther;
                 }
