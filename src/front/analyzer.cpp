@@ -323,11 +323,16 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     textOffsets_.push_back(wordText);
     AppendText(gbStart, gbEnd, w.offset, w.length);
 
-    // The word's pieces in corpus granularity.
-    pieceCuts_.clear();
-    for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
+    // The word's pieces in corpus granularity: only person and organisation
+    // names have more than one.
     pieces_.clear();
-    CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
+    if (tag == kPersonTag || IsOrgTag(tag)) {
+        pieceCuts_.clear();
+        for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
+        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
+    } else {
+        pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
+    }
     w.part_first = static_cast<uint32_t>(parts_.size());
     w.part_count = static_cast<uint32_t>(pieces_.size());
     for (const Piece &piece : pieces_) {
@@ -416,6 +421,7 @@ void Analysis::Flush() {
     };
     thread_local std::vector<Span> spans;
     spans.clear();
+    spans.reserve(n);
     auto add = [&](size_t first, size_t last, int32_t tag) {
         if (items_[first].continues && !spans.empty() && spans.back().last + 1 == first &&
             items_[first].sentence == items_[spans.back().first].sentence)

@@ -206,7 +206,18 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     // Byte range of word k.
     auto begin = [&](size_t k) { return atoms[k == 0 ? 0 : ends[k - 1]].start; };
     auto finish = [&](size_t k) { return atoms[ends[k] - 1].start + atoms[ends[k] - 1].length; };
-    auto shape = [&](size_t k) { return ShapeOf(t + begin(k), finish(k) - begin(k)); };
+    // Shapes of the cut words, each found once.
+    thread_local std::vector<Shape> shapes;
+    thread_local std::vector<uint8_t> known;
+    shapes.resize(words);
+    known.assign(words, 0);
+    auto shape = [&](size_t k) {
+        if (!known[k]) {
+            shapes[k] = ShapeOf(t + begin(k), finish(k) - begin(k));
+            known[k] = 1;
+        }
+        return shapes[k];
+    };
     auto is = [&](size_t k, const char *gb) { return k < words && Equals(t + begin(k), finish(k) - begin(k), gb); };
     auto fits = [&](size_t a, size_t b) { return finish(b) - begin(a) <= kMaxAtomBytes; };
     for (size_t k = 0; k < words; ++k)
@@ -267,6 +278,13 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
 
 void WidenAscii(const char *text, size_t length, std::string &out) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);
+    // Chinese text without ASCII (no byte below 0x80 at all) is copied.
+    bool any = false;
+    for (size_t i = 0; i < length && !any; ++i) any = t[i] < 0x80;
+    if (!any) {
+        out.append(text, length);
+        return;
+    }
     for (size_t i = 0; i < length;) {
         size_t l = GbCharLength(t, i, length);
         if (l == 1 && t[i] >= 0x21 && t[i] <= 0x7E) {
@@ -282,7 +300,13 @@ void WidenAscii(const char *text, size_t length, std::string &out) {
 StringClass ClassOfString(const char *text, size_t length) {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     if (length == 0) return StringClass::kOther;
-    std::vector<Atom> atoms;
+    // Most words start with a Chinese character that is no numeral.
+    size_t firstLen = GbCharLength(p, 0, length);
+    bool ascii = p[0] < 0x80 || (firstLen == 2 && p[0] == 0xA3);
+    if (!ascii && FindNumeral(p, firstLen) == nullptr && !(firstLen == 2 && std::memcmp(p, kDi, 2) == 0))
+        return StringClass::kOther;
+    thread_local std::vector<Atom> atoms;
+    atoms.clear();
     Atomise(text, 0, length, atoms);
     if (atoms.empty()) return StringClass::kOther;
     bool oneRun = true;
