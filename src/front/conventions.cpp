@@ -220,6 +220,10 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     };
     auto is = [&](size_t k, const char *gb) { return k < words && Equals(t + begin(k), finish(k) - begin(k), gb); };
     auto fits = [&](size_t a, size_t b) { return finish(b) - begin(a) <= kMaxAtomBytes; };
+    auto EndsWith = [&](size_t k, const char *gb) {
+        size_t len = finish(k) - begin(k);
+        return len > 2 && std::memcmp(t + finish(k) - 2, gb, 2) == 0;
+    };
     for (size_t k = 0; k < words; ++k)
         if (ends[k] == 0 || ends[k] > n || (k > 0 && ends[k] <= ends[k - 1])) return;  // not a valid cut
 
@@ -239,6 +243,15 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
             // A run of numeral words is one number.
             while (j + 1 < words && shape(j + 1).kind == Shape::kNumerals && fits(k, j + 1)) ++j;
             if (j > k && s.kind == Shape::kNumerals) s = ShapeOf(t + begin(k), finish(j) - begin(k));
+        }
+        if (s.kind == Shape::kOther && j == k && EndsWith(k, kMinute) && is(k + 1, kOf)) {
+            // The cutter's 百分 or 三分 before 之.
+            Shape head = ShapeOf(t + begin(k), finish(k) - begin(k) - 2);
+            if (head.kind == Shape::kNumerals && k + 2 < words && shape(k + 2).kind == Shape::kNumerals &&
+                fits(k, k + 2)) {
+                j = k + 2;
+                while (j + 1 < words && shape(j + 1).kind == Shape::kNumerals && fits(k, j + 1)) ++j;
+            }
         }
         if (s.kind == Shape::kNumerals || s.kind == Shape::kDigits) {
             // A fraction: 三 分之 一, 百 分之 五十.
@@ -332,6 +345,15 @@ StringClass ClassOfString(const char *text, size_t length) {
     Shape whole = ShapeOf(p, length);
     if (whole.kind == Shape::kOrdinal) return StringClass::kNumber;
     if (whole.kind == Shape::kNumerals) return whole.count >= 2 ? StringClass::kNumber : StringClass::kOther;
+    // A fraction: numerals or digits on both sides of 分之.
+    for (size_t i = 2; i + 4 < length; i += GbCharLength(p, i, length)) {
+        if (std::memcmp(p + i, kFraction, 4) != 0) continue;
+        Shape head = ShapeOf(p, i), tail = ShapeOf(p + i + 4, length - i - 4);
+        bool number = head.kind == Shape::kNumerals || head.kind == Shape::kDigits;
+        if (number && (tail.kind == Shape::kNumerals || tail.kind == Shape::kDigits || tail.kind == Shape::kDecimal))
+            return StringClass::kNumber;
+        break;
+    }
     // Split off a last unit of one or two characters and test it.
     for (size_t unitLen : {size_t{2}, size_t{4}}) {
         if (length <= unitLen) continue;
@@ -360,10 +382,13 @@ void StringTagger::Resolve(const std::vector<std::string> &tagNames) {
     for (size_t k = 0; k < tagNames.size(); ++k) {
         const std::string &name = tagNames[k];
         // Tags the corpus gives Latin strings: non-Chinese string, other
-        // proper noun, abbreviation, measure word, names and numerals.
-        for (const char *ok : {"nx", "nz", "j", "q", "m", "nr", "nrf", "nrj", "ns", "nsf", "nt"})
+        // proper noun, abbreviation, measure word, names.
+        for (const char *ok : {"nx", "nz", "j", "q", "nr", "nrf", "nrj", "ns", "nsf", "nt"})
             if (name == ok) latinOk_[k] = 1;
-        for (const char *ok : {"m", "t", "Mg"})
+        // Tags the corpus gives numbers and numeral words: numeral, time
+        // word (五一), adverb (千万), conjunction (万一), abbreviation (九五),
+        // idiom (三三两两), measure word, names.
+        for (const char *ok : {"m", "t", "Mg", "d", "c", "j", "i", "l", "q", "nr", "nz"})
             if (name == ok) numberOk_[k] = 1;
     }
 }

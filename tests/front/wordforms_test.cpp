@@ -66,6 +66,7 @@ TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
     EXPECT_EQ(Join("四千 三百 一 十三"), "四千三百一十三");
     EXPECT_EQ(Join("第 三 次 第 12 届"), "第三 次 第12 届");
     EXPECT_EQ(Join("三 分之 一 百 分 之 五 十"), "三分之一 百分之五十");
+    EXPECT_EQ(Join("百分 之 二十 以上"), "百分之二十 以上");
     EXPECT_EQ(Join("55.6 亿 30 万 人 3% 亿"), "55.6亿 30万 人 3% 亿");
     // Nothing else moves, and a joined word never outgrows the engine's field.
     EXPECT_EQ(Join("我们 一起 去 北京"), "我们 一起 去 北京");
@@ -81,6 +82,8 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("５５．６亿"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("-3.5%"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("第三"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("百分之二十"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("三分之一"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("四千三百一十三"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("一"), StringClass::kOther);  // the engine knows single numerals best
     EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
@@ -91,7 +94,7 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("北京"), StringClass::kOther);
 
     // Tags found by name; a fitting engine tag stays, a wrong one is replaced.
-    std::vector<std::string> names = {"n", "v", "m", "t", "nx", "nz", "j"};
+    std::vector<std::string> names = {"n", "v", "m", "t", "nx", "nz", "j", "c"};
     vsg::front::StringTagger tagger;
     tagger.Resolve(names);
     EXPECT_EQ(tagger.Retag(StringClass::kLatin, 1), 4);   // v -> nx
@@ -100,6 +103,8 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(tagger.Retag(StringClass::kAddress, 5), 4); // always nx
     EXPECT_EQ(tagger.Retag(StringClass::kNumber, 0), 2);  // n -> m
     EXPECT_EQ(tagger.Retag(StringClass::kNumber, 3), 3);  // t stays
+    EXPECT_EQ(tagger.Retag(StringClass::kNumber, 7), 7);  // c stays (万一)
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, 2), 4);   // m -> nx (e.g)
     EXPECT_EQ(tagger.Retag(StringClass::kTime, 2), 3);    // m -> t
     EXPECT_EQ(tagger.Retag(StringClass::kOther, 1), 1);
     EXPECT_EQ(tagger.Retag(StringClass::kLatin, -1), 4);  // untagged
