@@ -147,7 +147,10 @@ Shape ShapeOf(const unsigned char *p, size_t len) {
             digitsOnly = false;
             long long d = digit < 0 ? 1 : digit;
             if (n->multiplier >= 10000) {
-                total = (total + section + (digit < 0 ? 0 : digit)) * n->multiplier;
+                // Values above ten billion are kept at that: only small
+                // values (months, days, hours) matter.
+                long long base = total + section + (digit < 0 ? 0 : digit);
+                total = (base < 10000000000LL ? base : 10000000000LL) * n->multiplier;
                 if (total == 0) total = n->multiplier;
                 section = 0;
             } else {

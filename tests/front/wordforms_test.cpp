@@ -85,6 +85,7 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("百分之二十"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("三分之一"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("四千三百一十三"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("万万亿亿万万亿亿万万亿亿月"), StringClass::kOther);  // no overflow, no month
     EXPECT_EQ(ClassOf("一"), StringClass::kOther);  // the engine knows single numerals best
     EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("ＣＤ—ＲＯＭ"), StringClass::kLatin);
