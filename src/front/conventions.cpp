@@ -18,6 +18,7 @@ constexpr char kDay[] = "\xc8\xd5";           // 日
 constexpr char kHour[] = "\xca\xb1";          // 时
 constexpr char kMinute[] = "\xb7\xd6";        // 分
 constexpr char kOClock[] = "\xb5\xe3\xd6\xd3";  // 点钟
+constexpr char kClock[] = "\xd6\xd3";         // 钟
 constexpr char kPoint[] = "\xb5\xe3";         // 点
 constexpr char kFraction[] = "\xb7\xd6\xd6\xae";  // 分之
 constexpr char kOf[] = "\xd6\xae";            // 之
@@ -284,6 +285,14 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
                 ++j;
             }
         }
+        // 8 点 钟 -> 8点钟.
+        if ((s.kind == Shape::kDigits || s.kind == Shape::kNumerals) && is(j + 1, kPoint) && is(j + 2, kClock) &&
+            s.value >= 0 && s.value <= 24 && fits(k, j + 2))
+            j += 2;
+        // The cutter's 10点 and 钟.
+        if (j + 1 < words && EndsWith(j, kPoint) && is(j + 1, kClock) && fits(k, j + 1) &&
+            StartsWithNumber(t + begin(k), finish(j) - begin(k)))
+            ++j;
         afterHour = hour || (j == k && EndsWithHour(t + begin(k), finish(k) - begin(k)) &&
                              StartsWithNumber(t + begin(k), finish(k) - begin(k)));
         ends[out++] = ends[j];

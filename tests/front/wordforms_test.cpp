@@ -59,6 +59,7 @@ TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
     EXPECT_EQ(Join("１９９８ 年 １２ 月份"), "１９９８年 １２月份");
     EXPECT_EQ(Join("二 ○ ○ 一 年 十二 月 三十 一 日"), "二○○一年 十二月 三十一日");
     EXPECT_EQ(Join("10 时 30 分"), "10时 30分");
+    EXPECT_EQ(Join("１０点 钟 8 点钟 十 二 点 钟"), "１０点钟 8点钟 十二点钟");
     // Durations and scores are not dates: three years, 13th month, 3 points.
     EXPECT_EQ(Join("3 年 13 月 32 日 得 3 分"), "3 年 13 月 32 日 得 3 分");
     EXPECT_EQ(Join("三 年"), "三 年");
