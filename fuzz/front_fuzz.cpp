@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "front/atoms.h"
+#include "front/conventions.h"
 #include "front/lexicon.h"
 #include "front/transcode.h"
 #include "vsglex/vsglex_api.h"
@@ -85,6 +86,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         uint32_t prev = 0;
         for (uint32_t x : ends) {
             if (x <= prev) std::abort();
+            prev = x;
+        }
+        if (prev != e - k) std::abort();
+        // The number rules keep a tiling of the run within the word limit.
+        vsg::front::JoinNumberWords(text, atoms.data() + k, e - k, ends);
+        prev = 0;
+        for (uint32_t x : ends) {
+            if (x <= prev) std::abort();
+            if (x - prev > 1 && atoms[k + x - 1].start + atoms[k + x - 1].length - atoms[k + prev].start >
+                                    vsg::front::kMaxAtomBytes)
+                std::abort();
+            (void)vsg::front::ClassOfString(text + atoms[k + prev].start,
+                                            atoms[k + x - 1].start + atoms[k + x - 1].length - atoms[k + prev].start);
             prev = x;
         }
         if (prev != e - k) std::abort();

@@ -3,6 +3,12 @@
 one paragraph per line) and the gold names of each line as JSON lines.
 
 usage: corpus_split.py CORPUS_FILE... --text OUT.txt --gold OUT.jsonl
+           [--days FIRST-LAST] [--words OUT.txt] [--tagged OUT.txt]
+
+--days keeps the paragraphs dated FIRST to LAST (YYYYMMDD-YYYYMMDD, by the
+paragraph identifier); --words also writes the gold words of each line,
+separated by spaces; --tagged copies the kept paragraphs as they are (a
+corpus file for the trainer or a word list).
 
 Gold names, by character offsets in the line:
   person        a run of consecutive nr tokens (surname and given name are
@@ -73,16 +79,32 @@ def main():
     ap.add_argument("files", nargs="+")
     ap.add_argument("--text", required=True)
     ap.add_argument("--gold", required=True)
+    ap.add_argument("--days")
+    ap.add_argument("--words")
+    ap.add_argument("--tagged")
     a = ap.parse_args()
+    first, last = (a.days.split("-") if a.days else ("0", "99999999"))
+    words = open(a.words, "w", encoding="utf-8") if a.words else None
+    tagged = open(a.tagged, "w", encoding="utf-8") if a.tagged else None
     with open(a.text, "w", encoding="utf-8") as t, open(a.gold, "w", encoding="utf-8") as g:
         for f in a.files:
             for line in open(f, encoding="utf-8"):
+                day = line[:8]
+                if not (day.isdigit() and first <= day <= last):
+                    continue
                 r = parse(line)
                 if r is None or not r[0]:
                     continue
                 text, names, neutral = r
                 t.write(text + "\n")
                 g.write(json.dumps({"names": names, "neutral": neutral}, ensure_ascii=False) + "\n")
+                if words:
+                    words.write(" ".join(m.group(2) for m in map(TOKEN.match, line.split()[1:]) if m) + "\n")
+                if tagged:
+                    tagged.write(line)
+    for f in (words, tagged):
+        if f:
+            f.close()
 
 
 if __name__ == "__main__":

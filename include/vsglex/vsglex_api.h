@@ -79,7 +79,25 @@ typedef struct vsglex_word {
     int32_t name_class;    /* VSGLEX_NAME_* by the tag */
     int32_t merged;        /* number of cut words the engine merged into this one (1 = none) */
     uint32_t sentence;     /* index of the word's sentence in the result */
+    uint32_t part_first;   /* index of its first corpus-granularity piece in the result's parts */
+    uint32_t part_count;   /* number of its pieces (at least 1) */
 } vsglex_word;
+
+/* One piece of a word in corpus granularity: the words the tagged training
+ * corpus writes for it. A person name is its surname and its given name
+ * (江 泽民; a two-character surname such as 欧阳 stays together), an
+ * organisation name the cut words the engine joined; every other word,
+ * transliterated names and place names included, is one piece equal to the
+ * word. */
+typedef struct vsglex_part {
+    const char *text;      /* UTF-8, NUL-terminated */
+    const char *tag_name;  /* tag text: a person name's pieces keep the name's
+                              tag; an organisation's pieces get their most
+                              frequent dictionary tag */
+    uint64_t offset;       /* byte offset in the caller's text */
+    uint32_t length;       /* byte length in the caller's text */
+    int32_t tag;           /* tag number, or -1 */
+} vsglex_part;
 
 /* One sentence of a result: a byte range of the caller's text and its words. */
 typedef struct vsglex_sentence {
@@ -98,6 +116,8 @@ typedef struct vsglex_result {
     size_t invalid_count;       /* number of invalid byte sequences skipped */
     uint64_t *invalid_offsets;  /* their offsets in the caller's text, ascending */
     int32_t charset;            /* the character set the text was read as */
+    size_t part_count;          /* number of corpus-granularity pieces */
+    vsglex_part *parts;         /* every word's pieces, in word order */
 } vsglex_result;
 
 /* An analyser bound to the process's loaded model set. */

@@ -2,6 +2,7 @@
 #include <cstddef>
 
 #include "vsglex/types.h"
+#include "vsglex/vsglex_api.h"
 
 static_assert(sizeof(WordItem) == 96, "WordItem size");
 static_assert(offsetof(WordItem, text) == 0, "WordItem.text");
@@ -37,3 +38,17 @@ static_assert(offsetof(SpanWord, stats) == 184, "SpanWord.stats");
 static_assert(offsetof(SpanWord, posList) == 200, "SpanWord.posList");
 static_assert(offsetof(SpanWord, source) == 208, "SpanWord.source");
 static_assert(offsetof(SpanWord, reserved) == 212, "SpanWord.reserved");
+
+// Records of the raw-text interface (bindings rely on these offsets).
+static_assert(sizeof(vsglex_word) == 56, "vsglex_word size");
+static_assert(offsetof(vsglex_word, offset) == 16, "vsglex_word.offset");
+static_assert(offsetof(vsglex_word, sentence) == 40, "vsglex_word.sentence");
+static_assert(offsetof(vsglex_word, part_first) == 44, "vsglex_word.part_first");
+static_assert(offsetof(vsglex_word, part_count) == 48, "vsglex_word.part_count");
+static_assert(sizeof(vsglex_part) == 32, "vsglex_part size");
+static_assert(offsetof(vsglex_part, offset) == 16, "vsglex_part.offset");
+static_assert(offsetof(vsglex_part, length) == 24, "vsglex_part.length");
+static_assert(offsetof(vsglex_part, tag) == 28, "vsglex_part.tag");
+static_assert(offsetof(vsglex_result, charset) == 48, "vsglex_result.charset");
+static_assert(offsetof(vsglex_result, part_count) == 56, "vsglex_result.part_count");
+static_assert(offsetof(vsglex_result, parts) == 64, "vsglex_result.parts");

@@ -21,6 +21,13 @@ inline constexpr uint8_t kOrgTag = 31;             // nt
 // Punctuation tags.
 inline constexpr uint8_t kPunctFirstTag = 78;
 inline constexpr uint8_t kPunctLastTag = 92;
+// Names in the tag map of the tags the front end gives number words, time
+// words and non-Chinese strings (Latin words, web and e-mail addresses)
+// when the engine's tag does not fit the string; their numbers are looked
+// up in the loaded map.
+inline constexpr char kNumeralTagName[] = "m";
+inline constexpr char kTimeTagName[] = "t";
+inline constexpr char kForeignStringTagName[] = "nx";
 
 inline constexpr bool IsPersonTag(int tag) {
     return tag == kPersonTag || tag == kForeignPersonTag || tag == kJapanesePersonTag;

@@ -21,6 +21,8 @@
 #include "engine/instance.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
+#include "front/conventions.h"
+#include "front/corpusview.h"
 #include "front/lexicon.h"
 #include "front/segmodel.h"
 #include "front/transcode.h"
@@ -43,6 +45,8 @@ struct Shared {
     SegModel segModel;  // the trained cutter; not loaded: the dictionary cutter cuts
     std::vector<std::string> tagNames;
     std::string warning;  // about the loaded set (no manifest), or empty
+    StringTagger stringTagger;  // tags of numbers, times and Latin strings
+    PieceTags pieceTags;        // tags of the pieces of organisation names
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -87,6 +91,7 @@ size_t WindowEnd(const char *text, size_t pos, size_t length, int charset) {
 struct Item {
     uint32_t start;    // in the work text
     uint16_t length;
+    bool continues;    // a piece of the previous item's run (an over-long address or number)
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };
@@ -124,6 +129,10 @@ private:
     void EmitWord(size_t first, size_t last, int32_t tag);
     void ApplyUserWords(const Atom *atoms, size_t n);
     void EmitEngineWord(size_t first, size_t last, int32_t tag);
+    void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
+    const char *TagName(int32_t tag) const {
+        return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
+    }
 
     const Shared &shared_;
     uint32_t flags_;
@@ -147,6 +156,10 @@ private:
     std::deque<size_t> textOffsets_;  // of each word's text in texts_
     std::string texts_;
     std::deque<vsglex_sentence> sentences_;
+    std::deque<vsglex_part> parts_;
+    std::deque<size_t> partTextOffsets_;  // of each piece's text in texts_
+    std::vector<uint32_t> pieceCuts_;
+    std::vector<Piece> pieces_;
     std::vector<uint64_t> invalid_;
     int charset_ = 0;
 };
@@ -247,7 +260,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(Item{s, static_cast<uint16_t>(e - s), sentence, user});
+        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -270,6 +283,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         shared_.segModel.Cut(gb.data(), atoms, n, shared_.lexicon, ends_, scratch_);
     else
         shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+    JoinNumberWords(gb.data(), atoms, n, ends_);
     if (user_ != nullptr) ApplyUserWords(atoms, n);
     size_t a = 0;
     for (size_t k = 0; k < ends_.size(); ++k) {
@@ -289,34 +303,72 @@ void Analysis::CloseSentence() {
     if (items_.size() >= kBatchItems) Flush();
 }
 
+void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length) {
+    // UTF-8 words are the caller's own bytes unless something inside them
+    // was dropped or replaced.
+    const char *orig = src_ + (offset - base_);
+    auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
+    if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= offset + length) &&
+        std::memchr(orig, '\0', length) == nullptr) {
+        texts_.append(orig, length);
+    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
+               (bad == invalid_.end() || *bad >= offset + length)) {
+        // Simplified for the analysis only: the word keeps the caller's characters.
+        GbToUtf8(orig, length, texts_);
+    } else {
+        GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+    }
+    texts_.push_back('\0');
+}
+
 void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     const Item &a = items_[first];
     const Item &b = items_[last];
     vsglex_word w{};
     uint32_t gbStart = a.start, gbEnd = b.start + b.length;
+    const char *gb = work_.gb.data() + gbStart;
     w.offset = base_ + work_.srcStart[gbStart];
     w.length = static_cast<uint32_t>(base_ + work_.srcEnd[gbEnd - 1] - w.offset);
+    // Numbers, times and Latin strings keep the engine's tag only when it
+    // fits what the string is.
+    tag = shared_.stringTagger.Retag(ClassOfString(gb, gbEnd - gbStart), tag);
     w.tag = tag;
     w.name_class = NameClassOfTag(tag);
     w.merged = static_cast<int32_t>(last - first + 1);
     w.sentence = a.sentence;
-    w.tag_name = tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
-    textOffsets_.push_back(texts_.size());
-    // UTF-8 words are the caller's own bytes unless something inside them
-    // was dropped or replaced.
-    const char *orig = src_ + (w.offset - base_);
-    auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), w.offset);
-    if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= w.offset + w.length) &&
-        std::memchr(orig, '\0', w.length) == nullptr) {
-        texts_.append(orig, w.length);
-    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
-               (bad == invalid_.end() || *bad >= w.offset + w.length)) {
-        // Simplified for the analysis only: the word keeps the caller's characters.
-        GbToUtf8(orig, w.length, texts_);
+    w.tag_name = TagName(tag);
+    size_t wordText = texts_.size();
+    textOffsets_.push_back(wordText);
+    AppendText(gbStart, gbEnd, w.offset, w.length);
+
+    // The word's pieces in corpus granularity: only person and organisation
+    // names have more than one.
+    pieces_.clear();
+    if (tag == kPersonTag || IsOrgTag(tag)) {
+        pieceCuts_.clear();
+        for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
+        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
     } else {
-        GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+        pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
     }
-    texts_.push_back('\0');
+    w.part_first = static_cast<uint32_t>(parts_.size());
+    w.part_count = static_cast<uint32_t>(pieces_.size());
+    for (const Piece &piece : pieces_) {
+        vsglex_part part{};
+        uint32_t ps = gbStart + piece.start, pe = gbStart + piece.end;
+        part.offset = base_ + work_.srcStart[ps];
+        part.length = static_cast<uint32_t>(base_ + work_.srcEnd[pe - 1] - part.offset);
+        part.tag = piece.tag;
+        part.tag_name = TagName(piece.tag);
+        if (pieces_.size() == 1) {
+            partTextOffsets_.push_back(wordText);
+        } else {
+            partTextOffsets_.push_back(texts_.size());
+            AppendText(ps, pe, part.offset, part.length);
+        }
+        parts_.push_back(part);
+    }
+
     vsglex_sentence &s = sentences_[a.sentence];
     if (s.word_count == 0) s.first_word = static_cast<uint32_t>(words_.size());
     ++s.word_count;
@@ -329,11 +381,27 @@ void Analysis::Flush() {
     size_t n = items_.size();
     // The input block is kept per thread: the engine is called many times.
     thread_local std::vector<WordItem> in;
+    // The engine's models are trained on full-width text: it is given the
+    // full-width form of ASCII letters, digits and marks (when that fits its
+    // word field), and its words are matched against what it was given.
+    thread_local std::string given;
+    thread_local std::vector<uint32_t> givenAt;
+    given.clear();
+    givenAt.resize(n + 1);
     in.resize(n);
+    for (size_t k = 0; k < n; ++k) {
+        givenAt[k] = static_cast<uint32_t>(given.size());
+        WidenAscii(gb.data() + items_[k].start, items_[k].length, given);
+        if (given.size() - givenAt[k] > kMaxAtomBytes) {
+            given.resize(givenAt[k]);
+            given.append(gb.data() + items_[k].start, items_[k].length);
+        }
+    }
+    givenAt[n] = static_cast<uint32_t>(given.size());
     for (size_t k = 0; k < n; ++k) {
         WordItem &w = in[k];
         std::memset(&w, 0, sizeof w);
-        std::memcpy(w.text, gb.data() + items_[k].start, items_[k].length);
+        std::memcpy(w.text, given.data() + givenAt[k], givenAt[k + 1] - givenAt[k]);
         w.sentence = static_cast<uint16_t>(items_[k].sentence & 0xFFFF);
         w.extra = static_cast<uint16_t>(items_[k].sentence >> 16);
         w.id = static_cast<uint32_t>(k);
@@ -352,8 +420,8 @@ void Analysis::Flush() {
     auto match = [&](size_t p, const char *text, size_t len, size_t *last) {
         size_t acc = 0;
         for (size_t q = p; q < n && items_[q].sentence == items_[p].sentence; ++q) {
-            size_t l = items_[q].length;
-            if (acc + l > len || std::memcmp(text + acc, gb.data() + items_[q].start, l) != 0) return false;
+            size_t l = givenAt[q + 1] - givenAt[q];
+            if (acc + l > len || std::memcmp(text + acc, given.data() + givenAt[q], l) != 0) return false;
             acc += l;
             if (acc == len) {
                 *last = q;
@@ -361,6 +429,22 @@ void Analysis::Flush() {
             }
         }
         return false;
+    };
+    // Words as spans of items; a piece of an over-long run joins the word
+    // before it again.
+    struct Span {
+        size_t first, last;
+        int32_t tag;
+    };
+    thread_local std::vector<Span> spans;
+    spans.clear();
+    spans.reserve(n);
+    auto add = [&](size_t first, size_t last, int32_t tag) {
+        if (items_[first].continues && !spans.empty() && spans.back().last + 1 == first &&
+            items_[first].sentence == items_[spans.back().first].sentence)
+            spans.back().last = last;
+        else
+            spans.push_back(Span{first, last, tag});
     };
     size_t cursor = 0;
     int32_t outCount = output.items != nullptr ? output.count : 0;
@@ -379,11 +463,12 @@ void Analysis::Flush() {
         }
         if (!found) continue;
         // Input words the engine did not hand back keep no tag.
-        for (size_t q = cursor; q < p; ++q) EmitEngineWord(q, q, -1);
-        EmitEngineWord(p, last, w.tag);
+        for (size_t q = cursor; q < p; ++q) add(q, q, -1);
+        add(p, last, w.tag);
         cursor = last + 1;
     }
-    for (size_t q = cursor; q < n; ++q) EmitEngineWord(q, q, -1);
+    for (size_t q = cursor; q < n; ++q) add(q, q, -1);
+    for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag);
     VSG_SegmentForServerFree(&output);
     items_.clear();
 }
@@ -419,7 +504,8 @@ vsglex_result *Analysis::Finish() {
     size_t wordBytes = words_.size() * sizeof(vsglex_word);
     size_t sentenceBytes = sentences_.size() * sizeof(vsglex_sentence);
     size_t invalidBytes = invalid_.size() * sizeof(uint64_t);
-    size_t total = sizeof(vsglex_result) + wordBytes + sentenceBytes + invalidBytes + texts_.size() + 1;
+    size_t partBytes = parts_.size() * sizeof(vsglex_part);
+    size_t total = sizeof(vsglex_result) + wordBytes + sentenceBytes + invalidBytes + partBytes + texts_.size() + 1;
     auto *block = static_cast<char *>(std::malloc(total));
     if (block == nullptr) throw std::bad_alloc();
     auto *r = reinterpret_cast<vsglex_result *>(block);
@@ -433,6 +519,9 @@ vsglex_result *Analysis::Finish() {
     r->invalid_count = invalid_.size();
     r->invalid_offsets = invalid_.empty() ? nullptr : reinterpret_cast<uint64_t *>(p);
     p += invalidBytes;
+    r->part_count = parts_.size();
+    r->parts = parts_.empty() ? nullptr : reinterpret_cast<vsglex_part *>(p);
+    p += partBytes;
     std::memcpy(p, texts_.data(), texts_.size());
     p[texts_.size()] = '\0';
     r->charset = charset_;
@@ -441,6 +530,10 @@ vsglex_result *Analysis::Finish() {
         r->words[k] = words_[k];
     }
     std::copy(sentences_.begin(), sentences_.end(), r->sentences);
+    for (size_t k = 0; k < parts_.size(); ++k) {
+        parts_[k].text = p + partTextOffsets_[k];
+        r->parts[k] = parts_[k];
+    }
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
 }
@@ -521,6 +614,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         if (hash != nullptr && hash != tag) *hash = '\0';
         set->tagNames.emplace_back(tag);
     }
+    set->stringTagger.Resolve(set->tagNames);
+    set->pieceTags.Build(engine->models().core);
     set->engine = std::move(engine);
     return set;
 }

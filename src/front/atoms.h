@@ -8,15 +8,18 @@
 
 namespace vsg::front {
 
-// Longest atom in bytes; longer runs of digits or letters are split so that
-// every word fits the engine's 80-byte word field.
+// Longest atom in bytes; longer runs of digits or letters, web and e-mail
+// addresses are split so that every word fits the engine's 80-byte word
+// field (the pieces after the first are marked as continuing it).
 inline constexpr size_t kMaxAtomBytes = 80;
 
 // What an atom is.
 enum class AtomKind : uint8_t {
     kHan,     // one Chinese character
-    kNumber,  // digits (half or full width), with inner '.' or ',' and a closing '%'
-    kLatin,   // letters (half or full width), possibly followed by digits
+    kNumber,  // digits (half or full width) with inner separators, a leading minus
+              // sign, a closing '%' or per-mille sign, or a list number's full stop
+    kLatin,   // letters and digits (half or full width) led by a letter, with inner
+              // '-' '&' '.' and dashes; or a web or e-mail address
     kPunct,   // one punctuation mark or symbol
     kSpace,   // a run of white space or control bytes; never part of a word
     kOther    // any other character, or a byte that opens no valid character
@@ -27,6 +30,7 @@ struct Atom {
     uint32_t start;
     uint16_t length;
     AtomKind kind;
+    bool continuesPrevious = false;  // a piece of a run longer than kMaxAtomBytes
 };
 
 // Byte length of the GB18030 character at text[i] (1, 2 or 4); 1 for a byte

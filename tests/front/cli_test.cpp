@@ -170,6 +170,29 @@ TEST(CliTest, DamagedModelSetsStopTheCommand) {
     EXPECT_NE(unverified.err.find("vsglex: warning: no manifest.txt"), std::string::npos) << unverified.err;
 }
 
+TEST(CliTest, GranularityViews) {
+    REQUIRE_MODELS();
+    std::string data = "--data '" + fronttest::ModelDir() + "' ";
+    std::string text = "江泽民会见欧阳中石。\n";
+    EXPECT_EQ(Vsglex(data + "--granularity other", text).code, 2);
+    // Merged names by default; surname and given name in corpus granularity,
+    // in text and TSV output, with offsets of the pieces.
+    CliRun merged = Vsglex(data + "--granularity merged", text);
+    EXPECT_EQ(merged.out, Vsglex(data, text).out);
+    EXPECT_EQ(merged.out.rfind("江泽民/nr ", 0), 0u) << merged.out;
+    CliRun corpus = Vsglex(data + "--granularity corpus", text);
+    EXPECT_EQ(corpus.out.rfind("江/nr 泽民/nr ", 0), 0u) << corpus.out;
+    EXPECT_NE(corpus.out.find(" 欧阳/nr 中石/nr "), std::string::npos) << corpus.out;
+    CliRun tsv = Vsglex(data + "--granularity corpus --format tsv", text);
+    EXPECT_EQ(tsv.out.rfind("江\tnr\t0\t3\tperson\n泽民\tnr\t3\t6\tperson\n", 0), 0u) << tsv.out;
+    // JSON keeps the words and gives the pieces.
+    CliRun json = Vsglex(data + "--format json", text);
+    EXPECT_NE(json.out.find("\"text\":\"江泽民\""), std::string::npos) << json.out;
+    EXPECT_NE(json.out.find("\"parts\":[{\"text\":\"江\",\"tag\":\"nr\",\"offset\":0,\"length\":3}"),
+              std::string::npos)
+        << json.out;
+}
+
 }  // namespace
 
 #endif  // VSGLEX_CLI

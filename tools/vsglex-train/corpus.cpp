@@ -13,6 +13,7 @@
 #include <unordered_set>
 
 #include "charlists.h"
+#include "common/gbtext.h"
 #include "lexclasses.h"
 
 namespace vsgtrain {
@@ -60,6 +61,14 @@ std::unordered_set<std::string> CharSet(const char *utf8) {
     return set;
 }
 
+// The pieces of `width` bytes of a GB string.
+std::unordered_set<std::string> FixedWidthSet(const char *gb, size_t width) {
+    std::unordered_set<std::string> set;
+    std::string all(gb);
+    for (size_t i = 0; i + width <= all.size(); i += width) set.insert(all.substr(i, width));
+    return set;
+}
+
 std::unordered_set<std::string> WordSet(std::initializer_list<const char *> words) {
     std::unordered_set<std::string> set;
     for (const char *w : words) set.insert(Gb(w));
@@ -73,10 +82,7 @@ struct Lists {
     std::unordered_set<std::string> sets[3] = {CharSet(kForeignSetA), CharSet(kForeignSetB),
                                                CharSet(kJapaneseSetC)};
     std::vector<std::string> suffixes;
-    std::unordered_set<std::string> compoundSurnames =
-        WordSet({"欧阳", "司马", "诸葛", "上官", "东方", "皇甫", "令狐", "慕容", "尉迟", "公孙",
-                 "长孙", "夏侯", "端木", "宇文", "司徒", "澹台", "轩辕", "独孤", "南宫", "西门",
-                 "申屠", "呼延", "万俟", "闻人", "赫连", "拓跋", "完颜", "耶律"});
+    std::unordered_set<std::string> compoundSurnames = FixedWidthSet(vsg::kCompoundSurnames, 4);
     std::unordered_set<std::string> personalPronouns =
         WordSet({"我", "你", "您", "他", "她", "它", "我们", "你们", "他们", "她们", "它们", "咱",
                  "咱们", "自己", "大家", "人家", "别人", "本人", "彼此", "俺", "俺们", "各自",

@@ -27,6 +27,7 @@ struct Options {
     Format format = Format::kText;
     bool precut = false;
     bool namesOnly = false;
+    bool corpus = false;  // print corpus-granularity pieces in text and TSV
     int t2s = -1;  // map traditional characters to simplified: 1 yes, 0 no, -1 when the text looks traditional
     unsigned threads = 1;
     std::string data;
@@ -49,6 +50,11 @@ const char kUsageText[] =
     "                                     tsv: word, tag, offset, length, name class\n"
     "  --pre-cut                          input words are already separated by spaces\n"
     "  --names-only                       print only the names with class and offset\n"
+    "  --granularity merged|corpus        merged (default): names as one word each;\n"
+    "                                     corpus: the words the training corpus writes\n"
+    "                                     (surname and given name, an organisation's\n"
+    "                                     component words) in text and TSV output;\n"
+    "                                     JSON gives every word's \"parts\" either way\n"
     "  --threads N                        analyse with N threads (output order kept)\n"
     "  --data DIR                         model set directory (default: $VSGLEX_DATA,\n"
     "                                     else the installed set, else data/vsg of\n"
@@ -190,6 +196,18 @@ struct LineCounter {
     }
 };
 
+// Calls f(offset, length, tag name, tag) for a word, or for each of its
+// corpus-granularity pieces when the options ask for them.
+template <typename F>
+void ForUnits(const Options &o, const vsglex_result &r, const vsglex_word &w, F f) {
+    if (!o.corpus || w.part_count <= 1 || w.part_first + w.part_count > r.part_count) {
+        f(w.offset, w.length, w.tag_name, w.tag);
+        return;
+    }
+    for (uint32_t q = w.part_first; q < w.part_first + w.part_count; ++q)
+        f(r.parts[q].offset, r.parts[q].length, r.parts[q].tag_name, r.parts[q].tag);
+}
+
 void Format1(const Options &o, const vsglex_result &r, Piece &p) {
     std::string &out = p.out;
     const char *src = p.text;
@@ -242,12 +260,13 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
             const void *nl = std::memchr(src + lineStart, '\n', p.length - lineStart);
             size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - src) : p.length;
             for (; k < r.word_count && r.words[k].offset < lineEnd; ++k) {
-                const vsglex_word &w = r.words[k];
-                if (!first) out += ' ';
-                first = false;
-                out.append(src + w.offset, w.length);
-                out += '/';
-                out += w.tag_name;
+                ForUnits(o, r, r.words[k], [&](uint64_t offset, uint32_t length, const char *tag, int32_t) {
+                    if (!first) out += ' ';
+                    first = false;
+                    out.append(src + offset, length);
+                    out += '/';
+                    out += tag;
+                });
             }
             if (nl != nullptr || p.last) {
                 out += '\n';
@@ -263,14 +282,16 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
             const vsglex_sentence &sen = r.sentences[s];
             for (uint32_t k = sen.first_word; k < sen.first_word + sen.word_count; ++k) {
                 const vsglex_word &w = r.words[k];
-                TsvFile(out, p);
-                out.append(src + w.offset, w.length);
-                out += '\t';
-                out += w.tag_name;
-                TsvSpan(out, p.base + w.offset, w.length);
-                out += '\t';
-                out += w.name_class != VSGLEX_NAME_NONE ? vsglex_name_class_name(w.name_class) : "-";
-                out += '\n';
+                ForUnits(o, r, w, [&](uint64_t offset, uint32_t length, const char *tag, int32_t) {
+                    TsvFile(out, p);
+                    out.append(src + offset, length);
+                    out += '\t';
+                    out += tag;
+                    TsvSpan(out, p.base + offset, length);
+                    out += '\t';
+                    out += w.name_class != VSGLEX_NAME_NONE ? vsglex_name_class_name(w.name_class) : "-";
+                    out += '\n';
+                });
             }
             out += '\n';
         }
@@ -298,6 +319,22 @@ void Format1(const Options &o, const vsglex_result &r, Piece &p) {
                     out += ",\"name\":\"";
                     out += vsglex_name_class_name(w.name_class);
                     out += '"';
+                }
+                if (w.part_count > 1) {
+                    // The word's pieces in corpus granularity.
+                    out += ",\"parts\":[";
+                    for (uint32_t q = w.part_first; q < w.part_first + w.part_count && q < r.part_count; ++q) {
+                        const vsglex_part &part = r.parts[q];
+                        if (q != w.part_first) out += ',';
+                        out += "{\"text\":";
+                        JsonString(out, part.text);
+                        out += ",\"tag\":";
+                        JsonString(out, part.tag_name);
+                        out += ',';
+                        JsonSpan(out, p.base + part.offset, part.length);
+                        out += '}';
+                    }
+                    out += ']';
                 }
                 out += '}';
             }
@@ -557,6 +594,14 @@ bool ParseArgs(int argc, char **argv, Options &o) {
             o.t2s = 0;
         } else if (a == "--names-only") {
             o.namesOnly = true;
+        } else if (name == "--granularity") {
+            if (!value(v)) return false;
+            if (v == "merged") o.corpus = false;
+            else if (v == "corpus") o.corpus = true;
+            else {
+                std::fprintf(stderr, "vsglex: unknown granularity '%s' (merged, corpus)\n", v.c_str());
+                return false;
+            }
         } else if (name == "--threads") {
             if (!value(v)) return false;
             char *end = nullptr;

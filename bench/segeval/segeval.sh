@@ -1,0 +1,112 @@
+#!/usr/bin/env bash
+# Word cutting quality on held-out corpus days: word precision, recall, F1
+# and recall of out-of-vocabulary words (gold words that never occur in the
+# training days), scored by character spans, for
+#   vsglex --granularity corpus with its default cutter,
+#   the same with VSGLEX_CUTTER=dict (the dictionary cutter),
+#   vsglex --granularity merged (names as one word: what the view changes),
+#   jieba's default cutter (a peer);
+# then the name figures of vsglex --names-only and jieba's part-of-speech
+# cutter, scored by bench/compare/score.py.
+#
+# Splits (both by default; VSGLEX_SEGEVAL_SPLITS="A" or "B" picks one):
+#   A: models trained on days 1-24 (vsglex-train --exclude-from 19980125),
+#      text of days 25-28;
+#   B: models trained on days 5-28 (a corpus folder of those paragraphs),
+#      text of days 1-4.
+#
+# usage: bench/segeval/segeval.sh [BUILD_DIR]   (default: build)
+# VSGLEX_SEGEVAL_WORK keeps texts, outputs and models in that folder;
+# VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out. The peer is installed here
+# and only here (Debian package python3-jieba).
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$here/../.." && pwd)
+compare=$root/bench/compare
+build=${1:-$root/build}
+corpus=${VSGLEX_CORPUS:-$root/../shared/corpus/pfr-1998-01}
+splits=${VSGLEX_SEGEVAL_SPLITS:-A B}
+use_jieba=${VSGLEX_SEGEVAL_JIEBA:-1}
+if [ -n "${VSGLEX_SEGEVAL_WORK:-}" ]; then
+  work=$VSGLEX_SEGEVAL_WORK
+  mkdir -p "$work"
+else
+  work=$(mktemp -d)
+  trap 'rm -rf "$work"' EXIT
+fi
+py=/usr/bin/python3
+
+step() { printf '== %s\n' "$*" >&2; }
+
+step "building vsglex and the trainer in $build"
+cmake -S "$root" -B "$build" >/dev/null
+cmake --build "$build" -j "$(nproc)" --target vsglex_cli vsglex-train >/dev/null
+vsglex=$build/tools/vsglex/vsglex
+train=$build/tools/vsglex-train/vsglex-train
+
+if [ "$use_jieba" != 0 ] && ! "$py" -c 'import jieba' 2>/dev/null; then
+  step "installing python3-jieba"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update >/dev/null && apt-get install -y python3-jieba >/dev/null
+fi
+
+# timed NAME COMMAND...: stdout to NAME, "seconds peak_kb" to NAME.stats
+# (wall-clock seconds; the machine may be shared, so they are rough).
+timed() {
+  local out=$1
+  shift
+  /usr/bin/time -f '%e %M' -o "$out.stats" "$@" >"$out"
+}
+
+files=("$corpus"/train-*.txt)
+for split in $splits; do
+  dir=$work/$split
+  mkdir -p "$dir"
+  case $split in
+    A) train_days=19980101-19980124 test_days=19980125-19980128 ;;
+    B) train_days=19980105-19980128 test_days=19980101-19980104 ;;
+    *) echo "unknown split $split (A or B)" >&2; exit 2 ;;
+  esac
+  step "split $split: training days $train_days, scoring days $test_days"
+  "$py" "$compare/corpus_split.py" "${files[@]}" --days "$test_days" \
+    --text "$dir/test.txt" --gold "$dir/gold.jsonl" --words "$dir/gold-words.txt"
+  mkdir -p "$dir/corpus"
+  "$py" "$compare/corpus_split.py" "${files[@]}" --days "$train_days" \
+    --text "$dir/train-text.txt" --gold "$dir/train-gold.jsonl" --tagged "$dir/corpus/train.txt"
+  if [ "$split" = A ]; then
+    "$train" --exclude-from 19980125 "$corpus" "$dir/models" >"$dir/train.log"
+  else
+    "$train" "$dir/corpus" "$dir/models" >"$dir/train.log"
+  fi
+
+  step "split $split: cutting"
+  timed "$dir/vsglex-corpus.txt" "$vsglex" --data "$dir/models" --granularity corpus "$dir/test.txt"
+  VSGLEX_CUTTER=dict timed "$dir/vsglex-dict.txt" "$vsglex" --data "$dir/models" --granularity corpus "$dir/test.txt"
+  timed "$dir/vsglex-merged.txt" "$vsglex" --data "$dir/models" --granularity merged "$dir/test.txt"
+  systems=("vsglex corpus=tagged:$dir/vsglex-corpus.txt"
+           "vsglex corpus, dictionary cutter=tagged:$dir/vsglex-dict.txt"
+           "vsglex merged=tagged:$dir/vsglex-merged.txt")
+  if [ "$use_jieba" != 0 ]; then
+    timed "$dir/jieba-words.txt" "$py" "$here/jieba_cut.py" "$dir/test.txt"
+    systems+=("jieba (own dictionary)=words:$dir/jieba-words.txt")
+  fi
+  echo "split $split: words (training days $train_days, text of days $test_days)"
+  "$py" "$here/segscore.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/corpus/train.txt" "${systems[@]}"
+  for s in vsglex-corpus vsglex-dict vsglex-merged jieba-words; do
+    [ -f "$dir/$s.txt.stats" ] && printf '  %s: %s s wall, %s KB peak\n' "$s" $(cat "$dir/$s.txt.stats")
+  done
+
+  step "split $split: names"
+  timed "$dir/vsglex.jsonl" "$vsglex" --data "$dir/models" --names-only --format json "$dir/test.txt"
+  mv "$dir/vsglex.jsonl.stats" "$dir/vsglex.stats"
+  names=(vsglex)
+  if [ "$use_jieba" != 0 ]; then
+    # jieba_tag.py prints its own cutting time; keep wall time and peak.
+    /usr/bin/time -f '%e %M' -o "$dir/jieba.stats" "$py" "$compare/jieba_tag.py" "$dir/test.txt" \
+      >"$dir/jieba.jsonl" 2>"$dir/jieba.err"
+    names+=(jieba)
+  fi
+  echo "split $split: names (chars/s is wall-clock, loading included)"
+  "$py" "$compare/score.py" "$dir/test.txt" "$dir/gold.jsonl" "$dir" "${names[@]}"
+  echo
+done

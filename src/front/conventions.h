@@ -1,0 +1,69 @@
+// The tagged corpus's way of writing numbers, dates, times and non-Chinese
+// strings: which cut words it writes as one word, and which class of tag a
+// word's string calls for.
+#ifndef VSGLEX_SRC_FRONT_CONVENTIONS_H
+#define VSGLEX_SRC_FRONT_CONVENTIONS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "front/atoms.h"
+
+namespace vsg::front {
+
+// Joins cut words of atoms[0..n) of GB text `text` the way the corpus writes
+// them as one word. `ends` holds the atom index just past each word (as the
+// cutter gives it) and is rewritten in place. Joined, in half and full width
+// alike:
+//   runs of Chinese numerals          四千 三百 一 十三 -> 四千三百一十三
+//   an ordinal                        第 三 -> 第三, 第 12 -> 第12
+//   a fraction or percentage          三 分之 一, 百 分之 五十
+//   a year of four digits             1998 年, 二○○一 年
+//   a month, a day, an hour           12 月 / 月份, 31 日, 10 时
+//   minutes after an hour             10时 30 分 -> 10时 30分
+//   a number and 万 亿 (and 千万 ...)  55.6 亿, 30 万
+// A word is never made longer than kMaxAtomBytes.
+void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends);
+
+// Appends GB text[0..length) to `out` with every printable ASCII character
+// (0x21-0x7E) in its full-width form (A3A1-A3FE), the form the corpus and
+// hence the models use.
+void WidenAscii(const char *text, size_t length, std::string &out);
+
+// What a word's string is, as far as its tag is concerned.
+enum class StringClass : uint8_t {
+    kOther,    // anything else
+    kNumber,   // digits (with separators, percent), Chinese numerals, ordinals, 55.6亿
+    kTime,     // a year, month, day or hour word: 1998年, 12月, 31日, 10时
+    kLatin,    // letters and digits (and inner marks) led by a letter
+    kAddress,  // a web or e-mail address
+};
+
+// Class of the GB word text[0..length).
+StringClass ClassOfString(const char *text, size_t length);
+
+// Tag numbers (lines of the part-of-speech map) the retagging uses, found
+// by their names in the loaded map.
+class StringTagger {
+public:
+    // Finds the tags in `tagNames` (tag number -> name); tags that are missing
+    // stay unused.
+    void Resolve(const std::vector<std::string> &tagNames);
+    // The tag of a word of class `cls` that the engine tagged `tag`: the
+    // engine's tag unless it is clearly wrong for the class (a verb for a
+    // Latin string, a noun for a number), then the class's own tag.
+    int32_t Retag(StringClass cls, int32_t tag) const;
+
+private:
+    int32_t numeral_ = -1;
+    int32_t time_ = -1;
+    int32_t foreign_ = -1;
+    std::vector<uint8_t> latinOk_;   // per tag: acceptable for a Latin string
+    std::vector<uint8_t> numberOk_;  // per tag: acceptable for a number
+};
+
+}  // namespace vsg::front
+
+#endif  // VSGLEX_SRC_FRONT_CONVENTIONS_H

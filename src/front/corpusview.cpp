@@ -1,0 +1,87 @@
+// Corpus-granularity pieces of person and organisation names.
+#include "front/corpusview.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "common/gbtext.h"
+#include "common/tagset.h"
+#include "front/atoms.h"
+
+namespace vsg::front {
+
+namespace {
+
+bool IsCompoundSurname(const char *p) {
+    for (const char *s = kCompoundSurnames; *s != '\0'; s += 4)
+        if (std::memcmp(s, p, 4) == 0) return true;
+    return false;
+}
+
+// Byte offsets of the characters of text[0..length) (with `length` last).
+std::vector<uint32_t> CharEnds(const char *text, size_t length) {
+    std::vector<uint32_t> ends;
+    const auto *t = reinterpret_cast<const unsigned char *>(text);
+    for (size_t i = 0; i < length;) {
+        i += GbCharLength(t, i, length);
+        ends.push_back(static_cast<uint32_t>(i));
+    }
+    return ends;
+}
+
+}  // namespace
+
+void PieceTags::Build(const DictionaryS &dict) {
+    tags_.clear();
+    tags_.reserve(static_cast<size_t>(dict.count > 0 ? dict.count : 0));
+    for (int32_t e = 0; e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        int32_t best = -1;
+        float bestValue = -INFINITY;
+        for (int32_t r = 0; r < entry.posCount; ++r) {
+            const DictSRow &row = entry.posList[r];
+            if (row.code == 0 && row.value > bestValue) {
+                best = row.subCode;
+                bestValue = row.value;
+            }
+        }
+        if (best >= 0 && entry.length > 0) tags_.emplace(std::string(entry.word, static_cast<size_t>(entry.length)), best);
+    }
+}
+
+int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
+    auto it = tags_.find(std::string(word, length));
+    return it != tags_.end() ? it->second : fallback;
+}
+
+void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
+                  const PieceTags &tags, std::vector<Piece> &out) {
+    auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };
+    if (tag == kPersonTag) {
+        // Chinese names of two to four characters, all two-byte characters;
+        // names with a middle dot or other marks are transliterations.
+        std::vector<uint32_t> chars = CharEnds(text, length);
+        bool han = chars.size() >= 2 && chars.size() <= 4 && length == 2 * chars.size() &&
+                   std::memchr(text, '\0', length) == nullptr;
+        for (size_t k = 0; han && k < length; k += 2)
+            han = static_cast<unsigned char>(text[k]) >= 0xB0 && static_cast<unsigned char>(text[k + 1]) >= 0xA1;
+        if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
+        uint32_t surname = chars.size() >= 3 && IsCompoundSurname(text) ? 4 : 2;
+        out.push_back(Piece{0, surname, tag});
+        out.push_back(Piece{surname, static_cast<uint32_t>(length), tag});
+        return;
+    }
+    if (IsOrgTag(tag) && cuts.size() > 1) {
+        uint32_t start = 0;
+        for (uint32_t end : cuts) {
+            if (end <= start || end > length) continue;
+            out.push_back(Piece{start, end, tags.Of(text + start, end - start, tag)});
+            start = end;
+        }
+        if (start < length) out.push_back(Piece{start, static_cast<uint32_t>(length), tag});
+        return;
+    }
+    whole();
+}
+
+}  // namespace vsg::front

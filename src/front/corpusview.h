@@ -1,0 +1,48 @@
+// The corpus-granularity view of a word: the words the tagged corpus would
+// write for it. Person names are surname and given name, organisation names
+// their component words; everything else stays whole.
+#ifndef VSGLEX_SRC_FRONT_CORPUSVIEW_H
+#define VSGLEX_SRC_FRONT_CORPUSVIEW_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "vsglex/model.h"
+
+namespace vsg::front {
+
+// One piece of a word: bytes [start, end) of the word's GB text and a tag.
+struct Piece {
+    uint32_t start;
+    uint32_t end;
+    int32_t tag;
+};
+
+// Most frequent part-of-speech tag of every word of the core dictionary,
+// for the component words of organisation names.
+class PieceTags {
+public:
+    void Build(const DictionaryS &dict);
+    // Tag of a GB word, or `fallback` when the dictionary lacks it.
+    int32_t Of(const char *word, size_t length, int32_t fallback) const;
+
+private:
+    std::unordered_map<std::string, int32_t> tags_;
+};
+
+// Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`
+// holds the ends (byte offsets in the word) of the cut words the engine
+// merged into it, the last being `length`.
+//   person names (nr): surname (two characters for a compound surname) and
+//                      given name, both tagged as the word
+//   organisation names: the cut words, tagged by the dictionary
+//   anything else, and names of one character: the word itself
+void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
+                  const PieceTags &tags, std::vector<Piece> &out);
+
+}  // namespace vsg::front
+
+#endif  // VSGLEX_SRC_FRONT_CORPUSVIEW_H

@@ -1,0 +1,266 @@
+// Numbers, dates, Latin strings and addresses written the corpus's way, and
+// the corpus-granularity pieces of names: the joining rules on their own and
+// whole analyses through the public interface with the shipped models.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "front/atoms.h"
+#include "front/conventions.h"
+#include "front_support.h"
+#include "support/support.h"
+#include "vsglex/vsglex_api.h"
+
+namespace {
+
+using vsg::front::Atom;
+using vsg::front::AtomKind;
+using vsg::front::StringClass;
+
+// Joins `cut` (UTF-8 words separated by spaces) with the number rules and
+// gives the result the same way.
+std::string Join(const std::string &cut) {
+    std::string gb;
+    std::vector<Atom> atoms;
+    std::vector<uint32_t> ends;
+    size_t from = 0;
+    while (from <= cut.size()) {
+        size_t sp = cut.find(' ', from);
+        if (sp == std::string::npos) sp = cut.size();
+        std::string word = vsgtest::Gb(cut.substr(from, sp - from));
+        size_t before = atoms.size();
+        vsg::front::Atomise(word.data(), 0, word.size(), atoms);
+        for (size_t k = before; k < atoms.size(); ++k) atoms[k].start += static_cast<uint32_t>(gb.size());
+        gb += word;
+        ends.push_back(static_cast<uint32_t>(atoms.size()));
+        from = sp + 1;
+    }
+    vsg::front::JoinNumberWords(gb.data(), atoms.data(), atoms.size(), ends);
+    std::string out;
+    size_t a = 0;
+    for (uint32_t e : ends) {
+        uint32_t s = atoms[a].start, end = atoms[e - 1].start + atoms[e - 1].length;
+        out += (out.empty() ? "" : " ") + vsgtest::Utf8(gb.substr(s, end - s));
+        a = e;
+    }
+    return out;
+}
+
+StringClass ClassOf(const std::string &utf8) {
+    std::string gb = vsgtest::Gb(utf8);
+    return vsg::front::ClassOfString(gb.data(), gb.size());
+}
+
+TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
+    // Dates: a year of four digits, a month, a day; the hour and the minutes
+    // after it; in either width and in Chinese numerals.
+    EXPECT_EQ(Join("1998 年 5 月 12 日"), "1998年 5月 12日");
+    EXPECT_EQ(Join("１９９８ 年 １２ 月份"), "１９９８年 １２月份");
+    EXPECT_EQ(Join("二 ○ ○ 一 年 十二 月 三十 一 日"), "二○○一年 十二月 三十一日");
+    EXPECT_EQ(Join("10 时 30 分"), "10时 30分");
+    EXPECT_EQ(Join("１０点 钟 8 点钟 十 二 点 钟"), "１０点钟 8点钟 十二点钟");
+    // Durations and scores are not dates: three years, 13th month, 3 points.
+    EXPECT_EQ(Join("3 年 13 月 32 日 得 3 分"), "3 年 13 月 32 日 得 3 分");
+    EXPECT_EQ(Join("三 年"), "三 年");
+    // Numbers: numeral runs, ordinals, fractions, large units.
+    EXPECT_EQ(Join("四千 三百 一 十三"), "四千三百一十三");
+    EXPECT_EQ(Join("第 三 次 第 12 届"), "第三 次 第12 届");
+    EXPECT_EQ(Join("三 分之 一 百 分 之 五 十"), "三分之一 百分之五十");
+    EXPECT_EQ(Join("百分 之 二十 以上"), "百分之二十 以上");
+    EXPECT_EQ(Join("55.6 亿 30 万 人 3% 亿"), "55.6亿 30万 人 3% 亿");
+    // Nothing else moves, and a joined word never outgrows the engine's field.
+    EXPECT_EQ(Join("我们 一起 去 北京"), "我们 一起 去 北京");
+    std::string many(80, '9');
+    EXPECT_EQ(Join(many + " 亿"), many + " 亿");
+}
+
+TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
+    EXPECT_EQ(ClassOf("1998年"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("１２月"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("三十一日"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("3年"), StringClass::kOther);
+    EXPECT_EQ(ClassOf("５５．６亿"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("-3.5%"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("第三"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("百分之二十"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("三分之一"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("四千三百一十三"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("万万亿亿万万亿亿万万亿亿月"), StringClass::kOther);  // no overflow, no month
+    EXPECT_EQ(ClassOf("一"), StringClass::kOther);  // the engine knows single numerals best
+    EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
+    EXPECT_EQ(ClassOf("ＣＤ—ＲＯＭ"), StringClass::kLatin);
+    EXPECT_EQ(ClassOf("www.example.com"), StringClass::kAddress);
+    EXPECT_EQ(ClassOf("a.b@example.org"), StringClass::kAddress);
+    EXPECT_EQ(ClassOf("BP机"), StringClass::kOther);
+    EXPECT_EQ(ClassOf("北京"), StringClass::kOther);
+
+    // Tags found by name; a fitting engine tag stays, a wrong one is replaced.
+    std::vector<std::string> names = {"n", "v", "m", "t", "nx", "nz", "j", "c"};
+    vsg::front::StringTagger tagger;
+    tagger.Resolve(names);
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, 1), 4);   // v -> nx
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, 0), 4);   // n -> nx
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, 6), 6);   // j stays
+    EXPECT_EQ(tagger.Retag(StringClass::kAddress, 5), 4); // always nx
+    EXPECT_EQ(tagger.Retag(StringClass::kNumber, 0), 2);  // n -> m
+    EXPECT_EQ(tagger.Retag(StringClass::kNumber, 3), 3);  // t stays
+    EXPECT_EQ(tagger.Retag(StringClass::kNumber, 7), 7);  // c stays (万一)
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, 2), 4);   // m -> nx (e.g)
+    EXPECT_EQ(tagger.Retag(StringClass::kTime, 2), 3);    // m -> t
+    EXPECT_EQ(tagger.Retag(StringClass::kOther, 1), 1);
+    EXPECT_EQ(tagger.Retag(StringClass::kLatin, -1), 4);  // untagged
+}
+
+TEST(NumberWordsTest, AtomsOfAddressesNumbersAndLatinWords) {
+    auto describe = [](const std::string &utf8) {
+        std::string gb = vsgtest::Gb(utf8);
+        std::vector<Atom> atoms;
+        vsg::front::Atomise(gb.data(), 0, gb.size(), atoms);
+        std::string out;
+        for (const Atom &a : atoms)
+            if (a.kind != AtomKind::kSpace) out += vsgtest::Utf8(gb.substr(a.start, a.length)) + "|";
+        return out;
+    };
+    // An address stops before closing punctuation, Chinese or ASCII.
+    EXPECT_EQ(describe("见https://www.example.com/a?b=1，或www.x.cn。"),
+              "见|https://www.example.com/a?b=1|，|或|www.x.cn|。|");
+    EXPECT_EQ(describe("(http://a.org/x).") , "(|http://a.org/x|)|.|");
+    EXPECT_EQ(describe("写信foo.bar@mail.example.com给"), "写|信|foo.bar@mail.example.com|给|");
+    EXPECT_EQ(describe("ｗｗｗ．ｐｅｏｐｌｅｄａｉｌｙ．ｃｏｍ．ｃｎ，"), "ｗｗｗ．ｐｅｏｐｌｅｄａｉｌｙ．ｃｏｍ．ｃｎ|，|");
+    // Numbers: a minus sign after no run, a decimal middle dot, a ratio, per
+    // mille; a list number keeps its full stop before a word.
+    EXPECT_EQ(describe("降-3.5%比３∶１约１５·６‰"), "降|-3.5%|比|３∶１|约|１５·６‰|");
+    EXPECT_EQ(describe("１．农村 1,5"), "１．|农|村|1,5|");
+    EXPECT_EQ(describe("5，6"), "5|，|6|");
+    // Latin words with inner marks; digits do not join a dash.
+    EXPECT_EQ(describe("ＣＤ—ＲＯＭ和AT&T及F-16与1997—1998"), "ＣＤ—ＲＯＭ|和|AT&T|及|F-16|与|1997|—|1998|");
+    // A long address is cut into pieces that fit, the later ones marked.
+    std::string url = "http://example.com/" + std::string(100, 'a');
+    std::string gb = vsgtest::Gb(url);
+    std::vector<Atom> atoms;
+    vsg::front::Atomise(gb.data(), 0, gb.size(), atoms);
+    ASSERT_EQ(atoms.size(), 2u);
+    EXPECT_FALSE(atoms[0].continuesPrevious);
+    EXPECT_TRUE(atoms[1].continuesPrevious);
+    EXPECT_LE(atoms[0].length, vsg::front::kMaxAtomBytes);
+}
+
+// Whole analyses with the shipped models.
+class WordFormsApiTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        REQUIRE_MODELS();
+        handle_ = vsglex_open(fronttest::ModelDir().c_str());
+        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
+    }
+    void TearDown() override { vsglex_close(handle_); }
+
+    // "word/tag" of every word, or of every corpus piece.
+    std::vector<std::string> Words(const std::string &text, bool pieces = false) {
+        vsglex_result *r = nullptr;
+        std::vector<std::string> out;
+        EXPECT_EQ(vsglex_analyze(handle_, text.data(), text.size(), VSGLEX_CHARSET_UTF8, 0, &r), VSGLEX_OK);
+        if (r == nullptr) return out;
+        size_t next = 0;  // pieces tile the words in order
+        for (size_t k = 0; k < r->word_count; ++k) {
+            const vsglex_word &w = r->words[k];
+            EXPECT_EQ(w.part_first, next);
+            EXPECT_GE(w.part_count, 1u);
+            next = w.part_first + w.part_count;
+            if (!pieces) {
+                out.push_back(std::string(w.text) + "/" + w.tag_name);
+                continue;
+            }
+            uint64_t at = w.offset;
+            std::string joined;
+            for (uint32_t q = w.part_first; q < next && q < r->part_count; ++q) {
+                const vsglex_part &p = r->parts[q];
+                EXPECT_EQ(p.offset, at);
+                at += p.length;
+                joined += p.text;
+                out.push_back(std::string(p.text) + "/" + p.tag_name);
+            }
+            EXPECT_EQ(at, w.offset + w.length);
+            EXPECT_EQ(joined, w.text);
+        }
+        EXPECT_EQ(next, r->part_count);
+        vsglex_result_free(r);
+        return out;
+    }
+    // True when `want` ("word/tag") is among the words.
+    static bool Has(const std::vector<std::string> &words, const std::string &want) {
+        for (const std::string &w : words)
+            if (w == want) return true;
+        return false;
+    }
+    static std::string Texts(const std::vector<std::string> &words) {
+        std::string out;
+        for (const std::string &w : words) out += w.substr(0, w.rfind('/')) + " ";
+        return out;
+    }
+
+    vsglex_handle *handle_ = nullptr;
+};
+
+TEST_F(WordFormsApiTest, DatesTimesNumbersAndOrdinals) {
+    auto w = Words("1998年5月12日上午10时30分，全市生产总值达55.6亿元，增长3.5%，新增30万人。");
+    for (const char *want : {"1998年/t", "5月/t", "12日/t", "10时/t", "30分/t", "55.6亿/m", "3.5%/m", "30万/m"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    w = Words("二○○一年十二月三十一日，共有四千三百一十三人参加第三次会议，占三分之一。");
+    for (const char *want : {"二○○一年/t", "十二月/t", "三十一日/t", "四千三百一十三/m", "第三/m", "三分之一/m"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    // A duration stays a number and a measure word.
+    w = Words("他工作了3年。");
+    EXPECT_TRUE(Has(w, "3/m")) << Texts(w);
+}
+
+TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
+    auto w = Words("OpenAI和WHO的专家访问了https://www.example.com/a?b=1，并写信到foo.bar@example.com。");
+    for (const char *want : {"OpenAI/nx", "WHO/nx", "https://www.example.com/a?b=1/nx", "foo.bar@example.com/nx"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    // An address longer than the engine's word field is still one word.
+    std::string url = "http://example.com/" + std::string(120, 'x');
+    w = Words("请访问" + url + "。");
+    EXPECT_TRUE(Has(w, url + "/nx")) << Texts(w);
+}
+
+TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
+    const char *pairs[][2] = {
+        {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},
+        {"他拿到了ISO9000证书和CD-ROM。", "他拿到了ＩＳＯ９０００证书和ＣＤ－ＲＯＭ。"},
+        {"第12届会议在10时开幕。", "第１２届会议在１０时开幕。"},
+    };
+    for (const auto &pair : pairs) {
+        auto half = Words(pair[0]), full = Words(pair[1]);
+        ASSERT_EQ(half.size(), full.size()) << Texts(half) << "| " << Texts(full);
+        for (size_t k = 0; k < half.size(); ++k) {
+            // The same characters (counted) and the same tag.
+            auto chars = [](const std::string &s) {
+                size_t n = 0;
+                for (unsigned char c : s.substr(0, s.rfind('/'))) n += (c & 0xC0) != 0x80;
+                return n;
+            };
+            EXPECT_EQ(chars(half[k]), chars(full[k])) << half[k] << " vs " << full[k];
+            EXPECT_EQ(half[k].substr(half[k].rfind('/')), full[k].substr(full[k].rfind('/')))
+                << half[k] << " vs " << full[k];
+        }
+    }
+}
+
+TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
+    // A Chinese person name: surname and given name; a compound surname
+    // stays together; a transliterated name and a place stay whole; an
+    // organisation gives its component words.
+    auto merged = Words("江泽民会见欧阳中石和克林顿，中央人民广播电台在北京报道。");
+    auto pieces = Words("江泽民会见欧阳中石和克林顿，中央人民广播电台在北京报道。", true);
+    EXPECT_TRUE(Has(merged, "江泽民/nr")) << Texts(merged);
+    for (const char *want : {"江/nr", "泽民/nr", "欧阳/nr", "中石/nr", "克林顿/nrf", "北京/ns", "中央/n", "电台/n"})
+        EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
+    EXPECT_FALSE(Has(pieces, "中央人民广播电台/nt")) << Texts(pieces);
+    // Words that are no names have exactly themselves as their piece.
+    auto plain = Words("我们今天去学校。"), plainPieces = Words("我们今天去学校。", true);
+    EXPECT_EQ(plain, plainPieces);
+}
+
+}  // namespace
