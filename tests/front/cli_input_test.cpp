@@ -18,6 +18,8 @@
 
 namespace {
 
+using fronttest::Convert;
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kSanitized = true;
 #elif defined(__has_feature)
@@ -50,18 +52,6 @@ CliRun Vsglex(const std::string &args, const std::string &input = "", const std:
     int status = std::system(cmd.c_str());
     return CliRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, vsgtest::ReadFile(dir.file("out")),
                vsgtest::ReadFile(dir.file("err"))};
-}
-
-std::string Convert(const std::string &in, const char *to) {
-    iconv_t cd = iconv_open(to, "UTF-8");
-    std::string out(in.size() * 4 + 4, '\0');
-    char *src = const_cast<char *>(in.data());
-    size_t left = in.size(), room = out.size();
-    char *dst = out.data();
-    EXPECT_NE(iconv(cd, &src, &left, &dst, &room), static_cast<size_t>(-1)) << to;
-    iconv_close(cd);
-    out.resize(out.size() - room);
-    return out;
 }
 
 std::vector<std::string> Lines(const std::string &s) {

@@ -14,17 +14,7 @@
 
 namespace {
 
-std::string Convert(const std::string &in, const char *to) {
-    iconv_t cd = iconv_open(to, "UTF-8");
-    std::string out(in.size() * 4 + 4, '\0');
-    char *src = const_cast<char *>(in.data());
-    size_t left = in.size(), room = out.size();
-    char *dst = out.data();
-    EXPECT_NE(iconv(cd, &src, &left, &dst, &room), static_cast<size_t>(-1)) << to;
-    iconv_close(cd);
-    out.resize(out.size() - room);
-    return out;
-}
+using fronttest::Convert;
 
 std::string Sample() { return vsgtest::ReadFile(fronttest::SourceDir() + "/examples/sample.txt"); }
 
