@@ -66,6 +66,34 @@ bool ReadFile(const char *path, std::string *out, std::string *error) {
     return !bad;
 }
 
+// Runs `body`, turning an allocation failure into VSGLEX_ERR_MEMORY: no
+// exception may leave the C interface.
+template <typename Body>
+int32_t GuardMemory(Body body) {
+    try {
+        return body();
+    } catch (...) {
+        SetLastError("out of memory");
+        return VSGLEX_ERR_MEMORY;
+    }
+}
+
+// Checks the handle and word arguments of the user-word functions and
+// converts the word to the engine's text; false (last error set) when they
+// are unusable.
+bool UserWordArgument(const vsglex_handle *handle, const char *word, UserEntryText *entry) {
+    if (handle == nullptr || word == nullptr) {
+        SetLastError("invalid argument");
+        return false;
+    }
+    std::string error;
+    if (!UserWordToGb(word, entry, &error)) {
+        SetLastError("invalid user word: " + error);
+        return false;
+    }
+    return true;
+}
+
 const DictSEntry *CoreEntry(const SegmentEngine *engine, const char *word, size_t length) {
     if (engine == nullptr || length == 0 || length > 80) return nullptr;
     char key[81];
@@ -143,7 +171,7 @@ VSGLEX_API int32_t vsglex_add_user_dict(vsglex_handle *handle, const char *path)
         SetLastError("invalid argument");
         return VSGLEX_ERR_ARGUMENT;
     }
-    try {
+    return GuardMemory([&]() -> int32_t {
         std::string text, error;
         if (!ReadFile(path, &text, &error)) {
             SetLastError(error);
@@ -157,24 +185,13 @@ VSGLEX_API int32_t vsglex_add_user_dict(vsglex_handle *handle, const char *path)
         }
         HandleUserWords(handle).Update(entries, {});
         return VSGLEX_OK;
-    } catch (...) {
-        SetLastError("out of memory");
-        return VSGLEX_ERR_MEMORY;
-    }
+    });
 }
 
 VSGLEX_API int32_t vsglex_add_user_word(vsglex_handle *handle, const char *word, int64_t count, const char *tag) {
-    if (handle == nullptr || word == nullptr) {
-        SetLastError("invalid argument");
-        return VSGLEX_ERR_ARGUMENT;
-    }
-    try {
+    return GuardMemory([&]() -> int32_t {
         UserEntryText e;
-        std::string error;
-        if (!UserWordToGb(word, &e, &error)) {
-            SetLastError("invalid user word: " + error);
-            return VSGLEX_ERR_ARGUMENT;
-        }
+        if (!UserWordArgument(handle, word, &e)) return VSGLEX_ERR_ARGUMENT;
         if (count >= 0) {
             if (static_cast<double>(count) > kUserMaxCount) {
                 SetLastError("user word count above 10^15");
@@ -191,33 +208,19 @@ VSGLEX_API int32_t vsglex_add_user_word(vsglex_handle *handle, const char *word,
         }
         HandleUserWords(handle).Update({e}, {});
         return VSGLEX_OK;
-    } catch (...) {
-        SetLastError("out of memory");
-        return VSGLEX_ERR_MEMORY;
-    }
+    });
 }
 
 VSGLEX_API int32_t vsglex_remove_user_word(vsglex_handle *handle, const char *word) {
-    if (handle == nullptr || word == nullptr) {
-        SetLastError("invalid argument");
-        return VSGLEX_ERR_ARGUMENT;
-    }
-    try {
+    return GuardMemory([&]() -> int32_t {
         UserEntryText e;
-        std::string error;
-        if (!UserWordToGb(word, &e, &error)) {
-            SetLastError("invalid user word: " + error);
-            return VSGLEX_ERR_ARGUMENT;
-        }
+        if (!UserWordArgument(handle, word, &e)) return VSGLEX_ERR_ARGUMENT;
         UserWords &words = HandleUserWords(handle);
         auto snapshot = words.Snapshot();
         if (snapshot == nullptr || !snapshot->Contains(e.gb)) return 0;
         words.Update({}, {e.gb});
         return 1;
-    } catch (...) {
-        SetLastError("out of memory");
-        return VSGLEX_ERR_MEMORY;
-    }
+    });
 }
 
 VSGLEX_API size_t vsglex_user_word_count(const vsglex_handle *handle) {
