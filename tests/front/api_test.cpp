@@ -16,28 +16,9 @@ namespace {
 
 using fronttest::Convert;
 
-std::string ToUtf8(const std::string &in, const char *from) {
-    iconv_t cd = iconv_open("UTF-8", from);
-    std::string out(in.size() * 3 + 4, '\0');
-    char *src = const_cast<char *>(in.data());
-    size_t left = in.size(), room = out.size();
-    char *dst = out.data();
-    iconv(cd, &src, &left, &dst, &room);
-    iconv_close(cd);
-    out.resize(out.size() - room);
-    return out;
-}
-
-// A handle on the shipped models, closed at the end of the test.
-class ApiTest : public ::testing::Test {
+// Analyses through a handle on the shipped models.
+class ApiTest : public fronttest::ShippedModelsTest {
 protected:
-    void SetUp() override {
-        REQUIRE_MODELS();
-        handle_ = vsglex_open(fronttest::ModelDir().c_str());
-        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
-    }
-    void TearDown() override { vsglex_close(handle_); }
-
     // Words of one analysis as "text/tag" plus the raw result.
     struct Out {
         std::vector<std::string> words;
@@ -63,7 +44,6 @@ protected:
         return out;
     }
 
-    vsglex_handle *handle_ = nullptr;
 };
 
 std::string Sample() { return vsgtest::ReadFile(fronttest::SourceDir() + "/examples/sample.txt"); }
@@ -78,7 +58,7 @@ void ExpectOffsetsMatch(const std::string &original, const char *charset, const 
         const vsglex_word &w = words[k];
         ASSERT_GE(w.offset, pos);
         ASSERT_LE(w.offset + w.length, original.size());
-        EXPECT_EQ(ToUtf8(original.substr(w.offset, w.length), charset), texts[k]) << "at " << w.offset;
+        EXPECT_EQ(Convert(original.substr(w.offset, w.length), "UTF-8", charset), texts[k]) << "at " << w.offset;
         pos = w.offset + w.length;
     }
 }

@@ -29,15 +29,8 @@ struct Words {
     std::vector<uint64_t> invalid;
 };
 
-class InputTest : public ::testing::Test {
+class InputTest : public fronttest::ShippedModelsTest {
 protected:
-    void SetUp() override {
-        REQUIRE_MODELS();
-        handle_ = vsglex_open(fronttest::ModelDir().c_str());
-        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
-    }
-    void TearDown() override { vsglex_close(handle_); }
-
     Words Analyze(const std::string &text, int32_t charset, uint32_t flags = 0) {
         Words out;
         vsglex_result *r = nullptr;
@@ -57,7 +50,6 @@ protected:
         return out;
     }
 
-    vsglex_handle *handle_ = nullptr;
 };
 
 // Tags and name classes from word `from` on.

@@ -63,15 +63,8 @@ TEST(UserDictParse, FormsCommentsAndLineNumberedErrors) {
 }
 
 // A handle on the shipped models with helpers for user words.
-class UserWordsTest : public ::testing::Test {
+class UserWordsTest : public fronttest::ShippedModelsTest {
 protected:
-    void SetUp() override {
-        REQUIRE_MODELS();
-        handle_ = vsglex_open(fronttest::ModelDir().c_str());
-        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
-    }
-    void TearDown() override { vsglex_close(handle_); }
-
     std::string Write(const std::string &name, const std::string &text) {
         std::string path = dir_.path() + "/" + name;
         std::ofstream(path, std::ios::binary) << text;
@@ -79,7 +72,6 @@ protected:
     }
 
     vsgtest::TempDir dir_;
-    vsglex_handle *handle_ = nullptr;
 };
 
 // "word/tag word/tag ..." of a UTF-8 text.

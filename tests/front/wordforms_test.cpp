@@ -147,15 +147,8 @@ TEST(NumberWordsTest, AtomsOfAddressesNumbersAndLatinWords) {
 }
 
 // Whole analyses with the shipped models.
-class WordFormsApiTest : public ::testing::Test {
+class WordFormsApiTest : public fronttest::ShippedModelsTest {
 protected:
-    void SetUp() override {
-        REQUIRE_MODELS();
-        handle_ = vsglex_open(fronttest::ModelDir().c_str());
-        ASSERT_NE(handle_, nullptr) << vsglex_last_error();
-    }
-    void TearDown() override { vsglex_close(handle_); }
-
     // "word/tag" of every word, or of every corpus piece.
     std::vector<std::string> Words(const std::string &text, bool pieces = false) {
         vsglex_result *r = nullptr;
@@ -200,7 +193,6 @@ protected:
         return out;
     }
 
-    vsglex_handle *handle_ = nullptr;
 };
 
 TEST_F(WordFormsApiTest, DatesTimesNumbersAndOrdinals) {
