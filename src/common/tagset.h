@@ -10,6 +10,9 @@
 
 namespace vsg {
 
+// Part-of-speech tags of the sentence boundary words (start and end).
+inline constexpr uint8_t kSentenceBeginTag = 0;
+inline constexpr uint8_t kSentenceEndTag = 1;
 // Part-of-speech tags of the name classes.
 inline constexpr uint8_t kPersonTag = 24;          // nr
 inline constexpr uint8_t kOtherProperTag = 25;     // nz
