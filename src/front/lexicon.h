@@ -83,8 +83,6 @@ public:
     // Cost of a word (negative log of its relative count), or a negative
     // value when the lexicon does not hold it as a word.
     double WordCost(const char *word, size_t length) const;
-    // Number of words held.
-    size_t WordCount() const { return words_; }
     // Number of person words left out by LexiconOptions::minPersonWordChars.
     size_t PersonFragments() const { return fragments_; }
 

@@ -177,15 +177,11 @@ LoadFault LoadAffixBinary(const char *path, Dictionary *dict) noexcept {
 extern "C" {
 
 int32_t Dictionary_Load(const char *path, Dictionary *dict) {
-    const vsg::model::LoadFault fault = vsg::model::LoadAffixText(path, dict);
-    vsg::model::PrintTextFault(fault, path);
-    return fault == vsg::model::LoadFault::kNone ? 1 : -1;
+    return vsg::model::AnswerTextLoad(vsg::model::LoadAffixText(path, dict), path);
 }
 
 int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
-    const vsg::model::LoadFault fault = vsg::model::LoadAffixBinary(path, dict);
-    vsg::model::PrintBinaryFault(fault);
-    return fault == vsg::model::LoadFault::kNone ? 1 : -1;
+    return vsg::model::AnswerBinaryLoad(vsg::model::LoadAffixBinary(path, dict));
 }
 
 int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {

@@ -211,15 +211,11 @@ LoadFault LoadCoreBinary(const char *path, DictionaryS *dict) noexcept {
 extern "C" {
 
 int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
-    const vsg::model::LoadFault fault = vsg::model::LoadCoreText(path, dict);
-    vsg::model::PrintTextFault(fault, path);
-    return fault == vsg::model::LoadFault::kNone ? 1 : -1;
+    return vsg::model::AnswerTextLoad(vsg::model::LoadCoreText(path, dict), path);
 }
 
 int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
-    const vsg::model::LoadFault fault = vsg::model::LoadCoreBinary(path, dict);
-    vsg::model::PrintBinaryFault(fault);
-    return fault == vsg::model::LoadFault::kNone ? 1 : -1;
+    return vsg::model::AnswerBinaryLoad(vsg::model::LoadCoreBinary(path, dict));
 }
 
 int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {

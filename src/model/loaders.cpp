@@ -30,6 +30,16 @@ void PrintBinaryFault(LoadFault fault) noexcept {
     std::fwrite(kMessage, 1, sizeof kMessage - 1, stderr);
 }
 
+int32_t AnswerTextLoad(LoadFault fault, const char *path) noexcept {
+    PrintTextFault(fault, path);
+    return fault == LoadFault::kNone ? 1 : -1;
+}
+
+int32_t AnswerBinaryLoad(LoadFault fault) noexcept {
+    PrintBinaryFault(fault);
+    return fault == LoadFault::kNone ? 1 : -1;
+}
+
 LoadFault LoadCoreFile(const char *path, DictionaryS *dict, Messages messages) noexcept {
     const bool print = messages == Messages::kAsExported;
     LoadFault fault = LoadCoreBinary(path, dict);

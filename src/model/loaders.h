@@ -5,6 +5,8 @@
 #ifndef VSGLEX_SRC_MODEL_LOADERS_H
 #define VSGLEX_SRC_MODEL_LOADERS_H
 
+#include <cstdint>
+
 #include "vsglex/model.h"
 
 namespace vsg::model {
@@ -30,6 +32,10 @@ enum class Messages { kQuiet, kAsExported };
 // on standard error for a binary form of another version.
 void PrintTextFault(LoadFault fault, const char *path) noexcept;
 void PrintBinaryFault(LoadFault fault) noexcept;
+// The answer of an exported loader of a text or binary form: prints the
+// message of the fault as above, then 1 when it loaded, else -1.
+int32_t AnswerTextLoad(LoadFault fault, const char *path) noexcept;
+int32_t AnswerBinaryLoad(LoadFault fault) noexcept;
 
 // Core dictionary, text and binary forms.
 LoadFault LoadCoreText(const char *path, DictionaryS *dict) noexcept;
