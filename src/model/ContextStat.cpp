@@ -70,17 +70,12 @@ void WriteCount(BinaryWriter &out, const int32_t *table, int index) {
 
 }  // namespace
 
-extern "C" {
-
-}  // extern "C"
-
 namespace vsg::model {
 
 LoadFault LoadContextRaw(const char *path, ContextStat *model) noexcept {
-    File fp = OpenFile(path, "rb");
-    if (!fp) return LoadFault::kCannotOpen;
-    if (model == nullptr) return LoadFault::kNoRecord;
-    ContextStat_Free(model);
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "rb", model, ContextStat_Free, fp); open != LoadFault::kNone)
+        return open;
 
     uint8_t n = 0;
     if (std::fread(&n, 1, 1, fp.get()) != 1) n = 0;

@@ -117,10 +117,9 @@ int ComparePos(const void *a, const void *b) { return vsg::model::CompareHash<Di
 namespace vsg::model {
 
 LoadFault LoadAffixText(const char *path, Dictionary *dict) noexcept {
-    File fp = OpenFile(path, "r");
-    if (!fp) return LoadFault::kCannotOpen;
-    if (dict == nullptr) return LoadFault::kNoRecord;
-    Dictionary_Free(dict);
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", dict, Dictionary_Free, fp); open != LoadFault::kNone)
+        return open;
 
     const auto countLines = [](FILE *f) {
         int64_t lines = 0;

@@ -158,11 +158,11 @@ int CompareDictSPos(const void *a, const void *b) { return vsg::model::CompareHa
 namespace vsg::model {
 
 LoadFault LoadCoreText(const char *path, DictionaryS *dict) noexcept {
-    File fp = OpenFile(path, "r");
-    if (!fp) return LoadFault::kCannotOpen;
-    if (dict == nullptr) return LoadFault::kNoRecord;
-    // A record that failed an earlier load still owns its partial tables.
-    DictionaryS_Free(dict);
+    // A record that failed an earlier load still owns its partial tables:
+    // they are released first.
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", dict, DictionaryS_Free, fp); open != LoadFault::kNone)
+        return open;
 
     const LoadFault fault = ReadTextEntries(fp, path, INT32_MAX, dict->entries, dict->count, CountRecords,
                                             [dict](FILE *f) { return LoadRecords(f, dict); });

@@ -60,10 +60,8 @@ bool Store(POSmap *map, int32_t &capacity, const char *token) {
 namespace vsg::model {
 
 LoadFault LoadTagMap(const char *path, POSmap *map) noexcept {
-    File fp = OpenFile(path, "r");
-    if (!fp) return LoadFault::kCannotOpen;
-    if (map == nullptr) return LoadFault::kNoRecord;
-    POSmap_Free(map);
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", map, POSmap_Free, fp); open != LoadFault::kNone) return open;
 
     const uint32_t lines = GetFileLinesCount(fp.get());
     int32_t capacity = lines > INT32_MAX / 2 ? INT32_MAX / 2 : static_cast<int32_t>(lines);

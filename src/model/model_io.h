@@ -52,6 +52,18 @@ inline File OpenFile(const char *path, const char *mode) noexcept {
     return File(fp);
 }
 
+// Opens `path` with `mode` for a load into `record`: kCannotOpen when it
+// cannot be opened, kNoRecord without a record; otherwise releases what the
+// record still owns (`release`) and answers kNone with the file in `fp`.
+template <typename Record>
+LoadFault OpenForLoad(const char *path, const char *mode, Record *record, void (*release)(Record *), File &fp) noexcept {
+    fp = OpenFile(path, mode);
+    if (!fp) return LoadFault::kCannotOpen;
+    if (record == nullptr) return LoadFault::kNoRecord;
+    release(record);
+    return LoadFault::kNone;
+}
+
 // Bytes from the current position to the end of the file (0 when unknown).
 inline uint64_t BytesLeft(FILE *fp) noexcept {
     const long here = std::ftell(fp);
