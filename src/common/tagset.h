@@ -54,6 +54,11 @@ inline constexpr bool IsFunctionWordTag(int tag) {
     }
 }
 
+// Function-word or punctuation tags: the organisation recogniser does not
+// start a name after a word whose main tag is one; the trainer gives such
+// words no floor on their person and place role rows.
+inline constexpr bool IsFunctionOrPunctTag(int tag) { return IsFunctionWordTag(tag) || IsPunctTag(tag); }
+
 // Role of a word outside any name, by name role set.
 inline constexpr int32_t kPersonDefaultRole = 22;
 inline constexpr int32_t kPlaceDefaultRole = 17;
