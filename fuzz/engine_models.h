@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "common/model_files.h"
+
 namespace vsgfuzz {
 
 // Vocabulary (GB2312): class words, boundary words, single characters and a
@@ -83,11 +85,6 @@ inline std::string CoreDictionary() {
     return out;
 }
 
-// The twelve model files, written into `dir` (which ends with a separator).
-inline const char *const kModelFiles[] = {"coredict.dct", "lexical.ctx",  "nr.ctx",         "ns.ctx",
-                                          "nt.ctx",       "zyrpos30.map", "nr.map",         "ns.map",
-                                          "nt.map",       "name_pre.dct", "loc_suffix.dct", "org_suffix.dct"};
-
 inline void WriteEngineModels(const std::string &base) {
     Put(base + "coredict.dct", CoreDictionary());
     Put(base + "lexical.ctx", Context(95));
@@ -107,7 +104,7 @@ inline void WriteEngineModels(const std::string &base) {
 
 // Removes what WriteEngineModels wrote.
 inline void RemoveEngineModels(const std::string &base) {
-    for (const char *f : kModelFiles) std::remove((base + f).c_str());
+    for (const vsg::ModelFileSpec &f : vsg::kModelFiles) std::remove((base + f.name).c_str());
 }
 
 }  // namespace vsgfuzz

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Checks that every folder of src/ includes only what its README allows: the
 # folders named as `src/NAME` in the paragraph that starts "May depend on:".
-# Public headers (vsglex/...) are open to all.
+# Public headers (vsglex/...) are open to all. The folder's CMakeLists.txt
+# must link (target_link_libraries) exactly those folders, which is what the
+# build enforces.
 set -euo pipefail
 src=$1
 status=0
@@ -20,6 +22,12 @@ for dir in "$src"/*/; do
     echo "src/$name/README.md has no 'May depend on:' paragraph"
     status=1
     continue
+  fi
+  linked=$(sed -n "s/^target_link_libraries(vsglex_$name PRIVATE \(.*\))/\1/p" "$dir/CMakeLists.txt" 2>/dev/null |
+           tr ' ' '\n' | sed -n 's/^vsglex_//p' | sort -u || true)
+  if [ "$linked" != "$allowed" ]; then
+    echo "src/$name/CMakeLists.txt links [$(echo $linked)], its README allows [$(echo $allowed)]"
+    status=1
   fi
   while IFS= read -r line; do
     file=${line%%:*}

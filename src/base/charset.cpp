@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/charset_tables.h"
+#include "common/utf8.h"
 #include "vsglex/charset.h"
 #include "vsglex/tlsinst.h"
 
@@ -231,27 +232,13 @@ VSGLEX_API int32_t _T_UnicodeToBIG5(uint32_t code, char *out) {
 VSGLEX_API uint32_t _T_UTF8ToUnicode(const char *bytes, uint32_t *length) {
     SetLength(length, 0);
     if (!bytes) return 0;
-    const auto *b = reinterpret_cast<const unsigned char *>(bytes);
-    if (b[0] < 0x80) {
-        SetLength(length, 1);
-        return b[0];
-    }
-    uint32_t n, code, min;
-    if (b[0] >= 0xC2 && b[0] <= 0xDF) {
-        n = 2, code = b[0] & 0x1Fu, min = 0x80;
-    } else if (b[0] >= 0xE0 && b[0] <= 0xEF) {
-        n = 3, code = b[0] & 0x0Fu, min = 0x800;
-    } else if (b[0] >= 0xF0 && b[0] <= 0xF4) {
-        n = 4, code = b[0] & 0x07u, min = 0x10000;
-    } else {
-        return 0;
-    }
-    for (uint32_t i = 1; i < n; ++i) {
-        if ((b[i] & 0xC0) != 0x80) return 0;  // also stops at the NUL
-        code = (code << 6) | (b[i] & 0x3Fu);
-    }
-    if (code < min || code > 0x10FFFF) return 0;
-    SetLength(length, n);
+    // Decoding stops at the first byte that does not continue the
+    // sequence, the terminating NUL included.
+    uint32_t code = 0;
+    const size_t n = vsg::DecodeUtf8(reinterpret_cast<const unsigned char *>(bytes), 4, &code,
+                                     vsg::Surrogates::kAccept);
+    if (n == 0) return 0;
+    SetLength(length, static_cast<uint32_t>(n));
     return code;
 }
 

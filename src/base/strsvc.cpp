@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "common/utf8.h"
 #include "vsglex/charset.h"
 
 namespace {
@@ -18,11 +19,10 @@ int CharLength(const unsigned char *p, uint32_t charset) {
         return (p[1] >= '0' && p[1] <= '9') ? 4 : 2;
     case 2:
         return (b == 0x80 || b == 0xFF) ? 1 : 2;
-    case 3:
-        if (b >= 0xC2 && b <= 0xDF) return 2;
-        if (b >= 0xE0 && b <= 0xEF) return 3;
-        if (b >= 0xF0 && b <= 0xF4) return 4;
-        return 1;
+    case 3: {
+        const int n = vsg::Utf8SequenceLength(b);
+        return n == 0 ? 1 : n;
+    }
     default:
         return 1;
     }

@@ -10,6 +10,10 @@
 
 namespace vsg {
 
+// Version word that opens the binary forms of the model files this build
+// reads and writes.
+inline constexpr uint32_t kModelBinaryVersion = 4;
+
 // What a model file holds.
 enum class ModelKind { kCore, kContext, kMap, kAffix };
 

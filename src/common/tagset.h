@@ -10,6 +10,9 @@
 
 namespace vsg {
 
+// Part-of-speech tags of the sentence boundary words (start and end).
+inline constexpr uint8_t kSentenceBeginTag = 0;
+inline constexpr uint8_t kSentenceEndTag = 1;
 // Part-of-speech tags of the name classes.
 inline constexpr uint8_t kPersonTag = 24;          // nr
 inline constexpr uint8_t kOtherProperTag = 25;     // nz
@@ -50,6 +53,11 @@ inline constexpr bool IsFunctionWordTag(int tag) {
         return tag >= 54 && tag <= 67;
     }
 }
+
+// Function-word or punctuation tags: the organisation recogniser does not
+// start a name after a word whose main tag is one; the trainer gives such
+// words no floor on their person and place role rows.
+inline constexpr bool IsFunctionOrPunctTag(int tag) { return IsFunctionWordTag(tag) || IsPunctTag(tag); }
 
 // Role of a word outside any name, by name role set.
 inline constexpr int32_t kPersonDefaultRole = 22;

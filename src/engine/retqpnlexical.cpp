@@ -2,6 +2,7 @@
 // pipeline in person mode, copies tags back, regroups merged items and
 // filters function words.
 #include "common/tagset.h"
+#include "common/utf8.h"
 #include "vsglex/lexical.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ int32_t CharacterCount(const char *text, int32_t charset) {
     if (charset == 1 || charset == 2)
         single = lead < 129 || lead == 255;
     else if (charset == kUtf8)
-        single = lead < 0xC2 || lead > 0xF4;
+        single = vsg::Utf8SequenceLength(lead) < 2;
     else
         single = true;
     if (single) return 1;

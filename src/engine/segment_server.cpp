@@ -12,6 +12,7 @@
 #include "engine/blank_items.h"
 #include "engine/class_rows.h"
 #include "engine/instance.h"
+#include "model/loaders.h"
 #include "tagging/Span.h"
 #include "vsglex/engine.h"
 #include "vsglex/utility.h"
@@ -28,44 +29,32 @@ constexpr size_t kPathMax = 1024;
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
 
-// Loads the core dictionary, binary form first, then the text form of the
-// same file. What a failed binary attempt allocated is released first so
-// the text loader starts from an empty record.
-bool LoadCore(const char *path, DictionaryS *dict) {
-    if (DictionaryS_LoadBinary(path, dict) >= 0) return true;
-    DictionaryS_Free(dict);
-    memset(dict, 0, sizeof *dict);
-    return DictionaryS_Load(path, dict) >= 0;
-}
-
-// Loads a context model, versioned form first, then the raw form.
-bool LoadContext(const char *path, ContextStat *model) {
-    if (ContextStat_LoadBinary(path, model) >= 0) return true;
-    ContextStat_Free(model);
-    memset(model, 0, sizeof *model);
-    return ContextStat_Load(path, model) >= 0;
-}
-
-// Loaders of one model file into its place in the engine.
-bool LoadCoreOf(const char *path, SegmentEngine *e) { return LoadCore(path, &e->core); }
-template <int Tag>
-bool LoadContextOf(const char *path, SegmentEngine *e) {
-    return LoadContext(path, &e->tagModels[Tag].model);
+// Loaders of one model file into its place in the engine (model/loaders.h
+// gives the order of forms); `m` says whether they print as the exported
+// loaders do.
+using vsg::model::LoadFault;
+using vsg::model::Messages;
+bool LoadCoreOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadCoreFile(path, &e->core, m) == LoadFault::kNone;
 }
 template <int Tag>
-bool LoadMapOf(const char *path, SegmentEngine *e) {
-    return POSmap_Load(path, &e->tagModels[Tag].map) >= 0;
+bool LoadContextOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadContextFile(path, &e->tagModels[Tag].model, m) == LoadFault::kNone;
+}
+template <int Tag>
+bool LoadMapOf(const char *path, SegmentEngine *e, Messages) {
+    return vsg::model::LoadTagMap(path, &e->tagModels[Tag].map) == LoadFault::kNone;
 }
 template <int Affix>
-bool LoadAffixOf(const char *path, SegmentEngine *e) {
-    return Dictionary_Load(path, &e->affix[Affix]) >= 0;
+bool LoadAffixOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadAffixFile(path, &e->affix[Affix], m) == LoadFault::kNone;
 }
 
 // Loads every model of `dir` (which ends with a separator or is empty) into
 // `e` in the fixed order; 0, or the status of the first file that failed.
-int32_t LoadModels(SegmentEngine *e, const char *dir) {
+int32_t LoadModels(SegmentEngine *e, const char *dir, Messages messages) {
     // The loader of each file of vsg::kModelFiles, in the same order.
-    using Loader = bool (*)(const char *, SegmentEngine *);
+    using Loader = bool (*)(const char *, SegmentEngine *, Messages);
     static constexpr Loader kLoaders[] = {
         LoadCoreOf,                           // coredict.dct
         LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
@@ -84,7 +73,7 @@ int32_t LoadModels(SegmentEngine *e, const char *dir) {
     char path[kPathMax + 32];
     for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
         GetFullFileName(path, dir, vsg::kModelFiles[i].name);
-        if (!kLoaders[i](path, e)) return vsg::kModelFiles[i].status;
+        if (!kLoaders[i](path, e, messages)) return vsg::kModelFiles[i].status;
     }
     return 0;
 }
@@ -279,7 +268,7 @@ void Emit(const SpanWord *words, const WordList *input, WordList *output, int32_
 
 // Loads the model files of `directory` into the zero-filled `engine`; 0 or
 // the status of the first file that failed.
-int32_t LoadInto(SegmentEngine *engine, const char *directory) {
+int32_t LoadInto(SegmentEngine *engine, const char *directory, Messages messages) {
     if (directory == nullptr) directory = "";
     const size_t len = strlen(directory);
     // The longest model file name and the joining separator must fit too.
@@ -290,7 +279,7 @@ int32_t LoadInto(SegmentEngine *engine, const char *directory) {
         dir[len] = '/';
         dir[len + 1] = '\0';
     }
-    return LoadModels(engine, dir);
+    return LoadModels(engine, dir, messages);
 }
 
 }  // namespace
@@ -307,7 +296,7 @@ int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
     g_mSEG = engine;
     if (engine == nullptr) return VSG_ERR_COREDICT;
-    const int32_t status = LoadInto(engine, directory);
+    const int32_t status = LoadInto(engine, directory, Messages::kAsExported);
     if (status != 0) return status;
     if (handle != nullptr) *handle = engine;
     g_bTag = 1;
@@ -409,7 +398,7 @@ namespace vsg::engine {
 
 SegmentEngine *LoadInstance(const char *directory, int32_t *status) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
-    int32_t result = engine != nullptr ? LoadInto(engine, directory) : VSG_ERR_COREDICT;
+    int32_t result = engine != nullptr ? LoadInto(engine, directory, Messages::kQuiet) : VSG_ERR_COREDICT;
     if (status != nullptr) *status = result;
     if (result == 0) return engine;
     FreeInstance(engine);

@@ -74,7 +74,9 @@ public:
         }
         return c;
     }
-    bool IsA1(size_t i, unsigned char second) const {
+    // True when the text at i is the GB symbol 0xA1 `second` (row A1 holds
+    // the punctuation marks and signs).
+    bool IsGbSymbolAt(size_t i, unsigned char second) const {
         return i + 1 < end_ && t_[i] == 0xA1 && t_[i + 1] == second;
     }
 
@@ -146,7 +148,7 @@ public:
                 p += sep;
                 continue;
             }
-            if (c.ascii == '%' || IsA1(p, kPerMille)) p += c.len;
+            if (c.ascii == '%' || IsGbSymbolAt(p, kPerMille)) p += c.len;
             return p;
         }
     }
@@ -163,7 +165,7 @@ public:
                 continue;
             }
             size_t sep = 0;
-            if (c.ascii == '-' || c.ascii == '&' || c.ascii == '.' || (c.len == 2 && IsA1(p, kEmDash)))
+            if (c.ascii == '-' || c.ascii == '&' || c.ascii == '.' || (c.len == 2 && IsGbSymbolAt(p, kEmDash)))
                 sep = c.len;
             Ch next = At(p + sep);
             if (sep != 0 && (next.cls == Cls::kDigit || next.cls == Cls::kLetter)) {
@@ -178,7 +180,7 @@ public:
     size_t NumberSeparator(size_t p, const Ch &c) const {
         if (c.ascii == '.' || c.ascii == ':' || c.ascii == '/') return c.len;
         if (c.ascii == ',' && !c.wide) return 1;  // the full-width comma separates words
-        if (IsA1(p, kMiddleDot) || IsA1(p, kRatioColon)) return 2;
+        if (IsGbSymbolAt(p, kMiddleDot) || IsGbSymbolAt(p, kRatioColon)) return 2;
         return 0;
     }
 

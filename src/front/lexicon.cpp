@@ -132,7 +132,7 @@ bool Lexicon::Build(const DictionaryS &dict, const LexiconOptions &options) {
 bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions &options) {
     slots_.clear();
     keys_.clear();
-    used_ = words_ = fragments_ = maxBytes_ = 0;
+    used_ = words_ = maxBytes_ = 0;
     directCost_.assign(0x10000, -1.0f);
     directLonger_.assign(0x10000, 0);
     bloom_.assign(kBloomBits / 64, 0);
@@ -148,10 +148,8 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
         // longer unknown name: cutting it as a word would hide the single
         // characters the person recogniser works on.
         if (w.text.size() > 2 && w.personCount * 2.0 >= w.count &&
-            static_cast<long>(w.text.size()) < 2L * options.minPersonWordChars) {
-            ++fragments_;
+            static_cast<long>(w.text.size()) < 2L * options.minPersonWordChars)
             continue;
-        }
         counts[e] = w.count;
         total += w.count;
     }
@@ -221,12 +219,6 @@ void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t c
                 if (v > marks[m].inside) marks[m].inside = v;
         }
     }
-}
-
-double Lexicon::WordCost(const char *word, size_t length) const {
-    if (slots_.empty()) return -1.0;
-    const Slot *s = Find(HashMore(kFnvBasis, word, length), word, length);
-    return s != nullptr && s->isWord ? s->cost : -1.0;
 }
 
 void Lexicon::Cut(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends,

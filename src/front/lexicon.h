@@ -80,13 +80,6 @@ public:
     // the longest word of two or more atoms starting there, ending there and
     // covering it with atoms on both sides; marks gets n entries.
     void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
-    // Cost of a word (negative log of its relative count), or a negative
-    // value when the lexicon does not hold it as a word.
-    double WordCost(const char *word, size_t length) const;
-    // Number of words held.
-    size_t WordCount() const { return words_; }
-    // Number of person words left out by LexiconOptions::minPersonWordChars.
-    size_t PersonFragments() const { return fragments_; }
 
 private:
     // One key: keys of up to 8 bytes are held in the slot itself (most
@@ -118,7 +111,6 @@ private:
     std::vector<uint64_t> bloom_;
     size_t used_ = 0;
     size_t words_ = 0;
-    size_t fragments_ = 0;
     size_t maxBytes_ = 0;
     double unknownCost_ = 20.0;  // a Chinese or other character the lexicon lacks
     double runCost_ = 10.0;      // a number or letter run the lexicon lacks

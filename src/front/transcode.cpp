@@ -6,6 +6,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "common/utf8.h"
 #include "front/atoms.h"
 #include "vsglex/charset.h"
 
@@ -95,32 +96,7 @@ inline void Emit(WorkText &w, const char *bytes, size_t len, uint32_t s, uint32_
 }  // namespace
 
 size_t Utf8CharLength(const unsigned char *s, size_t n, uint32_t *code) {
-    if (n == 0) return 0;
-    unsigned char c = s[0];
-    if (c < 0x80) {
-        *code = c;
-        return 1;
-    }
-    size_t len;
-    uint32_t cp;
-    uint32_t min;
-    if (c >= 0xC2 && c <= 0xDF) {
-        len = 2, cp = c & 0x1F, min = 0x80;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-        len = 3, cp = c & 0x0F, min = 0x800;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-        len = 4, cp = c & 0x07, min = 0x10000;
-    } else {
-        return 0;
-    }
-    if (n < len) return 0;
-    for (size_t k = 1; k < len; ++k) {
-        if ((s[k] & 0xC0) != 0x80) return 0;
-        cp = (cp << 6) | (s[k] & 0x3F);
-    }
-    if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return 0;
-    *code = cp;
-    return len;
+    return vsg::DecodeUtf8(s, n, code, vsg::Surrogates::kReject);
 }
 
 bool IsValidUtf8(const char *s, size_t n) {

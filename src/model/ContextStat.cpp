@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "model/context_costs.h"
+#include "model/loaders.h"
 #include "model/model_io.h"
 #include "vsglex/model.h"
 
@@ -69,12 +70,12 @@ void WriteCount(BinaryWriter &out, const int32_t *table, int index) {
 
 }  // namespace
 
-extern "C" {
+namespace vsg::model {
 
-int32_t ContextStat_Load(const char *path, ContextStat *model) {
-    File fp = OpenFile(path, "rb");
-    if (!fp || model == nullptr) return kCannotOpen;
-    ContextStat_Free(model);
+LoadFault LoadContextRaw(const char *path, ContextStat *model) noexcept {
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "rb", model, ContextStat_Free, fp); open != LoadFault::kNone)
+        return open;
 
     uint8_t n = 0;
     if (std::fread(&n, 1, 1, fp.get()) != 1) n = 0;
@@ -82,49 +83,67 @@ int32_t ContextStat_Load(const char *path, ContextStat *model) {
     ReadCounts(fp.get(), &total, 1);
     model->tagCount = n;
     model->totalFrequency = total;
-    // Short files leave the counts they lack at 0; the only failure this
-    // form reports is a file that cannot be opened (or no memory).
-    if (!AllocTables(model)) return kCannotOpen;
+    // Short files leave the counts they lack at 0; the only failures this
+    // form has are a file that cannot be opened and lack of memory.
+    if (!AllocTables(model)) return LoadFault::kNoMemory;
     ReadCounts(fp.get(), model->tagFrequency, n);
     for (int i = 0; i < n; ++i) {
         model->contextMatrix[i] = AllocZeroed<int32_t>(n);
-        if (model->contextMatrix[i] == nullptr) return kCannotOpen;
+        if (model->contextMatrix[i] == nullptr) return LoadFault::kNoMemory;
         ReadCounts(fp.get(), model->contextMatrix[i], n);
-        model->singleValue[i] = vsg::model::TagSingleValue(model->tagFrequency[i]);
+        model->singleValue[i] = TagSingleValue(model->tagFrequency[i]);
     }
     fp.reset();
-    return DerivePossibility(model) ? 1 : kCannotOpen;
+    return DerivePossibility(model) ? LoadFault::kNone : LoadFault::kNoMemory;
 }
 
-int32_t ContextStat_LoadBinary(const char *path, ContextStat *model) {
+LoadFault LoadContextVersioned(const char *path, ContextStat *model) noexcept {
     File fp = OpenFile(path, "rb");
-    if (!fp) return kCannotOpen;
+    if (!fp) return LoadFault::kCannotOpen;
     Scratch scratch;
-    if (!scratch || model == nullptr) return -1;
+    if (!scratch) return LoadFault::kNoMemory;
+    if (model == nullptr) return LoadFault::kNoRecord;
     ContextStat_Free(model);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    if (!vsg::model::ReadVersion(in)) return -1;
+    if (const LoadFault version = ReadVersion(in); version != LoadFault::kNone) return version;
     uint32_t n = 0;
     int32_t total = 0;
-    if (!in.U32(&n) || !in.I32(&total)) return -1;
+    if (!in.U32(&n) || !in.I32(&total)) return LoadFault::kDamaged;
     // Only the low 8 bits of the count are kept, and only that many rows
     // are read.
     model->tagCount = static_cast<uint8_t>(n);
     model->totalFrequency = total;
-    if (!AllocTables(model)) return -1;
+    if (!AllocTables(model)) return LoadFault::kNoMemory;
     const int tags = model->tagCount;
     for (int i = 0; i < tags; ++i)
-        if (!in.I32(&model->tagFrequency[i])) return -1;
+        if (!in.I32(&model->tagFrequency[i])) return LoadFault::kDamaged;
     for (int i = 0; i < tags; ++i) {
         model->contextMatrix[i] = AllocZeroed<int32_t>(tags);
-        if (model->contextMatrix[i] == nullptr) return -1;
+        if (model->contextMatrix[i] == nullptr) return LoadFault::kNoMemory;
         for (int j = 0; j < tags; ++j)
-            if (!in.I32(&model->contextMatrix[i][j])) return -1;
-        model->singleValue[i] = vsg::model::TagSingleValue(model->tagFrequency[i]);
+            if (!in.I32(&model->contextMatrix[i][j])) return LoadFault::kDamaged;
+        model->singleValue[i] = TagSingleValue(model->tagFrequency[i]);
     }
     fp.reset();
-    return DerivePossibility(model) ? 1 : -1;
+    return DerivePossibility(model) ? LoadFault::kNone : LoadFault::kNoMemory;
+}
+
+}  // namespace vsg::model
+
+extern "C" {
+
+int32_t ContextStat_Load(const char *path, ContextStat *model) {
+    // Every failure of the raw form is reported as a file that cannot be
+    // opened.
+    return vsg::model::LoadContextRaw(path, model) == vsg::model::LoadFault::kNone ? 1 : kCannotOpen;
+}
+
+int32_t ContextStat_LoadBinary(const char *path, ContextStat *model) {
+    const vsg::model::LoadFault fault = vsg::model::LoadContextVersioned(path, model);
+    vsg::model::PrintBinaryFault(fault);
+    if (fault == vsg::model::LoadFault::kNone) return 1;
+    return fault == vsg::model::LoadFault::kCannotOpen ? kCannotOpen : -1;
 }
 
 int32_t ContextStat_Save(const char *path, const ContextStat *model) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "model/loaders.h"
 #include "model/model_io.h"
 #include "vsglex/model.h"
 
@@ -39,8 +40,8 @@ bool ReadEntryLine(char (&line)[kLineBytes], FILE *fp) {
     return false;
 }
 
-// Loading pass: returns the number of entries filled, or -1 when there are
-// more than the counting pass saw or memory runs out.
+// Loading pass: returns the number of entries filled, -1 when there are
+// more than the counting pass saw, kLoadPassNoMemory when memory runs out.
 int64_t LoadEntries(FILE *fp, Dictionary *dict) {
     const uint32_t buckets = static_cast<uint32_t>(dict->count) + kExtraBuckets;
     int64_t loaded = 0;
@@ -54,7 +55,7 @@ int64_t LoadEntries(FILE *fp, Dictionary *dict) {
         DictEntry &entry = dict->entries[loaded];
         const size_t length = std::strlen(key);
         entry.word = vsg::model::CopyWord(key, length);
-        if (entry.word == nullptr) return -1;
+        if (entry.word == nullptr) return vsg::model::kLoadPassNoMemory;
         entry.length = static_cast<int32_t>(length);
         entry.value = value;
         entry.hash = static_cast<int32_t>(VSGHash1(entry.word, buckets));
@@ -111,11 +112,14 @@ extern "C" {
 
 int ComparePos(const void *a, const void *b) { return vsg::model::CompareHash<DictEntry>(a, b); }
 
-int32_t Dictionary_Load(const char *path, Dictionary *dict) {
-    File fp = vsg::model::OpenTextModel(path);
-    if (!fp) return -1;
-    if (dict == nullptr) return -1;
-    Dictionary_Free(dict);
+}  // extern "C"
+
+namespace vsg::model {
+
+LoadFault LoadAffixText(const char *path, Dictionary *dict) noexcept {
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", dict, Dictionary_Free, fp); open != LoadFault::kNone)
+        return open;
 
     const auto countLines = [](FILE *f) {
         int64_t lines = 0;
@@ -123,47 +127,60 @@ int32_t Dictionary_Load(const char *path, Dictionary *dict) {
         while (ReadEntryLine(line, f)) ++lines;
         return lines;
     };
-    if (!vsg::model::ReadTextEntries(fp, path, INT32_MAX - kExtraBuckets, dict->entries, dict->count,
-                                     countLines, [dict](FILE *f) { return LoadEntries(f, dict); }))
-        return -1;
+    const LoadFault fault = ReadTextEntries(fp, path, INT32_MAX - kExtraBuckets, dict->entries, dict->count,
+                                            countLines, [dict](FILE *f) { return LoadEntries(f, dict); });
+    if (fault != LoadFault::kNone) return fault;
 
-    vsg::model::SortByHash(dict->entries, dict->count);
+    SortByHash(dict->entries, dict->count);
     const int32_t bucketCount = dict->count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
-    if (dict->buckets == nullptr) return -1;
-    vsg::model::FillBuckets(dict->buckets, static_cast<size_t>(bucketCount), dict->entries, dict->count);
-    return 1;
+    if (dict->buckets == nullptr) return LoadFault::kNoMemory;
+    FillBuckets(dict->buckets, static_cast<size_t>(bucketCount), dict->entries, dict->count);
+    return LoadFault::kNone;
 }
 
-int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
-    if (dict == nullptr) return -1;
+LoadFault LoadAffixBinary(const char *path, Dictionary *dict) noexcept {
+    if (dict == nullptr) return LoadFault::kNoRecord;
     File fp = OpenFile(path, "rb");
-    if (!fp) return -1;
+    if (!fp) return LoadFault::kCannotOpen;
     Scratch scratch;
-    if (!scratch) return -1;
+    if (!scratch) return LoadFault::kNoMemory;
     Dictionary_Free(dict);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    if (!vsg::model::ReadVersion(in)) return -1;
+    if (const LoadFault version = ReadVersion(in); version != LoadFault::kNone) return version;
     int32_t count = 0;
-    if (!in.I32(&count)) return -1;
+    if (!in.I32(&count)) return LoadFault::kDamaged;
     // Each entry takes at least kMinEntryBytes and adds one bucket; 100
     // more buckets follow.
     const uint64_t fixed = kExtraBuckets * kBucketBytes;
     if (count < 0 || count > INT32_MAX - kExtraBuckets || in.left() < fixed ||
         static_cast<uint64_t>(count) > (in.left() - fixed) / (kMinEntryBytes + kBucketBytes))
-        return -1;
+        return LoadFault::kDamaged;
     dict->count = count;
     dict->entries =
         static_cast<DictEntry *>(std::calloc(static_cast<size_t>(count) + 1, sizeof(DictEntry)));
-    if (dict->entries == nullptr) return -1;
+    if (dict->entries == nullptr) return LoadFault::kNoMemory;
     for (int32_t i = 0; i < count; ++i)
-        if (!ReadEntry(in, dict->entries[i])) return -1;
+        if (!ReadEntry(in, dict->entries[i])) return LoadFault::kDamaged;
 
     const int32_t bucketCount = count + kExtraBuckets;
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * bucketCount));
-    if (dict->buckets == nullptr) return -1;
-    return vsg::model::ReadBuckets(in, dict->buckets, static_cast<size_t>(bucketCount), count) ? 1 : -1;
+    if (dict->buckets == nullptr) return LoadFault::kNoMemory;
+    return ReadBuckets(in, dict->buckets, static_cast<size_t>(bucketCount), count) ? LoadFault::kNone
+                                                                                   : LoadFault::kDamaged;
+}
+
+}  // namespace vsg::model
+
+extern "C" {
+
+int32_t Dictionary_Load(const char *path, Dictionary *dict) {
+    return vsg::model::AnswerTextLoad(vsg::model::LoadAffixText(path, dict), path);
+}
+
+int32_t Dictionary_LoadBinary(const char *path, Dictionary *dict) {
+    return vsg::model::AnswerBinaryLoad(vsg::model::LoadAffixBinary(path, dict));
 }
 
 int32_t Dictionary_SaveBinary(const char *path, const Dictionary *dict) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "model/loaders.h"
 #include "model/model_io.h"
 #include "vsglex/model.h"
 
@@ -69,7 +70,8 @@ bool ReadRows(FILE *fp, DictSEntry &entry, int &code) {
 }
 
 // Loading pass: fills up to dict->count entries; returns how many were
-// loaded, or -1 when the file is truncated or memory runs out.
+// loaded, -1 when the file is truncated, kLoadPassNoMemory when memory runs
+// out.
 int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
     const uint64_t fileBytes = BytesLeft(fp);
     int64_t loaded = 0;
@@ -89,14 +91,14 @@ int64_t LoadRecords(FILE *fp, DictionaryS *dict) {
         DictSEntry &entry = dict->entries[loaded];
         const size_t length = std::strlen(word);
         entry.word = vsg::model::CopyWord(word, length);
-        if (entry.word == nullptr) return -1;
+        if (entry.word == nullptr) return vsg::model::kLoadPassNoMemory;
         entry.length = static_cast<int32_t>(length);
         entry.posCount = rows;
         std::memcpy(entry.stats, stats, sizeof stats);
         entry.flag = 1;
         entry.posList = static_cast<DictSRow *>(
             std::calloc(static_cast<size_t>(rows) + 1, sizeof(DictSRow)));
-        if (entry.posList == nullptr) return -1;
+        if (entry.posList == nullptr) return vsg::model::kLoadPassNoMemory;
         if (!ReadRows(fp, entry, code)) return -1;
         entry.hash = static_cast<int32_t>(VSGHash(entry.word, DICTS_BUCKETS));
         ++loaded;
@@ -151,53 +153,69 @@ extern "C" {
 
 int CompareDictSPos(const void *a, const void *b) { return vsg::model::CompareHash<DictSEntry>(a, b); }
 
-int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
-    File fp = vsg::model::OpenTextModel(path);
-    if (!fp) return -1;
-    if (dict == nullptr) return -1;
-    // A record that failed an earlier load still owns its partial tables.
-    DictionaryS_Free(dict);
+}  // extern "C"
 
-    if (!vsg::model::ReadTextEntries(fp, path, INT32_MAX, dict->entries, dict->count, CountRecords,
-                                     [dict](FILE *f) { return LoadRecords(f, dict); }))
-        return -1;
+namespace vsg::model {
 
-    vsg::model::SortByHash(dict->entries, dict->count);
-    if (!BuildBuckets(dict, std::strstr(path, "coredict.dct") != nullptr)) return -1;
-    return 1;
+LoadFault LoadCoreText(const char *path, DictionaryS *dict) noexcept {
+    // A record that failed an earlier load still owns its partial tables:
+    // they are released first.
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", dict, DictionaryS_Free, fp); open != LoadFault::kNone)
+        return open;
+
+    const LoadFault fault = ReadTextEntries(fp, path, INT32_MAX, dict->entries, dict->count, CountRecords,
+                                            [dict](FILE *f) { return LoadRecords(f, dict); });
+    if (fault != LoadFault::kNone) return fault;
+
+    SortByHash(dict->entries, dict->count);
+    return BuildBuckets(dict, std::strstr(path, "coredict.dct") != nullptr) ? LoadFault::kNone
+                                                                            : LoadFault::kNoMemory;
 }
 
-int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
-    if (dict == nullptr) return -1;
+LoadFault LoadCoreBinary(const char *path, DictionaryS *dict) noexcept {
+    if (dict == nullptr) return LoadFault::kNoRecord;
     File fp = OpenFile(path, "rb");
-    if (!fp) return -1;
+    if (!fp) return LoadFault::kCannotOpen;
     Scratch scratch;
-    if (!scratch) return -1;
+    if (!scratch) return LoadFault::kNoMemory;
     DictionaryS_Free(dict);
 
     BinaryReader in(fp.get(), scratch.bytes);
-    if (!vsg::model::ReadVersion(in)) return -1;
+    if (const LoadFault version = ReadVersion(in); version != LoadFault::kNone) return version;
     int32_t count = 0;
     if (!in.I32(&count) || !in.I32(&dict->personIndex) || !in.I32(&dict->placeIndex) ||
         !in.I32(&dict->orgIndex))
-        return -1;
+        return LoadFault::kDamaged;
     // Every entry takes at least kMinEntryBytes and the buckets follow them.
     if (count < 0 || in.left() < kBucketBytes ||
         static_cast<uint64_t>(count) > (in.left() - kBucketBytes) / kMinEntryBytes)
-        return -1;
+        return LoadFault::kDamaged;
     if (!PositionValid(dict->personIndex, count) || !PositionValid(dict->placeIndex, count) ||
         !PositionValid(dict->orgIndex, count))
-        return -1;
+        return LoadFault::kDamaged;
     dict->count = count;
     dict->entries = static_cast<DictSEntry *>(
         std::calloc(static_cast<size_t>(count) + 1, sizeof(DictSEntry)));
-    if (dict->entries == nullptr) return -1;
+    if (dict->entries == nullptr) return LoadFault::kNoMemory;
     for (int32_t i = 0; i < count; ++i)
-        if (!ReadEntry(in, dict->entries[i])) return -1;
+        if (!ReadEntry(in, dict->entries[i])) return LoadFault::kDamaged;
 
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
-    if (dict->buckets == nullptr) return -1;
-    return vsg::model::ReadBuckets(in, dict->buckets, DICTS_BUCKETS, count) ? 1 : -1;
+    if (dict->buckets == nullptr) return LoadFault::kNoMemory;
+    return ReadBuckets(in, dict->buckets, DICTS_BUCKETS, count) ? LoadFault::kNone : LoadFault::kDamaged;
+}
+
+}  // namespace vsg::model
+
+extern "C" {
+
+int32_t DictionaryS_Load(const char *path, DictionaryS *dict) {
+    return vsg::model::AnswerTextLoad(vsg::model::LoadCoreText(path, dict), path);
+}
+
+int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict) {
+    return vsg::model::AnswerBinaryLoad(vsg::model::LoadCoreBinary(path, dict));
 }
 
 int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict) {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "model/loaders.h"
 #include "model/model_io.h"
 #include "vsglex/model.h"
 #include "vsglex/utility.h"
@@ -56,18 +57,17 @@ bool Store(POSmap *map, int32_t &capacity, const char *token) {
 
 }  // namespace
 
-extern "C" {
+namespace vsg::model {
 
-int32_t POSmap_Load(const char *path, POSmap *map) {
-    File fp = OpenFile(path, "r");
-    if (!fp || map == nullptr) return -1;
-    POSmap_Free(map);
+LoadFault LoadTagMap(const char *path, POSmap *map) noexcept {
+    File fp;
+    if (const LoadFault open = OpenForLoad(path, "r", map, POSmap_Free, fp); open != LoadFault::kNone) return open;
 
     const uint32_t lines = GetFileLinesCount(fp.get());
     int32_t capacity = lines > INT32_MAX / 2 ? INT32_MAX / 2 : static_cast<int32_t>(lines);
     map->tags = static_cast<char **>(std::calloc(capacity == 0 ? 1 : capacity, sizeof(char *)));
     map->count = 0;
-    if (map->tags == nullptr) return -1;
+    if (map->tags == nullptr) return LoadFault::kNoMemory;
     if (capacity == 0) capacity = 1;
 
     char piece[kPieceBytes];
@@ -76,9 +76,17 @@ int32_t POSmap_Load(const char *path, POSmap *map) {
     char token[kPieceBytes] = "";
     while (std::fgets(piece, kPieceBytes, fp.get()) != nullptr) {
         std::sscanf(piece, "%s", token);
-        if (token[0] != '\0' && !Store(map, capacity, token)) return -1;
+        if (token[0] != '\0' && !Store(map, capacity, token)) return LoadFault::kNoMemory;
     }
-    return 1;
+    return LoadFault::kNone;
+}
+
+}  // namespace vsg::model
+
+extern "C" {
+
+int32_t POSmap_Load(const char *path, POSmap *map) {
+    return vsg::model::LoadTagMap(path, map) == vsg::model::LoadFault::kNone ? 1 : -1;
 }
 
 int32_t POSmap_GetPOS(int32_t id, char *out, const POSmap *map) {

@@ -16,6 +16,8 @@
 #include <cstring>
 #include <memory>
 
+#include "common/model_files.h"
+#include "model/loaders.h"
 #include "vsglex/model.h"
 
 namespace vsg::model {
@@ -48,6 +50,18 @@ inline File OpenFile(const char *path, const char *mode) noexcept {
     FILE *fp = fdopen(fd, mode);
     if (fp == nullptr) close(fd);
     return File(fp);
+}
+
+// Opens `path` with `mode` for a load into `record`: kCannotOpen when it
+// cannot be opened, kNoRecord without a record; otherwise releases what the
+// record still owns (`release`) and answers kNone with the file in `fp`.
+template <typename Record>
+LoadFault OpenForLoad(const char *path, const char *mode, Record *record, void (*release)(Record *), File &fp) noexcept {
+    fp = OpenFile(path, mode);
+    if (!fp) return LoadFault::kCannotOpen;
+    if (record == nullptr) return LoadFault::kNoRecord;
+    release(record);
+    return LoadFault::kNone;
 }
 
 // Bytes from the current position to the end of the file (0 when unknown).
@@ -211,30 +225,15 @@ private:
 };
 
 // Version of the binary model forms this build reads and writes.
-constexpr uint32_t kBinaryVersion = 4;
+constexpr uint32_t kBinaryVersion = vsg::kModelBinaryVersion;
 
-// Tells the user that a text model file is missing (stdout, as the loaders
-// always have).
-inline void PrintMissing(const char *path) noexcept {
-    std::printf("The input file %s does not exist !\n", path != nullptr ? path : "");
-}
-
-// Opens a text model for reading; on failure tells the user it is missing.
-inline File OpenTextModel(const char *path) noexcept {
-    File fp = OpenFile(path, "r");
-    if (!fp) PrintMissing(path);
-    return fp;
-}
-
-// Reads the version word of a binary model; false (with the version message
-// on stderr when the word was there but differs) unless it is kBinaryVersion.
-inline bool ReadVersion(BinaryReader &in) noexcept {
+// Reads the version word of a binary model: kNone when it is
+// kBinaryVersion, kWrongVersion when the word is there but differs,
+// kDamaged when the file is too short to hold it.
+inline LoadFault ReadVersion(BinaryReader &in) noexcept {
     uint32_t version = 0;
-    if (!in.U32(&version)) return false;
-    if (version == kBinaryVersion) return true;
-    static const char kMessage[] = "coredict version error!";
-    std::fwrite(kMessage, 1, sizeof kMessage - 1, stderr);
-    return false;
+    if (!in.U32(&version)) return LoadFault::kDamaged;
+    return version == kBinaryVersion ? LoadFault::kNone : LoadFault::kWrongVersion;
 }
 
 // Reads one line of a text model into a cleared buffer (at most N - 1
@@ -334,22 +333,25 @@ void FillBuckets(DictBucket *buckets, size_t n, const Entry *entries, int32_t co
 // Reads the entries of a text model in two passes over the open file `fp`:
 // `countPass(FILE *)` counts them (at most `limit`), the table is allocated
 // (count + 1 zeroed entries) and the file reopened, and `loadPass(FILE *)`
-// fills them, returning how many it loaded. False unless it loaded exactly
-// as many as were counted; the file is closed in every case.
+// fills them, returning how many it loaded, or kLoadPassNoMemory. kNone
+// only when it loaded exactly as many as were counted; the file is closed
+// in every case.
+constexpr int64_t kLoadPassNoMemory = -2;
 template <typename Entry, typename CountPass, typename LoadPass>
-bool ReadTextEntries(File &fp, const char *path, int64_t limit, Entry *&entries, int32_t &count,
-                     CountPass countPass, LoadPass loadPass) {
+LoadFault ReadTextEntries(File &fp, const char *path, int64_t limit, Entry *&entries, int32_t &count,
+                          CountPass countPass, LoadPass loadPass) {
     const int64_t counted = countPass(fp.get());
     fp.reset();
-    if (counted > limit) return false;
+    if (counted > limit) return LoadFault::kDamaged;
     count = static_cast<int32_t>(counted);
     entries = static_cast<Entry *>(std::calloc(static_cast<size_t>(counted) + 1, sizeof(Entry)));
-    if (entries == nullptr) return false;
-    fp = OpenTextModel(path);
-    if (!fp) return false;
+    if (entries == nullptr) return LoadFault::kNoMemory;
+    fp = OpenFile(path, "r");
+    if (!fp) return LoadFault::kCannotOpen;
     const int64_t loaded = loadPass(fp.get());
     fp.reset();
-    return loaded == count;
+    if (loaded == kLoadPassNoMemory) return LoadFault::kNoMemory;
+    return loaded == count ? LoadFault::kNone : LoadFault::kDamaged;
 }
 
 // Position of `word` in the run of bucket `b`, bounded by `entries`; -1 when

@@ -182,7 +182,7 @@ uint32_t Le32(const std::string &bytes, size_t at) {
 }
 
 // Version of the binary model forms.
-constexpr uint32_t kBinaryVersion = 4;
+constexpr uint32_t kBinaryVersion = vsg::kModelBinaryVersion;
 constexpr char kBinaryFormat[] = "binary-4";
 
 bool StartsWithVersion(const std::string &head) { return head.size() >= 4 && Le32(head, 0) == kBinaryVersion; }

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "common/gbtext.h"
+#include "common/tagset.h"
 
 static_assert(sizeof vsg::kStartWord == 7 && sizeof vsg::kEndWord == 7, "boundary words are 6 bytes");
 
@@ -27,8 +28,8 @@ constexpr uint8_t kNoBack = 21;
 // same value the model gives to a pair it never saw.
 constexpr double kUnknownTransition = 13.8155;
 // Tags of the sentence start and of the synthetic end word.
-constexpr uint8_t kStartTag = 0;
-constexpr uint8_t kEndTag = 1;
+constexpr uint8_t kStartTag = vsg::kSentenceBeginTag;
+constexpr uint8_t kEndTag = vsg::kSentenceEndTag;
 // Person role of a word that is a whole name by itself ("×", "××").
 constexpr uint8_t kTimesSignRole = 9;
 

@@ -141,10 +141,6 @@ int MainPosTag(const SpanWord &record) {
     return tag;
 }
 
-// Whether a part-of-speech tag is a function-word class (prepositions,
-// conjunctions, particles, modal words) or a punctuation class.
-bool IsStopTag(int tag) { return vsg::IsFunctionWordTag(tag) || vsg::IsPunctTag(tag); }
-
 // Whether the record's most frequent part-of-speech row is a noun class.
 bool IsNounLike(const SpanWord &record) {
     const int tag = MainPosTag(record);
@@ -225,7 +221,7 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     const SpanWord &r = Record(slot);
     // A one-character function word or punctuation mark never begins a
     // name, whatever its role (与 波音公司, （ 党组 ）).
-    if (opening && !IsMultiChar(slot) && (IsStopTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
+    if (opening && !IsMultiChar(slot) && (vsg::IsFunctionOrPunctTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
         return false;
     }
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;

@@ -68,11 +68,6 @@ TEST_F(CutterTest, CheapestPathOverDictionaryWords) {
     EXPECT_EQ(Cut(lex, "１２月３日"), "１２月/３/日");
     EXPECT_EQ(Cut(lex, "北京人"), "北/京/人");
     EXPECT_EQ(Cut(lex, ""), "");
-    // Costs follow the counts: the more frequent word is cheaper.
-    std::string zhongguo = vsgtest::Gb("中国"), zhong = vsgtest::Gb("中");
-    EXPECT_LT(lex.WordCost(zhongguo.data(), zhongguo.size()), lex.WordCost(zhong.data(), zhong.size()));
-    std::string beijing = vsgtest::Gb("北京");
-    EXPECT_LT(lex.WordCost(beijing.data(), beijing.size()), 0.0);
 }
 
 TEST_F(CutterTest, ShortPersonWordsDoNotSwallowUnknownNames) {
@@ -81,18 +76,13 @@ TEST_F(CutterTest, ShortPersonWordsDoNotSwallowUnknownNames) {
     // single characters; known full names of three characters stay words.
     Lexicon lex;
     ASSERT_TRUE(lex.Build(dict_));
-    EXPECT_EQ(lex.PersonFragments(), 1u);
     EXPECT_EQ(Cut(lex, "李鹏飞说"), "李/鹏/飞/说");
     EXPECT_EQ(Cut(lex, "江泽民说"), "江泽民/说");
-    // Single-character person words (surnames) stay.
-    std::string li = vsgtest::Gb("李");
-    EXPECT_GT(lex.WordCost(li.data(), li.size()), 0.0);
 
     vsg::front::LexiconOptions keep;
     keep.minPersonWordChars = 0;
     Lexicon all;
     ASSERT_TRUE(all.Build(dict_, keep));
-    EXPECT_EQ(all.PersonFragments(), 0u);
     EXPECT_EQ(Cut(all, "李鹏飞说"), "李鹏/飞/说");
 }
 

@@ -9,8 +9,10 @@
 #include <string>
 
 #include "common/model_files.h"
+#include "support/fixture_models.h"
 #include "front_support.h"
 #include "support/support.h"
+#include "vsglex/model.h"
 #include "vsglex/vsglex_api.h"
 
 namespace {
@@ -101,6 +103,52 @@ TEST(DamagedModelsTest, WithoutManifestTheSetLoadsWithAWarning) {
     fs::remove(set.dir.file("zyrpos30.map"));
     ASSERT_EQ(mkfifo(set.dir.file("zyrpos30.map").c_str(), 0600), 0);
     EXPECT_NE(Open(set.dir.path()).find("zyrpos30.map: not a regular file (a FIFO)"), std::string::npos);
+}
+
+// Runs `f` with file descriptors 1 and 2 captured; returns what was written
+// to either.
+template <typename F>
+std::string WrittenBy(F f) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    f();
+    std::string out = testing::internal::GetCapturedStdout();
+    return out + testing::internal::GetCapturedStderr();
+}
+
+// The raw-text interface never prints, whatever the state of the model set;
+// the exported loaders still print their messages on the same files.
+TEST(DamagedModelsTest, OpeningPrintsNothingWhileTheExportedLoadersStillDo) {
+    vsgtest::FixtureModelSet set;
+    const std::string core = set.file("coredict.dct");
+    const std::string intact = vsgtest::ReadFile(core);
+    std::string error = "unset";
+    // A text core dictionary is first tried as binary: the exported binary
+    // loader refuses it with its version message, the handle says nothing.
+    EXPECT_EQ(WrittenBy([&] { error = Open(set.path()); }), "");
+    EXPECT_EQ(error, "");
+    DictionaryS dict{};
+    EXPECT_EQ(WrittenBy([&] { EXPECT_EQ(DictionaryS_LoadBinary(core.c_str(), &dict), -1); }),
+              "coredict version error!");
+    DictionaryS_Free(&dict);
+
+    // A record announcing rows the file lacks: both forms fail, the open is
+    // refused by name and without output.
+    vsgtest::WriteFile(core, intact + "zzz 3 1 1 1 1\n1 0 5\n");
+    EXPECT_EQ(WrittenBy([&] { error = Open(set.path()); }), "");
+    EXPECT_NE(error.find("coredict.dct"), std::string::npos) << error;
+    vsgtest::WriteFile(core, intact);
+
+    // A missing affix dictionary: refused without output, while the exported
+    // text loader reports it on standard output.
+    const std::string affix = set.file("org_suffix.dct");
+    ASSERT_EQ(std::remove(affix.c_str()), 0);
+    EXPECT_EQ(WrittenBy([&] { error = Open(set.path()); }), "");
+    EXPECT_NE(error.find("org_suffix.dct"), std::string::npos) << error;
+    Dictionary suffixes{};
+    EXPECT_EQ(WrittenBy([&] { EXPECT_EQ(Dictionary_Load(affix.c_str(), &suffixes), -1); }),
+              "The input file " + affix + " does not exist !\n");
+    Dictionary_Free(&suffixes);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <map>
 #include <set>
 
+#include "common/tagset.h"
+
 namespace vsgeval {
 
 namespace {
@@ -14,16 +16,9 @@ using Span = std::pair<int, int>;  // byte range [first, second) in the paragrap
 
 // Name class of a part-of-speech tag: 0 person, 1 place, 2 organisation, -1.
 int ClassOf(int tag) {
-    switch (tag) {
-    case vsgtrain::kPosPerson: case vsgtrain::kPosForeignPerson: case vsgtrain::kPosJapanesePerson:
-        return 0;
-    case vsgtrain::kPosPlace: case vsgtrain::kPosForeignPlace:
-        return 1;
-    case vsgtrain::kPosOrg:
-        return 2;
-    default:
-        return -1;
-    }
+    if (vsg::IsPersonTag(tag)) return 0;
+    if (vsg::IsPlaceTag(tag)) return 1;
+    return vsg::IsOrgTag(tag) ? 2 : -1;
 }
 
 // The gold side of one paragraph.

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "engine/instance.h"
 #include "evaluate.h"
+#include "model/model_set.h"
 
 int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
@@ -25,10 +28,11 @@ int main(int argc, char **argv) {
                      "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] MODEL_DIR CORPUS_FILE...\n");
         return 2;
     }
-    SegmentEngine *engine = nullptr;
-    int32_t status = VSG_LoadForServer(&engine, args[0].c_str());
-    if (status != 0 || engine == nullptr) {
-        std::fprintf(stderr, "vsglex-eval: cannot load the models of %s (status %d)\n", args[0].c_str(), status);
+    int32_t status = 0;
+    const std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(args[0].c_str(), &status);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "vsglex-eval: cannot load the models of %s: %s\n", args[0].c_str(),
+                     vsg::model::DescribeLoadFailure(args[0], status).c_str());
         return 1;
     }
     std::vector<vsgtrain::Paragraph> paragraphs;
@@ -38,7 +42,7 @@ int main(int argc, char **argv) {
             return 1;
         }
     }
-    vsgeval::EvalResult r = vsgeval::Evaluate(engine, paragraphs, examples);
+    vsgeval::EvalResult r = vsgeval::Evaluate(&engine->models(), paragraphs, examples);
     std::printf("paragraphs %lld (output text differs from input in %lld)\n", static_cast<long long>(r.paragraphs),
                 static_cast<long long>(r.misaligned));
     std::printf("part-of-speech accuracy %.4f (%lld of %lld words that match a gold word)\n",
@@ -67,6 +71,5 @@ int main(int argc, char **argv) {
         std::printf("tagged %s as %s: %lld\n", tags[static_cast<size_t>(conf[i].second.first) % tags.size()].c_str(),
                     tags[static_cast<size_t>(conf[i].second.second) % tags.size()].c_str(),
                     static_cast<long long>(-conf[i].first));
-    VSG_FreeForServer(engine);
     return 0;
 }

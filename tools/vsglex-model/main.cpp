@@ -23,19 +23,24 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "common/gbtext.h"
 #include "common/model_files.h"
+#include "engine/instance.h"
+#include "model/loaders.h"
 #include "model/model_set.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
 
 namespace {
 
+using vsg::model::FaultText;
+using vsg::model::LoadFault;
+
 constexpr const char *kProgram = "vsglex-model";
-constexpr uint32_t kBinaryVersion = 4;
 
 enum class Kind { Unknown, Core, Context, Affix, Map };
 
@@ -110,7 +115,7 @@ bool HasBinaryVersion(const std::string &path) {
     std::fclose(fp);
     uint32_t version = 0;
     VSGNetDestreamUINT32(head, &version);
-    return got == 4 && version == kBinaryVersion;
+    return got == 4 && version == vsg::kModelBinaryVersion;
 }
 
 std::string Convert(const std::string &in, const char *to, const char *from) {
@@ -171,10 +176,10 @@ int InfoCore(const std::string &path, const std::vector<std::string> &words) {
     DictionaryS d{};
     const bool binary = HasBinaryVersion(path);
     const int32_t before = gTaIndexNum;
-    const int32_t rc = binary ? DictionaryS_LoadBinary(path.c_str(), &d) : DictionaryS_Load(path.c_str(), &d);
-    if (rc != 1) {
+    const LoadFault fault = binary ? vsg::model::LoadCoreBinary(path.c_str(), &d) : vsg::model::LoadCoreText(path.c_str(), &d);
+    if (fault != LoadFault::kNone) {
         DictionaryS_Free(&d);
-        return Fail(path + ": malformed " + (binary ? "binary" : "text") + " core dictionary");
+        return Fail(path + ": malformed " + (binary ? "binary" : "text") + " core dictionary: " + FaultText(fault));
     }
     std::printf("file: %s\nkind: core dictionary\nform: %s\nentries: %d\n", path.c_str(),
                 binary ? "binary (version 4)" : "text", d.count);
@@ -236,13 +241,15 @@ bool RawSizeMatches(const std::string &path, std::string &error) {
 bool LoadContext(const std::string &path, ContextStat &m, bool &versioned, std::string &error) {
     versioned = HasBinaryVersion(path);
     if (versioned) {
-        if (ContextStat_LoadBinary(path.c_str(), &m) == 1) return true;
-        error = path + ": malformed versioned context file (truncated)";
+        const LoadFault fault = vsg::model::LoadContextVersioned(path.c_str(), &m);
+        if (fault == LoadFault::kNone) return true;
+        error = path + ": malformed versioned context file: " + FaultText(fault);
         return false;
     }
     if (!RawSizeMatches(path, error)) return false;
-    if (ContextStat_Load(path.c_str(), &m) == 1) return true;
-    error = path + ": cannot read context file";
+    const LoadFault fault = vsg::model::LoadContextRaw(path.c_str(), &m);
+    if (fault == LoadFault::kNone) return true;
+    error = path + ": cannot read context file: " + FaultText(fault);
     return false;
 }
 
@@ -269,10 +276,10 @@ int InfoContext(const std::string &path) {
 int InfoAffix(const std::string &path, const std::vector<std::string> &words) {
     Dictionary d{};
     const bool binary = HasBinaryVersion(path);
-    const int32_t rc = binary ? Dictionary_LoadBinary(path.c_str(), &d) : Dictionary_Load(path.c_str(), &d);
-    if (rc != 1) {
+    const LoadFault fault = binary ? vsg::model::LoadAffixBinary(path.c_str(), &d) : vsg::model::LoadAffixText(path.c_str(), &d);
+    if (fault != LoadFault::kNone) {
         Dictionary_Free(&d);
-        return Fail(path + ": malformed " + (binary ? "binary" : "text") + " affix dictionary");
+        return Fail(path + ": malformed " + (binary ? "binary" : "text") + " affix dictionary: " + FaultText(fault));
     }
     std::printf("file: %s\nkind: affix dictionary\nform: %s\nentries: %d\n", path.c_str(),
                 binary ? "binary (version 4)" : "text", d.count);
@@ -291,9 +298,9 @@ int InfoAffix(const std::string &path, const std::vector<std::string> &words) {
 
 int InfoMap(const std::string &path) {
     POSmap m{};
-    if (POSmap_Load(path.c_str(), &m) != 1) {
+    if (const LoadFault fault = vsg::model::LoadTagMap(path.c_str(), &m); fault != LoadFault::kNone) {
         POSmap_Free(&m);
-        return Fail(path + ": cannot read tag map");
+        return Fail(path + ": cannot read tag map: " + FaultText(fault));
     }
     std::printf("file: %s\nkind: tag map\nform: text\ntags: %d\n", path.c_str(), POSmap_GetItemCount(&m));
     char tag[128];
@@ -318,7 +325,8 @@ int Compile(Kind kind, const std::string &in, const std::string &out) {
                          "not recorded\n",
                          kProgram, in.c_str());
         DictionaryS d{};
-        int rc = DictionaryS_Load(in.c_str(), &d) == 1 ? 0 : Fail(in + ": malformed text core dictionary");
+        const LoadFault fault = vsg::model::LoadCoreText(in.c_str(), &d);
+        int rc = fault == LoadFault::kNone ? 0 : Fail(in + ": malformed text core dictionary: " + FaultText(fault));
         if (rc == 0 && DictionaryS_SaveBinary(out.c_str(), &d) != 1) rc = Fail(out + ": cannot write");
         if (rc == 0) std::printf("%s: %d entries written to %s\n", in.c_str(), d.count, out.c_str());
         DictionaryS_Free(&d);
@@ -338,7 +346,8 @@ int Compile(Kind kind, const std::string &in, const std::string &out) {
     case Kind::Affix: {
         if (HasBinaryVersion(in)) return Fail(in + ": already a binary affix dictionary");
         Dictionary d{};
-        int rc = Dictionary_Load(in.c_str(), &d) == 1 ? 0 : Fail(in + ": malformed text affix dictionary");
+        const LoadFault fault = vsg::model::LoadAffixText(in.c_str(), &d);
+        int rc = fault == LoadFault::kNone ? 0 : Fail(in + ": malformed text affix dictionary: " + FaultText(fault));
         if (rc == 0 && Dictionary_SaveBinary(out.c_str(), &d) != 1) rc = Fail(out + ": cannot write");
         if (rc == 0) std::printf("%s: %d entries written to %s\n", in.c_str(), d.count, out.c_str());
         Dictionary_Free(&d);
@@ -372,40 +381,6 @@ Kind KindOf(vsg::ModelKind kind) {
     case vsg::ModelKind::kMap: return Kind::Map;
     default: return Kind::Affix;
     }
-}
-
-// Runs `load` with standard output and error sent to a temporary file and
-// returns what was written there (the loaders' own messages).
-template <typename F>
-std::string Captured(F load) {
-    std::fflush(stdout);
-    std::fflush(stderr);
-    FILE *sink = std::tmpfile();
-    const int savedOut = dup(1);
-    const int savedErr = dup(2);
-    if (sink == nullptr || savedOut < 0 || savedErr < 0) {
-        if (sink != nullptr) std::fclose(sink);
-        if (savedOut >= 0) close(savedOut);
-        if (savedErr >= 0) close(savedErr);
-        load();
-        return std::string();
-    }
-    dup2(fileno(sink), 1);
-    dup2(fileno(sink), 2);
-    load();
-    std::fflush(stdout);
-    std::fflush(stderr);
-    dup2(savedOut, 1);
-    dup2(savedErr, 2);
-    close(savedOut);
-    close(savedErr);
-    std::string text;
-    std::rewind(sink);
-    char chunk[512];
-    size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, sink)) > 0) text.append(chunk, got);
-    std::fclose(sink);
-    return text;
 }
 
 // One line per model of a loaded engine: form, file size and model size.
@@ -453,42 +428,16 @@ int Check(std::string dir) {
         std::printf("manifest: %zu files match their size and checksum\n", set.verified);
     else
         std::fprintf(stderr, "%s: warning: %s\n", kProgram, set.warning.c_str());
-    SegmentEngine *engine = nullptr;
     int32_t status = 0;
-    const std::string messages = Captured([&] { status = VSG_LoadForServer(&engine, dir.c_str()); });
-    int rc = 0;
-    if (status == 0 || status == 1) {
-        std::printf("status: %d (%s)\nmodels:\n", status, status == 0 ? "all twelve models loaded" : "already loaded");
-        if (engine != nullptr) PrintModelSizes(dir, *engine);
-    } else {
-        const vsg::ModelFileSpec *failed = vsg::ModelFileOfStatus(status);
-        std::printf("status: %d (%s failed to load)\n", status, failed != nullptr ? failed->name : "a model file");
-        rc = Fail(dir + vsg::model::DescribeLoadFailure(dir, status));
+    const std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
+    if (engine != nullptr) {
+        std::printf("status: 0 (all twelve models loaded)\nmodels:\n");
+        PrintModelSizes(dir, engine->models());
+        return 0;
     }
-    if (!messages.empty()) {
-        // The version message has no line end of its own.
-        std::string lines;
-        const std::string version = "coredict version error!";
-        for (size_t at = 0; at < messages.size();) {
-            const size_t hit = messages.find(version, at);
-            if (hit == std::string::npos) {
-                lines += messages.substr(at);
-                break;
-            }
-            lines += messages.substr(at, hit - at) + version + "\n";
-            at = hit + version.size();
-        }
-        std::printf("messages printed while loading:\n");
-        size_t start = 0;
-        while (start < lines.size()) {
-            size_t end = lines.find('\n', start);
-            if (end == std::string::npos) end = lines.size();
-            if (end > start) std::printf("  %s\n", Show(lines.substr(start, end - start).c_str()).c_str());
-            start = end + 1;
-        }
-    }
-    VSG_FreeForServer(engine);
-    return rc;
+    const vsg::ModelFileSpec *failed = vsg::ModelFileOfStatus(status);
+    std::printf("status: %d (%s failed to load)\n", status, failed != nullptr ? failed->name : "a model file");
+    return Fail(dir + vsg::model::DescribeLoadFailure(dir, status));
 }
 
 // Records every file of a hand-made model directory in its manifest.

@@ -28,7 +28,7 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
             best = tc.first;
         }
     }
-    return best >= 0 && (IsStopTag(best) || (best >= kPosPunctFirst && best <= kPosPunctLast));
+    return best >= 0 && vsg::IsFunctionOrPunctTag(best);
 }
 
 // Appends the rows of a one-character word in role set `set` (0 person,

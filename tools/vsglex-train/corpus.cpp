@@ -461,15 +461,6 @@ const std::vector<std::string> &PosTagNames() {
     return names;
 }
 
-bool IsStopTag(int tag) {
-    switch (tag) {
-    case 9: case 10: case 14: case 34: case 35: case 36: case 43: case 44: case 45: case 46: case 94:
-        return true;
-    default:
-        return tag >= 54 && tag <= 67;
-    }
-}
-
 int PosTagOf(const std::string &gbWord, const std::string &corpusTag) {
     const Lists &l = L();
     auto exact = l.exactWords.find(corpusTag + "|" + gbWord);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "common/tagset.h"
+
 namespace vsgtrain {
 
 // Converts UTF-8 text to GB18030 bytes; unconvertible input is dropped byte
@@ -73,31 +75,30 @@ std::vector<Unit> BuildUnits(const Paragraph &p);
 
 // ---- Tag sets ------------------------------------------------------------
 
-// Part-of-speech tag numbers the engine relies on.
+// Part-of-speech tag numbers the engine relies on, under the trainer's
+// names (common/tagset.h defines them).
 enum PosTag : int {
-    kPosBegin = 0,
-    kPosEnd = 1,
-    kPosPerson = 24,
-    kPosForeignPerson = 27,
-    kPosJapanesePerson = 28,
-    kPosPlace = 29,
-    kPosForeignPlace = 30,
-    kPosOrg = 31,
-    kPosPunctFirst = 78,
-    kPosPunctLast = 92,
+    kPosBegin = vsg::kSentenceBeginTag,
+    kPosEnd = vsg::kSentenceEndTag,
+    kPosPerson = vsg::kPersonTag,
+    kPosForeignPerson = vsg::kForeignPersonTag,
+    kPosJapanesePerson = vsg::kJapanesePersonTag,
+    kPosPlace = vsg::kPlaceTag,
+    kPosForeignPlace = vsg::kForeignPlaceTag,
+    kPosOrg = vsg::kOrgTag,
+    kPosPunctFirst = vsg::kPunctFirstTag,
+    kPosPunctLast = vsg::kPunctLastTag,
 };
 
 // The part-of-speech tag names; line k of "zyrpos30.map" is entry k.
 const std::vector<std::string> &PosTagNames();
 // True for the numbers of the function-word (stop-word) classes.
-bool IsStopTag(int tag);
+constexpr bool IsStopTag(int tag) { return vsg::IsFunctionWordTag(tag); }
 
 // True for the name tags the recognisers give: Chinese, transliterated and
 // Japanese person names, places, foreign places and organisations (not the
 // other proper nouns 25 and strings 26 that lie between them).
-constexpr bool IsNameTag(int tag) {
-    return tag == kPosPerson || (tag >= kPosForeignPerson && tag <= kPosOrg);
-}
+using vsg::IsNameTag;
 // Number of a corpus word with a coarse corpus tag other than a name tag.
 int PosTagOf(const std::string &gbWord, const std::string &corpusTag);
 
@@ -109,9 +110,9 @@ const std::vector<std::string> &OrgRoleNames();
 int RoleOf(const std::vector<std::string> &names, char letter);
 
 // Default roles of the three role sets.
-constexpr int kPersonDefault = 22;
-constexpr int kPlaceDefault = 17;
-constexpr int kOrgDefault = 14;
+constexpr int kPersonDefault = vsg::kPersonDefaultRole;
+constexpr int kPlaceDefault = vsg::kPlaceDefaultRole;
+constexpr int kOrgDefault = vsg::kOrgDefaultRole;
 
 // Role letters of a place name cut into characters.
 std::string PlaceRoles(const std::string &gbPlace);

@@ -208,7 +208,9 @@ void ForUnits(const Options &o, const vsglex_result &r, const vsglex_word &w, F 
         f(r.parts[q].offset, r.parts[q].length, r.parts[q].tag_name, r.parts[q].tag);
 }
 
-void Format1(const Options &o, const vsglex_result &r, Piece &p) {
+// Writes the words of one analysed piece to its output in the format the
+// options ask for.
+void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
     std::string &out = p.out;
     const char *src = p.text;
     {
@@ -353,7 +355,7 @@ void Analyse(const vsglex_handle *h, const Options &o, int charset, uint32_t fla
         return;
     }
     p.charset = r->charset;
-    Format1(o, *r, p);
+    FormatResult(o, *r, p);
     vsglex_result_free(r);
 }
 
