@@ -114,7 +114,13 @@ void RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const Segme
     static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
                                                 vsg::kOrgDefaultRole};
     CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
-    CopyWordResultA(to, words);
+    // The survivors are copied whole (text bytes after the terminator
+    // included, which nothing reads): one block move per record. At most
+    // VSG_SPAN_WORDS - 1 words, so the end record fits in the array.
+    int32_t j = 0;
+    for (int32_t i = 0; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
+        if (words[i].state != VSG_STATE_MERGED) memcpy(&to[j++], &words[i], sizeof *to);
+    to[j].text[0] = '\0';
 }
 
 // Role tagging of the primary array by mode; the result ends up in the
@@ -186,21 +192,29 @@ private:
         if (last < src) last = src;
         const uint32_t count = static_cast<uint32_t>(last - src + 1);
         const int32_t tag = w.tag;
-        // The text is its input words' texts joined when their bytes make
-        // up exactly the record's text (which holds no NUL) and fit a host
-        // word.
-        const size_t length = strnlen(w.text, sizeof w.text);
-        bool exact = length <= VSG_ITEM_TEXT_MAX;
+        // The text is its input words' texts joined when their bytes (none
+        // of them NUL) make up exactly the record's text and fit a host word.
         size_t pos = 0;
+        bool exact = true;
         for (int32_t q = src; exact && q <= last; ++q) {
             const WordView &v = views_[q];
-            exact = !IsBlankView(v) && pos + v.length <= length && memcmp(w.text + pos, v.text, v.length) == 0;
-            pos += v.length;
+            if (v.length == 0 || pos + v.length > VSG_ITEM_TEXT_MAX ||
+                (static_cast<unsigned char>(v.text[0]) <= ' ' && IsBlankView(v))) {
+                exact = false;
+                break;
+            }
+            for (uint32_t b = 0; b < v.length; ++b, ++pos) {
+                if (v.text[b] == '\0' || w.text[pos] != v.text[b]) {
+                    exact = false;
+                    break;
+                }
+            }
         }
-        if (exact && pos == length) {
+        if (exact && w.text[pos] == '\0') {
             out_.words.push_back(TaggedWord{static_cast<uint32_t>(src), count, tag, NameClassOf(tag), -1, 0});
             return;
         }
+        const size_t length = strnlen(w.text, sizeof w.text);
         AddText(static_cast<uint32_t>(src), count, tag, w.text, length);
     }
 
