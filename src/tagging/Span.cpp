@@ -57,20 +57,6 @@ struct UnknownRow {
 constexpr UnknownRow kUnknown{};
 constexpr const double *kUnknownRow = kUnknown.cost;
 
-// The model's row of costs of every tag following `prev`, or kUnknownRow
-// when the model has none.
-inline const double *TransitionRow(const ContextStat *m, uint8_t prev) {
-    if (m == nullptr || m->possibility == nullptr || prev >= m->tagCount ||
-        m->possibility[prev] == nullptr)
-        return kUnknownRow;
-    return m->possibility[prev];
-}
-
-// True when the model's rows have a column for `cur`.
-inline bool KnownColumn(const ContextStat *m, uint8_t cur) {
-    return m != nullptr && m->possibility != nullptr && cur < m->tagCount;
-}
-
 // Candidate j of slot k. A back index of 21 points past the 20-byte row;
 // like the row layout it reads on into the following row, and yields the
 // terminator past the end of the table.
@@ -126,11 +112,14 @@ int32_t AddRowCands(CSpan *span, uint32_t k, int32_t n, const DictSRow *rows, in
                     Take take) {
     if (rows == nullptr) return n;
     const ContextStat *m = span->model;
+    // SingleValue with the model's table read once.
+    const double *single = (m != nullptr) ? m->singleValue : nullptr;
+    const uint32_t tagCount = (single != nullptr) ? m->tagCount : 0;
     for (int32_t i = 0; i < rowCount; ++i) {
         const DictSRow &row = rows[i];
         if (!take(row)) continue;
-        n = AddCand(span, k, n, row.subCode,
-                    SingleValue(m, row.subCode) - static_cast<double>(row.value));
+        const uint8_t tag = row.subCode;
+        n = AddCand(span, k, n, tag, (tag < tagCount ? single[tag] : 0.0) - static_cast<double>(row.value));
     }
     return n;
 }
@@ -347,6 +336,10 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
 int32_t CSpan_Disamb(CSpan *span) {
     if (span == nullptr || span->count < 2) return 1;
     const ContextStat *m = span->model;
+    // The model's table, read once: the byte stores below could otherwise
+    // change it as far as the compiler knows.
+    const double *const *table = (m != nullptr) ? m->possibility : nullptr;
+    const uint32_t tagCount = (table != nullptr) ? m->tagCount : 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     for (uint32_t k = 1; k < count; ++k) {
         // The cost rows of the previous slot's candidates, looked up once
@@ -355,9 +348,14 @@ int32_t CSpan_Disamb(CSpan *span) {
         const double *prevScore = span->score[k - 1];
         const double *rows[kSpanCands];
         int prevCount = 0;
-        for (; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
-            rows[prevCount] = TransitionRow(m, prev[prevCount]);
-        for (int j = 0; j < kSpanCands && span->cand[k][j] != kNoTag; ++j) {
+        for (; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount) {
+            const uint8_t p = prev[prevCount];
+            rows[prevCount] = (p < tagCount && table[p] != nullptr) ? table[p] : kUnknownRow;
+        }
+        const uint8_t *cand = span->cand[k];
+        double *score = span->score[k];
+        uint8_t *back = span->back[k];
+        for (int j = 0; j < kSpanCands && cand[j] != kNoTag; ++j) {
             // Cheapest path into candidate j given the cost of each pair.
             auto relax = [&](auto pairCost) {
                 double best = kNoPath;
@@ -369,11 +367,11 @@ int32_t CSpan_Disamb(CSpan *span) {
                         arg = static_cast<uint8_t>(i);
                     }
                 }
-                span->back[k][j] = arg;
-                span->score[k][j] += best;
+                back[j] = arg;
+                score[j] += best;
             };
-            const uint8_t cur = span->cand[k][j];
-            if (KnownColumn(m, cur))
+            const uint8_t cur = cand[j];
+            if (cur < tagCount)
                 relax([&](int i) { return rows[i][cur]; });
             else
                 relax([](int) { return kUnknownTransition; });
