@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "common/gbtext.h"
 
@@ -341,21 +342,24 @@ int32_t CSpan_Disamb(CSpan *span) {
     const double *const *table = (m != nullptr) ? m->possibility : nullptr;
     const uint32_t tagCount = (table != nullptr) ? m->tagCount : 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    auto rowOf = [&](uint8_t tag) { return (tag < tagCount && table[tag] != nullptr) ? table[tag] : kUnknownRow; };
+    // The cost rows of the previous slot's candidates, looked up once per
+    // candidate rather than once per pair: those of slot 0 here, those of
+    // each later slot while it is filled.
+    const double *rowsA[kSpanCands];
+    const double *rowsB[kSpanCands];
+    const double **rows = rowsA;
+    const double **nextRows = rowsB;
+    int prevCount = 0;
+    for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
+        rows[prevCount] = rowOf(prev[prevCount]);
     for (uint32_t k = 1; k < count; ++k) {
-        // The cost rows of the previous slot's candidates, looked up once
-        // per slot rather than once per pair.
-        const uint8_t *prev = span->cand[k - 1];
         const double *prevScore = span->score[k - 1];
-        const double *rows[kSpanCands];
-        int prevCount = 0;
-        for (; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount) {
-            const uint8_t p = prev[prevCount];
-            rows[prevCount] = (p < tagCount && table[p] != nullptr) ? table[p] : kUnknownRow;
-        }
         const uint8_t *cand = span->cand[k];
         double *score = span->score[k];
         uint8_t *back = span->back[k];
-        for (int j = 0; j < kSpanCands && cand[j] != kNoTag; ++j) {
+        int j = 0;
+        for (; j < kSpanCands && cand[j] != kNoTag; ++j) {
             // Cheapest path into candidate j given the cost of each pair.
             auto relax = [&](auto pairCost) {
                 double best = kNoPath;
@@ -375,7 +379,10 @@ int32_t CSpan_Disamb(CSpan *span) {
                 relax([&](int i) { return rows[i][cur]; });
             else
                 relax([](int) { return kUnknownTransition; });
+            nextRows[j] = rowOf(cur);
         }
+        std::swap(rows, nextRows);
+        prevCount = j;
     }
     return 1;
 }
