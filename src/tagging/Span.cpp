@@ -78,13 +78,15 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 // one) into a slot, bounded by both fields; returns its length.
 size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
-    size_t n = strnlen(w.text, sizeof w.text);
+    size_t limit = sizeof w.text;
     if (w.classText[0] != '\0') {
         src = w.classText;
-        n = strnlen(w.classText, sizeof w.classText);
+        limit = sizeof w.classText;
     }
-    if (n > sizeof dst - 1) n = sizeof dst - 1;
-    memcpy(dst, src, n);
+    if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+    // Words are a few bytes long: a plain loop beats a library call here.
+    size_t n = 0;
+    for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
     dst[n] = '\0';
     return n;
 }
