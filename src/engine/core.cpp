@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "common/gbtext.h"
 #include "common/tagset.h"
@@ -108,42 +109,52 @@ Work *ThreadWork() {
     return work.get();
 }
 
-// Role-tags `words` with the name role set `tag`, then copies the result
-// without merged words into `to`.
-void RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
+// Role-tags `words` with the name role set `tag`; returns the result
+// without merged words: `words` itself when nothing was merged, else `to`,
+// into which the survivors are copied.
+SpanWord *RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
     static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
                                                 vsg::kOrgDefaultRole};
     CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
+    int32_t i = 0;
+    while (i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0' && words[i].state != VSG_STATE_MERGED) ++i;
+    if (i < VSG_SPAN_WORDS - 1 && words[i].text[0] == '\0') return words;
     // The survivors are copied whole (text bytes after the terminator
     // included, which nothing reads): one block move per record. At most
     // VSG_SPAN_WORDS - 1 words, so the end record fits in the array.
     int32_t j = 0;
-    for (int32_t i = 0; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
+    for (i = 0; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
         if (words[i].state != VSG_STATE_MERGED) memcpy(&to[j++], &words[i], sizeof *to);
     to[j].text[0] = '\0';
+    return to;
 }
 
-// Role tagging of the primary array by mode; the result ends up in the
-// secondary array, without merged words.
-void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
+// Role tagging of the primary array by mode; returns the array that holds
+// the result, without merged words.
+SpanWord *TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
     SpanWord *a = work.primary;
     SpanWord *b = work.secondary;
+    auto pass = [&](int32_t tag) {
+        SpanWord *result = RoleTag(work, tag, a, b, engine);
+        if (result == b) std::swap(a, b);
+    };
     switch (mode) {
     case 0:
-        RoleTag(work, VSG_TAG_PERSON, a, b, engine);
-        RoleTag(work, VSG_TAG_PLACE, b, a, engine);
-        RoleTag(work, VSG_TAG_ORG, a, b, engine);
+        pass(VSG_TAG_PERSON);
+        pass(VSG_TAG_PLACE);
+        pass(VSG_TAG_ORG);
         break;
     case 1:
-        RoleTag(work, VSG_TAG_PERSON, a, b, engine);
+        pass(VSG_TAG_PERSON);
         break;
     case 2:
-        RoleTag(work, VSG_TAG_PLACE, a, b, engine);
+        pass(VSG_TAG_PLACE);
         break;
     default:
-        RoleTag(work, VSG_TAG_ORG, a, b, engine);
+        pass(VSG_TAG_ORG);
         break;
     }
+    return a;
 }
 
 int32_t NameClassOf(int32_t tag) {
@@ -301,13 +312,14 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         if (words > 0) {
             a[words + 1] = endWord;
             memset(&a[words + 2], 0, sizeof a[words + 2]);
-            TagRoles(work, mode, engine);
-            AssignClasses(work.secondary);
-            CSpan_POSTagging(work.spans[VSG_TAG_POS], work.secondary, core);
+            SpanWord *tagged = TagRoles(work, mode, engine);
+            AssignClasses(tagged);
+            CSpan_POSTagging(work.spans[VSG_TAG_POS], tagged, core);
+            sink.Chunk(tagged, s, e);
         } else {
             work.secondary[0].text[0] = '\0';  // a chunk of blank words only
+            sink.Chunk(work.secondary, s, e);
         }
-        sink.Chunk(work.secondary, s, e);
         s = e;
     }
     return true;
