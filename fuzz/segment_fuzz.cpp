@@ -2,6 +2,9 @@
 // in which every single-character word can take many roles of every role
 // set, so that the taggers and recognisers see varied role sequences.
 //
+// The core call over views of the same words must report the server call's
+// words as runs of its input words.
+//
 // Input bytes: byte 0 picks the mode (its low 2 bits); then each byte is
 // one item: the low 5 bits pick a word of the vocabulary (or a raw text
 // taken from the following bytes), the high bits may start a new sentence.
@@ -14,6 +17,7 @@
 
 #include <unistd.h>
 
+#include "engine/core.h"
 #include "engine_models.h"
 #include "vsglex/engine.h"
 
@@ -69,6 +73,32 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (output.count < 0 || output.count > input.count + 1) abort();
     for (int32_t i = 0; i < output.count; ++i)
         if (strnlen(output.items[i].text, sizeof output.items[i].text) > VSG_ITEM_TEXT_MAX) abort();
+    // The same words as views (text up to the field's NUL).
+    std::vector<vsg::engine::WordView> views;
+    for (const WordItem &w : items)
+        views.push_back({w.text, static_cast<uint32_t>(strnlen(w.text, sizeof w.text)), w.sentence});
+    thread_local vsg::engine::Tagging tagged;
+    if (vsg::engine::TagWords(*engine, views.data(), views.size(), mode, tagged) != 0) abort();
+    if (static_cast<int32_t>(tagged.words.size()) != output.count) abort();
+    uint32_t next = 0;
+    for (size_t k = 0; k < tagged.words.size(); ++k) {
+        const vsg::engine::TaggedWord &t = tagged.words[k];
+        const WordItem &o = output.items[k];
+        if (t.first != o.id || static_cast<uint8_t>(t.tag) != o.tag || t.count == 0) abort();
+        // Runs follow each other, except for blank words handed back after
+        // a word that spans them.
+        if (t.first < next && t.textAt < 0) abort();
+        if (t.first + t.count > views.size()) abort();
+        next = t.first + t.count;
+        std::string text;
+        if (t.textAt >= 0) {
+            if (static_cast<size_t>(t.textAt) + t.textLength > tagged.texts.size()) abort();
+            text.assign(tagged.texts, static_cast<size_t>(t.textAt), t.textLength);
+        } else {
+            for (uint32_t q = t.first; q < t.first + t.count; ++q) text.append(views[q].text, views[q].length);
+        }
+        if (text != o.text) abort();
+    }
     VSG_SegmentForServerFree(&output);
     return 0;
 }

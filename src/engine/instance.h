@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 
+#include "engine/core.h"
 #include "vsglex/engine.h"
 
 namespace vsg::engine {
@@ -46,6 +47,12 @@ public:
     // VSG_SegmentForServer does; see SegmentCall for `outOfMemory`.
     int32_t Segment(const WordList *input, WordList *output, int32_t mode, bool *outOfMemory = nullptr) const {
         return SegmentCall(input, output, mode, models_, outOfMemory);
+    }
+
+    // Recognises names and tags words given as views (see TagWords): the
+    // core call, without the server interface's fixed-size items.
+    int32_t Tag(const WordView *words, size_t n, int32_t mode, Tagging &out) const {
+        return TagWords(*models_, words, n, mode, out);
     }
 
 private:

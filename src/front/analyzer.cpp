@@ -379,16 +379,17 @@ void Analysis::Flush() {
     if (items_.empty()) return;
     const std::string &gb = work_.gb;
     size_t n = items_.size();
-    // The input block is kept per thread: the engine is called many times.
-    thread_local std::vector<WordItem> in;
     // The engine's models are trained on full-width text: it is given the
-    // full-width form of ASCII letters, digits and marks (when that fits its
-    // word field), and its words are matched against what it was given.
+    // full-width form of ASCII letters, digits and marks (when that fits a
+    // word of at most kMaxAtomBytes), as views into `given`. The buffers
+    // are kept per thread: the engine is called many times.
     thread_local std::string given;
     thread_local std::vector<uint32_t> givenAt;
+    thread_local std::vector<vsg::engine::WordView> views;
+    thread_local vsg::engine::Tagging tagged;
     given.clear();
     givenAt.resize(n + 1);
-    in.resize(n);
+    views.resize(n);
     for (size_t k = 0; k < n; ++k) {
         givenAt[k] = static_cast<uint32_t>(given.size());
         WidenAscii(gb.data() + items_[k].start, items_[k].length, given);
@@ -398,25 +399,16 @@ void Analysis::Flush() {
         }
     }
     givenAt[n] = static_cast<uint32_t>(given.size());
-    for (size_t k = 0; k < n; ++k) {
-        WordItem &w = in[k];
-        std::memset(&w, 0, sizeof w);
-        std::memcpy(w.text, given.data() + givenAt[k], givenAt[k + 1] - givenAt[k]);
-        w.sentence = static_cast<uint16_t>(items_[k].sentence & 0xFFFF);
-        w.extra = static_cast<uint16_t>(items_[k].sentence >> 16);
-        w.id = static_cast<uint32_t>(k);
-    }
-    WordList input{static_cast<int32_t>(n), in.data()};
-    WordList output{0, nullptr};
-    bool outOfMemory = false;
-    shared_.engine->Segment(&input, &output, 0, &outOfMemory);
-    if (outOfMemory) {
-        VSG_SegmentForServerFree(&output);
-        throw std::bad_alloc();
-    }
+    for (size_t k = 0; k < n; ++k)
+        views[k] = vsg::engine::WordView{given.data() + givenAt[k], givenAt[k + 1] - givenAt[k], items_[k].sentence};
+    if (shared_.engine->Tag(views.data(), n, 0, tagged) == -2) throw std::bad_alloc();
 
-    // Align the engine's words with the cut words: each output word is the
-    // concatenation of one or more consecutive input words.
+    // A word whose text is the given text of the items it covers, starting
+    // at the first item not yet placed, is placed directly. Otherwise (a
+    // quirk of the recognisers wrote a name apart from its words, or an
+    // earlier word could not be placed) it is searched for as before: the
+    // first run of consecutive items of one sentence, from the first not
+    // yet placed, whose given texts join to exactly the word's text.
     auto match = [&](size_t p, const char *text, size_t len, size_t *last) {
         size_t acc = 0;
         for (size_t q = p; q < n && items_[q].sentence == items_[p].sentence; ++q) {
@@ -447,16 +439,22 @@ void Analysis::Flush() {
             spans.push_back(Span{first, last, tag});
     };
     size_t cursor = 0;
-    int32_t outCount = output.items != nullptr ? output.count : 0;
-    for (int32_t o = 0; o < outCount; ++o) {
-        const WordItem &w = output.items[o];
-        size_t len = strnlen(w.text, sizeof w.text);
+    for (const vsg::engine::TaggedWord &w : tagged.words) {
+        // Tags as the server interface gives them: 255 for none.
+        const int32_t tag = static_cast<uint8_t>(w.tag);
+        if (w.textAt < 0 && w.first == cursor) {
+            add(w.first, w.first + w.count - 1, tag);
+            cursor = w.first + w.count;
+            continue;
+        }
+        const char *text = w.textAt >= 0 ? tagged.texts.data() + w.textAt : given.data() + givenAt[w.first];
+        const size_t len = w.textAt >= 0 ? w.textLength : givenAt[w.first + w.count] - givenAt[w.first];
         if (len == 0) continue;
         size_t last = 0;
         size_t p = cursor;
         bool found = false;
         for (; p < n && p < cursor + VSG_SPAN_WORDS; ++p) {
-            if (match(p, w.text, len, &last)) {
+            if (match(p, text, len, &last)) {
                 found = true;
                 break;
             }
@@ -464,12 +462,11 @@ void Analysis::Flush() {
         if (!found) continue;
         // Input words the engine did not hand back keep no tag.
         for (size_t q = cursor; q < p; ++q) add(q, q, -1);
-        add(p, last, w.tag);
+        add(p, last, tag);
         cursor = last + 1;
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag);
-    VSG_SegmentForServerFree(&output);
     items_.clear();
 }
 

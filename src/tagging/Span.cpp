@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "common/gbtext.h"
 #include "common/tagset.h"
@@ -58,20 +59,6 @@ struct UnknownRow {
 constexpr UnknownRow kUnknown{};
 constexpr const double *kUnknownRow = kUnknown.cost;
 
-// The model's row of costs of every tag following `prev`, or kUnknownRow
-// when the model has none.
-inline const double *TransitionRow(const ContextStat *m, uint8_t prev) {
-    if (m == nullptr || m->possibility == nullptr || prev >= m->tagCount ||
-        m->possibility[prev] == nullptr)
-        return kUnknownRow;
-    return m->possibility[prev];
-}
-
-// True when the model's rows have a column for `cur`.
-inline bool KnownColumn(const ContextStat *m, uint8_t cur) {
-    return m != nullptr && m->possibility != nullptr && cur < m->tagCount;
-}
-
 // Candidate j of slot k. A back index of 21 points past the 20-byte row;
 // like the row layout it reads on into the following row, and yields the
 // terminator past the end of the table.
@@ -92,13 +79,15 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 // one) into a slot, bounded by both fields; returns its length.
 size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
-    size_t n = strnlen(w.text, sizeof w.text);
+    size_t limit = sizeof w.text;
     if (w.classText[0] != '\0') {
         src = w.classText;
-        n = strnlen(w.classText, sizeof w.classText);
+        limit = sizeof w.classText;
     }
-    if (n > sizeof dst - 1) n = sizeof dst - 1;
-    memcpy(dst, src, n);
+    if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+    // Words are a few bytes long: a plain loop beats a library call here.
+    size_t n = 0;
+    for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
     dst[n] = '\0';
     return n;
 }
@@ -127,11 +116,14 @@ int32_t AddRowCands(CSpan *span, uint32_t k, int32_t n, const DictSRow *rows, in
                     Take take) {
     if (rows == nullptr) return n;
     const ContextStat *m = span->model;
+    // SingleValue with the model's table read once.
+    const double *single = (m != nullptr) ? m->singleValue : nullptr;
+    const uint32_t tagCount = (single != nullptr) ? m->tagCount : 0;
     for (int32_t i = 0; i < rowCount; ++i) {
         const DictSRow &row = rows[i];
         if (!take(row)) continue;
-        n = AddCand(span, k, n, row.subCode,
-                    SingleValue(m, row.subCode) - static_cast<double>(row.value));
+        const uint8_t tag = row.subCode;
+        n = AddCand(span, k, n, tag, (tag < tagCount ? single[tag] : 0.0) - static_cast<double>(row.value));
     }
     return n;
 }
@@ -348,17 +340,29 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
 int32_t CSpan_Disamb(CSpan *span) {
     if (span == nullptr || span->count < 2) return 1;
     const ContextStat *m = span->model;
+    // The model's table, read once: the byte stores below could otherwise
+    // change it as far as the compiler knows.
+    const double *const *table = (m != nullptr) ? m->possibility : nullptr;
+    const uint32_t tagCount = (table != nullptr) ? m->tagCount : 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    auto rowOf = [&](uint8_t tag) { return (tag < tagCount && table[tag] != nullptr) ? table[tag] : kUnknownRow; };
+    // The cost rows of the previous slot's candidates, looked up once per
+    // candidate rather than once per pair: those of slot 0 here, those of
+    // each later slot while it is filled.
+    const double *rowsA[kSpanCands];
+    const double *rowsB[kSpanCands];
+    const double **rows = rowsA;
+    const double **nextRows = rowsB;
+    int prevCount = 0;
+    for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
+        rows[prevCount] = rowOf(prev[prevCount]);
     for (uint32_t k = 1; k < count; ++k) {
-        // The cost rows of the previous slot's candidates, looked up once
-        // per slot rather than once per pair.
-        const uint8_t *prev = span->cand[k - 1];
         const double *prevScore = span->score[k - 1];
-        const double *rows[kSpanCands];
-        int prevCount = 0;
-        for (; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
-            rows[prevCount] = TransitionRow(m, prev[prevCount]);
-        for (int j = 0; j < kSpanCands && span->cand[k][j] != kNoTag; ++j) {
+        const uint8_t *cand = span->cand[k];
+        double *score = span->score[k];
+        uint8_t *back = span->back[k];
+        int j = 0;
+        for (; j < kSpanCands && cand[j] != kNoTag; ++j) {
             // Cheapest path into candidate j given the cost of each pair.
             auto relax = [&](auto pairCost) {
                 double best = kNoPath;
@@ -370,15 +374,18 @@ int32_t CSpan_Disamb(CSpan *span) {
                         arg = static_cast<uint8_t>(i);
                     }
                 }
-                span->back[k][j] = arg;
-                span->score[k][j] += best;
+                back[j] = arg;
+                score[j] += best;
             };
-            const uint8_t cur = span->cand[k][j];
-            if (KnownColumn(m, cur))
+            const uint8_t cur = cand[j];
+            if (cur < tagCount)
                 relax([&](int i) { return rows[i][cur]; });
             else
                 relax([](int) { return kUnknownTransition; });
+            nextRows[j] = rowOf(cur);
         }
+        std::swap(rows, nextRows);
+        prevCount = j;
     }
     return 1;
 }

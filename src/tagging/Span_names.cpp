@@ -10,17 +10,12 @@ namespace {
 constexpr size_t kTextField = sizeof(SpanWord{}.text);
 constexpr size_t kClassField = sizeof(SpanWord{}.classText);
 
-// First byte of the role text of `tag`, or NUL when the map has none.
+// First byte of the role text of `tag`, or NUL when the map has none (an
+// empty role text reads as none too).
 char RoleLetter(const POSmap *map, uint8_t tag) {
     if (map == nullptr || map->tags == nullptr || tag >= map->count) return '\0';
     const char *text = map->tags[tag];
-    if (text == nullptr) return '\0';
-    // Maps loaded from files hold tags of at most 98 bytes; a longer one
-    // (only possible in a map built in memory) is read directly.
-    char out[256];
-    if (strnlen(text, sizeof out) == sizeof out) return text[0];
-    if (POSmap_GetPOS(tag, out, map) != 1) return '\0';
-    return out[0];
+    return text != nullptr ? text[0] : '\0';
 }
 
 // An empty but valid transition table pair: every lookup misses, so the

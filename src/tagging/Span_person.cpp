@@ -44,6 +44,14 @@ constexpr bool LengthsMatch() {
     return true;
 }
 static_assert(LengthsMatch(), "every pattern's length is the length of its letters");
+constexpr bool FirstLettersKnown() {
+    for (const Pattern &p : kPatterns) {
+        const char c = p.roles[0];
+        if (p.length != 0 && c != 'C' && c != 'D' && c != 'F' && c != 'G' && c != 'I' && c != 'J') return false;
+    }
+    return true;
+}
+static_assert(FirstLettersKnown(), "Run() skips positions whose letter begins no pattern");
 
 const NameClass kPatternName{vsg::kPersonClass, vsg::kPersonTag, 73861u, vsg::kPersonClassWeight};
 const NameClass kTransliterated{vsg::kPersonClass, 27, 18802u, 9.84177};
@@ -144,7 +152,9 @@ void PersonScan::Run() {
         }
         int32_t pos = i;
         int32_t next = -1;  // where the scan goes on; -1 while patterns remain
-        for (const Pattern *p = kPatterns; p->length != 0 && next < 0; ++p) {
+        // No pattern begins with any other letter: the table need not be tried.
+        const bool mayMatch = c == 'C' || c == 'D' || c == 'F' || c == 'G' || c == 'I' || c == 'J';
+        for (const Pattern *p = kPatterns; mayMatch && p->length != 0 && next < 0; ++p) {
             if (!roles_.HasAt(pos, p->roles, static_cast<size_t>(p->length)) || SlotIsDot(pos - 1)) continue;
             const int32_t end = pos + p->length;
 

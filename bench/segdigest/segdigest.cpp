@@ -1,0 +1,148 @@
+// Digest of the segmentation call's output over whole corpus files: every
+// mode (0-3), one paragraph per call and 100 per call. Two builds give the
+// same digests exactly when their outputs are byte-identical.
+//
+// Usage: segdigest MODEL_DIR CORPUS_FILE...
+// Corpus files are UTF-8 "word/tag" tokens, one paragraph a line; person
+// names are cut into characters as a host's word cutter leaves unknown names.
+#include <iconv.h>
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "vsglex/engine.h"
+
+namespace {
+
+std::string ToGb(iconv_t cd, const std::string &utf8) {
+    std::string out(utf8.size() * 2 + 4, '\0');
+    char *src = const_cast<char *>(utf8.data());
+    size_t srcLeft = utf8.size();
+    char *dst = out.data();
+    size_t dstLeft = out.size();
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1)) return {};
+    out.resize(out.size() - dstLeft);
+    return out;
+}
+
+void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
+    if (gb.empty() || gb.size() > VSG_ITEM_TEXT_MAX) return;
+    WordItem w{};
+    memcpy(w.text, gb.data(), gb.size());
+    w.sentence = static_cast<uint16_t>(key & 0xffff);
+    w.extra = static_cast<uint16_t>(key >> 16);
+    w.id = static_cast<uint32_t>(para.size());
+    w.group = key * 7u;
+    w.mark = static_cast<uint8_t>(para.size());
+    para.push_back(w);
+}
+
+bool ReadCorpus(const char *path, std::vector<std::vector<WordItem>> &paragraphs) {
+    std::ifstream in(path);
+    if (!in) return false;
+    iconv_t cd = iconv_open("GB18030", "UTF-8");
+    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream tokens(line);
+        std::string token;
+        std::vector<WordItem> para;
+        const auto key = static_cast<uint32_t>(paragraphs.size());
+        bool first = true;
+        while (tokens >> token) {
+            if (first) {  // the paragraph identifier
+                first = false;
+                continue;
+            }
+            if (!token.empty() && token[0] == '[') token.erase(0, 1);
+            const size_t bracket = token.rfind(']');
+            if (bracket != std::string::npos) token.resize(bracket);
+            const size_t slash = token.rfind('/');
+            if (slash == std::string::npos) continue;
+            const std::string word = token.substr(0, slash);
+            if (token.substr(slash + 1) == "nr") {
+                for (size_t i = 0; i < word.size();) {
+                    const auto c = static_cast<unsigned char>(word[i]);
+                    const size_t n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
+                    AddItem(para, ToGb(cd, word.substr(i, n)), key);
+                    i += n;
+                }
+            } else {
+                AddItem(para, ToGb(cd, word), key);
+            }
+        }
+        // A blank item now and then: they are handed back untagged.
+        if (para.size() > 3 && key % 5 == 0) {
+            WordItem blank = para[para.size() / 2];
+            memset(blank.text, 0, sizeof blank.text);
+            if (key % 10 == 0) blank.text[0] = ' ';
+            para.insert(para.begin() + static_cast<long>(para.size() / 2), blank);
+        }
+        if (!para.empty()) paragraphs.push_back(std::move(para));
+    }
+    iconv_close(cd);
+    return true;
+}
+
+struct Digest {
+    uint64_t h = 1469598103934665603ull;
+    void Add(const void *p, size_t n) {
+        const auto *b = static_cast<const unsigned char *>(p);
+        for (size_t i = 0; i < n; ++i) h = (h ^ b[i]) * 1099511628211ull;
+    }
+};
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 3) {
+        fprintf(stderr, "usage: %s MODEL_DIR CORPUS_FILE...\n", argv[0]);
+        return 2;
+    }
+    SegmentEngine *engine = nullptr;
+    const int32_t status = VSG_LoadForServer(&engine, argv[1]);
+    if (status != 0 && status != 1) {
+        fprintf(stderr, "cannot load models from %s (status %d)\n", argv[1], status);
+        return 1;
+    }
+    std::vector<std::vector<WordItem>> paragraphs;
+    for (int i = 2; i < argc; ++i) {
+        if (!ReadCorpus(argv[i], paragraphs)) {
+            fprintf(stderr, "cannot read %s\n", argv[i]);
+            return 1;
+        }
+    }
+    for (int mode = 0; mode <= 3; ++mode) {
+        for (size_t perCall : {size_t{1}, size_t{100}}) {
+            Digest d;
+            size_t words = 0;
+            for (size_t p = 0; p < paragraphs.size(); p += perCall) {
+                std::vector<WordItem> call;
+                for (size_t q = p; q < p + perCall && q < paragraphs.size(); ++q)
+                    call.insert(call.end(), paragraphs[q].begin(), paragraphs[q].end());
+                WordList input{static_cast<int32_t>(call.size()), call.data()};
+                WordList output{0, nullptr};
+                const int32_t r = VSG_SegmentForServer(&input, &output, mode, engine);
+                d.Add(&r, sizeof r);
+                d.Add(&output.count, sizeof output.count);
+                for (int32_t k = 0; k < output.count; ++k) {
+                    const WordItem &w = output.items[k];
+                    d.Add(w.text, strnlen(w.text, sizeof w.text));
+                    const uint32_t fields[] = {w.mark, w.tag, w.kind, w.sentence, w.extra, w.id, w.group};
+                    d.Add(fields, sizeof fields);
+                }
+                words += static_cast<size_t>(output.count);
+                VSG_SegmentForServerFree(&output);
+            }
+            printf("mode %d per_call %3zu: %zu words out, digest %016" PRIx64 "\n", mode, perCall, words, d.h);
+        }
+    }
+    VSG_FreeForServer(engine);
+    return 0;
+}

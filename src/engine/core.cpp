@@ -1,0 +1,342 @@
+// The engine core: the per-call pipeline that cuts the input into sentence
+// chunks, recognises names, assigns class words and tags every word, and
+// TagWords, which reports its result as spans of input words.
+#include "engine/core.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "common/gbtext.h"
+#include "common/tagset.h"
+#include "engine/class_rows.h"
+#include "tagging/Span.h"
+#include "vsglex/utility.h"
+
+namespace vsg::engine {
+
+namespace {
+
+// Items of one sentence chunk.
+constexpr int32_t kChunkItems = 150;
+
+// Initialises one word record of the primary array.
+void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core) {
+    memset(w, 0, sizeof *w);
+    CopyGbText(w->text, sizeof w->text, text, textSize);
+    w->weight = 1.0;
+    w->tag = -1;
+    w->source = -1;
+    const int32_t at = DictionaryS_GetCoreInfo(w->text, core);
+    if (at >= 0 && core->entries != nullptr && at < core->count) {
+        const DictSEntry &entry = core->entries[at];
+        w->posCount = entry.posCount;
+        memcpy(w->stats, entry.stats, sizeof w->stats);
+        w->posList = entry.posList;
+    }
+}
+
+// Marks long dictionary words whose rows score as names with the class word
+// of that name class. Every row is examined; the last matching row decides.
+void AssignClasses(SpanWord *words) {
+    for (SpanWord *w = words; w->text[0] != '\0'; ++w) {
+        if (w->posCount <= 0 || w->posList == nullptr || w->classText[0] != '\0' ||
+            !vsg::TakesClass(w->text))
+            continue;
+        for (int32_t i = 0; i < w->posCount; ++i) {
+            const DictSRow &row = w->posList[i];
+            const int tag = vsg::ClassTagOfRow(row.subCode, static_cast<double>(row.value));
+            if (tag < 0) continue;
+            if (tag == vsg::kOrgTag) {
+                memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
+                w->weight = vsg::kOrgClassWeight;
+            } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
+                memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
+                w->weight = vsg::kPlaceClassWeight;
+            } else {
+                memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
+                w->weight = vsg::kPersonClassWeight;
+            }
+            w->tag = static_cast<int8_t>(tag);
+        }
+    }
+}
+
+// Working storage of the pipeline: four spans and two word arrays. Each
+// thread keeps one and reuses it for every call (the spans are reused
+// across chunks within a call anyway), so a call allocates nothing per word.
+struct Work {
+    CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
+    SpanWord *primary = nullptr;
+    SpanWord *secondary = nullptr;
+
+    Work() {
+        for (int t = 0; t < 4; ++t) {
+            spans[t] = CSpan_new();
+            if (spans[t] != nullptr) CSpan_SetTagType(spans[t], static_cast<uint32_t>(t));
+        }
+        // Every record is written before it is read, so no clearing is needed.
+        primary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
+        secondary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
+    }
+    ~Work() {
+        free(primary);
+        free(secondary);
+        for (CSpan *s : spans) CSpan_delete(s);
+    }
+    Work(const Work &) = delete;
+    Work &operator=(const Work &) = delete;
+
+    bool ok() const {
+        return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
+    }
+    // Points the spans at the context models of `engine`.
+    void Bind(const SegmentEngine *engine) {
+        for (int t = 0; t < 4; ++t) spans[t]->model = &engine->tagModels[t].model;
+    }
+};
+
+// The calling thread's working storage, or null when it cannot be allocated
+// (a later call tries again).
+Work *ThreadWork() {
+    thread_local std::unique_ptr<Work> work;
+    if (work == nullptr || !work->ok()) {
+        work.reset(new (std::nothrow) Work);
+        if (work == nullptr || !work->ok()) return nullptr;
+    }
+    return work.get();
+}
+
+// Role-tags `words` with the name role set `tag`; returns the result
+// without merged words: `words` itself when nothing was merged, else `to`,
+// into which the survivors are copied.
+SpanWord *RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
+    CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
+    int32_t i = 0;
+    while (i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0' && words[i].state != VSG_STATE_MERGED) ++i;
+    if (i < VSG_SPAN_WORDS - 1 && words[i].text[0] == '\0') return words;
+    // The survivors are copied whole (text bytes after the terminator
+    // included, which nothing reads): one block move per record. At most
+    // VSG_SPAN_WORDS - 1 words, so the end record fits in the array.
+    int32_t j = 0;
+    for (i = 0; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
+        if (words[i].state != VSG_STATE_MERGED) memcpy(&to[j++], &words[i], sizeof *to);
+    to[j].text[0] = '\0';
+    return to;
+}
+
+// Role tagging of the primary array by mode; returns the array that holds
+// the result, without merged words.
+SpanWord *TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
+    SpanWord *a = work.primary;
+    SpanWord *b = work.secondary;
+    auto pass = [&](int32_t tag) {
+        SpanWord *result = RoleTag(work, tag, a, b, engine);
+        if (result == b) std::swap(a, b);
+    };
+    switch (mode) {
+    case 0:
+        pass(VSG_TAG_PERSON);
+        pass(VSG_TAG_PLACE);
+        pass(VSG_TAG_ORG);
+        break;
+    case 1:
+        pass(VSG_TAG_PERSON);
+        break;
+    case 2:
+        pass(VSG_TAG_PLACE);
+        break;
+    default:
+        pass(VSG_TAG_ORG);
+        break;
+    }
+    return a;
+}
+
+int32_t NameClassOf(int32_t tag) {
+    if (vsg::IsPersonTag(tag)) return 1;
+    if (vsg::IsPlaceTag(tag)) return 2;
+    if (vsg::IsOrgTag(tag)) return 3;
+    return 0;
+}
+
+// Collects a chunk's surviving words as spans of input words.
+class SpanSink final : public ChunkSink {
+public:
+    SpanSink(const WordView *views, int32_t n, Tagging &out) : views_(views), n_(n), out_(out) {}
+
+    void Chunk(const SpanWord *words, int32_t first, int32_t end) override {
+        blank_ = first;
+        const SpanWord *pending = nullptr;
+        int32_t pendingSrc = 0;
+        for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
+            if (w->state == VSG_STATE_MERGED || IsBoundaryRecord(*w)) continue;
+            const int32_t src = (w->source >= 0 && w->source < n_) ? w->source : first;
+            if (pending != nullptr) Add(*pending, pendingSrc, src);
+            BlanksBefore(src);
+            pending = w;
+            pendingSrc = src;
+        }
+        if (pending != nullptr) Add(*pending, pendingSrc, end);
+        BlanksBefore(end);
+    }
+
+private:
+    // Hands back the blank words before input word `before`, as the server
+    // interface does: each before the first word from a later item.
+    void BlanksBefore(int32_t before) {
+        for (; blank_ < before; ++blank_)
+            if (IsBlankView(views_[blank_])) AddText(static_cast<uint32_t>(blank_), 1, -1, views_[blank_].text,
+                                                     views_[blank_].length);
+        if (blank_ < before) blank_ = before;
+    }
+
+    // Adds word `w` that came from input word `src`; the next surviving word
+    // came from `next` (or the chunk ends there).
+    void Add(const SpanWord &w, int32_t src, int32_t next) {
+        int32_t last = next - 1;
+        while (last > src && IsBlankView(views_[last])) --last;
+        if (last < src) last = src;
+        const uint32_t count = static_cast<uint32_t>(last - src + 1);
+        const int32_t tag = w.tag;
+        // The text is its input words' texts joined when their bytes (none
+        // of them NUL) make up exactly the record's text and fit a host word.
+        size_t pos = 0;
+        bool exact = true;
+        for (int32_t q = src; exact && q <= last; ++q) {
+            const WordView &v = views_[q];
+            if (v.length == 0 || pos + v.length > VSG_ITEM_TEXT_MAX ||
+                (static_cast<unsigned char>(v.text[0]) <= ' ' && IsBlankView(v))) {
+                exact = false;
+                break;
+            }
+            for (uint32_t b = 0; b < v.length; ++b, ++pos) {
+                if (v.text[b] == '\0' || w.text[pos] != v.text[b]) {
+                    exact = false;
+                    break;
+                }
+            }
+        }
+        if (exact && w.text[pos] == '\0') {
+            out_.words.push_back(TaggedWord{static_cast<uint32_t>(src), count, tag, NameClassOf(tag), -1, 0});
+            return;
+        }
+        const size_t length = strnlen(w.text, sizeof w.text);
+        AddText(static_cast<uint32_t>(src), count, tag, w.text, length);
+    }
+
+    // Adds a word whose text is given, cut as a host word's text is cut.
+    void AddText(uint32_t first, uint32_t count, int32_t tag, const char *text, size_t length) {
+        char cut[VSG_ITEM_TEXT_MAX + 1];
+        CopyGbText(cut, sizeof cut, text, length);
+        const size_t cutLength = strlen(cut);
+        out_.words.push_back(TaggedWord{first, count, tag, NameClassOf(tag), static_cast<int32_t>(out_.texts.size()),
+                                        static_cast<uint32_t>(cutLength)});
+        out_.texts.append(cut, cutLength);
+    }
+
+    const WordView *views_;
+    int32_t n_;
+    Tagging &out_;
+    int32_t blank_ = 0;
+};
+
+}  // namespace
+
+void CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
+    size_t n = strnlen(src, srcSize);
+    if (n > cap - 1) {
+        size_t cut = 0;
+        while (cut < cap - 1) {
+            const size_t step = (static_cast<unsigned char>(src[cut]) >= 0x80) ? 2 : 1;
+            if (cut + step > cap - 1) break;
+            cut += step;
+        }
+        n = cut;
+    }
+    memcpy(dst, src, n);
+    dst[n] = '\0';
+}
+
+bool IsBlankView(const WordView &w) {
+    for (uint32_t i = 0; i < w.length && w.text[i] != '\0'; ++i) {
+        const char c = w.text[i];
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\v' && c != '\f' && c != '\r') return false;
+    }
+    return true;
+}
+
+bool IsBoundaryRecord(const SpanWord &w) {
+    // Both boundary words are 7 bytes with their terminator; text has 128.
+    return memcmp(w.text, vsg::kStartWord, sizeof vsg::kStartWord) == 0 ||
+           memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0;
+}
+
+bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink) {
+    Work *shared = ThreadWork();
+    if (shared == nullptr) return false;
+    Work &work = *shared;
+    const SegmentEngine *engine = &models;
+    work.Bind(engine);
+    const DictionaryS *core = &engine->core;
+    // The boundary words frame every chunk; they are looked up once per call.
+    SpanWord startWord;
+    SpanWord endWord;
+    FillWord(&startWord, vsg::kStartWord, sizeof vsg::kStartWord, core);
+    FillWord(&endWord, vsg::kEndWord, sizeof vsg::kEndWord, core);
+
+    for (int32_t s = 0; s < n;) {
+        const uint32_t key = views[s].sentence;
+        int32_t e = s + 1;
+        while (e < n && views[e].sentence == key && e - s < kChunkItems) ++e;
+
+        // Blank words take no place in the array: an empty text would end
+        // it, and white space would stand between two words.
+        SpanWord *a = work.primary;
+        a[0] = startWord;
+        int32_t words = 0;
+        for (int32_t i = s; i < e; ++i) {
+            const WordView &view = views[i];
+            if (IsBlankView(view)) continue;
+            SpanWord *w = &a[++words];
+            FillWord(w, view.text, view.length, core);
+            w->sentence = static_cast<int32_t>(key >> 16);
+            w->extra = static_cast<int32_t>(key & 0xFFFF);
+            w->id = i;
+            w->source = i;
+        }
+        if (words > 0) {
+            a[words + 1] = endWord;
+            memset(&a[words + 2], 0, sizeof a[words + 2]);
+            SpanWord *tagged = TagRoles(work, mode, engine);
+            AssignClasses(tagged);
+            CSpan_POSTagging(work.spans[VSG_TAG_POS], tagged, core);
+            sink.Chunk(tagged, s, e);
+        } else {
+            work.secondary[0].text[0] = '\0';  // a chunk of blank words only
+            sink.Chunk(work.secondary, s, e);
+        }
+        s = e;
+    }
+    return true;
+}
+
+int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out) {
+    out.words.clear();
+    out.texts.clear();
+    if (mode < 0 || mode > 3 || n > static_cast<size_t>(INT32_MAX) || (words == nullptr && n > 0)) return -1;
+    try {
+        out.words.reserve(n);
+        SpanSink sink(words, static_cast<int32_t>(n), out);
+        if (!RunPipeline(models, words, static_cast<int32_t>(n), mode, sink)) return -2;
+    } catch (const std::bad_alloc &) {
+        return -2;
+    }
+    return 0;
+}
+
+}  // namespace vsg::engine

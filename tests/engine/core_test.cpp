@@ -1,0 +1,126 @@
+// The core call over word views against the server interface's call: the
+// same words, tags and source items in every mode, reported as spans of
+// the input words; and the words it cannot report as spans.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/core.h"
+#include "engine/instance.h"
+#include "support/support.h"
+#include "vsglex/engine.h"
+
+using vsgtest::Gb;
+
+namespace {
+
+std::unique_ptr<vsg::engine::Engine> LoadShipped() {
+    const char *source = std::getenv("VSGLEX_SOURCE_DIR");
+    if (source == nullptr) return nullptr;
+    int32_t status = -1;
+    return vsg::engine::Engine::Load((std::string(source) + "/data/vsg").c_str(), &status);
+}
+
+// Sentences of pre-cut words (unknown names cut into characters), one
+// sentence key each; "" and " " are blank items.
+const std::vector<std::vector<std::string>> kSentences = {
+    {"张", "伟", "说", "，", "王", "小", "明", "明天", "去", "北京", "。"},
+    {"中国", "人民", "银行", "行长", "周", "小", "川", "在", "会", "上", "讲话", "。"},
+    {"他", "在", "", "江", "苏", "省", "南", "通", "市", " ", "工作", "。"},
+    {"克", "林", "顿", "访问", "莫斯科", "，", "会见", "叶", "利", "钦", "。"},
+    {"北京", "大学", "和", "清华", "大学", "的", "学生", "。"},
+};
+
+TEST(EngineCore, TagWordsReportsTheServerCallsWordsAsSpans) {
+    std::unique_ptr<vsg::engine::Engine> engine = LoadShipped();
+    if (engine == nullptr) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    // The sentences, then a long one that the engine takes in chunks.
+    std::vector<std::string> gb;
+    std::vector<uint32_t> keys;
+    for (size_t s = 0; s < kSentences.size(); ++s)
+        for (const std::string &w : kSentences[s]) {
+            gb.push_back(Gb(w));
+            keys.push_back(static_cast<uint32_t>(s));
+        }
+    for (int r = 0; r < 40; ++r)
+        for (const std::string &w : kSentences[r % 2]) {
+            gb.push_back(Gb(w));
+            keys.push_back(70000);  // beyond 16 bits: sentence and extra both used
+        }
+    std::vector<WordItem> items(gb.size());
+    std::vector<vsg::engine::WordView> views(gb.size());
+    for (size_t i = 0; i < gb.size(); ++i) {
+        snprintf(items[i].text, sizeof items[i].text, "%s", gb[i].c_str());
+        items[i].sentence = static_cast<uint16_t>(keys[i] >> 16);
+        items[i].extra = static_cast<uint16_t>(keys[i] & 0xFFFF);
+        items[i].id = static_cast<uint32_t>(i);
+        views[i] = {gb[i].data(), static_cast<uint32_t>(gb[i].size()), keys[i]};
+    }
+    vsg::engine::Tagging out;
+    for (int32_t mode = 0; mode <= 3; ++mode) {
+        SCOPED_TRACE(mode);
+        WordList in{static_cast<int32_t>(items.size()), items.data()};
+        WordList server{0, nullptr};
+        ASSERT_EQ(engine->Segment(&in, &server, mode), 1);
+        ASSERT_EQ(engine->Tag(views.data(), views.size(), mode, out), 0);
+        ASSERT_EQ(static_cast<int32_t>(out.words.size()), server.count);
+        size_t next = 0;  // every input word is covered once, in order
+        size_t merged = 0;
+        for (size_t k = 0; k < out.words.size(); ++k) {
+            const vsg::engine::TaggedWord &w = out.words[k];
+            const WordItem &s = server.items[k];
+            std::string text;
+            if (w.textAt >= 0) {
+                text = out.texts.substr(static_cast<size_t>(w.textAt), w.textLength);
+            } else {
+                for (uint32_t q = w.first; q < w.first + w.count; ++q) text += gb[q];
+            }
+            EXPECT_EQ(text, std::string(s.text)) << k;
+            EXPECT_EQ(static_cast<uint8_t>(w.tag), s.tag) << k;
+            EXPECT_EQ(w.first, s.id) << k;
+            EXPECT_EQ(w.first, next) << k;
+            next = w.first + w.count;
+            if (w.count > 1) ++merged;
+            const bool blank = gb[w.first].find_first_not_of(' ') == std::string::npos;
+            EXPECT_EQ(w.textAt >= 0, blank) << k;  // no quirk in these sentences
+            if (blank) {
+                EXPECT_LT(w.tag, 0) << k;
+            }
+            EXPECT_EQ(w.nameClass == 1, w.tag == 24 || w.tag == 27 || w.tag == 28) << k;
+        }
+        EXPECT_EQ(next, gb.size());
+        // Names were merged: the spans are not all single words.
+        EXPECT_GT(merged, 2u);
+        VSG_SegmentForServerFree(&server);
+    }
+}
+
+TEST(EngineCore, WordsNotMadeOfTheirInputsCarryTheirTextAndBadCallsAreRefused) {
+    std::unique_ptr<vsg::engine::Engine> engine = LoadShipped();
+    if (engine == nullptr) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    std::string longWord;
+    for (int i = 0; i < 50; ++i) longWord += Gb("长");  // 100 bytes: longer than a host word
+    const std::string nul("\xd6\xd0\0x", 4);          // cut at its NUL by the engine
+    const std::string said = Gb("说");
+    std::vector<vsg::engine::WordView> views = {
+        {longWord.data(), 100, 0}, {said.data(), 2, 0}, {nul.data(), 4, 0}};
+    vsg::engine::Tagging out;
+    ASSERT_EQ(engine->Tag(views.data(), views.size(), 0, out), 0);
+    ASSERT_EQ(out.words.size(), 3u);
+    ASSERT_GE(out.words[0].textAt, 0);
+    EXPECT_EQ(out.texts.substr(static_cast<size_t>(out.words[0].textAt), out.words[0].textLength),
+              longWord.substr(0, 80));
+    EXPECT_EQ(out.words[1].textAt, -1);
+    ASSERT_GE(out.words[2].textAt, 0);
+    EXPECT_EQ(out.texts.substr(static_cast<size_t>(out.words[2].textAt), out.words[2].textLength), "\xd6\xd0");
+
+    EXPECT_EQ(engine->Tag(views.data(), views.size(), 4, out), -1);
+    EXPECT_EQ(engine->Tag(nullptr, 1, 0, out), -1);
+    EXPECT_EQ(engine->Tag(nullptr, 0, 0, out), 0);
+    EXPECT_TRUE(out.words.empty());
+}
+
+}  // namespace
