@@ -9,14 +9,16 @@
 #include <new>
 
 #include "engine/core.h"
+#include "model/loaders.h"
 #include "vsglex/engine.h"
 
 namespace vsg::engine {
 
 // Loads the twelve model files of `directory` into a new instance. On
 // failure returns null and sets *status to the failing file's load status
-// (VSG_ERR_COREDICT .. VSG_ERR_ORG_SUFFIX); on success *status is 0.
-SegmentEngine *LoadInstance(const char *directory, int32_t *status);
+// (VSG_ERR_COREDICT .. VSG_ERR_ORG_SUFFIX) and *fault (if not null) to what
+// its loader found wrong; on success *status is 0. Prints nothing.
+SegmentEngine *LoadInstance(const char *directory, int32_t *status, model::LoadFault *fault = nullptr);
 // Frees an instance of LoadInstance and its models. Null is ignored.
 void FreeInstance(SegmentEngine *engine);
 
@@ -30,8 +32,9 @@ int32_t SegmentCall(const WordList *input, WordList *output, int32_t mode, const
 class Engine {
 public:
     // Loads `directory` (see LoadInstance); null on failure.
-    static std::unique_ptr<Engine> Load(const char *directory, int32_t *status) {
-        SegmentEngine *models = LoadInstance(directory, status);
+    static std::unique_ptr<Engine> Load(const char *directory, int32_t *status,
+                                        model::LoadFault *fault = nullptr) {
+        SegmentEngine *models = LoadInstance(directory, status, fault);
         if (models == nullptr) return nullptr;
         std::unique_ptr<Engine> e(new (std::nothrow) Engine(models));
         if (e == nullptr) FreeInstance(models);

@@ -32,27 +32,28 @@ constexpr size_t kPathMax = 1024;
 // loaders do.
 using vsg::model::LoadFault;
 using vsg::model::Messages;
-bool LoadCoreOf(const char *path, SegmentEngine *e, Messages m) {
-    return vsg::model::LoadCoreFile(path, &e->core, m) == LoadFault::kNone;
+LoadFault LoadCoreOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadCoreFile(path, &e->core, m);
 }
 template <int Tag>
-bool LoadContextOf(const char *path, SegmentEngine *e, Messages m) {
-    return vsg::model::LoadContextFile(path, &e->tagModels[Tag].model, m) == LoadFault::kNone;
+LoadFault LoadContextOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadContextFile(path, &e->tagModels[Tag].model, m);
 }
 template <int Tag>
-bool LoadMapOf(const char *path, SegmentEngine *e, Messages) {
-    return vsg::model::LoadTagMap(path, &e->tagModels[Tag].map) == LoadFault::kNone;
+LoadFault LoadMapOf(const char *path, SegmentEngine *e, Messages) {
+    return vsg::model::LoadTagMap(path, &e->tagModels[Tag].map);
 }
 template <int Affix>
-bool LoadAffixOf(const char *path, SegmentEngine *e, Messages m) {
-    return vsg::model::LoadAffixFile(path, &e->affix[Affix], m) == LoadFault::kNone;
+LoadFault LoadAffixOf(const char *path, SegmentEngine *e, Messages m) {
+    return vsg::model::LoadAffixFile(path, &e->affix[Affix], m);
 }
 
 // Loads every model of `dir` (which ends with a separator or is empty) into
-// `e` in the fixed order; 0, or the status of the first file that failed.
-int32_t LoadModels(SegmentEngine *e, const char *dir, Messages messages) {
+// `e` in the fixed order; 0, or the status of the first file that failed
+// with its loader's fault in *fault.
+int32_t LoadModels(SegmentEngine *e, const char *dir, Messages messages, LoadFault *fault) {
     // The loader of each file of vsg::kModelFiles, in the same order.
-    using Loader = bool (*)(const char *, SegmentEngine *, Messages);
+    using Loader = LoadFault (*)(const char *, SegmentEngine *, Messages);
     static constexpr Loader kLoaders[] = {
         LoadCoreOf,                           // coredict.dct
         LoadContextOf<VSG_TAG_POS>,           // lexical.ctx
@@ -71,7 +72,8 @@ int32_t LoadModels(SegmentEngine *e, const char *dir, Messages messages) {
     char path[kPathMax + 32];
     for (size_t i = 0; i < vsg::kModelFileCount; ++i) {
         GetFullFileName(path, dir, vsg::kModelFiles[i].name);
-        if (!kLoaders[i](path, e, messages)) return vsg::kModelFiles[i].status;
+        *fault = kLoaders[i](path, e, messages);
+        if (*fault != LoadFault::kNone) return vsg::kModelFiles[i].status;
     }
     return 0;
 }
@@ -125,19 +127,23 @@ private:
 };
 
 // Loads the model files of `directory` into the zero-filled `engine`; 0 or
-// the status of the first file that failed.
-int32_t LoadInto(SegmentEngine *engine, const char *directory, Messages messages) {
+// the status of the first file that failed, with its fault in *fault.
+int32_t LoadInto(SegmentEngine *engine, const char *directory, Messages messages, LoadFault *fault) {
+    *fault = LoadFault::kNone;
     if (directory == nullptr) directory = "";
     const size_t len = strlen(directory);
     // The longest model file name and the joining separator must fit too.
-    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) return VSG_ERR_COREDICT;
+    if (len + 2 + sizeof("loc_suffix.dct") > kPathMax) {
+        *fault = LoadFault::kCannotOpen;
+        return VSG_ERR_COREDICT;
+    }
     char dir[kPathMax];
     memcpy(dir, directory, len + 1);
     if (len > 0 && dir[len - 1] != '\\' && dir[len - 1] != '/') {
         dir[len] = '/';
         dir[len + 1] = '\0';
     }
-    return LoadModels(engine, dir, messages);
+    return LoadModels(engine, dir, messages, fault);
 }
 
 }  // namespace
@@ -154,7 +160,8 @@ int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
     g_mSEG = engine;
     if (engine == nullptr) return VSG_ERR_COREDICT;
-    const int32_t status = LoadInto(engine, directory, Messages::kAsExported);
+    LoadFault fault = LoadFault::kNone;
+    const int32_t status = LoadInto(engine, directory, Messages::kAsExported, &fault);
     if (status != 0) return status;
     if (handle != nullptr) *handle = engine;
     g_bTag = 1;
@@ -225,10 +232,12 @@ void VSG_SegmentForServerFree(WordList *output) {
 
 namespace vsg::engine {
 
-SegmentEngine *LoadInstance(const char *directory, int32_t *status) {
+SegmentEngine *LoadInstance(const char *directory, int32_t *status, LoadFault *fault) {
     auto *engine = static_cast<SegmentEngine *>(calloc(1, sizeof(SegmentEngine)));
-    int32_t result = engine != nullptr ? LoadInto(engine, directory, Messages::kQuiet) : VSG_ERR_COREDICT;
+    LoadFault why = LoadFault::kNoMemory;
+    int32_t result = engine != nullptr ? LoadInto(engine, directory, Messages::kQuiet, &why) : VSG_ERR_COREDICT;
     if (status != nullptr) *status = result;
+    if (fault != nullptr) *fault = why;
     if (result == 0) return engine;
     FreeInstance(engine);
     return nullptr;

@@ -579,9 +579,10 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         return nullptr;
     }
     int32_t status = 0;
-    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
+    vsg::model::LoadFault fault = vsg::model::LoadFault::kNone;
+    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status, &fault);
     if (engine == nullptr) {
-        SetError("model set " + shown + ": " + vsg::model::DescribeLoadFailure(dir.c_str(), status));
+        SetError("model set " + shown + ": " + vsg::model::DescribeLoadFailure(dir.c_str(), status, fault));
         return nullptr;
     }
     auto set = std::make_shared<Shared>();

@@ -596,35 +596,45 @@ SetCheck CheckModelSet(const std::string &dir) {
     return check;
 }
 
-std::string DescribeLoadFailure(const std::string &dir, int32_t status) {
+std::string DescribeLoadFailure(const std::string &dir, int32_t status, LoadFault fault) {
     const ModelFileSpec *spec = vsg::ModelFileOfStatus(status);
     if (spec == nullptr) return "the model set in " + dir + " cannot be loaded (status " + std::to_string(status) + ")";
     const std::string path = WithSlash(dir) + spec->name;
-    std::string why = FileTypeProblem(path);
-    if (why.empty()) {
+    std::string why;
+    switch (fault) {
+    case LoadFault::kNoMemory: why = "out of memory while loading it"; break;
+    case LoadFault::kNoRecord: why = "cannot be loaded (no record to load into)"; break;
+    case LoadFault::kCannotOpen:
+        why = FileTypeProblem(path);
+        if (why.empty()) why = access(path.c_str(), R_OK) != 0 ? "cannot be read: " + Errno() : "cannot be opened";
+        break;
+    case LoadFault::kNone:
+    case LoadFault::kWrongVersion:
+    case LoadFault::kDamaged: {
+        why = FileTypeProblem(path);
+        if (!why.empty()) break;
         const std::string head = Head(path, 4);
         struct stat st {};
-        const bool empty = stat(path.c_str(), &st) == 0 && st.st_size == 0;
-        if (access(path.c_str(), R_OK) != 0) {
-            why = "cannot be read: " + Errno();
-        } else if (empty) {
+        if (stat(path.c_str(), &st) == 0 && st.st_size == 0) {
             why = "empty";
-        } else {
-            switch (spec->kind) {
-            case ModelKind::kCore:
-                if (StartsWithVersion(head))
-                    why = "damaged binary core dictionary (truncated or corrupt)";
-                else if (head.size() == 4 && Le32(head, 0) > 0 && Le32(head, 0) < 64)
-                    why = "binary core dictionary of version " + std::to_string(Le32(head, 0)) +
-                          ", this build reads version 4";
-                else
-                    why = "neither a binary core dictionary nor a readable text one (damaged?)";
-                break;
-            case ModelKind::kContext: why = "cannot be loaded as context statistics (out of memory?)"; break;
-            case ModelKind::kMap: why = "cannot be loaded as a tag map (out of memory?)"; break;
-            case ModelKind::kAffix: why = "not a readable affix dictionary (damaged?)"; break;
-            }
+            break;
         }
+        switch (spec->kind) {
+        case ModelKind::kCore:
+            if (StartsWithVersion(head))
+                why = "damaged binary core dictionary (truncated or corrupt)";
+            else if (head.size() == 4 && Le32(head, 0) > 0 && Le32(head, 0) < 64)
+                why = "binary core dictionary of version " + std::to_string(Le32(head, 0)) +
+                      ", this build reads version " + std::to_string(vsg::kModelBinaryVersion);
+            else
+                why = "neither a binary core dictionary nor a readable text one (damaged?)";
+            break;
+        case ModelKind::kContext: why = "damaged context statistics (truncated or malformed)"; break;
+        case ModelKind::kMap: why = "damaged tag map (truncated or malformed)"; break;
+        case ModelKind::kAffix: why = "damaged affix dictionary (truncated or malformed)"; break;
+        }
+        break;
+    }
     }
     return spec->name + std::string(": ") + why;
 }

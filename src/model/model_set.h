@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/model_files.h"
+#include "model/loaders.h"
 
 namespace vsg::model {
 
@@ -100,8 +101,9 @@ struct SetCheck {
 SetCheck CheckModelSet(const std::string &dir);
 
 // A sentence that says why the engine's load of `dir` failed with
-// `status`: the file and, as far as can be told from its bytes, the reason.
-std::string DescribeLoadFailure(const std::string &dir, int32_t status);
+// `status`: the file and the reason, from the loader's `fault` and, for a
+// damaged file or one of another version, what its bytes show.
+std::string DescribeLoadFailure(const std::string &dir, int32_t status, LoadFault fault);
 
 // "not a regular file (a FIFO)" and the like for a path that exists but is
 // not a regular file, "missing" for one that does not exist; empty for a

@@ -73,13 +73,17 @@ TEST(EngineInstance, FailedLoadReportsTheFileAndLeavesNothing) {
     vsgtest::FixtureModelSet fixture;
     ASSERT_EQ(std::remove(fixture.file("ns.ctx").c_str()), 0);
     int32_t status = 0;
-    testing::internal::CaptureStdout();  // the loaders report a missing file on stdout
+    vsg::model::LoadFault fault = vsg::model::LoadFault::kNone;
+    // An owned engine loads quietly and tells what failed instead.
+    testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(fixture.path().c_str(), &status);
-    testing::internal::GetCapturedStderr();
-    testing::internal::GetCapturedStdout();
+    std::unique_ptr<vsg::engine::Engine> engine =
+        vsg::engine::Engine::Load(fixture.path().c_str(), &status, &fault);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(engine, nullptr);
     EXPECT_EQ(status, VSG_ERR_NS_CTX);
+    EXPECT_EQ(fault, vsg::model::LoadFault::kCannotOpen);
     EXPECT_EQ(g_mSEG, nullptr);
 }
 

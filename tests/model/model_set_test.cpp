@@ -250,13 +250,22 @@ TEST(ModelSetTest, LoadersRefusePathsThatAreNotRegularFiles) {
     const SetCheck none = CheckModelSet(dir.path());
     ASSERT_EQ(none.problems.size(), 1u) << none.Summary();
     EXPECT_EQ(none.problems[0], "coredict.dct: missing (no model file is there)");
-    // The load status of the engine is turned into a sentence naming the file.
-    EXPECT_EQ(vsg::model::DescribeLoadFailure(dir.path(), VSG_ERR_LEXICAL_MAP), "zyrpos30.map: missing");
-    EXPECT_EQ(vsg::model::DescribeLoadFailure(dir.path(), VSG_ERR_COREDICT - 1), "lexical.ctx: missing");
+    // The load status and the loader's fault are turned into a sentence
+    // naming the file and the reason.
+    using vsg::model::DescribeLoadFailure;
+    using vsg::model::LoadFault;
+    EXPECT_EQ(DescribeLoadFailure(dir.path(), VSG_ERR_LEXICAL_MAP, LoadFault::kCannotOpen), "zyrpos30.map: missing");
+    EXPECT_EQ(DescribeLoadFailure(dir.path(), VSG_ERR_COREDICT - 1, LoadFault::kCannotOpen), "lexical.ctx: missing");
     vsgtest::WriteFile(dir.file("coredict.dct"), std::string("\x05\0\0\0", 4) + "rest");
-    EXPECT_EQ(vsg::model::DescribeLoadFailure(dir.path(), VSG_ERR_COREDICT),
+    EXPECT_EQ(DescribeLoadFailure(dir.path(), VSG_ERR_COREDICT, LoadFault::kDamaged),
               "coredict.dct: binary core dictionary of version 5, this build reads version 4");
-    EXPECT_NE(vsg::model::DescribeLoadFailure(dir.path(), 7).find("status 7"), std::string::npos);
+    vsgtest::WriteFile(dir.file("nr.ctx"), "12 34");
+    EXPECT_EQ(DescribeLoadFailure(dir.path(), VSG_ERR_NR_CTX, LoadFault::kDamaged),
+              "nr.ctx: damaged context statistics (truncated or malformed)");
+    // Memory that ran out is told as such, not guessed from the file.
+    EXPECT_EQ(DescribeLoadFailure(dir.path(), VSG_ERR_NR_CTX, LoadFault::kNoMemory),
+              "nr.ctx: out of memory while loading it");
+    EXPECT_NE(DescribeLoadFailure(dir.path(), 7, LoadFault::kDamaged).find("status 7"), std::string::npos);
     alarm(0);
 }
 

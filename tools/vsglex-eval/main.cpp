@@ -29,10 +29,12 @@ int main(int argc, char **argv) {
         return 2;
     }
     int32_t status = 0;
-    const std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(args[0].c_str(), &status);
+    vsg::model::LoadFault fault = vsg::model::LoadFault::kNone;
+    const std::unique_ptr<vsg::engine::Engine> engine =
+        vsg::engine::Engine::Load(args[0].c_str(), &status, &fault);
     if (engine == nullptr) {
         std::fprintf(stderr, "vsglex-eval: cannot load the models of %s: %s\n", args[0].c_str(),
-                     vsg::model::DescribeLoadFailure(args[0], status).c_str());
+                     vsg::model::DescribeLoadFailure(args[0], status, fault).c_str());
         return 1;
     }
     std::vector<vsgtrain::Paragraph> paragraphs;

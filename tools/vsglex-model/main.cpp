@@ -429,7 +429,8 @@ int Check(std::string dir) {
     else
         std::fprintf(stderr, "%s: warning: %s\n", kProgram, set.warning.c_str());
     int32_t status = 0;
-    const std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status);
+    vsg::model::LoadFault fault = vsg::model::LoadFault::kNone;
+    const std::unique_ptr<vsg::engine::Engine> engine = vsg::engine::Engine::Load(dir.c_str(), &status, &fault);
     if (engine != nullptr) {
         std::printf("status: 0 (all twelve models loaded)\nmodels:\n");
         PrintModelSizes(dir, engine->models());
@@ -437,7 +438,7 @@ int Check(std::string dir) {
     }
     const vsg::ModelFileSpec *failed = vsg::ModelFileOfStatus(status);
     std::printf("status: %d (%s failed to load)\n", status, failed != nullptr ? failed->name : "a model file");
-    return Fail(dir + vsg::model::DescribeLoadFailure(dir, status));
+    return Fail(dir + vsg::model::DescribeLoadFailure(dir, status, fault));
 }
 
 // Records every file of a hand-made model directory in its manifest.
