@@ -471,4 +471,28 @@ TEST(Trainer, PlaceStemFloorsBeforeASuffix) {
     }
 }
 
+TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
+    // 举重队 ends one organisation name: with the default added count it
+    // already passes the recogniser's suffix threshold (1.1). 开发区 ends an
+    // organisation name and a bracketed place, and keeps ln(count + 1)
+    // unless the exception is turned off.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  [天津/ns  开发区/n]nt  和/c  [浦东/ns  开发区/n]ns  "
+                                         "，/w  [国家/n  举重队/n]nt  。/w",
+                                         &ps[0]));
+    for (bool placeEnd : {true, false}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgSuffixPlaceEnd = placeEnd;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float boosted = std::log(1.0f + static_cast<float>(opt.orgSuffixAdd));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "举重队"), 3, 5), boosted);
+        EXPECT_GE(RowValue(Find(d, "举重队"), 3, 5), 1.1f);
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "开发区"), 3, 5), placeEnd ? std::log(2.0f) : boosted) << placeEnd;
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "国家"), 3, 2), std::log(2.0f));  // first words keep count + 1
+        DictionaryS_Free(&d);
+    }
+}
+
 }  // namespace

@@ -157,9 +157,11 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         if (!single) {
             // Organisation rows of words inside organisation names. The
             // suffix row gets a larger added count: a word seen ending
-            // organisation names twice (游泳队, 交易所) is a suffix.
+            // organisation names once (举重队, 交易所) is a suffix. Words
+            // that also end places (开发区) do not get it.
+            const bool endsPlaces = opt.orgSuffixPlaceEnd && c.placeCompoundEnd.count(w) != 0;
             for (const auto &rc : TopCounts(wc.roles[2], kMaxRows)) {
-                const double add = rc.first == kOrgSuffixRole ? opt.orgSuffixAdd : 1.0;
+                const double add = rc.first == kOrgSuffixRole && !endsPlaces ? opt.orgSuffixAdd : 1.0;
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
             }
         } else {

@@ -77,6 +77,7 @@ void CountWords(TrainCounts *c, TrainSummary *summary) {
                 if (chars.size() >= kMinCharsForSuffix) ++c->orgSuffix[chars.back()];
             }
             if (u.bracketLabel == "nt" && u.bracketLast) ++c->orgSuffix[u.text];
+            if (u.bracketLabel == "ns" && u.bracketLast) ++c->placeCompoundEnd[u.text];
         }
         tags.push_back(kPosEnd);
         c->posCtx.Add(tags);

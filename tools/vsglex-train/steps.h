@@ -97,6 +97,7 @@ struct TrainCounts {
     ContextCounts roleCtx[3];  // person, place, organisation
     std::unordered_map<std::string, WordCounts> words;
     std::map<std::string, int32_t> namePrefix, orgSuffix;
+    std::map<std::string, int32_t> placeCompoundEnd;  // word -> times it ends a bracketed place
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
     std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
     std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)

@@ -46,10 +46,16 @@ struct TrainOptions {
     double placeRoleFloor = 0.001;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
-    // With 1.5 a word that ends organisation names twice in the training
-    // days passes the recogniser's suffix threshold (1.1), as three times
-    // did with 1.
-    double orgSuffixAdd = 1.5;
+    // With 2.05 a word that ends organisation names once in the training
+    // days passes the recogniser's suffix threshold (1.1); with 1.5 it took
+    // two occurrences, with 1 three. Many suffix words (举重队, 通产省, 工程院)
+    // occur in a few articles only, so unseen days bring them new.
+    double orgSuffixAdd = 2.05;
+    // A word that also ends bracketed place compounds in the training days
+    // (开发区, 新区, 保护区) gets ln(count + 1) for its suffix role as well:
+    // the larger added count would let it close organisation names that
+    // swallow places.
+    bool orgSuffixPlaceEnd = true;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
