@@ -495,4 +495,36 @@ TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
     }
 }
 
+TEST(Trainer, CharactersThatEndManyOrganisationWordsGetASuffixRow) {
+    // 厂 ends five different organisation words and no other word: alone it
+    // gets the suffix row (role 5) that unknown words ending in it are read
+    // by. 部 ends five as well, but also six common words (内部, 干部 ...).
+    std::vector<vsgtrain::Paragraph> ps(2);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  [天津/ns  纺织厂/n]nt  [北京/ns  酒厂/n]nt  [上海/ns  电厂/n]nt  [河北/ns  药厂/n]nt  "
+        "[武汉/ns  钢厂/n]nt  厂/n  里/f  。/w",
+        &ps[0]));
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-002/m  [天津/ns  外交部/n]nt  [北京/ns  工业部/n]nt  [上海/ns  文化部/n]nt  "
+        "[河北/ns  商业部/n]nt  [武汉/ns  农业部/n]nt  内部/f  全部/m  干部/n  俱乐部/n  外部/f  局部/n  部/n  。/w",
+        &ps[1]));
+    for (double count : {3.05, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgCharSuffixCount = count;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float v = RowValue(Find(d, "厂"), 3, 5);
+        if (count > 0) {
+            EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(count)));
+            EXPECT_GE(v, 1.1f);
+        } else {
+            EXPECT_TRUE(std::isnan(v));
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "部"), 3, 5))) << count;
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "里"), 3, 5))) << count;
+        DictionaryS_Free(&d);
+    }
+}
+
 }  // namespace

@@ -36,7 +36,7 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
-               const TrainOptions &opt, std::vector<Row> *rows) {
+               bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -96,6 +96,20 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
+    }
+    // The recogniser takes a word it does not know (警察厅, 给水团) as an
+    // organisation suffix by the suffix row of its last character; a
+    // character that ends many different organisation words gets a count
+    // that passes, though the training days seldom show it alone at the
+    // end of a name.
+    if (set == 2 && orgEnding && !functional && opt.orgCharSuffixCount > 0.0) {
+        auto it = named.find(kOrgSuffixRole);
+        if (it == named.end() || it->second + 1.0 < opt.orgCharSuffixCount) {
+            rows->erase(std::remove_if(rows->begin(), rows->end(),
+                                       [](const Row &r) { return r.code == 3 && r.subCode == kOrgSuffixRole; }),
+                        rows->end());
+            rows->push_back({3, static_cast<uint8_t>(kOrgSuffixRole), LogCount(opt.orgCharSuffixCount)});
+        }
     }
     // A character without person rows would get the guessed candidates
     // surname, given name and default, all scored with the default count,
@@ -166,7 +180,8 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             }
         } else {
             for (int set = 0; set < 3; ++set)
-                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
+                                            c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

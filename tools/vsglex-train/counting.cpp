@@ -77,6 +77,10 @@ void CountWords(TrainCounts *c, TrainSummary *summary) {
                 if (chars.size() >= kMinCharsForSuffix) ++c->orgSuffix[chars.back()];
             }
             if (u.bracketLabel == "nt" && u.bracketLast) ++c->orgSuffix[u.text];
+            if ((u.kind == UnitKind::Org || (u.bracketLabel == "nt" && u.bracketLast)) && u.kind != UnitKind::Person) {
+                std::vector<std::string> chars = SplitChars(u.text);
+                if (chars.size() >= 2) c->orgEndings[chars.back()].insert(u.text);
+            }
             if (u.bracketLabel == "ns" && u.bracketLast) ++c->placeCompoundEnd[u.text];
         }
         tags.push_back(kPosEnd);

@@ -46,6 +46,12 @@ constexpr size_t kMinCharsForSuffix = 3;
 constexpr size_t kMinPlacesPerEnding = 10;
 // An organisation suffix is written when seen at least this often.
 constexpr int32_t kMinOrgSuffixCount = 3;
+// A character ends organisation words productively when it is the last
+// character of at least this many different words that end organisation
+// names, and they are at least half of the different words of several
+// characters ending in it (部 ends 内部, 全部, 干部 too).
+constexpr size_t kMinOrgWordsPerEnding = 5;
+constexpr double kMinOrgEndingShare = 0.5;
 // Pseudo-occurrences that pull each tag's rate of new words toward the
 // overall rate.
 constexpr double kUnseenPrior = 5000.0;
@@ -98,6 +104,12 @@ struct TrainCounts {
     std::unordered_map<std::string, WordCounts> words;
     std::map<std::string, int32_t> namePrefix, orgSuffix;
     std::map<std::string, int32_t> placeCompoundEnd;  // word -> times it ends a bracketed place
+    // Last character -> the different words of several characters that end
+    // organisation names with it (nt words, last words of nt compounds).
+    std::map<std::string, std::set<std::string>> orgEndings;
+    // Characters whose unknown words the organisation data treats as
+    // suffixes (filled by CountOrgRoles).
+    std::set<std::string> orgSuffixChars;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
     std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
     std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)

@@ -56,6 +56,11 @@ struct TrainOptions {
     // the larger added count would let it close organisation names that
     // swallow places.
     bool orgSuffixPlaceEnd = true;
+    // Count written into the organisation suffix row (D) of a character
+    // that ends many different organisation words, when its own count is
+    // lower (0: none). The recogniser reads the row for unknown words that
+    // end in the character; 3.05 passes its threshold (ln > 1.1).
+    double orgCharSuffixCount = 3.05;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
