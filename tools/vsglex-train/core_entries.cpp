@@ -97,7 +97,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
     }
-    // The recogniser takes a word it does not know (警察厅, 给水团) as an
+    // The recogniser takes a word it does not know (综治委, 综合司) as an
     // organisation suffix by the suffix row of its last character; a
     // character that ends many different organisation words gets a count
     // that passes, though the training days seldom show it alone at the
