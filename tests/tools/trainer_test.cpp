@@ -527,4 +527,31 @@ TEST(Trainer, CharactersThatEndManyOrganisationWordsGetASuffixRow) {
     }
 }
 
+TEST(Trainer, OneCharacterWordsMayStandInsideOrganisationNames) {
+    // 隆 is a plain word: it gets floors of the first and inner organisation
+    // roles (C 2, E 3) but not of the suffix (D 5); 厂 keeps its counted D
+    // and gets the floors beside it; 在 is a function word and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  隆/n  在/p  [天津/ns  纺织/vn  厂/n]nt  。/w", &ps[0]));
+    for (double floor : {0.01, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgRoleFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        for (const char *ch : {"隆", "厂"}) {
+            for (int role : {2, 3}) {
+                const float v = RowValue(Find(d, ch), 3, role);
+                if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << ch << role;
+                else EXPECT_TRUE(std::isnan(v)) << ch << role;
+            }
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "隆"), 3, 5)));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "厂"), 3, 5), std::log(2.0f));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 3, 2)));
+        DictionaryS_Free(&d);
+    }
+}
+
 }  // namespace

@@ -111,6 +111,17 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
             rows->push_back({3, static_cast<uint8_t>(kOrgSuffixRole), LogCount(opt.orgCharSuffixCount)});
         }
     }
+    // Organisation names hold one-character words the training days never
+    // show in one (隆 in 浙江隆中机械制造有限公司, 磷 in 交口县五磷有限公司):
+    // every character gets a small count of the first and inner roles C and
+    // E, so that the search can take it into a name when the words around
+    // it make one.
+    if (set == 2 && opt.orgRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        for (int r : kOrgBodyRoles)
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({3, static_cast<uint8_t>(r), LogCount(opt.orgRoleFloor)});
+    }
     // A character without person rows would get the guessed candidates
     // surname, given name and default, all scored with the default count,
     // which favours the rarer name roles; a row of its own default role

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -27,6 +27,7 @@ void Usage() {
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
+                 "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
                  "  --org-suffix-place-end 0|1  words that end bracketed places get ln(count + 1) instead (default 1)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
@@ -92,6 +93,8 @@ int main(int argc, char **argv) {
             opt.placeRoleFloor = std::atof(argv[++i]);
         } else if (a == "--org-suffix-add" && i + 1 < argc) {
             opt.orgSuffixAdd = std::atof(argv[++i]);
+        } else if (a == "--org-floor" && i + 1 < argc) {
+            opt.orgRoleFloor = std::atof(argv[++i]);
         } else if (a == "--org-char-suffix" && i + 1 < argc) {
             opt.orgCharSuffixCount = std::atof(argv[++i]);
         } else if (a == "--org-suffix-place-end" && i + 1 < argc) {

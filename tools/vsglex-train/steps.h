@@ -38,6 +38,9 @@ constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
 // Organisation role D: the word that ends an organisation name.
 constexpr int kOrgSuffixRole = 5;
+// Organisation roles C and E: first and inner one-character words of a
+// name, floored on every one-character word.
+constexpr int kOrgBodyRoles[] = {2, 3};
 // Names of at least this many characters give their last character to the
 // place-ending and organisation-suffix tallies.
 constexpr size_t kMinCharsForSuffix = 3;

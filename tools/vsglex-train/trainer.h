@@ -61,6 +61,9 @@ struct TrainOptions {
     // lower (0: none). The recogniser reads the row for unknown words that
     // end in the character; 3.05 passes its threshold (ln > 1.1).
     double orgCharSuffixCount = 3.05;
+    // Organisation role data: pseudo-count of the first and inner roles of
+    // a name (C, E) for one-character words never seen in them (0: none).
+    double orgRoleFloor = 0.01;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
