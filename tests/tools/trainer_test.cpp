@@ -554,4 +554,27 @@ TEST(Trainer, OneCharacterWordsMayStandInsideOrganisationNames) {
     }
 }
 
+TEST(Trainer, CharactersNeverSeenNextToANameGetContextFloors) {
+    // 说 follows a name (S, role 18) and keeps its count; 快 is never next to
+    // one and gets the floors of R, S and T (17-19); 在 is a function word
+    // and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  王/nr  国栋/nr  说/v  在/p  很/d  快/a  。/w", &ps[0]));
+    for (double floor : {0.0003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personContextFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "说"), 1, 18), std::log(2.0f));
+        for (int role : {17, 18, 19}) {
+            const float v = RowValue(Find(d, "快"), 1, role);
+            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << role;
+            else EXPECT_TRUE(std::isnan(v)) << role;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 1, role))) << role;
+        }
+        DictionaryS_Free(&d);
+    }
+}
+
 }  // namespace

@@ -77,6 +77,14 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({1, static_cast<uint8_t>(r), LogCount(floor)});
         }
+        // A character never seen next to a name (but in the new text) could
+        // only be a name character or the default next to one: a tiny
+        // count of the context roles before, after and between names lets
+        // the search close a name before it.
+        if (opt.personContextFloor > 0.0)
+            for (int r : kPersonContextRoles)
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personContextFloor)});
         // The same for the two roles of a cut place, so that an unknown
         // place (阿塞拜疆) has a path that makes no name.
         if (opt.personPlaceRoles) {

@@ -30,6 +30,9 @@ constexpr int kPersonSurnameRole = 2;
 constexpr int kPersonForeignFirstRole = 11;
 // Of them, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
+// Person roles R, S and T: one-character word before, after and between
+// names.
+constexpr int kPersonContextRoles[] = {17, 18, 19};
 // Person roles U and V (inner and last character of a cut place), floored
 // as well when the person data marks cut places.
 constexpr int kPersonPlaceFloorRoles[] = {20, 21};

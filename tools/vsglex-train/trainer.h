@@ -75,6 +75,10 @@ struct TrainOptions {
     // a common character (来, 成) keeps about the same odds of a given-name
     // role against the default as a rare one (0: flat floors).
     double personFloorShare = 0.003;
+    // Pseudo-count of the person context roles R, S, T (before, after and
+    // between names) for one-character words never seen in them (0: none;
+    // like the other person floors only when personRoleFloor > 0).
+    double personContextFloor = 0.0003;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
