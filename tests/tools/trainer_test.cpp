@@ -577,4 +577,24 @@ TEST(Trainer, CharactersNeverSeenNextToANameGetContextFloors) {
     }
 }
 
+TEST(Trainer, PlaceSuffixesComeFromChinesePlacesOnly) {
+    // Ten different Chinese places end in 坪 and ten transliterated ones in
+    // 斯: 坪 joins the place suffixes, 斯 does not.
+    std::string line = "19980101-01-001-001/m";
+    for (const char *p : {"黄泥坪", "柳树坪", "杏花坪", "桃花坪", "红土坪", "松林坪", "竹园坪", "枣树坪", "梨花坪", "杨柳坪",
+                          "阿拉斯", "巴拉斯", "卡拉斯", "马拉斯", "帕拉斯", "萨拉斯", "塔拉斯", "达拉斯", "法拉斯", "哈拉斯"})
+        line += std::string("  ") + p + "/ns  、/w";
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(line, &ps[0]));
+    vsgtest::TempDir dir;
+    vsgtrain::TrainOptions opt;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+    DictionaryS_Free(&d);
+    const std::string suffixes = "\n" + vsgtest::ReadFile(dir.file("loc_suffix.dct"));
+    EXPECT_NE(suffixes.find("\n" + Gb("坪") + " 1\n"), std::string::npos);
+    EXPECT_EQ(suffixes.find("\n" + Gb("斯") + " "), std::string::npos);
+    EXPECT_NE(suffixes.find("\n" + Gb("县") + " 1\n"), std::string::npos);  // the fixed list stays
+}
+
 }  // namespace
