@@ -471,4 +471,130 @@ TEST(Trainer, PlaceStemFloorsBeforeASuffix) {
     }
 }
 
+TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
+    // 举重队 ends one organisation name: with the default added count it
+    // already passes the recogniser's suffix threshold (1.1). 开发区 ends an
+    // organisation name and a bracketed place, and keeps ln(count + 1)
+    // unless the exception is turned off.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  [天津/ns  开发区/n]nt  和/c  [浦东/ns  开发区/n]ns  "
+                                         "，/w  [国家/n  举重队/n]nt  。/w",
+                                         &ps[0]));
+    for (bool placeEnd : {true, false}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgSuffixPlaceEnd = placeEnd;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float boosted = std::log(1.0f + static_cast<float>(opt.orgSuffixAdd));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "举重队"), 3, 5), boosted);
+        EXPECT_GE(RowValue(Find(d, "举重队"), 3, 5), 1.1f);
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "开发区"), 3, 5), placeEnd ? std::log(2.0f) : boosted) << placeEnd;
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "国家"), 3, 2), std::log(2.0f));  // first words keep count + 1
+        DictionaryS_Free(&d);
+    }
+}
+
+TEST(Trainer, CharactersThatEndManyOrganisationWordsGetASuffixRow) {
+    // 厂 ends five different organisation words and no other word: alone it
+    // gets the suffix row (role 5) that unknown words ending in it are read
+    // by. 部 ends five as well, but also six common words (内部, 干部 ...).
+    std::vector<vsgtrain::Paragraph> ps(2);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  [天津/ns  纺织厂/n]nt  [北京/ns  酒厂/n]nt  [上海/ns  电厂/n]nt  [河北/ns  药厂/n]nt  "
+        "[武汉/ns  钢厂/n]nt  厂/n  里/f  。/w",
+        &ps[0]));
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-002/m  [天津/ns  外交部/n]nt  [北京/ns  工业部/n]nt  [上海/ns  文化部/n]nt  "
+        "[河北/ns  商业部/n]nt  [武汉/ns  农业部/n]nt  内部/f  全部/m  干部/n  俱乐部/n  外部/f  局部/n  部/n  。/w",
+        &ps[1]));
+    for (double count : {3.05, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgCharSuffixCount = count;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float v = RowValue(Find(d, "厂"), 3, 5);
+        if (count > 0) {
+            EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(count)));
+            EXPECT_GE(v, 1.1f);
+        } else {
+            EXPECT_TRUE(std::isnan(v));
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "部"), 3, 5))) << count;
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "里"), 3, 5))) << count;
+        DictionaryS_Free(&d);
+    }
+}
+
+TEST(Trainer, OneCharacterWordsMayStandInsideOrganisationNames) {
+    // 隆 is a plain word: it gets floors of the first and inner organisation
+    // roles (C 2, E 3) but not of the suffix (D 5); 厂 keeps its counted D
+    // and gets the floors beside it; 在 is a function word and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  隆/n  在/p  [天津/ns  纺织/vn  厂/n]nt  。/w", &ps[0]));
+    for (double floor : {0.01, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgRoleFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        for (const char *ch : {"隆", "厂"}) {
+            for (int role : {2, 3}) {
+                const float v = RowValue(Find(d, ch), 3, role);
+                if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << ch << role;
+                else EXPECT_TRUE(std::isnan(v)) << ch << role;
+            }
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "隆"), 3, 5)));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "厂"), 3, 5), std::log(2.0f));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 3, 2)));
+        DictionaryS_Free(&d);
+    }
+}
+
+TEST(Trainer, CharactersNeverSeenNextToANameGetContextFloors) {
+    // 说 follows a name (S, role 18) and keeps its count; 快 is never next to
+    // one and gets the floors of R, S and T (17-19); 在 is a function word
+    // and gets none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  王/nr  国栋/nr  说/v  在/p  很/d  快/a  。/w", &ps[0]));
+    for (double floor : {0.0003, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personContextFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "说"), 1, 18), std::log(2.0f));
+        for (int role : {17, 18, 19}) {
+            const float v = RowValue(Find(d, "快"), 1, role);
+            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << role;
+            else EXPECT_TRUE(std::isnan(v)) << role;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "在"), 1, role))) << role;
+        }
+        DictionaryS_Free(&d);
+    }
+}
+
+TEST(Trainer, PlaceSuffixesComeFromChinesePlacesOnly) {
+    // Ten different Chinese places end in 坪 and ten transliterated ones in
+    // 斯: 坪 joins the place suffixes, 斯 does not.
+    std::string line = "19980101-01-001-001/m";
+    for (const char *p : {"黄泥坪", "柳树坪", "杏花坪", "桃花坪", "红土坪", "松林坪", "竹园坪", "枣树坪", "梨花坪", "杨柳坪",
+                          "阿拉斯", "巴拉斯", "卡拉斯", "马拉斯", "帕拉斯", "萨拉斯", "塔拉斯", "达拉斯", "法拉斯", "哈拉斯"})
+        line += std::string("  ") + p + "/ns  、/w";
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(line, &ps[0]));
+    vsgtest::TempDir dir;
+    vsgtrain::TrainOptions opt;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+    DictionaryS_Free(&d);
+    const std::string suffixes = "\n" + vsgtest::ReadFile(dir.file("loc_suffix.dct"));
+    EXPECT_NE(suffixes.find("\n" + Gb("坪") + " 1\n"), std::string::npos);
+    EXPECT_EQ(suffixes.find("\n" + Gb("斯") + " "), std::string::npos);
+    EXPECT_NE(suffixes.find("\n" + Gb("县") + " 1\n"), std::string::npos);  // the fixed list stays
+}
+
 }  // namespace

@@ -36,7 +36,7 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
-               const TrainOptions &opt, std::vector<Row> *rows) {
+               bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -77,6 +77,14 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({1, static_cast<uint8_t>(r), LogCount(floor)});
         }
+        // A character never seen next to a name (but in the new text) could
+        // only be a name character or the default next to one: a tiny
+        // count of the context roles before, after and between names lets
+        // the search close a name before it.
+        if (opt.personContextFloor > 0.0)
+            for (int r : kPersonContextRoles)
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personContextFloor)});
         // The same for the two roles of a cut place, so that an unknown
         // place (阿塞拜疆) has a path that makes no name.
         if (opt.personPlaceRoles) {
@@ -96,6 +104,31 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
+    }
+    // The recogniser takes a word it does not know (综治委, 综合司) as an
+    // organisation suffix by the suffix row of its last character; a
+    // character that ends many different organisation words gets a count
+    // that passes, though the training days seldom show it alone at the
+    // end of a name.
+    if (set == 2 && orgEnding && !functional && opt.orgCharSuffixCount > 0.0) {
+        auto it = named.find(kOrgSuffixRole);
+        if (it == named.end() || it->second + 1.0 < opt.orgCharSuffixCount) {
+            rows->erase(std::remove_if(rows->begin(), rows->end(),
+                                       [](const Row &r) { return r.code == 3 && r.subCode == kOrgSuffixRole; }),
+                        rows->end());
+            rows->push_back({3, static_cast<uint8_t>(kOrgSuffixRole), LogCount(opt.orgCharSuffixCount)});
+        }
+    }
+    // Organisation names hold one-character words the training days never
+    // show in one (隆 in 浙江隆中机械制造有限公司, 磷 in 交口县五磷有限公司):
+    // every character gets a small count of the first and inner roles C and
+    // E, so that the search can take it into a name when the words around
+    // it make one.
+    if (set == 2 && opt.orgRoleFloor > 0.0 && !functional) {
+        size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
+        for (int r : kOrgBodyRoles)
+            if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                rows->push_back({3, static_cast<uint8_t>(r), LogCount(opt.orgRoleFloor)});
     }
     // A character without person rows would get the guessed candidates
     // surname, given name and default, all scored with the default count,
@@ -157,14 +190,17 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         if (!single) {
             // Organisation rows of words inside organisation names. The
             // suffix row gets a larger added count: a word seen ending
-            // organisation names twice (游泳队, 交易所) is a suffix.
+            // organisation names once (举重队, 交易所) is a suffix. Words
+            // that also end places (开发区) do not get it.
+            const bool endsPlaces = opt.orgSuffixPlaceEnd && c.placeCompoundEnd.count(w) != 0;
             for (const auto &rc : TopCounts(wc.roles[2], kMaxRows)) {
-                const double add = rc.first == kOrgSuffixRole ? opt.orgSuffixAdd : 1.0;
+                const double add = rc.first == kOrgSuffixRole && !endsPlaces ? opt.orgSuffixAdd : 1.0;
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
             }
         } else {
             for (int set = 0; set < 3; ++set)
-                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), opt, &e.rows);
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
+                                            c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

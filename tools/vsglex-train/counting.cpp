@@ -68,8 +68,12 @@ void CountWords(TrainCounts *c, TrainSummary *summary) {
             } else if (u.kind == UnitKind::Place) {
                 ++summary->places[u.tag == kPosPlace ? 0 : 1];
                 ++c->nameTagCounts[u.tag];
+                // Only Chinese places tell suffixes: transliterated ones end
+                // in transliteration characters (斯, 尔, 亚), which as
+                // suffixes made places of two-character foreign names.
                 std::vector<std::string> chars = SplitChars(u.text);
-                if (chars.size() >= kMinCharsForSuffix) c->placeEndings[chars.back()].insert(u.text);
+                if (chars.size() >= kMinCharsForSuffix && u.tag == kPosPlace)
+                    c->placeEndings[chars.back()].insert(u.text);
             } else if (u.kind == UnitKind::Org) {
                 ++summary->orgs;
                 ++c->nameTagCounts[u.tag];
@@ -77,6 +81,11 @@ void CountWords(TrainCounts *c, TrainSummary *summary) {
                 if (chars.size() >= kMinCharsForSuffix) ++c->orgSuffix[chars.back()];
             }
             if (u.bracketLabel == "nt" && u.bracketLast) ++c->orgSuffix[u.text];
+            if ((u.kind == UnitKind::Org || (u.bracketLabel == "nt" && u.bracketLast)) && u.kind != UnitKind::Person) {
+                std::vector<std::string> chars = SplitChars(u.text);
+                if (chars.size() >= 2) c->orgEndings[chars.back()].insert(u.text);
+            }
+            if (u.bracketLabel == "ns" && u.bracketLast) ++c->placeCompoundEnd[u.text];
         }
         tags.push_back(kPosEnd);
         c->posCtx.Add(tags);

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -22,10 +22,14 @@ void Usage() {
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
+                 "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
-                 "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 1.5)\n"
+                 "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
+                 "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
+                 "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
+                 "  --org-suffix-place-end 0|1  words that end bracketed places get ln(count + 1) instead (default 1)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
@@ -90,8 +94,16 @@ int main(int argc, char **argv) {
             opt.placeRoleFloor = std::atof(argv[++i]);
         } else if (a == "--org-suffix-add" && i + 1 < argc) {
             opt.orgSuffixAdd = std::atof(argv[++i]);
+        } else if (a == "--org-floor" && i + 1 < argc) {
+            opt.orgRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--org-char-suffix" && i + 1 < argc) {
+            opt.orgCharSuffixCount = std::atof(argv[++i]);
+        } else if (a == "--org-suffix-place-end" && i + 1 < argc) {
+            opt.orgSuffixPlaceEnd = std::atoi(argv[++i]) != 0;
         } else if (a == "--surname-floor" && i + 1 < argc) {
             opt.surnameFloor = std::atof(argv[++i]);
+        } else if (a == "--person-context-floor" && i + 1 < argc) {
+            opt.personContextFloor = std::atof(argv[++i]);
         } else if (a == "--person-floor-share" && i + 1 < argc) {
             opt.personFloorShare = std::atof(argv[++i]);
         } else if (a == "--pos-epochs" && i + 1 < argc) {

@@ -1,5 +1,7 @@
 // Organisation role step: person and place names arrive merged; one word
 // per unit.
+#include <algorithm>
+
 #include "steps.h"
 
 namespace vsgtrain {
@@ -20,7 +22,24 @@ bool IsNumberChar(const std::string &w) {
 
 }  // namespace
 
+// Characters that end organisation words productively (steps.h).
+void FindOrgSuffixChars(TrainCounts *c) {
+    std::map<std::string, size_t> wordsEnding;  // last character -> different words of several characters
+    for (const auto &kv : c->words) {
+        if (kv.second.total == 0) continue;
+        std::vector<std::string> chars = SplitChars(kv.first);
+        if (chars.size() >= 2 && c->orgEndings.count(chars.back())) ++wordsEnding[chars.back()];
+    }
+    for (const auto &kv : c->orgEndings) {
+        const size_t all = std::max(wordsEnding[kv.first], kv.second.size());
+        if (kv.second.size() >= kMinOrgWordsPerEnding &&
+            static_cast<double>(kv.second.size()) >= kMinOrgEndingShare * static_cast<double>(all))
+            c->orgSuffixChars.insert(kv.first);
+    }
+}
+
 void CountOrgRoles(const TrainOptions &opt, TrainCounts *c) {
+    FindOrgSuffixChars(c);
     const std::vector<std::string> &names = OrgRoleNames();
     const int orgT = RoleOf(names, 'T'), orgD = RoleOf(names, 'D');
     const int orgJ = RoleOf(names, 'J'), orgC = RoleOf(names, 'C');

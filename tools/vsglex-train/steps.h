@@ -30,6 +30,9 @@ constexpr int kPersonSurnameRole = 2;
 constexpr int kPersonForeignFirstRole = 11;
 // Of them, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
+// Person roles R, S and T: one-character word before, after and between
+// names.
+constexpr int kPersonContextRoles[] = {17, 18, 19};
 // Person roles U and V (inner and last character of a cut place), floored
 // as well when the person data marks cut places.
 constexpr int kPersonPlaceFloorRoles[] = {20, 21};
@@ -38,6 +41,9 @@ constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
 // Organisation role D: the word that ends an organisation name.
 constexpr int kOrgSuffixRole = 5;
+// Organisation roles C and E: first and inner one-character words of a
+// name, floored on every one-character word.
+constexpr int kOrgBodyRoles[] = {2, 3};
 // Names of at least this many characters give their last character to the
 // place-ending and organisation-suffix tallies.
 constexpr size_t kMinCharsForSuffix = 3;
@@ -46,6 +52,12 @@ constexpr size_t kMinCharsForSuffix = 3;
 constexpr size_t kMinPlacesPerEnding = 10;
 // An organisation suffix is written when seen at least this often.
 constexpr int32_t kMinOrgSuffixCount = 3;
+// A character ends organisation words productively when it is the last
+// character of at least this many different words that end organisation
+// names, and they are at least half of the different words of several
+// characters ending in it (部 ends 内部, 全部, 干部 too).
+constexpr size_t kMinOrgWordsPerEnding = 5;
+constexpr double kMinOrgEndingShare = 0.5;
 // Pseudo-occurrences that pull each tag's rate of new words toward the
 // overall rate.
 constexpr double kUnseenPrior = 5000.0;
@@ -97,6 +109,13 @@ struct TrainCounts {
     ContextCounts roleCtx[3];  // person, place, organisation
     std::unordered_map<std::string, WordCounts> words;
     std::map<std::string, int32_t> namePrefix, orgSuffix;
+    std::map<std::string, int32_t> placeCompoundEnd;  // word -> times it ends a bracketed place
+    // Last character -> the different words of several characters that end
+    // organisation names with it (nt words, last words of nt compounds).
+    std::map<std::string, std::set<std::string>> orgEndings;
+    // Characters whose unknown words the organisation data treats as
+    // suffixes (filled by CountOrgRoles).
+    std::set<std::string> orgSuffixChars;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
     std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
     std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)

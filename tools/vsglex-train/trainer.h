@@ -46,10 +46,24 @@ struct TrainOptions {
     double placeRoleFloor = 0.001;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
-    // With 1.5 a word that ends organisation names twice in the training
-    // days passes the recogniser's suffix threshold (1.1), as three times
-    // did with 1.
-    double orgSuffixAdd = 1.5;
+    // With 2.05 a word that ends organisation names once in the training
+    // days passes the recogniser's suffix threshold (1.1); with 1.5 it took
+    // two occurrences, with 1 three. Many suffix words (举重队, 通产省, 工程院)
+    // occur in a few articles only, so unseen days bring them new.
+    double orgSuffixAdd = 2.05;
+    // A word that also ends bracketed place compounds in the training days
+    // (开发区, 新区, 保护区) gets ln(count + 1) for its suffix role as well:
+    // the larger added count would let it close organisation names that
+    // swallow places.
+    bool orgSuffixPlaceEnd = true;
+    // Count written into the organisation suffix row (D) of a character
+    // that ends many different organisation words, when its own count is
+    // lower (0: none). The recogniser reads the row for unknown words that
+    // end in the character; 3.05 passes its threshold (ln > 1.1).
+    double orgCharSuffixCount = 3.05;
+    // Organisation role data: pseudo-count of the first and inner roles of
+    // a name (C, E) for one-character words never seen in them (0: none).
+    double orgRoleFloor = 0.01;
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
@@ -61,6 +75,10 @@ struct TrainOptions {
     // a common character (来, 成) keeps about the same odds of a given-name
     // role against the default as a rare one (0: flat floors).
     double personFloorShare = 0.003;
+    // Pseudo-count of the person context roles R, S, T (before, after and
+    // between names) for one-character words never seen in them (0: none;
+    // like the other person floors only when personRoleFloor > 0).
+    double personContextFloor = 0.0003;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
