@@ -13,9 +13,14 @@
 #include "common/tagset.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
+#include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
 namespace vsg::engine {
+
+struct EngineTables {
+    vsg::tagging::SpanTables byType[4];
+};
 
 namespace {
 
@@ -35,6 +40,7 @@ void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS 
         w->posCount = entry.posCount;
         memcpy(w->stats, entry.stats, sizeof w->stats);
         w->posList = entry.posList;
+        vsg::tagging::MarkEntry(w, at);
     }
 }
 
@@ -92,9 +98,16 @@ struct Work {
     bool ok() const {
         return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
     }
-    // Points the spans at the context models of `engine`.
-    void Bind(const SegmentEngine *engine) {
-        for (int t = 0; t < 4; ++t) spans[t]->model = &engine->tagModels[t].model;
+    // Points the spans at the context models of `engine` and at the tables
+    // built from them, if any.
+    void Bind(const SegmentEngine *engine, const EngineTables *tables) {
+        for (int t = 0; t < 4; ++t) {
+            const ContextStat &model = engine->tagModels[t].model;
+            spans[t]->model = &model;
+            spans[t]->tables = (tables != nullptr && tables->byType[t].BuiltFrom(engine->core, model))
+                                   ? &tables->byType[t]
+                                   : nullptr;
+        }
     }
 };
 
@@ -276,12 +289,23 @@ bool IsBoundaryRecord(const SpanWord &w) {
            memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0;
 }
 
-bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink) {
+void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }
+
+EngineTablesPtr BuildTables(const SegmentEngine &models) {
+    EngineTablesPtr tables(new (std::nothrow) EngineTables);
+    if (tables == nullptr) return nullptr;
+    for (int t = 0; t < 4; ++t)
+        if (!tables->byType[t].Build(models.core, models.tagModels[t].model, t)) return nullptr;
+    return tables;
+}
+
+bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
+                 const EngineTables *tables) {
     Work *shared = ThreadWork();
     if (shared == nullptr) return false;
     Work &work = *shared;
     const SegmentEngine *engine = &models;
-    work.Bind(engine);
+    work.Bind(engine, tables);
     const DictionaryS *core = &engine->core;
     // The boundary words frame every chunk; they are looked up once per call.
     SpanWord startWord;
@@ -325,14 +349,15 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
     return true;
 }
 
-int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out) {
+int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out,
+                 const EngineTables *tables) {
     out.words.clear();
     out.texts.clear();
     if (mode < 0 || mode > 3 || n > static_cast<size_t>(INT32_MAX) || (words == nullptr && n > 0)) return -1;
     try {
         out.words.reserve(n);
         SpanSink sink(words, static_cast<int32_t>(n), out);
-        if (!RunPipeline(models, words, static_cast<int32_t>(n), mode, sink)) return -2;
+        if (!RunPipeline(models, words, static_cast<int32_t>(n), mode, sink, tables)) return -2;
     } catch (const std::bad_alloc &) {
         return -2;
     }
