@@ -85,8 +85,8 @@ bool RunPipeline(const SegmentEngine &models, const WordView *words, int32_t n, 
 
 // Copies at most `cap` - 1 bytes of `src` (a field of `srcSize` bytes,
 // ended by its first NUL if any) into `dst`, never splitting a two-byte
-// character, and terminates it.
-void CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize);
+// character, and terminates it; returns the bytes copied.
+size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize);
 // True when the view holds no byte but ASCII white space up to its end or
 // its first NUL (the blank items of blank_items.h).
 bool IsBlankView(const WordView &w);
