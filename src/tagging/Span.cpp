@@ -403,7 +403,14 @@ int32_t CSpan_Disamb(CSpan *span) {
                 score[j] += best;
             };
             const uint8_t cur = cand[j];
-            if (cur < tagCount)
+            if (cur < tagCount && prevCount == 1) {
+                // One predecessor (a word with one candidate, as most are in
+                // the role passes): the same comparison without the loop.
+                const double c = rows[0][cur] + prevScore[0];
+                const bool reached = c < kNoPath;
+                back[j] = reached ? 0 : kNoBack;
+                score[j] += reached ? c : kNoPath;
+            } else if (cur < tagCount)
                 relax([&](int i) { return rows[i][cur]; });
             else
                 relax([](int) { return kUnknownTransition; });
