@@ -8,33 +8,107 @@
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
+#include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
 namespace vsg::engine {
+
+// An index over the core dictionary's words that answers, for any word,
+// exactly what DictionaryS_GetCoreInfo answers (each word's answer is asked
+// once at build time), without its per-byte division and bucket scan.
+class CoreIndex {
+public:
+    bool Build(const DictionaryS &core) noexcept {
+        core_ = &core;
+        entries_ = core.entries;
+        count_ = core.count;
+        buckets_ = core.buckets;
+        const size_t words = (entries_ != nullptr && count_ > 0) ? static_cast<size_t>(count_) : 0;
+        size_t size = 16;
+        while (size < 2 * words) size *= 2;
+        try {
+            slots_.assign(size, Slot{0, -1, -1});
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
+        mask_ = size - 1;
+        for (size_t e = 0; e < words; ++e) {
+            const char *word = entries_[e].word;
+            if (word == nullptr || word[0] == '\0') continue;
+            const size_t length = strlen(word);
+            const uint32_t hash = Hash(word, length);
+            size_t at = hash & mask_;
+            while (slots_[at].key >= 0 && !(slots_[at].hash == hash && strcmp(entries_[slots_[at].key].word, word) == 0))
+                at = (at + 1) & mask_;
+            if (slots_[at].key >= 0) continue;  // a word seen before
+            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core)};
+        }
+        return true;
+    }
+    bool BuiltFrom(const DictionaryS &core) const {
+        return core_ == &core && entries_ == core.entries && count_ == core.count && buckets_ == core.buckets;
+    }
+    // DictionaryS_GetCoreInfo(word) for `word` of `length` bytes, NUL-terminated.
+    int32_t Find(const char *word, size_t length) const {
+        if (length == 0) return -1;
+        const uint32_t hash = Hash(word, length);
+        for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
+            const Slot &slot = slots_[at];
+            if (slot.key < 0) return -1;
+            if (slot.hash == hash && strcmp(entries_[slot.key].word, word) == 0) return slot.result;
+        }
+    }
+
+private:
+    struct Slot {
+        uint32_t hash;
+        int32_t key;     // an entry holding the word, -1 for an empty slot
+        int32_t result;  // DictionaryS_GetCoreInfo of the word
+    };
+    static uint32_t Hash(const char *word, size_t length) {
+        uint32_t h = 2166136261u;
+        for (size_t i = 0; i < length; ++i) h = (h ^ static_cast<unsigned char>(word[i])) * 16777619u;
+        return h;
+    }
+    const DictionaryS *core_ = nullptr;
+    const DictSEntry *entries_ = nullptr;
+    int32_t count_ = 0;
+    const DictBucket *buckets_ = nullptr;
+    std::vector<Slot> slots_;
+    size_t mask_ = 0;
+};
+
+struct EngineTables {
+    vsg::tagging::SpanTables byType[4];
+    CoreIndex core;
+};
 
 namespace {
 
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
 
-// Initialises one word record of the primary array.
-void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core) {
+// Initialises one word record of the primary array; looks the word up in
+// `index` when given (built from `core`), else in `core` itself.
+void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
     memset(w, 0, sizeof *w);
-    CopyGbText(w->text, sizeof w->text, text, textSize);
+    const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
     w->weight = 1.0;
     w->tag = -1;
     w->source = -1;
-    const int32_t at = DictionaryS_GetCoreInfo(w->text, core);
+    const int32_t at = index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core);
     if (at >= 0 && core->entries != nullptr && at < core->count) {
         const DictSEntry &entry = core->entries[at];
         w->posCount = entry.posCount;
         memcpy(w->stats, entry.stats, sizeof w->stats);
         w->posList = entry.posList;
+        vsg::tagging::MarkEntry(w, at);
     }
 }
 
@@ -92,9 +166,16 @@ struct Work {
     bool ok() const {
         return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
     }
-    // Points the spans at the context models of `engine`.
-    void Bind(const SegmentEngine *engine) {
-        for (int t = 0; t < 4; ++t) spans[t]->model = &engine->tagModels[t].model;
+    // Points the spans at the context models of `engine` and at the tables
+    // built from them, if any.
+    void Bind(const SegmentEngine *engine, const EngineTables *tables) {
+        for (int t = 0; t < 4; ++t) {
+            const ContextStat &model = engine->tagModels[t].model;
+            spans[t]->model = &model;
+            spans[t]->tables = (tables != nullptr && tables->byType[t].BuiltFrom(engine->core, model))
+                                   ? &tables->byType[t]
+                                   : nullptr;
+        }
     }
 };
 
@@ -247,7 +328,7 @@ private:
 
 }  // namespace
 
-void CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
+size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
     size_t n = strnlen(src, srcSize);
     if (n > cap - 1) {
         size_t cut = 0;
@@ -260,6 +341,7 @@ void CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
     }
     memcpy(dst, src, n);
     dst[n] = '\0';
+    return n;
 }
 
 bool IsBlankView(const WordView &w) {
@@ -276,18 +358,31 @@ bool IsBoundaryRecord(const SpanWord &w) {
            memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0;
 }
 
-bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink) {
+void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }
+
+EngineTablesPtr BuildTables(const SegmentEngine &models) {
+    EngineTablesPtr tables(new (std::nothrow) EngineTables);
+    if (tables == nullptr) return nullptr;
+    for (int t = 0; t < 4; ++t)
+        if (!tables->byType[t].Build(models.core, models.tagModels[t].model, t)) return nullptr;
+    if (!tables->core.Build(models.core)) return nullptr;
+    return tables;
+}
+
+bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
+                 const EngineTables *tables) {
     Work *shared = ThreadWork();
     if (shared == nullptr) return false;
     Work &work = *shared;
     const SegmentEngine *engine = &models;
-    work.Bind(engine);
+    work.Bind(engine, tables);
     const DictionaryS *core = &engine->core;
+    const CoreIndex *index = (tables != nullptr && tables->core.BuiltFrom(*core)) ? &tables->core : nullptr;
     // The boundary words frame every chunk; they are looked up once per call.
     SpanWord startWord;
     SpanWord endWord;
-    FillWord(&startWord, vsg::kStartWord, sizeof vsg::kStartWord, core);
-    FillWord(&endWord, vsg::kEndWord, sizeof vsg::kEndWord, core);
+    FillWord(&startWord, vsg::kStartWord, sizeof vsg::kStartWord, core, index);
+    FillWord(&endWord, vsg::kEndWord, sizeof vsg::kEndWord, core, index);
 
     for (int32_t s = 0; s < n;) {
         const uint32_t key = views[s].sentence;
@@ -303,7 +398,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             const WordView &view = views[i];
             if (IsBlankView(view)) continue;
             SpanWord *w = &a[++words];
-            FillWord(w, view.text, view.length, core);
+            FillWord(w, view.text, view.length, core, index);
             w->sentence = static_cast<int32_t>(key >> 16);
             w->extra = static_cast<int32_t>(key & 0xFFFF);
             w->id = i;
@@ -325,14 +420,15 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
     return true;
 }
 
-int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out) {
+int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out,
+                 const EngineTables *tables) {
     out.words.clear();
     out.texts.clear();
     if (mode < 0 || mode > 3 || n > static_cast<size_t>(INT32_MAX) || (words == nullptr && n > 0)) return -1;
     try {
         out.words.reserve(n);
         SpanSink sink(words, static_cast<int32_t>(n), out);
-        if (!RunPipeline(models, words, static_cast<int32_t>(n), mode, sink)) return -2;
+        if (!RunPipeline(models, words, static_cast<int32_t>(n), mode, sink, tables)) return -2;
     } catch (const std::bad_alloc &) {
         return -2;
     }

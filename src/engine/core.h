@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -46,11 +47,27 @@ struct Tagging {
     std::string texts;
 };
 
+// Tables of a loaded model set that the pipeline would otherwise recompute
+// for every word: per tag type, each core-dictionary entry's candidates and
+// the model's cost rows. Built once by the set's owner, read-only after.
+// Defined in core.cpp (its parts are the tagging layer's).
+struct EngineTables;
+struct EngineTablesDeleter {
+    void operator()(EngineTables *tables) const;
+};
+using EngineTablesPtr = std::unique_ptr<EngineTables, EngineTablesDeleter>;
+// Builds the tables of `models`; null when memory runs out (the pipeline
+// then works without them, with the same results).
+EngineTablesPtr BuildTables(const SegmentEngine &models);
+
 // Recognises names (mode 0 all, 1 person, 2 place, 3 organisation) and tags
 // `n` words with `models`, replacing out's contents. Returns 0, -1 for an
 // invalid mode or argument, or -2 when memory ran out (out is then
-// incomplete). Never throws. Working storage is kept per thread.
-int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out);
+// incomplete). Never throws. Working storage is kept per thread. `tables`,
+// when given, must be those of `models` (tables built from other records
+// are ignored).
+int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, int32_t mode, Tagging &out,
+                 const EngineTables *tables = nullptr);
 
 // The pipeline under TagWords and the server call: for each chunk
 // [first, end) of the input, after tagging, Chunk() receives the word array
@@ -63,12 +80,13 @@ public:
 protected:
     ~ChunkSink() = default;
 };
-bool RunPipeline(const SegmentEngine &models, const WordView *words, int32_t n, int32_t mode, ChunkSink &sink);
+bool RunPipeline(const SegmentEngine &models, const WordView *words, int32_t n, int32_t mode, ChunkSink &sink,
+                 const EngineTables *tables = nullptr);
 
 // Copies at most `cap` - 1 bytes of `src` (a field of `srcSize` bytes,
 // ended by its first NUL if any) into `dst`, never splitting a two-byte
-// character, and terminates it.
-void CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize);
+// character, and terminates it; returns the bytes copied.
+size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize);
 // True when the view holds no byte but ASCII white space up to its end or
 // its first NUL (the blank items of blank_items.h).
 bool IsBlankView(const WordView &w);

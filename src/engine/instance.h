@@ -25,8 +25,9 @@ void FreeInstance(SegmentEngine *engine);
 // The segmentation call of VSG_SegmentForServer; *outOfMemory (if not null)
 // tells whether it gave up for lack of memory, which the call's return value
 // does not say.
+// `tables`, when given, are those built from `engine`.
 int32_t SegmentCall(const WordList *input, WordList *output, int32_t mode, const SegmentEngine *engine,
-                    bool *outOfMemory);
+                    bool *outOfMemory, const EngineTables *tables = nullptr);
 
 // An owned engine instance.
 class Engine {
@@ -37,7 +38,12 @@ public:
         SegmentEngine *models = LoadInstance(directory, status, fault);
         if (models == nullptr) return nullptr;
         std::unique_ptr<Engine> e(new (std::nothrow) Engine(models));
-        if (e == nullptr) FreeInstance(models);
+        if (e == nullptr) {
+            FreeInstance(models);
+            return nullptr;
+        }
+        // Without its tables (memory short) the engine gives the same results.
+        e->tables_ = BuildTables(*models);
         return e;
     }
     ~Engine() { FreeInstance(models_); }
@@ -49,18 +55,19 @@ public:
     // Recognises names and tags pre-cut words with these models, as
     // VSG_SegmentForServer does; see SegmentCall for `outOfMemory`.
     int32_t Segment(const WordList *input, WordList *output, int32_t mode, bool *outOfMemory = nullptr) const {
-        return SegmentCall(input, output, mode, models_, outOfMemory);
+        return SegmentCall(input, output, mode, models_, outOfMemory, tables_.get());
     }
 
     // Recognises names and tags words given as views (see TagWords): the
     // core call, without the server interface's fixed-size items.
     int32_t Tag(const WordView *words, size_t n, int32_t mode, Tagging &out) const {
-        return TagWords(*models_, words, n, mode, out);
+        return TagWords(*models_, words, n, mode, out, tables_.get());
     }
 
 private:
     explicit Engine(SegmentEngine *models) : models_(models) {}
     SegmentEngine *models_;
+    EngineTablesPtr tables_;
 };
 
 }  // namespace vsg::engine

@@ -24,6 +24,13 @@ int32_t g_bTag = 0;
 
 namespace {
 
+// The tables of the process-wide instance, built once it has loaded and
+// dropped when it is freed.
+vsg::engine::EngineTablesPtr &ServerTables() {
+    static vsg::engine::EngineTablesPtr tables;
+    return tables;
+}
+
 // Room for the directory, its separator and a model file name.
 constexpr size_t kPathMax = 1024;
 
@@ -165,6 +172,8 @@ int32_t VSG_LoadForServer(SegmentEngine **handle, const char *directory) {
     if (status != 0) return status;
     if (handle != nullptr) *handle = engine;
     g_bTag = 1;
+    // Without its tables (memory short) the instance gives the same results.
+    ServerTables() = vsg::engine::BuildTables(*engine);
     return 0;
 }
 
@@ -172,6 +181,7 @@ void VSG_FreeForServer(SegmentEngine *handle) {
     (void)handle;
     SegmentEngine *engine = g_mSEG;
     if (engine == nullptr) return;
+    ServerTables().reset();
     vsg::engine::FreeInstance(engine);
     g_mSEG = nullptr;
     g_bTag = 0;
@@ -179,13 +189,14 @@ void VSG_FreeForServer(SegmentEngine *handle) {
 
 int32_t VSG_SegmentForServer(const WordList *input, WordList *output, int32_t mode,
                              const SegmentEngine *engine) {
-    return vsg::engine::SegmentCall(input, output, mode, engine, nullptr);
+    // The instance's tables serve only the instance they were built from.
+    return vsg::engine::SegmentCall(input, output, mode, engine, nullptr, ServerTables().get());
 }
 
 }  // extern "C"
 
 int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_t mode,
-                                 const SegmentEngine *engine, bool *outOfMemory) {
+                                 const SegmentEngine *engine, bool *outOfMemory, const EngineTables *tables) {
     if (outOfMemory != nullptr) *outOfMemory = false;
     if (input == nullptr || output == nullptr || engine == nullptr) return -1;
     if (mode < 0 || mode > 3) return -1;
@@ -215,7 +226,7 @@ int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_
             (static_cast<uint32_t>(item.sentence) << 16) | item.extra};
     }
     OutputSink sink(input, output);
-    if (!vsg::engine::RunPipeline(*engine, views.data(), n, mode, sink) && outOfMemory != nullptr)
+    if (!vsg::engine::RunPipeline(*engine, views.data(), n, mode, sink, tables) && outOfMemory != nullptr)
         *outOfMemory = true;
     return 1;
 }

@@ -221,19 +221,6 @@ private:
 
 }  // namespace
 
-size_t GbCharLength(const unsigned char *t, size_t i, size_t n) {
-    unsigned char c = t[i];
-    if (c < 0x81 || c == 0xFF) return 1;
-    if (i + 1 >= n) return 1;
-    unsigned char c2 = t[i + 1];
-    if ((c2 >= 0x40 && c2 <= 0x7E) || (c2 >= 0x80 && c2 <= 0xFE)) return 2;
-    if (c2 >= 0x30 && c2 <= 0x39 && i + 3 < n) {
-        unsigned char c3 = t[i + 2], c4 = t[i + 3];
-        if (c3 >= 0x81 && c3 <= 0xFE && c4 >= 0x30 && c4 <= 0x39) return 4;
-    }
-    return 1;
-}
-
 void Atomise(const char *text, size_t begin, size_t end, std::vector<Atom> &out) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);
     Scanner scan(t, end);

@@ -34,8 +34,20 @@ struct Atom {
 };
 
 // Byte length of the GB18030 character at text[i] (1, 2 or 4); 1 for a byte
-// that opens no complete valid sequence.
-size_t GbCharLength(const unsigned char *text, size_t i, size_t n);
+// that opens no complete valid sequence. Inline: the front end asks it for
+// nearly every character, several times.
+inline size_t GbCharLength(const unsigned char *t, size_t i, size_t n) {
+    unsigned char c = t[i];
+    if (c < 0x81 || c == 0xFF) return 1;
+    if (i + 1 >= n) return 1;
+    unsigned char c2 = t[i + 1];
+    if ((c2 >= 0x40 && c2 <= 0x7E) || (c2 >= 0x80 && c2 <= 0xFE)) return 2;
+    if (c2 >= 0x30 && c2 <= 0x39 && i + 3 < n) {
+        unsigned char c3 = t[i + 2], c4 = t[i + 3];
+        if (c3 >= 0x81 && c3 <= 0xFE && c4 >= 0x30 && c4 <= 0x39) return 4;
+    }
+    return 1;
+}
 
 // Appends the atoms of text[begin, end) to `out` (offsets from text[0]).
 void Atomise(const char *text, size_t begin, size_t end, std::vector<Atom> &out);

@@ -12,6 +12,7 @@
 
 #include "common/gbtext.h"
 #include "common/tagset.h"
+#include "tagging/span_tables.h"
 
 static_assert(sizeof vsg::kStartWord == 7 && sizeof vsg::kEndWord == 7, "boundary words are 6 bytes");
 
@@ -134,6 +135,25 @@ struct RowOfSet {
     int32_t set;
     bool operator()(const DictSRow &row) const { return row.code == set; }
 };
+
+// Fills row k, empty so far, with the candidates of word w's rows of tag
+// set `set`: from the span's tables when they hold them, else read from the
+// rows. Returns the candidate count.
+int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
+    const vsg::tagging::SpanTables *tables = span->tables;
+    const uint8_t *tags = nullptr;
+    const double *costs = nullptr;
+    int32_t n = 0;
+    if (tables != nullptr && tables->set() == set && tables->model() == span->model &&
+        tables->Cands(w, &tags, &costs, &n)) {
+        for (int32_t i = 0; i < n; ++i) {
+            span->cand[k][i] = tags[i];
+            span->score[k][i] = costs[i];
+        }
+        return n;
+    }
+    return AddRowCands(span, k, 0, w.posList, w.posCount, RowOfSet{set});
+}
 
 // Candidates in row k before its terminator.
 inline int32_t RowSize(const CSpan *span, uint32_t k) {
@@ -283,7 +303,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
             // A word of several characters always takes role 0.
             n = AddCand(span, k, n, 0, 0.0);
         } else {
-            n = AddRowCands(span, k, n, w.posList, w.posCount, RowOfSet{tagSet});
+            n = AddSetCands(span, k, w, tagSet);
             if (isStart && n == 1) {
                 span->cand[k][0] = kStartTag;
                 span->score[k][0] = 0.0;
@@ -327,7 +347,7 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
         if (fixed != kNoTag) {
             n = AddCand(span, k, n, fixed, SingleValue(m, fixed) - w.weight);
         } else {
-            n = AddRowCands(span, k, n, w.posList, w.posCount, RowOfSet{0});
+            n = AddSetCands(span, k, w, 0);
             if (n == 0 && other != nullptr)
                 n = AddRowCands(span, k, n, other->posList, other->posCount, AnyRow);
         }
@@ -345,7 +365,12 @@ int32_t CSpan_Disamb(CSpan *span) {
     const double *const *table = (m != nullptr) ? m->possibility : nullptr;
     const uint32_t tagCount = (table != nullptr) ? m->tagCount : 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
-    auto rowOf = [&](uint8_t tag) { return (tag < tagCount && table[tag] != nullptr) ? table[tag] : kUnknownRow; };
+    const vsg::tagging::SpanTables *tables =
+        (span->tables != nullptr && span->tables->model() == m) ? span->tables : nullptr;
+    auto rowOf = [&](uint8_t tag) {
+        if (tables != nullptr) return tables->Row(tag);
+        return (tag < tagCount && table[tag] != nullptr) ? table[tag] : kUnknownRow;
+    };
     // The cost rows of the previous slot's candidates, looked up once per
     // candidate rather than once per pair: those of slot 0 here, those of
     // each later slot while it is filled.
@@ -378,7 +403,14 @@ int32_t CSpan_Disamb(CSpan *span) {
                 score[j] += best;
             };
             const uint8_t cur = cand[j];
-            if (cur < tagCount)
+            if (cur < tagCount && prevCount == 1) {
+                // One predecessor (a word with one candidate, as most are in
+                // the role passes): the same comparison without the loop.
+                const double c = rows[0][cur] + prevScore[0];
+                const bool reached = c < kNoPath;
+                back[j] = reached ? 0 : kNoBack;
+                score[j] += reached ? c : kNoPath;
+            } else if (cur < tagCount)
                 relax([&](int i) { return rows[i][cur]; });
             else
                 relax([](int) { return kUnknownTransition; });

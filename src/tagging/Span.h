@@ -10,6 +10,10 @@
 #include "vsglex/types.h"
 #include "vsglex/utility.h"
 
+namespace vsg::tagging {
+class SpanTables;
+}
+
 // Word slots of a span; slot 0 carries the previous run's last word.
 constexpr int kSpanSlots = 200;
 // Bytes per candidate row: at most 19 candidates and the 255 terminator.
@@ -21,6 +25,9 @@ constexpr uint8_t kNoTag = VSG_UNTAGGED;
 // 200 word slots, all inside one fixed-size record.
 struct CSpan {
     const ContextStat *model;   // context model of the tag type; not owned
+    // Tables of the tag type built from `model` and the core dictionary, or
+    // null (the span then reads the model and the rows); not owned.
+    const vsg::tagging::SpanTables *tables;
     uint32_t tagType;           // 0 part of speech, 1 person, 2 place, 3 organisation
     uint32_t startOffset;       // byte offset of the run in its sentence
     uint8_t bestTag[kSpanSlots];  // chosen tag of each slot, kNoTag after the last

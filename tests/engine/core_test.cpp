@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -121,6 +122,66 @@ TEST(EngineCore, WordsNotMadeOfTheirInputsCarryTheirTextAndBadCallsAreRefused) {
     EXPECT_EQ(engine->Tag(nullptr, 1, 0, out), -1);
     EXPECT_EQ(engine->Tag(nullptr, 0, 0, out), 0);
     EXPECT_TRUE(out.words.empty());
+}
+
+// The tables an engine builds at load (dictionary index, candidates per
+// entry and tag set, cost rows) must give exactly what reading the
+// dictionary and the models gives: many dictionary words in pseudo-random
+// order (single characters, whose rows carry the most role candidates,
+// twice as often), words the dictionary lacks, and sentence changes.
+TEST(EngineCore, LoadTimeTablesGiveTheResultsOfReadingTheModels) {
+    std::unique_ptr<vsg::engine::Engine> engine = LoadShipped();
+    if (engine == nullptr) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    const DictionaryS &core = engine->models().core;
+    ASSERT_GT(core.count, 1000);
+    std::vector<std::string> single;
+    std::vector<std::string> longer;
+    for (int32_t e = 0; e < core.count; ++e) {
+        const char *w = core.entries[e].word;
+        if (w == nullptr || w[0] == '\0' || w[0] == '#' || std::strlen(w) > 8) continue;
+        (std::strlen(w) == 2 ? single : longer).push_back(w);
+    }
+    ASSERT_FALSE(single.empty());
+    ASSERT_FALSE(longer.empty());
+    const std::vector<std::string> absent = {"\xd8\xa8\xd8\xa9", "\xfd\xfe", "x", "\xd8\xa8\xd8\xa9\xd8\xa8"};
+    std::vector<std::string> gb;
+    std::vector<uint32_t> keys;
+    uint32_t seed = 12345;
+    for (int i = 0; i < 6000; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        const uint32_t r = seed >> 8;
+        if (r % 50 == 0)
+            gb.push_back(absent[r % absent.size()]);
+        else if (r % 3 != 0)
+            gb.push_back(single[(r / 3) % single.size()]);
+        else
+            gb.push_back(longer[(r / 3) % longer.size()]);
+        keys.push_back(static_cast<uint32_t>(i / 37));
+    }
+    std::vector<vsg::engine::WordView> views(gb.size());
+    for (size_t i = 0; i < gb.size(); ++i) views[i] = {gb[i].data(), static_cast<uint32_t>(gb[i].size()), keys[i]};
+    vsg::engine::Tagging with;
+    vsg::engine::Tagging without;
+    for (int32_t mode = 0; mode <= 3; ++mode) {
+        SCOPED_TRACE(mode);
+        ASSERT_EQ(engine->Tag(views.data(), views.size(), mode, with), 0);
+        ASSERT_EQ(vsg::engine::TagWords(engine->models(), views.data(), views.size(), mode, without), 0);
+        ASSERT_EQ(with.words.size(), without.words.size());
+        size_t named = 0;
+        for (size_t k = 0; k < with.words.size(); ++k) {
+            const vsg::engine::TaggedWord &a = with.words[k];
+            const vsg::engine::TaggedWord &b = without.words[k];
+            ASSERT_EQ(a.first, b.first) << k;
+            ASSERT_EQ(a.count, b.count) << k;
+            ASSERT_EQ(a.tag, b.tag) << k;
+            ASSERT_EQ(a.nameClass, b.nameClass) << k;
+            ASSERT_EQ(a.textAt, b.textAt) << k;
+            ASSERT_EQ(a.textLength, b.textLength) << k;
+            if (a.nameClass != 0) ++named;
+        }
+        EXPECT_EQ(with.texts, without.texts);
+        EXPECT_GT(named, 0u);  // the recognisers had work to do
+    }
 }
 
 }  // namespace
