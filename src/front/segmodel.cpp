@@ -98,7 +98,7 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatureSet = 0x300u | kSegDictCap;
+constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
 constexpr size_t kHeaderBytes = 96;
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
@@ -183,7 +183,7 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegDictInside, m.inside, 0), p});
         out.push_back(
             {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
-        out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p - 1});
+        out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
     }
 }
@@ -529,7 +529,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
             s[3] += x[3];
         };
         add(offsets[nBigrams + 3 * k]);
-        AddRows(score, n, w, offsets[nBigrams + 3 * k + 1], static_cast<int64_t>(k) - 1, 3);
+        add(offsets[nBigrams + 3 * k + 1]);
         add(offsets[nBigrams + 3 * k + 2]);
         add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
         const WordMarks &m = marks[k];

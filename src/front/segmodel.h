@@ -35,11 +35,11 @@ enum SegTemplate : uint8_t {
     kSegDictEnd,      // longest dictionary word ending at k
     kSegDictInside,   // longest dictionary word covering k on both sides
     kSegDictAll,      // the three dictionary lengths together with k's class
-    kSegTrigram,      // atoms k-1, k, k+1: rows for atoms k-1 .. k+1
+    kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 3, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;

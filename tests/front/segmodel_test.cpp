@@ -156,39 +156,6 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
     }
 }
 
-TEST(SegModelTest, TrigramScoresItsThreeAtoms) {
-    // The trigram of atoms k-1, k, k+1 has a row for each of them: a model
-    // holding only the trigram of a three-atom run scores all three atoms,
-    // each with its own row.
-    const std::string t = Gb("北京人");
-    std::vector<Atom> atoms;
-    Atomise(t.data(), 0, t.size(), atoms);
-    ASSERT_EQ(atoms.size(), 3u);
-    const Lexicon lex = SmallLexicon();
-    std::vector<WordMarks> marks(atoms.size());
-    lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
-    std::vector<uint64_t> ids;
-    std::vector<SegFeature> features;
-    SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
-    std::vector<SegGroup> groups;
-    for (const SegFeature &f : features)
-        if (SegKeyTemplate(f.key) == kSegTrigram && f.position == 0) {
-            SegGroup g{f.key, std::vector<float>(kSegTemplateRows[kSegTrigram] * kSegLabels, 0.0f)};
-            for (size_t r = 0; r < kSegTemplateRows[kSegTrigram]; ++r) g.weights[r * kSegLabels + r % kSegLabels] = 1.0f;
-            groups.push_back(g);
-        }
-    ASSERT_EQ(groups.size(), 1u);
-    float trans[kSegLabels][kSegLabels] = {};
-    const std::string bytes = EncodeSegModel(groups, trans);
-    SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
-    CutScratch scratch;
-    m.Score(t.data(), atoms.data(), atoms.size(), lex, scratch);
-    const std::vector<int32_t> expected = {32767, 0, 0, 0, 0, 32767, 0, 0, 0, 0, 32767, 0};
-    EXPECT_EQ(scratch.score, expected);
-}
-
 std::string SmallModelBytes() {
     std::vector<SegGroup> groups;
     for (uint64_t v = 1; v <= 50; ++v) {
