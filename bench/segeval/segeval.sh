@@ -17,7 +17,9 @@
 #
 # usage: bench/segeval/segeval.sh [BUILD_DIR]   (default: build)
 # VSGLEX_SEGEVAL_WORK keeps texts, outputs and models in that folder;
-# VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out. The peer is installed here
+# VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out; VSGLEX_SEGEVAL_TRAIN_ARGS are
+# passed to vsglex-train (e.g. "--seg-epochs 25"); VSGLEX_SEGEVAL_ERRORS=1
+# also sorts the errors of the corpus-granularity cut (segerrors.py). The peer is installed here
 # and only here (Debian package python3-jieba).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -27,6 +29,7 @@ build=${1:-$root/build}
 corpus=${VSGLEX_CORPUS:-$root/../shared/corpus/pfr-1998-01}
 splits=${VSGLEX_SEGEVAL_SPLITS:-A B}
 use_jieba=${VSGLEX_SEGEVAL_JIEBA:-1}
+train_args=${VSGLEX_SEGEVAL_TRAIN_ARGS:-}
 if [ -n "${VSGLEX_SEGEVAL_WORK:-}" ]; then
   work=$VSGLEX_SEGEVAL_WORK
   mkdir -p "$work"
@@ -69,14 +72,15 @@ for split in $splits; do
   esac
   step "split $split: training days $train_days, scoring days $test_days"
   "$py" "$compare/corpus_split.py" "${files[@]}" --days "$test_days" \
-    --text "$dir/test.txt" --gold "$dir/gold.jsonl" --words "$dir/gold-words.txt"
+    --text "$dir/test.txt" --gold "$dir/gold.jsonl" --words "$dir/gold-words.txt" --tagged "$dir/test-tagged.txt"
   mkdir -p "$dir/corpus"
   "$py" "$compare/corpus_split.py" "${files[@]}" --days "$train_days" \
     --text "$dir/train-text.txt" --gold "$dir/train-gold.jsonl" --tagged "$dir/corpus/train.txt"
+  # shellcheck disable=SC2086
   if [ "$split" = A ]; then
-    "$train" --exclude-from 19980125 "$corpus" "$dir/models" >"$dir/train.log"
+    "$train" --exclude-from 19980125 $train_args "$corpus" "$dir/models" >"$dir/train.log"
   else
-    "$train" "$dir/corpus" "$dir/models" >"$dir/train.log"
+    "$train" $train_args "$dir/corpus" "$dir/models" >"$dir/train.log"
   fi
 
   step "split $split: cutting"
@@ -92,6 +96,10 @@ for split in $splits; do
   fi
   echo "split $split: words (training days $train_days, text of days $test_days)"
   "$py" "$here/segscore.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/corpus/train.txt" "${systems[@]}"
+  if [ "${VSGLEX_SEGEVAL_ERRORS:-0}" != 0 ]; then
+    echo "split $split: errors of vsglex corpus"
+    "$py" "$here/segerrors.py" "$dir/test-tagged.txt" "$dir/corpus/train.txt" "$dir/vsglex-corpus.txt"
+  fi
   for s in vsglex-corpus vsglex-dict vsglex-merged jieba-words; do
     [ -f "$dir/$s.txt.stats" ] && printf '  %s: %s s wall, %s KB peak\n' "$s" $(cat "$dir/$s.txt.stats")
   done
