@@ -98,7 +98,7 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
+constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kHeaderBytes = 96;
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
@@ -165,7 +165,7 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         id[k + 2] = AtomId(text, atoms[k]);
         cls[k + 2] = AtomClass(text, atoms[k]);
     }
-    out.reserve(n * 9 + 8);
+    out.reserve(n * 10 + 8);
     auto pos = [](size_t k, int d) { return static_cast<int32_t>(k) + d; };
     // Unigrams of atoms -2 .. n+1 (index j = k + 2).
     for (size_t j = 0; j < n + 4; ++j) out.push_back({SegFeatureKey(kSegUnigram, id[j], 0), pos(j, -4)});
@@ -185,6 +185,7 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
             {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
+        out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
     }
 }
 
@@ -406,6 +407,8 @@ void SegModel::BuildDirect() {
         dict_[t].assign(kSegDictCap + 1, kNone);
         for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = OffsetOf(SegFeatureKey(dictTemplates[t], v, 0));
     }
+    startCost_.assign((kSegDictCap + 1) * kWordCostClasses, kNone);
+    for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -537,6 +540,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         add(dict_[1][m.ends]);
         add(dict_[2][m.inside]);
         add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
+        add(startCost_[m.starts * kWordCostClasses + m.startCost]);
     }
 }
 

@@ -37,9 +37,10 @@ enum SegTemplate : uint8_t {
     kSegDictAll,      // the three dictionary lengths together with k's class
     kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
+    kSegDictStartCost,  // longest word starting at k with its cost class
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
@@ -165,6 +166,7 @@ private:
     int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
     std::vector<int32_t> classes_;
     std::vector<int32_t> dict_[4];
+    std::vector<int32_t> startCost_;  // by length * kWordCostClasses + cost class
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     uint64_t mask_ = 0;
     size_t groups_ = 0;
