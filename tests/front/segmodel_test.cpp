@@ -3,6 +3,7 @@
 // damaged model files.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -34,7 +35,9 @@ Lexicon SmallLexicon() {
     static const std::vector<std::string> words = {Gb("中国"), Gb("人民"), Gb("北京"), Gb("中国人民"), Gb("一二"),
                                                    Gb("国人"), "7a"};
     std::vector<LexiconWord> list;
-    for (const std::string &w : words) list.push_back({w, 3.0, 0.0});
+    // Counts of several sizes, so that the marks' cost classes vary.
+    double count = 1.0;
+    for (const std::string &w : words) list.push_back({w, count *= 7.0, 0.0});
     Lexicon lex;
     lex.Build(list);
     return lex;
@@ -154,6 +157,56 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             EXPECT_EQ(ends, fromLabels) << vsgtest::Utf8(t);
         }
     }
+}
+
+TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
+    // Two dictionary words of one length, one 200 times as frequent: the
+    // marks give the longest word starting at an atom with the class of its
+    // cost (the negative log of its share), and the features differ by it.
+    const std::string words[] = {Gb("北京"), Gb("中国"), Gb("中国人民"), Gb("人")};
+    std::vector<LexiconWord> list = {{words[0], 600.0, 0.0}, {words[1], 3.0, 0.0}, {words[2], 1.0, 0.0},
+                                     {words[3], 396.0, 0.0}};
+    Lexicon lex;
+    ASSERT_TRUE(lex.Build(list));
+    auto costClass = [](double count) { return static_cast<int>(std::log(1000.0) - std::log(count)); };
+    ASSERT_EQ(costClass(600.0), 0);
+    ASSERT_EQ(costClass(3.0), 5);
+    const std::string t = Gb("北京中国人民");
+    std::vector<Atom> atoms;
+    Atomise(t.data(), 0, t.size(), atoms);
+    ASSERT_EQ(atoms.size(), 6u);
+    std::vector<WordMarks> marks(atoms.size());
+    lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
+    EXPECT_EQ(marks[0].starts, 2);
+    EXPECT_EQ(marks[0].startCost, costClass(600.0));
+    // From 中 the longest word is 中国人民, seen once.
+    EXPECT_EQ(marks[2].starts, 4);
+    EXPECT_EQ(marks[2].startCost, costClass(1.0));
+    EXPECT_EQ(marks[3].starts, 0);
+    EXPECT_EQ(marks[3].startCost, 0);
+
+    // 北京 and 中国 alone: same length marks, other cost classes, other
+    // features.
+    std::vector<uint64_t> ids;
+    std::vector<SegFeature> a, b;
+    const std::string beijing = Gb("北京"), zhongguo = Gb("中国");
+    auto costFeatures = [&](const std::string &text, std::vector<SegFeature> &out) {
+        std::vector<Atom> at;
+        Atomise(text.data(), 0, text.size(), at);
+        std::vector<WordMarks> m(at.size());
+        lex.MarkWords(text.data(), at.data(), at.size(), kSegDictCap, m.data());
+        std::vector<SegFeature> all;
+        SegFeatures(text.data(), at.data(), at.size(), m.data(), ids, all);
+        out.clear();
+        for (const SegFeature &f : all)
+            if (SegKeyTemplate(f.key) == kSegDictStartCost) out.push_back(f);
+    };
+    costFeatures(beijing, a);
+    costFeatures(zhongguo, b);
+    ASSERT_EQ(a.size(), 2u);
+    ASSERT_EQ(b.size(), 2u);
+    EXPECT_NE(a[0].key, b[0].key);
+    EXPECT_EQ(a[1].key, b[1].key);  // no word starts at the second atom
 }
 
 std::string SmallModelBytes() {
