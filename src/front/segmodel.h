@@ -83,6 +83,23 @@ constexpr bool SegTransitionAllowed(int prev, int next) {
     }
 }
 
+// The labels that may precede each label, in ascending order (the search
+// visits only these).
+inline constexpr uint8_t kSegPredecessors[kSegLabels][4] = {
+    {kSegEnd, kSegSingle}, {kSegBegin}, {kSegBegin2}, {kSegBegin3, kSegMiddle},
+    {kSegBegin, kSegBegin2, kSegBegin3, kSegMiddle}, {kSegEnd, kSegSingle}};
+inline constexpr uint8_t kSegPredecessorCount[kSegLabels] = {2, 1, 1, 2, 4, 2};
+constexpr bool SegPredecessorsMatchTransitions() {
+    for (int l = 0; l < kSegLabels; ++l)
+        for (int p = 0, k = 0; p < kSegLabels; ++p) {
+            bool listed = k < kSegPredecessorCount[l] && kSegPredecessors[l][k] == p;
+            if (listed != SegTransitionAllowed(p, l)) return false;
+            if (listed) ++k;
+        }
+    return true;
+}
+static_assert(SegPredecessorsMatchTransitions(), "the predecessor lists follow SegTransitionAllowed");
+
 // Best label sequence under per-atom scores (n x kSegLabels) and transition scores,
 // over the allowed transitions only (first label B or S, last E or S).
 // `back` is working memory. Ties go to the lower label, so the result is
@@ -101,8 +118,9 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
         for (int l = 0; l < kSegLabels; ++l) {
             Sum best = kNone;
             uint8_t arg = 0;
-            for (int p = 0; p < kSegLabels; ++p) {
-                if (cur[p] == kNone || !SegTransitionAllowed(p, l)) continue;
+            for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
+                const int p = kSegPredecessors[l][k];
+                if (cur[p] == kNone) continue;
                 Sum v = cur[p] + static_cast<Sum>(transitions[p][l]);
                 if (best == kNone || v > best) {
                     best = v;
