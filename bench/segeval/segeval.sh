@@ -9,15 +9,19 @@
 # then the name figures of vsglex --names-only and jieba's part-of-speech
 # cutter, scored by bench/compare/score.py.
 #
-# Splits (both by default; VSGLEX_SEGEVAL_SPLITS="A" or "B" picks one):
+# Splits (A and B by default; VSGLEX_SEGEVAL_SPLITS="A", "B", "A B C" ...):
 #   A: models trained on days 1-24 (vsglex-train --exclude-from 19980125),
 #      text of days 25-28;
 #   B: models trained on days 5-28 (a corpus folder of those paragraphs),
-#      text of days 1-4.
+#      text of days 1-4;
+#   C (only when asked for): models trained on days 1-12 and 17-28, text
+#      of days 13-16.
 #
 # usage: bench/segeval/segeval.sh [BUILD_DIR]   (default: build)
 # VSGLEX_SEGEVAL_WORK keeps texts, outputs and models in that folder;
-# VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out. The peer is installed here
+# VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out; VSGLEX_SEGEVAL_TRAIN_ARGS are
+# passed to vsglex-train (e.g. "--seg-epochs 25"); VSGLEX_SEGEVAL_ERRORS=1
+# also sorts the errors of the corpus-granularity cut (segerrors.py). The peer is installed here
 # and only here (Debian package python3-jieba).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -27,6 +31,7 @@ build=${1:-$root/build}
 corpus=${VSGLEX_CORPUS:-$root/../shared/corpus/pfr-1998-01}
 splits=${VSGLEX_SEGEVAL_SPLITS:-A B}
 use_jieba=${VSGLEX_SEGEVAL_JIEBA:-1}
+train_args=${VSGLEX_SEGEVAL_TRAIN_ARGS:-}
 if [ -n "${VSGLEX_SEGEVAL_WORK:-}" ]; then
   work=$VSGLEX_SEGEVAL_WORK
   mkdir -p "$work"
@@ -65,18 +70,25 @@ for split in $splits; do
   case $split in
     A) train_days=19980101-19980124 test_days=19980125-19980128 ;;
     B) train_days=19980105-19980128 test_days=19980101-19980104 ;;
-    *) echo "unknown split $split (A or B)" >&2; exit 2 ;;
+    C) train_days="19980101-19980112 19980117-19980128" test_days=19980113-19980116 ;;
+    *) echo "unknown split $split (A, B or C)" >&2; exit 2 ;;
   esac
   step "split $split: training days $train_days, scoring days $test_days"
   "$py" "$compare/corpus_split.py" "${files[@]}" --days "$test_days" \
-    --text "$dir/test.txt" --gold "$dir/gold.jsonl" --words "$dir/gold-words.txt"
+    --text "$dir/test.txt" --gold "$dir/gold.jsonl" --words "$dir/gold-words.txt" --tagged "$dir/test-tagged.txt"
   mkdir -p "$dir/corpus"
-  "$py" "$compare/corpus_split.py" "${files[@]}" --days "$train_days" \
-    --text "$dir/train-text.txt" --gold "$dir/train-gold.jsonl" --tagged "$dir/corpus/train.txt"
+  : >"$dir/corpus/train.txt"
+  for days in $train_days; do
+    "$py" "$compare/corpus_split.py" "${files[@]}" --days "$days" \
+      --text /dev/null --gold /dev/null --tagged "$dir/corpus/part.txt"
+    cat "$dir/corpus/part.txt" >>"$dir/corpus/train.txt"
+    rm "$dir/corpus/part.txt"
+  done
+  # shellcheck disable=SC2086
   if [ "$split" = A ]; then
-    "$train" --exclude-from 19980125 "$corpus" "$dir/models" >"$dir/train.log"
+    "$train" --exclude-from 19980125 $train_args "$corpus" "$dir/models" >"$dir/train.log"
   else
-    "$train" "$dir/corpus" "$dir/models" >"$dir/train.log"
+    "$train" $train_args "$dir/corpus" "$dir/models" >"$dir/train.log"
   fi
 
   step "split $split: cutting"
@@ -92,6 +104,10 @@ for split in $splits; do
   fi
   echo "split $split: words (training days $train_days, text of days $test_days)"
   "$py" "$here/segscore.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/corpus/train.txt" "${systems[@]}"
+  if [ "${VSGLEX_SEGEVAL_ERRORS:-0}" != 0 ]; then
+    echo "split $split: errors of vsglex corpus"
+    "$py" "$here/segerrors.py" "$dir/test-tagged.txt" "$dir/corpus/train.txt" "$dir/vsglex-corpus.txt"
+  fi
   for s in vsglex-corpus vsglex-dict vsglex-merged jieba-words; do
     [ -f "$dir/$s.txt.stats" ] && printf '  %s: %s s wall, %s KB peak\n' "$s" $(cat "$dir/$s.txt.stats")
   done

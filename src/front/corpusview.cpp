@@ -58,13 +58,21 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
                   const PieceTags &tags, std::vector<Piece> &out) {
     auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };
     if (tag == kPersonTag) {
-        // Chinese names of two to four characters, all two-byte characters;
-        // names with a middle dot or other marks are transliterations.
+        // Chinese names of two to four characters, all two-byte Chinese
+        // characters (GB2312 rows B0-F7, or the GBK extension areas, which
+        // hold characters such as 镕 and 珺); names with a middle dot or other
+        // marks are transliterations.
         std::vector<uint32_t> chars = CharEnds(text, length);
         bool han = chars.size() >= 2 && chars.size() <= 4 && length == 2 * chars.size() &&
                    std::memchr(text, '\0', length) == nullptr;
-        for (size_t k = 0; han && k < length; k += 2)
-            han = static_cast<unsigned char>(text[k]) >= 0xB0 && static_cast<unsigned char>(text[k + 1]) >= 0xA1;
+        for (size_t k = 0; han && k < length; k += 2) {
+            auto lead = static_cast<unsigned char>(text[k]);
+            auto trail = static_cast<unsigned char>(text[k + 1]);
+            bool gb2312 = lead >= 0xB0 && lead <= 0xF7 && trail >= 0xA1;
+            bool gbkHigh = lead >= 0x81 && lead <= 0xA0 && trail >= 0x40;
+            bool gbkLow = lead >= 0xAA && trail >= 0x40 && trail <= 0xA0;
+            han = (gb2312 || gbkHigh || gbkLow) && trail != 0x7F && trail != 0xFF;
+        }
         if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
         uint32_t surname = chars.size() >= 3 && IsCompoundSurname(text) ? 4 : 2;
         out.push_back(Piece{0, surname, tag});

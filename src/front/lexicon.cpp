@@ -213,7 +213,12 @@ void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t c
             if (!s->isWord) continue;
             size_t len = j - i + 1;
             auto v = static_cast<uint8_t>(len < cap ? len : cap);
-            if (v > marks[i].starts) marks[i].starts = v;
+            // Words from one start are met shortest first: the last one
+            // marked is the longest.
+            const float c = s->cost < 0.0f ? 0.0f : s->cost;
+            marks[i].starts = v;
+            marks[i].startCost =
+                static_cast<uint8_t>(c >= kWordCostClasses - 1 ? kWordCostClasses - 1 : static_cast<int>(c));
             if (v > marks[j].ends) marks[j].ends = v;
             for (size_t m = i + 1; m < j; ++m)
                 if (v > marks[m].inside) marks[m].inside = v;

@@ -32,12 +32,17 @@ struct LexiconWord {
 };
 
 // Longest dictionary word (in atoms, capped) that starts at, ends at and
-// strictly covers each atom; see Lexicon::MarkWords.
+// strictly covers each atom, and how frequent the longest word starting
+// there is. See Lexicon::MarkWords.
 struct WordMarks {
     uint8_t starts = 0;
     uint8_t ends = 0;
     uint8_t inside = 0;
+    uint8_t startCost = 0;  // cost class of the longest word starting here
 };
+// Cost classes of WordMarks: whole units of the word's cost (the negative
+// log of its share of all words), capped.
+inline constexpr uint8_t kWordCostClasses = 16;
 
 // One feature of the model cutter (segmodel.h): its key and the first atom
 // its rows score (may lie before the run; rows outside it are ignored).
@@ -78,7 +83,8 @@ public:
              CutScratch &scratch) const;
     // For every atom of atoms[0..n), the lengths (capped at `cap` atoms) of
     // the longest word of two or more atoms starting there, ending there and
-    // covering it with atoms on both sides; marks gets n entries.
+    // covering it with atoms on both sides, and the cost class of the
+    // longest word starting there; marks gets n entries.
     void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
 
 private:

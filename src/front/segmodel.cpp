@@ -89,17 +89,19 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 //  12  u32      slot bits b: the table has 2^b slots
 //  16  u32      weight count w
 //  20  u32      feature set (kFeatureSet: templates and dictionary cap)
-//  24  16 x i32 transition weights [previous][next]
-//  88  u64      checksum of everything after the header
-//  96  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
+//  24  36 x i32 transition weights [previous][next] (kSegLabels^2)
+// 168  u64      checksum of everything after the header
+// 176  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
 // A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
-constexpr uint32_t kVersion = 1;
-constexpr uint32_t kFeatureSet = 0x200u | kSegDictCap;
-constexpr size_t kHeaderBytes = 96;
+constexpr uint32_t kVersion = 2;
+constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
+constexpr size_t kTransitionsAt = 24;
+constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
+constexpr size_t kHeaderBytes = kChecksumAt + 8;
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
 constexpr uint32_t kMaxWeights = 1u << 28;
@@ -165,7 +167,7 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         id[k + 2] = AtomId(text, atoms[k]);
         cls[k + 2] = AtomClass(text, atoms[k]);
     }
-    out.reserve(n * 9 + 8);
+    out.reserve(n * 10 + 8);
     auto pos = [](size_t k, int d) { return static_cast<int32_t>(k) + d; };
     // Unigrams of atoms -2 .. n+1 (index j = k + 2).
     for (size_t j = 0; j < n + 4; ++j) out.push_back({SegFeatureKey(kSegUnigram, id[j], 0), pos(j, -4)});
@@ -185,6 +187,7 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
             {SegFeatureKey(kSegDictAll, (uint64_t{m.starts} << 16) | (uint64_t{m.ends} << 8) | m.inside, cls[j]), p});
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
+        out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
     }
 }
 
@@ -285,13 +288,13 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
                  std::to_string(expected) + ")";
         return false;
     }
-    if (Checksum(data + kHeaderBytes, size - kHeaderBytes) != Get<uint64_t>(data + 88)) {
+    if (Checksum(data + kHeaderBytes, size - kHeaderBytes) != Get<uint64_t>(data + kChecksumAt)) {
         *error = "damaged (checksum mismatch)";
         return false;
     }
     for (int p = 0; p < kSegLabels; ++p)
         for (int l = 0; l < kSegLabels; ++l) {
-            int32_t t = Get<int32_t>(data + 24 + 4 * (p * kSegLabels + l));
+            int32_t t = Get<int32_t>(data + kTransitionsAt + 4 * (p * kSegLabels + l));
             if (t < -kMaxTransition || t > kMaxTransition) {
                 *error = "transition weight out of range";
                 return false;
@@ -406,6 +409,8 @@ void SegModel::BuildDirect() {
         dict_[t].assign(kSegDictCap + 1, kNone);
         for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = OffsetOf(SegFeatureKey(dictTemplates[t], v, 0));
     }
+    startCost_.assign((kSegDictCap + 1) * kWordCostClasses, kNone);
+    for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -446,10 +451,7 @@ inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t of
     for (int r = r0; r < rEnd; ++r) {
         int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
         const int16_t *x = w + r * kSegLabels;
-        s[0] += x[0];
-        s[1] += x[1];
-        s[2] += x[2];
-        s[3] += x[3];
+        for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
     }
 }
 
@@ -523,10 +525,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         auto add = [s, w](int32_t off) {
             if (off < 0) return;
             const int16_t *x = w + off;
-            s[0] += x[0];
-            s[1] += x[1];
-            s[2] += x[2];
-            s[3] += x[3];
+            for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
         };
         add(offsets[nBigrams + 3 * k]);
         add(offsets[nBigrams + 3 * k + 1]);
@@ -537,6 +536,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         add(dict_[1][m.ends]);
         add(dict_[2][m.inside]);
         add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
+        add(startCost_[m.starts * kWordCostClasses + m.startCost]);
     }
 }
 
@@ -547,7 +547,7 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
     std::vector<uint8_t> &labels = scratch.labels;
     Labels(scratch.score.data(), n, labels, scratch.path);
     for (size_t i = 0; i < n; ++i)
-        if (labels[i] == kSegEnd || labels[i] == kSegSingle || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
+        if (SegLabelCloses(labels[i]) || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
 }
 
 }  // namespace vsg::front

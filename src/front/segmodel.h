@@ -1,5 +1,6 @@
-// The trained word cutter: every atom of a run gets one of four labels
-// (word begin, middle, end, single-atom word) from a linear model over
+// The trained word cutter: every atom of a run gets one of six labels
+// (first, second, third atom of a word, a later middle atom, the last atom,
+// a single-atom word) from a linear model over
 // features of the atoms around it, searched with first-order label
 // transitions. The model file "segment.mdl" is written by vsglex-train; the
 // features are defined here once for the trainer and the cutter.
@@ -20,12 +21,25 @@ namespace vsg::front {
 // File name of the model in a model set.
 inline constexpr const char *kSegModelFile = "segment.mdl";
 
-// Labels of an atom.
-enum SegLabel : uint8_t { kSegBegin = 0, kSegMiddle = 1, kSegEnd = 2, kSegSingle = 3 };
-inline constexpr int kSegLabels = 4;
+// Labels of an atom: first, second and third atom of a word of three or
+// more atoms (kSegBegin2 and kSegBegin3 only when more atoms follow), a
+// later middle atom, the last atom, a word alone. Telling the first middle
+// atoms apart lets the model learn how long words are.
+enum SegLabel : uint8_t { kSegBegin = 0, kSegBegin2 = 1, kSegBegin3 = 2, kSegMiddle = 3, kSegEnd = 4, kSegSingle = 5 };
+inline constexpr int kSegLabels = 6;
 
-// Feature templates. A feature is a group of rows of four weights (one per
-// label); row r of a group found at position p scores the atom p + r.
+// Whether a word ends at an atom of this label.
+constexpr bool SegLabelCloses(int label) { return label == kSegEnd || label == kSegSingle; }
+
+// Gold label of atom `i` (0-based) of a word of `length` atoms.
+constexpr uint8_t SegLabelAt(size_t i, size_t length) {
+    if (length == 1) return kSegSingle;
+    if (i + 1 == length) return kSegEnd;
+    return i == 0 ? kSegBegin : i == 1 ? kSegBegin2 : i == 2 ? kSegBegin3 : kSegMiddle;
+}
+
+// Feature templates. A feature is a group of rows of kSegLabels weights
+// (one per label); row r of a group found at position p scores the atom p + r.
 enum SegTemplate : uint8_t {
     kSegUnigram = 0,  // atom k: rows for atoms k-2 .. k+2
     kSegBigram,       // atoms k, k+1: rows for atoms k-1 .. k+2
@@ -37,9 +51,10 @@ enum SegTemplate : uint8_t {
     kSegDictAll,      // the three dictionary lengths together with k's class
     kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
+    kSegDictStartCost,  // longest word starting at k with its cost class
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
@@ -56,14 +71,36 @@ inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
                  std::vector<SegFeature> &out);
 
-// Whether label `next` may follow label `prev` (a word is B M* E or S).
+// Whether label `next` may follow label `prev` (a word is S, B E, B B2 E,
+// B B2 B3 E or B B2 B3 M* E).
 constexpr bool SegTransitionAllowed(int prev, int next) {
-    bool prevClosed = prev == kSegEnd || prev == kSegSingle;
-    bool nextOpens = next == kSegBegin || next == kSegSingle;
-    return prevClosed == nextOpens;
+    switch (prev) {
+    case kSegBegin: return next == kSegBegin2 || next == kSegEnd;
+    case kSegBegin2: return next == kSegBegin3 || next == kSegEnd;
+    case kSegBegin3:
+    case kSegMiddle: return next == kSegMiddle || next == kSegEnd;
+    default: return next == kSegBegin || next == kSegSingle;
+    }
 }
 
-// Best label sequence under per-atom scores (n x 4) and transition scores,
+// The labels that may precede each label, in ascending order (the search
+// visits only these).
+inline constexpr uint8_t kSegPredecessors[kSegLabels][4] = {
+    {kSegEnd, kSegSingle}, {kSegBegin}, {kSegBegin2}, {kSegBegin3, kSegMiddle},
+    {kSegBegin, kSegBegin2, kSegBegin3, kSegMiddle}, {kSegEnd, kSegSingle}};
+inline constexpr uint8_t kSegPredecessorCount[kSegLabels] = {2, 1, 1, 2, 4, 2};
+constexpr bool SegPredecessorsMatchTransitions() {
+    for (int l = 0; l < kSegLabels; ++l)
+        for (int p = 0, k = 0; p < kSegLabels; ++p) {
+            bool listed = k < kSegPredecessorCount[l] && kSegPredecessors[l][k] == p;
+            if (listed != SegTransitionAllowed(p, l)) return false;
+            if (listed) ++k;
+        }
+    return true;
+}
+static_assert(SegPredecessorsMatchTransitions(), "the predecessor lists follow SegTransitionAllowed");
+
+// Best label sequence under per-atom scores (n x kSegLabels) and transition scores,
 // over the allowed transitions only (first label B or S, last E or S).
 // `back` is working memory. Ties go to the lower label, so the result is
 // the same on every machine.
@@ -81,8 +118,9 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
         for (int l = 0; l < kSegLabels; ++l) {
             Sum best = kNone;
             uint8_t arg = 0;
-            for (int p = 0; p < kSegLabels; ++p) {
-                if (cur[p] == kNone || !SegTransitionAllowed(p, l)) continue;
+            for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
+                const int p = kSegPredecessors[l][k];
+                if (cur[p] == kNone) continue;
                 Sum v = cur[p] + static_cast<Sum>(transitions[p][l]);
                 if (best == kNone || v > best) {
                     best = v;
@@ -133,14 +171,14 @@ public:
     void Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
              CutScratch &scratch) const;
 
-    // Label scores (n x 4) of atoms[0..n) into scratch.score: the cutter's
+    // Label scores (n x kSegLabels) of atoms[0..n) into scratch.score: the cutter's
     // own path, with direct tables for one- and two-byte atoms and for the
     // small templates.
     void Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, CutScratch &scratch) const;
     // The same scores from a feature list by plain look-ups (reference for
     // the tests).
     void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
-    // Best labels under scores (n x 4) and the model's transitions.
+    // Best labels under scores (n x kSegLabels) and the model's transitions.
     void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
         SegViterbi<int32_t, int64_t>(score, n, transitions_, labels, back);
     }
@@ -165,6 +203,7 @@ private:
     int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
     std::vector<int32_t> classes_;
     std::vector<int32_t> dict_[4];
+    std::vector<int32_t> startCost_;  // by length * kWordCostClasses + cost class
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     uint64_t mask_ = 0;
     size_t groups_ = 0;

@@ -3,6 +3,7 @@
 // damaged model files.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <limits>
@@ -34,7 +35,9 @@ Lexicon SmallLexicon() {
     static const std::vector<std::string> words = {Gb("中国"), Gb("人民"), Gb("北京"), Gb("中国人民"), Gb("一二"),
                                                    Gb("国人"), "7a"};
     std::vector<LexiconWord> list;
-    for (const std::string &w : words) list.push_back({w, 3.0, 0.0});
+    // Counts of several sizes, so that the marks' cost classes vary.
+    double count = 1.0;
+    for (const std::string &w : words) list.push_back({w, count *= 7.0, 0.0});
     Lexicon lex;
     lex.Build(list);
     return lex;
@@ -76,15 +79,16 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
     return m;
 }
 
-// Best labels by trying every sequence of the four labels.
+// Best labels by trying every sequence of the labels.
 std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &score, size_t n) {
     std::vector<uint8_t> best, cur(n);
     int64_t bestScore = std::numeric_limits<int64_t>::min();
-    size_t total = size_t{1} << (2 * n);
+    size_t total = 1;
+    for (size_t i = 0; i < n; ++i) total *= kSegLabels;
     for (size_t code = 0; code < total; ++code) {
-        for (size_t i = 0; i < n; ++i) cur[i] = static_cast<uint8_t>((code >> (2 * i)) & 3);
-        if (cur[0] == kSegMiddle || cur[0] == kSegEnd) continue;
-        if (cur[n - 1] == kSegBegin || cur[n - 1] == kSegMiddle) continue;
+        for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
+        if (cur[0] != kSegBegin && cur[0] != kSegSingle) continue;
+        if (!SegLabelCloses(cur[n - 1])) continue;
         int64_t s = 0;
         bool ok = true;
         for (size_t i = 0; i < n && ok; ++i) {
@@ -134,7 +138,8 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             ASSERT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
 
             m.Labels(plain.data(), n, labels, back);
-            std::vector<uint8_t> expected = BruteForce(m, plain, n);
+            // Every sequence is tried on runs of up to six atoms.
+            std::vector<uint8_t> expected = n <= 6 ? BruteForce(m, plain, n) : labels;
             // Random weights make equal best paths unlikely; compare scores
             // when they happen.
             if (labels != expected) {
@@ -150,10 +155,97 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
             std::vector<uint32_t> fromLabels;
             for (size_t i = 0; i < n; ++i)
-                if (labels[i] == kSegEnd || labels[i] == kSegSingle) fromLabels.push_back(static_cast<uint32_t>(i + 1));
+                if (SegLabelCloses(labels[i])) fromLabels.push_back(static_cast<uint32_t>(i + 1));
             EXPECT_EQ(ends, fromLabels) << vsgtest::Utf8(t);
         }
     }
+}
+
+TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
+    // A word of L atoms is S, B E, B B2 E, B B2 B3 E, B B2 B3 M.. E: scores
+    // that favour those labels give one word; scores that favour a label
+    // where it cannot stand (B2 first, B3 after B) are overruled.
+    SegModel m;
+    std::string error;
+    const float noTransitions[kSegLabels][kSegLabels] = {};
+    const std::string bytes = EncodeSegModel({}, noTransitions);
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+    std::vector<uint8_t> labels, back;
+    for (size_t len = 1; len <= 7; ++len) {
+        std::vector<int32_t> score(len * kSegLabels, 0);
+        for (size_t i = 0; i < len; ++i) score[i * kSegLabels + SegLabelAt(i, len)] = 10;
+        m.Labels(score.data(), len, labels, back);
+        for (size_t i = 0; i < len; ++i) {
+            EXPECT_EQ(labels[i], SegLabelAt(i, len)) << len << " " << i;
+            EXPECT_EQ(SegLabelCloses(labels[i]), i + 1 == len) << len << " " << i;
+        }
+        if (len >= 3) {
+            std::vector<uint8_t> seq;
+            for (size_t i = 0; i < len; ++i) seq.push_back(SegLabelAt(i, len));
+            EXPECT_EQ(seq[1], kSegBegin2);
+            EXPECT_EQ(seq[len - 1], kSegEnd);
+        }
+    }
+    std::vector<int32_t> score(3 * kSegLabels, 0);
+    score[0 * kSegLabels + kSegBegin2] = 50;
+    score[1 * kSegLabels + kSegBegin3] = 50;
+    score[2 * kSegLabels + kSegEnd] = 5;
+    m.Labels(score.data(), 3, labels, back);
+    for (size_t i = 1; i < 3; ++i) {
+        EXPECT_TRUE(SegTransitionAllowed(labels[i - 1], labels[i])) << i;
+    }
+    EXPECT_TRUE(labels[0] == kSegBegin || labels[0] == kSegSingle);
+    EXPECT_TRUE(SegLabelCloses(labels[2]));
+}
+
+TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
+    // Two dictionary words of one length, one 200 times as frequent: the
+    // marks give the longest word starting at an atom with the class of its
+    // cost (the negative log of its share), and the features differ by it.
+    const std::string words[] = {Gb("北京"), Gb("中国"), Gb("中国人民"), Gb("人")};
+    std::vector<LexiconWord> list = {{words[0], 600.0, 0.0}, {words[1], 3.0, 0.0}, {words[2], 1.0, 0.0},
+                                     {words[3], 396.0, 0.0}};
+    Lexicon lex;
+    ASSERT_TRUE(lex.Build(list));
+    auto costClass = [](double count) { return static_cast<int>(std::log(1000.0) - std::log(count)); };
+    ASSERT_EQ(costClass(600.0), 0);
+    ASSERT_EQ(costClass(3.0), 5);
+    const std::string t = Gb("北京中国人民");
+    std::vector<Atom> atoms;
+    Atomise(t.data(), 0, t.size(), atoms);
+    ASSERT_EQ(atoms.size(), 6u);
+    std::vector<WordMarks> marks(atoms.size());
+    lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
+    EXPECT_EQ(marks[0].starts, 2);
+    EXPECT_EQ(marks[0].startCost, costClass(600.0));
+    // From 中 the longest word is 中国人民, seen once.
+    EXPECT_EQ(marks[2].starts, 4);
+    EXPECT_EQ(marks[2].startCost, costClass(1.0));
+    EXPECT_EQ(marks[3].starts, 0);
+    EXPECT_EQ(marks[3].startCost, 0);
+
+    // 北京 and 中国 alone: same length marks, other cost classes, other
+    // features.
+    std::vector<uint64_t> ids;
+    std::vector<SegFeature> a, b;
+    const std::string beijing = Gb("北京"), zhongguo = Gb("中国");
+    auto costFeatures = [&](const std::string &text, std::vector<SegFeature> &out) {
+        std::vector<Atom> at;
+        Atomise(text.data(), 0, text.size(), at);
+        std::vector<WordMarks> m(at.size());
+        lex.MarkWords(text.data(), at.data(), at.size(), kSegDictCap, m.data());
+        std::vector<SegFeature> all;
+        SegFeatures(text.data(), at.data(), at.size(), m.data(), ids, all);
+        out.clear();
+        for (const SegFeature &f : all)
+            if (SegKeyTemplate(f.key) == kSegDictStartCost) out.push_back(f);
+    };
+    costFeatures(beijing, a);
+    costFeatures(zhongguo, b);
+    ASSERT_EQ(a.size(), 2u);
+    ASSERT_EQ(b.size(), 2u);
+    EXPECT_NE(a[0].key, b[0].key);
+    EXPECT_EQ(a[1].key, b[1].key);  // no word starts at the second atom
 }
 
 std::string SmallModelBytes() {
@@ -163,9 +255,14 @@ std::string SmallModelBytes() {
         groups.push_back({key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(key)] * kSegLabels,
                                                   static_cast<float>(v % 7) - 3.0f)});
     }
-    float trans[kSegLabels][kSegLabels] = {{0, 1, 2, 0}, {0, 1, 2, 0}, {3, 0, 0, 1}, {1, 0, 0, 2}};
+    float trans[kSegLabels][kSegLabels];
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l) trans[p][l] = static_cast<float>((p * 5 + l * 3) % 4);
     return EncodeSegModel(groups, trans);
 }
+
+// Header size of the model file: fields, transition weights, checksum.
+constexpr size_t kHeader = 24 + 4 * kSegLabels * kSegLabels + 8;
 
 TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
     const std::string good = SmallModelBytes();
@@ -189,7 +286,7 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
         size_t at;
         uint32_t value;
         const char *reason;
-    } fields[] = {{0, 0x58475356u, "magic"},     {8, 2, "version"},           {12, 40, "table size"},
+    } fields[] = {{0, 0x58475356u, "magic"},     {8, 1, "version"},           {12, 40, "table size"},
                   {12, 0, "table size"},         {16, 0x7FFFFFFFu, "weight count"}, {16, 3, "weight count"},
                   {20, 9, "feature set"},        {24, 0x7FFFFFFFu, "transition"}};
     for (const Field &f : fields) {
@@ -209,7 +306,7 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
         EXPECT_NE(error.find("truncated"), std::string::npos) << error;
     }
     // Any changed payload byte.
-    for (size_t at : {size_t{96}, size_t{100}, good.size() / 2, good.size() - 1}) {
+    for (size_t at : {kHeader, kHeader + 4, good.size() / 2, good.size() - 1}) {
         std::string bad = good;
         bad[at] = static_cast<char>(bad[at] ^ 0x10);
         EXPECT_FALSE(load(bad, &error)) << at;
@@ -218,7 +315,7 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
     // A slot that points past the weights, with a matching checksum.
     {
         std::string bad = good;
-        for (size_t at = 96; at < bad.size(); at += 8) {
+        for (size_t at = kHeader; at < bad.size(); at += 8) {
             uint64_t slot;
             std::memcpy(&slot, bad.data() + at, 8);
             if (slot == 0) continue;
@@ -226,8 +323,8 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
             std::memcpy(&bad[at], &slot, 8);
             break;
         }
-        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + 96, bad.size() - 96);
-        std::memcpy(&bad[88], &sum, 8);
+        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + kHeader, bad.size() - kHeader);
+        std::memcpy(&bad[kHeader - 8], &sum, 8);
         EXPECT_FALSE(load(bad, &error));
         EXPECT_NE(error.find("past the weights"), std::string::npos) << error;
     }

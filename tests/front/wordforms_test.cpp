@@ -250,6 +250,10 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
     for (const char *want : {"江/nr", "泽民/nr", "欧阳/nr", "中石/nr", "克林顿/nrf", "北京/ns", "中央/n", "电台/n"})
         EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
     EXPECT_FALSE(Has(pieces, "中央人民广播电台/nt")) << Texts(pieces);
+    // Names with characters outside GB2312 (镕 is a GBK character) are cut
+    // the same way.
+    auto gbk = Words("国务院总理朱镕基在北京会见了客人。", true);
+    for (const char *want : {"朱/nr", "镕基/nr"}) EXPECT_TRUE(Has(gbk, want)) << want << " in " << Texts(gbk);
     // Words that are no names have exactly themselves as their piece.
     auto plain = Words("我们今天去学校。"), plainPieces = Words("我们今天去学校。", true);
     EXPECT_EQ(plain, plainPieces);

@@ -76,12 +76,12 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
         }
         size_t e = k;
         while (e < n && out->atoms[e].kind != AtomKind::kSpace) ++e;
-        for (size_t i = k; i < e; ++i) {
-            const Atom &a = out->atoms[i];
-            bool starts = i == k || isBound[a.start];
-            bool ends = i + 1 == e || isBound[a.start + a.length];
-            out->labels[i] = starts ? (ends ? vsg::front::kSegSingle : vsg::front::kSegBegin)
-                                    : (ends ? vsg::front::kSegEnd : vsg::front::kSegMiddle);
+        // Words of the run: a word ends after an atom that ends on a boundary.
+        for (size_t w = k; w < e;) {
+            size_t end = w;
+            while (end + 1 < e && !isBound[out->atoms[end].start + out->atoms[end].length]) ++end;
+            for (size_t i = w; i <= end; ++i) out->labels[i] = vsg::front::SegLabelAt(i - w, end - w + 1);
+            w = end + 1;
         }
         out->runs.emplace_back(k, e);
         k = e;
