@@ -9,16 +9,14 @@
 //         line); person names are cut into characters as a word cutter
 //         leaves unknown names.
 #include <benchmark/benchmark.h>
-#include <iconv.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "bench_corpus.h"
 #include "engine/instance.h"
 
 namespace {
@@ -44,20 +42,6 @@ struct Corpus {
     std::string error;
 };
 
-void AddWord(Corpus &c, iconv_t cd, const std::string &utf8) {
-    std::string out(utf8.size() * 2 + 4, '\0');
-    char *src = const_cast<char *>(utf8.data());
-    size_t srcLeft = utf8.size();
-    char *dst = out.data();
-    size_t dstLeft = out.size();
-    iconv(cd, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1)) return;
-    out.resize(out.size() - dstLeft);
-    if (out.empty() || out.size() > VSG_ITEM_TEXT_MAX) return;
-    c.words.emplace_back(static_cast<uint32_t>(c.gb.size()), static_cast<uint32_t>(out.size()));
-    c.gb += out;
-}
-
 struct Setup {
     std::unique_ptr<vsg::engine::Engine> engine;
     Corpus corpus;
@@ -77,35 +61,15 @@ const Setup &GetSetup() {
         }
         const std::string path =
             EnvOr("VSGLEX_BENCH_CORPUS", SourceRoot() + "/../shared/corpus/pfr-1998-01/train-22-28.txt");
-        std::ifstream in(path);
-        iconv_t cd = iconv_open("GB18030", "UTF-8");
-        std::string line;
-        while (in && c.paragraphStart.size() < kParagraphs && std::getline(in, line)) {
-            std::istringstream tokens(line);
-            std::string token;
-            const size_t before = c.words.size();
-            tokens >> token;  // the paragraph identifier
-            while (tokens >> token) {
-                if (!token.empty() && token[0] == '[') token.erase(0, 1);
-                const size_t bracket = token.rfind(']');
-                if (bracket != std::string::npos) token.resize(bracket);
-                const size_t slash = token.rfind('/');
-                if (slash == std::string::npos) continue;
-                const std::string word = token.substr(0, slash);
-                if (token.compare(slash + 1, std::string::npos, "nr") != 0) {
-                    AddWord(c, cd, word);
-                    continue;
-                }
-                for (size_t i = 0; i < word.size();) {
-                    const auto b = static_cast<unsigned char>(word[i]);
-                    const size_t n = b < 0x80 ? 1 : b < 0xe0 ? 2 : b < 0xf0 ? 3 : 4;
-                    AddWord(c, cd, word.substr(i, n));
-                    i += n;
-                }
-            }
-            if (c.words.size() > before) c.paragraphStart.push_back(before);
-        }
-        iconv_close(cd);
+        benchcorpus::ReadTaggedCorpus(path, kParagraphs, VSG_ITEM_TEXT_MAX,
+                                      [&c](const std::vector<std::string> &words) {
+                                          c.paragraphStart.push_back(c.words.size());
+                                          for (const std::string &gb : words) {
+                                              c.words.emplace_back(static_cast<uint32_t>(c.gb.size()),
+                                                                   static_cast<uint32_t>(gb.size()));
+                                              c.gb += gb;
+                                          }
+                                      });
         if (c.words.empty()) c.error = "no text in " + path + "; set VSGLEX_BENCH_CORPUS";
     });
     return setup;

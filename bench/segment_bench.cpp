@@ -9,17 +9,15 @@
 //         line); person names are cut into characters as a host's word cutter
 //         leaves unknown names.
 #include <benchmark/benchmark.h>
-#include <iconv.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "bench_corpus.h"
 #include "vsglex/engine.h"
 
 namespace {
@@ -41,31 +39,6 @@ std::string EnvOr(const char *name, const std::string &fallback) {
     return (v != nullptr && v[0] != '\0') ? std::string(v) : fallback;
 }
 
-// UTF-8 to GB18030; empty when the text cannot be converted.
-std::string ToGb(iconv_t cd, const std::string &utf8) {
-    std::string out(utf8.size() * 2 + 4, '\0');
-    char *src = const_cast<char *>(utf8.data());
-    size_t srcLeft = utf8.size();
-    char *dst = out.data();
-    size_t dstLeft = out.size();
-    iconv(cd, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1)) return {};
-    out.resize(out.size() - dstLeft);
-    return out;
-}
-
-// Splits a UTF-8 word into its characters.
-std::vector<std::string> Utf8Chars(const std::string &word) {
-    std::vector<std::string> out;
-    for (size_t i = 0; i < word.size();) {
-        const auto c = static_cast<unsigned char>(word[i]);
-        const size_t n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
-        out.push_back(word.substr(i, n));
-        i += n;
-    }
-    return out;
-}
-
 struct Corpus {
     std::vector<std::vector<WordItem>> paragraphs;
     size_t words = 0;
@@ -83,42 +56,16 @@ void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
 }
 
 bool ReadCorpus(const std::string &path, Corpus *corpus) {
-    std::ifstream in(path);
-    if (!in) return false;
-    iconv_t cd = iconv_open("GB18030", "UTF-8");
-    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
-    std::string line;
-    while (corpus->paragraphs.size() < kParagraphs && std::getline(in, line)) {
-        std::istringstream tokens(line);
-        std::string token;
-        std::vector<WordItem> para;
-        const auto key = static_cast<uint32_t>(corpus->paragraphs.size());
-        bool first = true;
-        while (tokens >> token) {
-            if (first) {  // the paragraph identifier
-                first = false;
-                continue;
-            }
-            if (!token.empty() && token[0] == '[') token.erase(0, 1);
-            const size_t bracket = token.rfind(']');
-            if (bracket != std::string::npos) token.resize(bracket);
-            const size_t slash = token.rfind('/');
-            if (slash == std::string::npos) continue;
-            const std::string word = token.substr(0, slash);
-            const std::string tag = token.substr(slash + 1);
-            if (tag == "nr") {
-                for (const std::string &c : Utf8Chars(word)) AddItem(para, ToGb(cd, c), key);
-            } else {
-                AddItem(para, ToGb(cd, word), key);
-            }
-        }
-        if (para.empty()) continue;
-        corpus->words += para.size();
-        corpus->paragraphs.push_back(std::move(para));
-    }
-    iconv_close(cd);
+    const bool read = benchcorpus::ReadTaggedCorpus(
+        path, kParagraphs, VSG_ITEM_TEXT_MAX, [corpus](const std::vector<std::string> &words) {
+            std::vector<WordItem> para;
+            const auto key = static_cast<uint32_t>(corpus->paragraphs.size());
+            for (const std::string &gb : words) AddItem(para, gb, key);
+            corpus->words += para.size();
+            corpus->paragraphs.push_back(std::move(para));
+        });
     corpus->source = path;
-    return !corpus->paragraphs.empty();
+    return read && !corpus->paragraphs.empty();
 }
 
 // Sentences of dictionary words in pseudo-random order.

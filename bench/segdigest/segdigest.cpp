@@ -5,31 +5,18 @@
 // Usage: segdigest MODEL_DIR CORPUS_FILE...
 // Corpus files are UTF-8 "word/tag" tokens, one paragraph a line; person
 // names are cut into characters as a host's word cutter leaves unknown names.
-#include <iconv.h>
 
 #include <cinttypes>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "bench_corpus.h"
 #include "vsglex/engine.h"
 
 namespace {
-
-std::string ToGb(iconv_t cd, const std::string &utf8) {
-    std::string out(utf8.size() * 2 + 4, '\0');
-    char *src = const_cast<char *>(utf8.data());
-    size_t srcLeft = utf8.size();
-    char *dst = out.data();
-    size_t dstLeft = out.size();
-    iconv(cd, nullptr, nullptr, nullptr, nullptr);
-    if (iconv(cd, &src, &srcLeft, &dst, &dstLeft) == static_cast<size_t>(-1)) return {};
-    out.resize(out.size() - dstLeft);
-    return out;
-}
 
 void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
     if (gb.empty() || gb.size() > VSG_ITEM_TEXT_MAX) return;
@@ -44,50 +31,20 @@ void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
 }
 
 bool ReadCorpus(const char *path, std::vector<std::vector<WordItem>> &paragraphs) {
-    std::ifstream in(path);
-    if (!in) return false;
-    iconv_t cd = iconv_open("GB18030", "UTF-8");
-    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream tokens(line);
-        std::string token;
-        std::vector<WordItem> para;
-        const auto key = static_cast<uint32_t>(paragraphs.size());
-        bool first = true;
-        while (tokens >> token) {
-            if (first) {  // the paragraph identifier
-                first = false;
-                continue;
+    return benchcorpus::ReadTaggedCorpus(
+        path, SIZE_MAX, VSG_ITEM_TEXT_MAX, [&paragraphs](const std::vector<std::string> &words) {
+            std::vector<WordItem> para;
+            const auto key = static_cast<uint32_t>(paragraphs.size());
+            for (const std::string &gb : words) AddItem(para, gb, key);
+            // A blank item now and then: they are handed back untagged.
+            if (para.size() > 3 && key % 5 == 0) {
+                WordItem blank = para[para.size() / 2];
+                memset(blank.text, 0, sizeof blank.text);
+                if (key % 10 == 0) blank.text[0] = ' ';
+                para.insert(para.begin() + static_cast<long>(para.size() / 2), blank);
             }
-            if (!token.empty() && token[0] == '[') token.erase(0, 1);
-            const size_t bracket = token.rfind(']');
-            if (bracket != std::string::npos) token.resize(bracket);
-            const size_t slash = token.rfind('/');
-            if (slash == std::string::npos) continue;
-            const std::string word = token.substr(0, slash);
-            if (token.substr(slash + 1) == "nr") {
-                for (size_t i = 0; i < word.size();) {
-                    const auto c = static_cast<unsigned char>(word[i]);
-                    const size_t n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
-                    AddItem(para, ToGb(cd, word.substr(i, n)), key);
-                    i += n;
-                }
-            } else {
-                AddItem(para, ToGb(cd, word), key);
-            }
-        }
-        // A blank item now and then: they are handed back untagged.
-        if (para.size() > 3 && key % 5 == 0) {
-            WordItem blank = para[para.size() / 2];
-            memset(blank.text, 0, sizeof blank.text);
-            if (key % 10 == 0) blank.text[0] = ' ';
-            para.insert(para.begin() + static_cast<long>(para.size() / 2), blank);
-        }
-        if (!para.empty()) paragraphs.push_back(std::move(para));
-    }
-    iconv_close(cd);
-    return true;
+            paragraphs.push_back(std::move(para));
+        });
 }
 
 struct Digest {
