@@ -321,6 +321,44 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
     }
 }
 
+TEST(Trainer, FrequentTransliteratedPlacesInThePersonData) {
+    // 卢旺达 (transliterated) and 杨宋镇 (suffixed) occur twice each: above a
+    // person cut limit of 1 both stay whole words, unless transliterated
+    // places have a cut limit of their own or count their characters.
+    std::vector<vsgtrain::Paragraph> ps(2);
+    for (auto &p : ps)
+        ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  卢旺达/ns  和/c  杨宋镇/ns  。/w", &p));
+    struct Case {
+        int foreignCut;
+        bool chars;
+        bool cutsForeign, countsForeign;
+    } cases[] = {{1, false, false, false}, {5, false, true, true}, {1, true, false, true}};
+    for (const Case &k : cases) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personPlaceCutMax = 1;
+        opt.personForeignPlaceCutMax = k.foreignCut;
+        opt.personForeignPlaceChars = k.chars;
+        opt.personPlaceFloor = 0.02;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float counted = std::log(3.0f), floor = std::log(0.02f);
+        for (const char *inner : {"卢", "旺"})
+            EXPECT_FLOAT_EQ(RowValue(Find(d, inner), 1, 20), k.countsForeign ? counted : floor) << inner;
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "达"), 1, 21), k.countsForeign ? counted : floor);
+        // The suffixed place keeps the common limit: its characters have
+        // only the floor.
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "宋"), 1, 20), floor);
+        // Only a cut place enters the role sequences (旺 -> 达 is U -> V).
+        ContextStat nr;
+        std::memset(&nr, 0, sizeof nr);
+        ASSERT_EQ(ContextStat_LoadBinary(dir.file("nr.ctx").c_str(), &nr), 1);
+        EXPECT_EQ(nr.contextMatrix[20][21], k.cutsForeign ? 2 : 0);
+        ContextStat_Free(&nr);
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, ExcludesLaterDaysAndDayRanges) {
     {
         vsgtest::TempDir dir;

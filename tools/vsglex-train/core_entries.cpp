@@ -90,7 +90,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.personPlaceRoles) {
             for (int r : kPersonPlaceFloorRoles) {
                 if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
-                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personRoleFloor)});
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personPlaceFloor)});
             }
         }
     }

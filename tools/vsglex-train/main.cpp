@@ -13,13 +13,15 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
                  "  --exclude-before  leave out the paragraphs before this day\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
+                 "  --person-foreign-place-cut N  the same for transliterated places in the person data (default 30)\n"
+                 "  --person-foreign-place-chars 0|1  transliterated places not cut still count U, V for their characters (default 0)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
                  "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
@@ -31,6 +33,7 @@ void Usage() {
                  "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
                  "  --org-suffix-place-end 0|1  words that end bracketed places get ln(count + 1) instead (default 1)\n"
                  "  --person-place-roles 0|1  person data: suffixed and transliterated cut places as U...V (default 1)\n"
+                 "  --person-place-floor X  pseudo-count of unseen U, V roles (default 0.003)\n"
                  "  --unseen-char-rows 0|1    person rows for GB2312 characters the corpus lacks (default 1)\n"
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
@@ -82,6 +85,12 @@ int main(int argc, char **argv) {
             opt.placeCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-place-cut" && i + 1 < argc) {
             opt.personPlaceCutMax = std::atoi(argv[++i]);
+        } else if (a == "--person-foreign-place-cut" && i + 1 < argc) {
+            opt.personForeignPlaceCutMax = std::atoi(argv[++i]);
+        } else if (a == "--person-foreign-place-chars" && i + 1 < argc) {
+            opt.personForeignPlaceChars = std::atoi(argv[++i]) != 0;
+        } else if (a == "--person-place-floor" && i + 1 < argc) {
+            opt.personPlaceFloor = std::atof(argv[++i]);
         } else if (a == "--person-place-roles" && i + 1 < argc) {
             opt.personPlaceRoles = std::atoi(argv[++i]) != 0;
         } else if (a == "--unseen-char-rows" && i + 1 < argc) {

@@ -1,6 +1,8 @@
 // Person role step. Person names always arrive cut into characters, and so
 // do rare places (the host's cut keeps known words whole and breaks up what
 // it does not know).
+#include <algorithm>
+
 #include "steps.h"
 
 namespace vsgtrain {
@@ -19,7 +21,10 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
             // The person data cuts more places than the place data: the
             // person recogniser runs first and must learn to leave place
             // characters alone.
-            if (u.kind == UnitKind::Person || c->PlaceCut(u, opt.personPlaceCutMax)) {
+            const bool foreignPlace = u.kind == UnitKind::Place && u.tag == kPosForeignPlace;
+            const int cutMax = foreignPlace ? std::max(opt.personPlaceCutMax, opt.personForeignPlaceCutMax)
+                                            : opt.personPlaceCutMax;
+            if (u.kind == UnitKind::Person || c->PlaceCut(u, cutMax)) {
                 std::vector<std::string> chars = SplitChars(u.text);
                 for (size_t k = 0; k < chars.size(); ++k) {
                     RoleWord w;
@@ -48,6 +53,13 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
                     inName.push_back(u.kind == UnitKind::Person && w.role != kPersonDefault ? 1 : 0);
                 }
             } else {
+                // A frequent transliterated place stays one word, but its
+                // characters may still count as place characters (U, V).
+                if (foreignPlace && opt.personForeignPlaceChars && opt.personPlaceRoles) {
+                    std::vector<std::string> chars = SplitChars(u.text);
+                    for (size_t k = 0; k < chars.size(); ++k)
+                        ++c->words[chars[k]].roles[0][k + 1 == chars.size() ? rolePlaceEnd : rolePlaceInner];
+                }
                 RoleWord w;
                 w.text = u.text;
                 w.single = IsSingle(u.text);

@@ -31,6 +31,14 @@ struct TrainOptions {
     int placeCutMax = 10;     // places seen at most this often are cut into characters
                               // (place and organisation role data)
     int personPlaceCutMax = 30;  // the same for the person role data
+    // Transliterated places seen at most this often are cut in the person
+    // role data (at least personPlaceCutMax applies): their characters get
+    // the cut-place roles U and V, which speak against the transliteration
+    // roles for an unseen foreign place made of the same characters.
+    int personForeignPlaceCutMax = 30;
+    // Of the transliterated places not cut, each occurrence still adds the
+    // U and V counts of its characters (without entering the sequence).
+    bool personForeignPlaceChars = false;
     // Pseudo-count of the given-name and transliteration roles (D, E, F, M,
     // N) of a one-character word never seen in them (0: no such rows).
     double personRoleFloor = 0.003;
@@ -67,6 +75,9 @@ struct TrainOptions {
     // Person role data: characters of cut places that end in a place suffix
     // or are transliterated take U (V for the last) instead of W.
     bool personPlaceRoles = true;
+    // With personPlaceRoles: pseudo-count of U and V for one-character
+    // words never seen in them.
+    double personPlaceFloor = 0.003;
     // GB2312 characters absent from the training days get an entry with the
     // person default role (count 1) and the person floors.
     bool unseenCharRows = true;
