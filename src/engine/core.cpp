@@ -33,7 +33,7 @@ public:
         size_t size = 16;
         while (size < 2 * words) size *= 2;
         try {
-            slots_.assign(size, Slot{0, -1, -1});
+            slots_.assign(size, Slot{0, -1, -1, 0, 0});
         } catch (const std::bad_alloc &) {
             return false;
         }
@@ -44,10 +44,11 @@ public:
             const size_t length = strlen(word);
             const uint32_t hash = Hash(word, length);
             size_t at = hash & mask_;
-            while (slots_[at].key >= 0 && !(slots_[at].hash == hash && strcmp(entries_[slots_[at].key].word, word) == 0))
-                at = (at + 1) & mask_;
+            const uint64_t head = Head(word, length);
+            while (slots_[at].key >= 0 && !Matches(slots_[at], hash, head, word, length)) at = (at + 1) & mask_;
             if (slots_[at].key >= 0) continue;  // a word seen before
-            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core)};
+            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core),
+                              static_cast<uint32_t>(length), head};
         }
         return true;
     }
@@ -58,10 +59,11 @@ public:
     int32_t Find(const char *word, size_t length) const {
         if (length == 0) return -1;
         const uint32_t hash = Hash(word, length);
+        const uint64_t head = Head(word, length);
         for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
             const Slot &slot = slots_[at];
             if (slot.key < 0) return -1;
-            if (slot.hash == hash && strcmp(entries_[slot.key].word, word) == 0) return slot.result;
+            if (Matches(slot, hash, head, word, length)) return slot.result;
         }
     }
 
@@ -70,7 +72,21 @@ private:
         uint32_t hash;
         int32_t key;     // an entry holding the word, -1 for an empty slot
         int32_t result;  // DictionaryS_GetCoreInfo of the word
+        uint32_t length; // the word's length in bytes
+        uint64_t head;   // its first eight bytes, zero-padded (see Head)
     };
+    // The first eight bytes of a word, zero-padded: words of up to eight
+    // bytes (four GB characters) are compared in the slot alone, without
+    // reading the entry's text.
+    static uint64_t Head(const char *word, size_t length) {
+        uint64_t head = 0;
+        memcpy(&head, word, length < 8 ? length : 8);
+        return head;
+    }
+    bool Matches(const Slot &slot, uint32_t hash, uint64_t head, const char *word, size_t length) const {
+        if (slot.hash != hash || slot.length != length || slot.head != head) return false;
+        return length <= 8 || memcmp(entries_[slot.key].word + 8, word + 8, length - 8) == 0;
+    }
     static uint32_t Hash(const char *word, size_t length) {
         uint32_t h = 2166136261u;
         for (size_t i = 0; i < length; ++i) h = (h ^ static_cast<unsigned char>(word[i])) * 16777619u;
