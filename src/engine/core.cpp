@@ -56,9 +56,10 @@ public:
         return core_ == &core && entries_ == core.entries && count_ == core.count && buckets_ == core.buckets;
     }
     // DictionaryS_GetCoreInfo(word) for `word` of `length` bytes, NUL-terminated.
-    int32_t Find(const char *word, size_t length) const {
+    int32_t Find(const char *word, size_t length) const { return Find(word, length, Hash(word, length)); }
+    // The same with the word's HashOf given.
+    int32_t Find(const char *word, size_t length, uint32_t hash) const {
         if (length == 0) return -1;
-        const uint32_t hash = Hash(word, length);
         const uint64_t head = Head(word, length);
         for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
             const Slot &slot = slots_[at];
@@ -66,6 +67,10 @@ public:
             if (Matches(slot, hash, head, word, length)) return slot.result;
         }
     }
+
+    static uint32_t HashOf(const char *word, size_t length) { return Hash(word, length); }
+    // Starts loading the slot a word of this hash is probed at first.
+    void Prefetch(uint32_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
 
 private:
     struct Slot {
@@ -110,15 +115,19 @@ namespace {
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
 
-// Initialises one word record of the primary array; looks the word up in
-// `index` when given (built from `core`), else in `core` itself.
-void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
+// Initialises one word record of the primary array but for its dictionary
+// entry; returns the length of its text.
+size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
     memset(w, 0, sizeof *w);
     const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
     w->weight = 1.0;
     w->tag = -1;
     w->source = -1;
-    const int32_t at = index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core);
+    return length;
+}
+
+// Gives a started word the rows of core entry `at` (none when negative).
+void SetEntry(SpanWord *w, const DictionaryS *core, int32_t at) {
     if (at >= 0 && core->entries != nullptr && at < core->count) {
         const DictSEntry &entry = core->entries[at];
         w->posCount = entry.posCount;
@@ -126,6 +135,13 @@ void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS 
         w->posList = entry.posList;
         vsg::tagging::MarkEntry(w, at);
     }
+}
+
+// Initialises one word record; looks the word up in `index` when given
+// (built from `core`), else in `core` itself.
+void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
+    const size_t length = StartWord(w, text, textSize);
+    SetEntry(w, core, index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core));
 }
 
 // Marks long dictionary words whose rows score as names with the class word
@@ -161,6 +177,8 @@ struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
+    // Per word of a chunk: its index hash, then its core entry.
+    uint32_t found[kChunkItems + 1] = {};
 
     Work() {
         for (int t = 0; t < 4; ++t) {
@@ -410,16 +428,38 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         SpanWord *a = work.primary;
         a[0] = startWord;
         int32_t words = 0;
+        // Three passes over the chunk's words, so that the cache misses of
+        // the index's slots, then of the entries, overlap: copy the texts
+        // and fetch their slots, find the entries and fetch them, fill.
+        uint32_t *found = work.found;
         for (int32_t i = s; i < e; ++i) {
             const WordView &view = views[i];
             if (IsBlankView(view)) continue;
             SpanWord *w = &a[++words];
-            FillWord(w, view.text, view.length, core, index);
+            const size_t length = StartWord(w, view.text, view.length);
             w->sentence = static_cast<int32_t>(key >> 16);
             w->extra = static_cast<int32_t>(key & 0xFFFF);
             w->id = i;
             w->source = i;
+            if (index != nullptr) {
+                found[words] = CoreIndex::HashOf(w->text, length);
+                index->Prefetch(found[words]);
+            } else {
+                found[words] = static_cast<uint32_t>(length);
+            }
         }
+        for (int32_t k = 1; k <= words; ++k) {
+            SpanWord *w = &a[k];
+            int32_t at;
+            if (index != nullptr) {
+                at = index->Find(w->text, strlen(w->text), found[k]);
+                if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
+            } else {
+                at = DictionaryS_GetCoreInfo(w->text, core);
+            }
+            found[k] = static_cast<uint32_t>(at);
+        }
+        for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
         if (words > 0) {
             a[words + 1] = endWord;
             memset(&a[words + 2], 0, sizeof a[words + 2]);
