@@ -460,6 +460,14 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             found[k] = static_cast<uint32_t>(at);
         }
         for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+        // The span tables' candidates of these entries, read when the
+        // chunk is tagged.
+        if (index != nullptr) {
+            for (int t = 0; t < 4; ++t)
+                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
+            for (int t = 0; t < 4; ++t)
+                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchCands(found[k]);
+        }
         if (words > 0) {
             a[words + 1] = endWord;
             memset(&a[words + 2], 0, sizeof a[words + 2]);
