@@ -440,6 +440,18 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
 
 namespace {
 
+// Adds one row of label weights to one atom's scores (written out: the
+// compiler keeps a loop of six otherwise).
+inline void AddRow(int32_t *s, const int16_t *x) {
+    static_assert(kSegLabels == 6, "one statement per label");
+    s[0] += x[0];
+    s[1] += x[1];
+    s[2] += x[2];
+    s[3] += x[3];
+    s[4] += x[4];
+    s[5] += x[5];
+}
+
 // Adds `rows` rows of weights w (or nothing for kNone) to the scores of
 // atoms first .. first + rows - 1 that lie in [0, n).
 inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t offset, int64_t first, int rows) {
@@ -450,8 +462,7 @@ inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t of
     int rEnd = r1 < rows ? static_cast<int>(r1) : rows;
     for (int r = r0; r < rEnd; ++r) {
         int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
-        const int16_t *x = w + r * kSegLabels;
-        for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
+        AddRow(s, w + r * kSegLabels);
     }
 }
 
@@ -531,8 +542,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         int32_t *s = score + k * kSegLabels;
         auto add = [s, w](int32_t off) {
             if (off < 0) return;
-            const int16_t *x = w + off;
-            for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
+            AddRow(s, w + off);
         };
         add(offsets[nBigrams + 3 * k]);
         add(offsets[nBigrams + 3 * k + 1]);
