@@ -403,6 +403,10 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
     return tables;
 }
 
+int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length) {
+    return tables.core.Find(word, length);
+}
+
 bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
                  const EngineTables *tables) {
     Work *shared = ThreadWork();
