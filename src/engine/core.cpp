@@ -33,7 +33,7 @@ public:
         size_t size = 16;
         while (size < 2 * words) size *= 2;
         try {
-            slots_.assign(size, Slot{0, -1, -1});
+            slots_.assign(size, Slot{0, -1, -1, 0, 0});
         } catch (const std::bad_alloc &) {
             return false;
         }
@@ -44,10 +44,11 @@ public:
             const size_t length = strlen(word);
             const uint32_t hash = Hash(word, length);
             size_t at = hash & mask_;
-            while (slots_[at].key >= 0 && !(slots_[at].hash == hash && strcmp(entries_[slots_[at].key].word, word) == 0))
-                at = (at + 1) & mask_;
+            const uint64_t head = Head(word, length);
+            while (slots_[at].key >= 0 && !Matches(slots_[at], hash, head, word, length)) at = (at + 1) & mask_;
             if (slots_[at].key >= 0) continue;  // a word seen before
-            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core)};
+            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core),
+                              static_cast<uint32_t>(length), head};
         }
         return true;
     }
@@ -55,22 +56,42 @@ public:
         return core_ == &core && entries_ == core.entries && count_ == core.count && buckets_ == core.buckets;
     }
     // DictionaryS_GetCoreInfo(word) for `word` of `length` bytes, NUL-terminated.
-    int32_t Find(const char *word, size_t length) const {
+    int32_t Find(const char *word, size_t length) const { return Find(word, length, Hash(word, length)); }
+    // The same with the word's HashOf given.
+    int32_t Find(const char *word, size_t length, uint32_t hash) const {
         if (length == 0) return -1;
-        const uint32_t hash = Hash(word, length);
+        const uint64_t head = Head(word, length);
         for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
             const Slot &slot = slots_[at];
             if (slot.key < 0) return -1;
-            if (slot.hash == hash && strcmp(entries_[slot.key].word, word) == 0) return slot.result;
+            if (Matches(slot, hash, head, word, length)) return slot.result;
         }
     }
+
+    static uint32_t HashOf(const char *word, size_t length) { return Hash(word, length); }
+    // Starts loading the slot a word of this hash is probed at first.
+    void Prefetch(uint32_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
 
 private:
     struct Slot {
         uint32_t hash;
         int32_t key;     // an entry holding the word, -1 for an empty slot
         int32_t result;  // DictionaryS_GetCoreInfo of the word
+        uint32_t length; // the word's length in bytes
+        uint64_t head;   // its first eight bytes, zero-padded (see Head)
     };
+    // The first eight bytes of a word, zero-padded: words of up to eight
+    // bytes (four GB characters) are compared in the slot alone, without
+    // reading the entry's text.
+    static uint64_t Head(const char *word, size_t length) {
+        uint64_t head = 0;
+        memcpy(&head, word, length < 8 ? length : 8);
+        return head;
+    }
+    bool Matches(const Slot &slot, uint32_t hash, uint64_t head, const char *word, size_t length) const {
+        if (slot.hash != hash || slot.length != length || slot.head != head) return false;
+        return length <= 8 || memcmp(entries_[slot.key].word + 8, word + 8, length - 8) == 0;
+    }
     static uint32_t Hash(const char *word, size_t length) {
         uint32_t h = 2166136261u;
         for (size_t i = 0; i < length; ++i) h = (h ^ static_cast<unsigned char>(word[i])) * 16777619u;
@@ -94,15 +115,19 @@ namespace {
 // Items of one sentence chunk.
 constexpr int32_t kChunkItems = 150;
 
-// Initialises one word record of the primary array; looks the word up in
-// `index` when given (built from `core`), else in `core` itself.
-void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
+// Initialises one word record of the primary array but for its dictionary
+// entry; returns the length of its text.
+size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
     memset(w, 0, sizeof *w);
     const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
     w->weight = 1.0;
     w->tag = -1;
     w->source = -1;
-    const int32_t at = index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core);
+    return length;
+}
+
+// Gives a started word the rows of core entry `at` (none when negative).
+void SetEntry(SpanWord *w, const DictionaryS *core, int32_t at) {
     if (at >= 0 && core->entries != nullptr && at < core->count) {
         const DictSEntry &entry = core->entries[at];
         w->posCount = entry.posCount;
@@ -110,6 +135,13 @@ void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS 
         w->posList = entry.posList;
         vsg::tagging::MarkEntry(w, at);
     }
+}
+
+// Initialises one word record; looks the word up in `index` when given
+// (built from `core`), else in `core` itself.
+void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
+    const size_t length = StartWord(w, text, textSize);
+    SetEntry(w, core, index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core));
 }
 
 // Marks long dictionary words whose rows score as names with the class word
@@ -145,6 +177,8 @@ struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
+    // Per word of a chunk: its index hash, then its core entry.
+    uint32_t found[kChunkItems + 1] = {};
 
     Work() {
         for (int t = 0; t < 4; ++t) {
@@ -369,6 +403,10 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
     return tables;
 }
 
+int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length) {
+    return tables.core.Find(word, length);
+}
+
 bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
                  const EngineTables *tables) {
     Work *shared = ThreadWork();
@@ -394,15 +432,45 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         SpanWord *a = work.primary;
         a[0] = startWord;
         int32_t words = 0;
+        // Three passes over the chunk's words, so that the cache misses of
+        // the index's slots, then of the entries, overlap: copy the texts
+        // and fetch their slots, find the entries and fetch them, fill.
+        uint32_t *found = work.found;
         for (int32_t i = s; i < e; ++i) {
             const WordView &view = views[i];
             if (IsBlankView(view)) continue;
             SpanWord *w = &a[++words];
-            FillWord(w, view.text, view.length, core, index);
+            const size_t length = StartWord(w, view.text, view.length);
             w->sentence = static_cast<int32_t>(key >> 16);
             w->extra = static_cast<int32_t>(key & 0xFFFF);
             w->id = i;
             w->source = i;
+            if (index != nullptr) {
+                found[words] = CoreIndex::HashOf(w->text, length);
+                index->Prefetch(found[words]);
+            } else {
+                found[words] = static_cast<uint32_t>(length);
+            }
+        }
+        for (int32_t k = 1; k <= words; ++k) {
+            SpanWord *w = &a[k];
+            int32_t at;
+            if (index != nullptr) {
+                at = index->Find(w->text, strlen(w->text), found[k]);
+                if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
+            } else {
+                at = DictionaryS_GetCoreInfo(w->text, core);
+            }
+            found[k] = static_cast<uint32_t>(at);
+        }
+        for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+        // The span tables' candidates of these entries, read when the
+        // chunk is tagged.
+        if (index != nullptr) {
+            for (int t = 0; t < 4; ++t)
+                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
+            for (int t = 0; t < 4; ++t)
+                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchCands(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;

@@ -59,6 +59,9 @@ using EngineTablesPtr = std::unique_ptr<EngineTables, EngineTablesDeleter>;
 // Builds the tables of `models`; null when memory runs out (the pipeline
 // then works without them, with the same results).
 EngineTablesPtr BuildTables(const SegmentEngine &models);
+// The core-dictionary entry the tables' index gives for the NUL-terminated
+// GB `word` of `length` bytes (what DictionaryS_GetCoreInfo gives), or -1.
+int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length);
 
 // Recognises names (mode 0 all, 1 person, 2 place, 3 organisation) and tags
 // `n` words with `models`, replacing out's contents. Returns 0, -1 for an

@@ -440,6 +440,18 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
 
 namespace {
 
+// Adds one row of label weights to one atom's scores (written out: the
+// compiler keeps a loop of six otherwise).
+inline void AddRow(int32_t *s, const int16_t *x) {
+    static_assert(kSegLabels == 6, "one statement per label");
+    s[0] += x[0];
+    s[1] += x[1];
+    s[2] += x[2];
+    s[3] += x[3];
+    s[4] += x[4];
+    s[5] += x[5];
+}
+
 // Adds `rows` rows of weights w (or nothing for kNone) to the scores of
 // atoms first .. first + rows - 1 that lie in [0, n).
 inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t offset, int64_t first, int rows) {
@@ -450,8 +462,7 @@ inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t of
     int rEnd = r1 < rows ? static_cast<int>(r1) : rows;
     for (int r = r0; r < rEnd; ++r) {
         int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
-        const int16_t *x = w + r * kSegLabels;
-        for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
+        AddRow(s, w + r * kSegLabels);
     }
 }
 
@@ -482,6 +493,19 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     AddRows(score, n, w, padUnigram_[1], -3, 5);
     AddRows(score, n, w, padUnigram_[2], static_cast<int64_t>(n) - 2, 5);
     AddRows(score, n, w, padUnigram_[3], static_cast<int64_t>(n) - 1, 5);
+    // Bigrams of atoms (k, k+1), k = -2 .. n, and for k = 0 .. n-1 the skip
+    // pair (k-1, k+1), the trigram and the atom with its word marks: their
+    // keys first, then their slots, then their weights,
+    // each pass prefetching what the next one reads, so that the table's
+    // cache misses overlap. The unigrams' weights (offsets after the keys'
+    // ones) are fetched first and added last.
+    const size_t nBigrams = n + 3;
+    const size_t nKeys = nBigrams + 3 * n;
+    scratch.keys.resize(nKeys);
+    scratch.offsets.resize(nKeys + n);
+    uint64_t *keys = scratch.keys.data();
+    int32_t *offsets = scratch.offsets.data();
+    int32_t *unigrams = offsets + nKeys;
     const auto *bytes = reinterpret_cast<const unsigned char *>(text);
     for (size_t k = 0; k < n; ++k) {
         const Atom &a = atoms[k];
@@ -491,19 +515,12 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         if (a.length == 2) off = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
         else if (a.length == 1) off = unigram_[0x10000 + bytes[a.start]];
         else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
-        AddRows(score, n, w, off, static_cast<int64_t>(k) - 2, 5);
+        unigrams[k] = off;
+        if (off >= 0) {
+            __builtin_prefetch(w + off);
+            __builtin_prefetch(w + off + 5 * kSegLabels - 1);
+        }
     }
-    // Bigrams of atoms (k, k+1), k = -2 .. n, and for k = 0 .. n-1 the skip
-    // pair (k-1, k+1), the trigram and the atom with its word marks: their
-    // keys first, then their slots, then their weights,
-    // each pass prefetching what the next one reads, so that the table's
-    // cache misses overlap.
-    const size_t nBigrams = n + 3;
-    const size_t nKeys = nBigrams + 3 * n;
-    scratch.keys.resize(nKeys);
-    scratch.offsets.resize(nKeys);
-    uint64_t *keys = scratch.keys.data();
-    int32_t *offsets = scratch.offsets.data();
     for (size_t j = 0; j < nBigrams; ++j) keys[j] = SegFeatureKey(kSegBigram, id[j], id[j + 1]);
     for (size_t k = 0; k < n; ++k) {
         const size_t j = k + 2;
@@ -517,6 +534,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         offsets[k] = OffsetOf(keys[k]);
         if (offsets[k] >= 0) __builtin_prefetch(w + offsets[k]);
     }
+    for (size_t k = 0; k < n; ++k) AddRows(score, n, w, unigrams[k], static_cast<int64_t>(k) - 2, 5);
     for (size_t j = 0; j < nBigrams; ++j) AddRows(score, n, w, offsets[j], static_cast<int64_t>(j) - 3, 4);
     constexpr uint32_t kValues = kSegDictCap + 1;
     for (size_t k = 0; k < n; ++k) {
@@ -524,8 +542,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         int32_t *s = score + k * kSegLabels;
         auto add = [s, w](int32_t off) {
             if (off < 0) return;
-            const int16_t *x = w + off;
-            for (int l = 0; l < kSegLabels; ++l) s[l] += x[l];
+            AddRow(s, w + off);
         };
         add(offsets[nBigrams + 3 * k]);
         add(offsets[nBigrams + 3 * k + 1]);

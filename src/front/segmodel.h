@@ -115,9 +115,12 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
     for (int l = 0; l < kSegLabels; ++l)
         cur[l] = (l == kSegBegin || l == kSegSingle) ? static_cast<Sum>(scores[l]) : kNone;
     for (size_t i = 1; i < n; ++i) {
+        // Unrolled: the label and predecessor loops have constant bounds.
+#pragma GCC unroll 6
         for (int l = 0; l < kSegLabels; ++l) {
             Sum best = kNone;
             uint8_t arg = 0;
+#pragma GCC unroll 4
             for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
                 const int p = kSegPredecessors[l][k];
                 if (cur[p] == kNone) continue;

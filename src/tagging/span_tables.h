@@ -46,6 +46,18 @@ public:
         return true;
     }
 
+    // Start loading what Cands reads for core entry `at`: the entry's place
+    // in the tables, then (once that has arrived) its candidates.
+    void PrefetchPlace(uint32_t at) const {
+        if (at < first_.size()) __builtin_prefetch(&first_[at]);
+    }
+    void PrefetchCands(uint32_t at) const {
+        if (at + 1 >= first_.size()) return;
+        const uint32_t first = first_[at];
+        __builtin_prefetch(tags_.data() + first);
+        __builtin_prefetch(costs_.data() + first);
+    }
+
 private:
     bool built_ = false;
     const DictionaryS *core_ = nullptr;

@@ -184,4 +184,42 @@ TEST(EngineCore, LoadTimeTablesGiveTheResultsOfReadingTheModels) {
     }
 }
 
+// The index answers every word as the dictionary's own look-up does: all
+// dictionary words, and near misses of each (one byte changed at the end or
+// in the middle, one character less or more), which share the first bytes
+// the index keeps in its slots.
+TEST(EngineCore, CoreIndexAnswersAsTheDictionaryLookUp) {
+    std::unique_ptr<vsg::engine::Engine> engine = LoadShipped();
+    if (engine == nullptr) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    const DictionaryS &core = engine->models().core;
+    vsg::engine::EngineTablesPtr tables = vsg::engine::BuildTables(engine->models());
+    ASSERT_NE(tables, nullptr);
+    size_t longWords = 0;
+    size_t mismatches = 0;
+    auto check = [&](const std::string &word) {
+        const int32_t want = DictionaryS_GetCoreInfo(word.c_str(), &core);
+        const int32_t got = vsg::engine::IndexedCoreEntry(*tables, word.c_str(), word.size());
+        if (want != got && ++mismatches <= 10) ADD_FAILURE() << "entry " << got << " for a word of entry " << want;
+    };
+    for (int32_t e = 0; e < core.count; ++e) {
+        const char *w = core.entries[e].word;
+        if (w == nullptr || w[0] == '\0') continue;
+        const std::string word(w);
+        if (word.size() > 8) ++longWords;
+        check(word);
+        std::string changed = word;
+        changed.back() = static_cast<char>(changed.back() ^ 1);
+        check(changed);
+        if (word.size() > 4) {
+            std::string middle = word;
+            middle[word.size() / 2] = static_cast<char>(middle[word.size() / 2] ^ 2);
+            check(middle);
+        }
+        if (word.size() > 2) check(word.substr(0, word.size() - 2));
+        check(word + "\xb5\xc4");
+    }
+    EXPECT_GT(longWords, 100u);  // words longer than the slots' inline bytes were met
+    EXPECT_EQ(mismatches, 0u);
+}
+
 }  // namespace
