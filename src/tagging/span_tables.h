@@ -3,6 +3,7 @@
 #ifndef VSGLEX_SRC_TAGGING_SPAN_TABLES_H
 #define VSGLEX_SRC_TAGGING_SPAN_TABLES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -52,7 +53,8 @@ public:
         if (at < first_.size()) __builtin_prefetch(&first_[at]);
     }
     void PrefetchCands(uint32_t at) const {
-        if (at + 1 >= first_.size()) return;
+        // `at` is an entry index, or all ones for a word with no entry.
+        if (static_cast<size_t>(at) + 1 >= first_.size()) return;
         const uint32_t first = first_[at];
         __builtin_prefetch(tags_.data() + first);
         __builtin_prefetch(costs_.data() + first);
