@@ -6,10 +6,14 @@
 #include <iconv.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "vsglex/engine.h"
 
 namespace benchcorpus {
 
@@ -68,6 +72,20 @@ bool ReadTaggedCorpus(const std::string &path, size_t maxParagraphs, size_t maxW
         ++kept;
     }
     iconv_close(cd);
+    return true;
+}
+
+// Appends GB word `gb` to `para` as a host item of sentence key `key` (the
+// key's low half in `sentence`, high half in `extra`; `id` its place in the
+// paragraph). False, and nothing appended, for an empty or too long word.
+inline bool AppendItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
+    if (gb.empty() || gb.size() > VSG_ITEM_TEXT_MAX) return false;
+    WordItem w{};
+    std::memcpy(w.text, gb.data(), gb.size());
+    w.sentence = static_cast<uint16_t>(key & 0xffff);
+    w.extra = static_cast<uint16_t>(key >> 16);
+    w.id = static_cast<uint32_t>(para.size());
+    para.push_back(w);
     return true;
 }
 

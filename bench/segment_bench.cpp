@@ -45,22 +45,12 @@ struct Corpus {
     std::string source;
 };
 
-void AddItem(std::vector<WordItem> &para, const std::string &gb, uint32_t key) {
-    if (gb.empty() || gb.size() > VSG_ITEM_TEXT_MAX) return;
-    WordItem w{};
-    memcpy(w.text, gb.data(), gb.size());
-    w.sentence = static_cast<uint16_t>(key & 0xffff);
-    w.extra = static_cast<uint16_t>(key >> 16);
-    w.id = static_cast<uint32_t>(para.size());
-    para.push_back(w);
-}
-
 bool ReadCorpus(const std::string &path, Corpus *corpus) {
     const bool read = benchcorpus::ReadTaggedCorpus(
         path, kParagraphs, VSG_ITEM_TEXT_MAX, [corpus](const std::vector<std::string> &words) {
             std::vector<WordItem> para;
             const auto key = static_cast<uint32_t>(corpus->paragraphs.size());
-            for (const std::string &gb : words) AddItem(para, gb, key);
+            for (const std::string &gb : words) benchcorpus::AppendItem(para, gb, key);
             corpus->words += para.size();
             corpus->paragraphs.push_back(std::move(para));
         });
@@ -83,7 +73,7 @@ void GenerateCorpus(const SegmentEngine *engine, Corpus *corpus) {
         const size_t len = 10 + p % 60;
         for (size_t i = 0; i < len; ++i) {
             seed = seed * 1103515245u + 12345u;
-            AddItem(para, words[(seed >> 8) % words.size()], static_cast<uint32_t>(p));
+            benchcorpus::AppendItem(para, words[(seed >> 8) % words.size()], static_cast<uint32_t>(p));
         }
         corpus->words += para.size();
         corpus->paragraphs.push_back(std::move(para));
