@@ -16,6 +16,12 @@
 // --repeat passes) and the model load time; --misses N lists the N engine
 // gold words missed most often, --examples N shows the cut around the first
 // N missed engine gold words.
+//
+// --word-pairs WEIGHT searches the model's label scores again over whole
+// words with the association of consecutive words counted on the
+// paragraphs outside the window, at the cut the engine wants (wordpairs.h;
+// --pair-beta, --pair-floor, --pair-max-length, --pair-restrict set its
+// options).
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -36,6 +42,7 @@
 #include "front/segmodel.h"
 #include "segtrain.h"
 #include "vsglex/vsglex_api.h"
+#include "wordpairs.h"
 
 namespace {
 
@@ -94,6 +101,9 @@ int main(int argc, char **argv) {
     int repeat = 3;
     int misses = 0;
     int examples = 0;
+    bool usePairs = false;
+    vsgbench::WordPairs pairs;
+    vsgbench::WordPairOptions pairOptions;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -103,12 +113,21 @@ int main(int argc, char **argv) {
         else if (a == "--repeat" && i + 1 < argc) repeat = std::max(1, std::atoi(argv[++i]));
         else if (a == "--misses" && i + 1 < argc) misses = std::atoi(argv[++i]);
         else if (a == "--examples" && i + 1 < argc) examples = std::atoi(argv[++i]);
+        else if (a == "--word-pairs" && i + 1 < argc) {
+            usePairs = true;
+            pairOptions.weight = std::atof(argv[++i]);
+        } else if (a == "--pair-beta" && i + 1 < argc) pairs.beta = std::atof(argv[++i]);
+        else if (a == "--pair-floor" && i + 1 < argc) pairs.floor = std::atof(argv[++i]);
+        else if (a == "--pair-max-length" && i + 1 < argc)
+            pairOptions.maxLength = static_cast<size_t>(std::max(1, std::atoi(argv[++i])));
+        else if (a == "--pair-restrict") pairOptions.restrict = true;
         else args.push_back(a);
     }
     if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
         std::fprintf(stderr,
                      "usage: cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] "
-                     "MODEL_DIR CORPUS_DIR\n");
+                     "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] "
+                     "[--pair-max-length N] [--pair-restrict]] MODEL_DIR CORPUS_DIR\n");
         return 2;
     }
     if (cutter == "dict") setenv("VSGLEX_CUTTER", "dict", 1);
@@ -119,7 +138,7 @@ int main(int argc, char **argv) {
     }
     const vsg::front::Lexicon *lexicon = vsg::front::LexiconOf(h);
     const vsg::front::SegModel *model = vsg::front::SegModelOf(h);
-    if (cutter == "model" && model == nullptr) {
+    if ((cutter == "model" || usePairs) && model == nullptr) {
         std::fprintf(stderr, "cutscore: %s has no %s\n", args[0].c_str(), vsg::front::kSegModelFile);
         return 1;
     }
@@ -150,7 +169,10 @@ int main(int argc, char **argv) {
     for (const auto &units : trainUnits) {
         std::string text;
         std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, placeCount, 0, &text);
-        for (size_t i = 1; i < b.size(); ++i) engineVocabulary.insert(text.substr(b[i - 1], b[i] - b[i - 1]));
+        std::vector<std::string> words;
+        for (size_t i = 1; i < b.size(); ++i) words.push_back(text.substr(b[i - 1], b[i] - b[i - 1]));
+        engineVocabulary.insert(words.begin(), words.end());
+        if (usePairs) pairs.AddParagraph(words);
     }
     trainUnits.clear();
 
@@ -175,6 +197,10 @@ int main(int argc, char **argv) {
         items.push_back(std::move(it));
     }
 
+    int32_t transitions[vsg::front::kSegLabels][vsg::front::kSegLabels] = {};
+    for (int p = 0; p < vsg::front::kSegLabels && model != nullptr; ++p)
+        for (int l = 0; l < vsg::front::kSegLabels; ++l) transitions[p][l] = model->Transition(p, l);
+
     // Cut every paragraph run by run.
     std::vector<std::vector<uint32_t>> cuts(items.size());
     std::vector<vsg::front::Atom> atoms;
@@ -198,7 +224,11 @@ int main(int argc, char **argv) {
                 size_t e = k;
                 while (e < atoms.size() && atoms[e].kind != vsg::front::AtomKind::kSpace) ++e;
                 ends.clear();
-                if (model != nullptr) model->Cut(text.data(), atoms.data() + k, e - k, *lexicon, ends, scratch);
+                if (usePairs) {
+                    model->Score(text.data(), atoms.data() + k, e - k, *lexicon, scratch);
+                    vsgbench::WordPairCut(text.data(), atoms.data() + k, e - k, scratch.score.data(), transitions,
+                                          pairs, pairOptions, ends);
+                } else if (model != nullptr) model->Cut(text.data(), atoms.data() + k, e - k, *lexicon, ends, scratch);
                 else lexicon->Cut(text.data(), atoms.data() + k, e - k, ends, scratch);
                 for (uint32_t x : ends) {
                     const vsg::front::Atom &last = atoms[k + x - 1];
@@ -215,6 +245,7 @@ int main(int argc, char **argv) {
         Compare(items[i].text, cuts[i], items[i].engine, engineVocabulary, &engine);
         Compare(items[i].text, cuts[i], items[i].corpus, tokenVocabulary, &corpus);
     }
+    if (usePairs) cutter += " with word pairs";
     std::printf("cutter %s, %zu paragraphs, %lld characters, cut in %.3f s CPU (%.2f M chars/s)\n", cutter.c_str(),
                 items.size(), static_cast<long long>(chars), best, static_cast<double>(chars) / best / 1e6);
     engine.Print("engine");
