@@ -20,8 +20,13 @@
 // --word-pairs WEIGHT searches the model's label scores again over whole
 // words with the association of consecutive words counted on the
 // paragraphs outside the window, at the cut the engine wants (wordpairs.h;
-// --pair-beta, --pair-floor, --pair-max-length, --pair-restrict set its
+// --pair-beta, --pair-floor, --pair-min-count, --pair-max-length,
+// --pair-restrict, --pair-place-cut (count places seen at most N times as
+// characters) set its
 // options).
+// --names also feeds each paragraph's cut (at the engine's granularity) to
+// the engine of MODEL_DIR and scores its person, place and organisation
+// names as vsglex-eval does.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -36,6 +41,9 @@
 #include <vector>
 
 #include "corpus.h"
+#include "engine/instance.h"
+#include "evaluate.h"
+#include "model/model_set.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
@@ -102,6 +110,8 @@ int main(int argc, char **argv) {
     int misses = 0;
     int examples = 0;
     bool usePairs = false;
+    bool names = false;
+    int pairPlaceCut = 0;
     vsgbench::WordPairs pairs;
     vsgbench::WordPairOptions pairOptions;
     std::vector<std::string> args;
@@ -118,16 +128,19 @@ int main(int argc, char **argv) {
             pairOptions.weight = std::atof(argv[++i]);
         } else if (a == "--pair-beta" && i + 1 < argc) pairs.beta = std::atof(argv[++i]);
         else if (a == "--pair-floor" && i + 1 < argc) pairs.floor = std::atof(argv[++i]);
+        else if (a == "--pair-min-count" && i + 1 < argc) pairs.minCount = std::atof(argv[++i]);
         else if (a == "--pair-max-length" && i + 1 < argc)
             pairOptions.maxLength = static_cast<size_t>(std::max(1, std::atoi(argv[++i])));
         else if (a == "--pair-restrict") pairOptions.restrict = true;
+        else if (a == "--names") names = true;
+        else if (a == "--pair-place-cut" && i + 1 < argc) pairPlaceCut = std::atoi(argv[++i]);
         else args.push_back(a);
     }
     if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
         std::fprintf(stderr,
                      "usage: cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] "
-                     "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] "
-                     "[--pair-max-length N] [--pair-restrict]] MODEL_DIR CORPUS_DIR\n");
+                     "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] [--pair-min-count N] [--pair-place-cut N] "
+                     "[--pair-max-length N] [--pair-restrict]] [--names] MODEL_DIR CORPUS_DIR\n");
         return 2;
     }
     if (cutter == "dict") setenv("VSGLEX_CUTTER", "dict", 1);
@@ -172,6 +185,13 @@ int main(int argc, char **argv) {
         std::vector<std::string> words;
         for (size_t i = 1; i < b.size(); ++i) words.push_back(text.substr(b[i - 1], b[i] - b[i - 1]));
         engineVocabulary.insert(words.begin(), words.end());
+        if (usePairs && pairPlaceCut > 0) {
+            // Places seen at most pairPlaceCut times in characters, as the
+            // cutter's target has the places its other folds lack.
+            b = vsgtrain::EngineBoundaries(units, placeCount, pairPlaceCut, &text);
+            words.clear();
+            for (size_t i = 1; i < b.size(); ++i) words.push_back(text.substr(b[i - 1], b[i] - b[i - 1]));
+        }
         if (usePairs) pairs.AddParagraph(words);
     }
     trainUnits.clear();
@@ -182,6 +202,7 @@ int main(int argc, char **argv) {
         std::vector<uint32_t> corpus, engine;
     };
     std::vector<Item> items;
+    std::vector<vsgtrain::Paragraph> scored;  // the paragraph of each item
     int64_t chars = 0;
     for (const vsgtrain::Paragraph &p : paragraphs) {
         if (!inWindow(p)) continue;
@@ -195,6 +216,7 @@ int main(int argc, char **argv) {
         }
         chars += static_cast<int64_t>(vsgtrain::SplitChars(it.text).size());
         items.push_back(std::move(it));
+        scored.push_back(p);
     }
 
     int32_t transitions[vsg::front::kSegLabels][vsg::front::kSegLabels] = {};
@@ -283,6 +305,49 @@ int main(int argc, char **argv) {
             std::printf("  missed %4d %s\n", -top[i].first, vsgtrain::GbToUtf8(top[i].second).c_str());
     }
     corpus.Print("corpus");
+    if (names) {
+        int32_t status = 0;
+        vsg::model::LoadFault fault = vsg::model::LoadFault::kNone;
+        const std::unique_ptr<vsg::engine::Engine> engine =
+            vsg::engine::Engine::Load(args[0].c_str(), &status, &fault);
+        if (engine == nullptr) {
+            std::fprintf(stderr, "cutscore: %s\n", vsg::model::DescribeLoadFailure(args[0], status, fault).c_str());
+            return 1;
+        }
+        // The words of each cut; space atoms are words of their own, and a
+        // word too long for the engine goes in characters.
+        std::vector<std::vector<std::string>> inputs(items.size());
+        for (size_t i = 0; i < items.size(); ++i) {
+            const std::string &text = items[i].text;
+            std::set<uint32_t> bounds(cuts[i].begin(), cuts[i].end());
+            atoms.clear();
+            vsg::front::Atomise(text.data(), 0, text.size(), atoms);
+            for (const vsg::front::Atom &a : atoms)
+                if (a.kind == vsg::front::AtomKind::kSpace) {
+                    bounds.insert(a.start);
+                    bounds.insert(a.start + a.length);
+                }
+            bounds.insert(static_cast<uint32_t>(text.size()));
+            uint32_t from = 0;
+            for (uint32_t b : bounds) {
+                if (b <= from) continue;
+                std::string w = text.substr(from, b - from);
+                if (w.size() > VSG_ITEM_TEXT_MAX) {
+                    for (const std::string &c : vsgtrain::SplitChars(w)) inputs[i].push_back(c);
+                } else {
+                    inputs[i].push_back(w);
+                }
+                from = b;
+            }
+        }
+        vsgeval::EvalResult r = vsgeval::Evaluate(&engine->models(), scored, 0, &inputs);
+        const char *classes[3] = {"person", "place", "organisation"};
+        std::printf("names through the engine (%lld paragraphs, %lld misaligned):", static_cast<long long>(r.paragraphs),
+                    static_cast<long long>(r.misaligned));
+        for (int c = 0; c < 3; ++c)
+            std::printf(" %s P %.4f R %.4f F1 %.4f%s", classes[c], r.names[c].Precision(), r.names[c].Recall(),
+                        r.names[c].F1(), c < 2 ? ";" : "\n");
+    }
     vsglex_close(h);
     return 0;
 }

@@ -38,7 +38,8 @@ int32_t WordPairs::Id(const std::string &word) const {
 double WordPairs::Association(int32_t a, int32_t b) const {
     if (a < 0 || total_ <= 0.0) return 0.0;
     const double ca = count_[static_cast<size_t>(a)];
-    if (ca <= 0.0) return 0.0;
+    if (ca <= 0.0 || ca < minCount) return 0.0;
+    if (minCount > 0.0 && (b < 0 || count_[static_cast<size_t>(b)] < minCount)) return 0.0;
     double cab = 0.0;
     if (b >= 0) {
         auto it = pairs_.find((uint64_t{static_cast<uint32_t>(a)} << 32) | static_cast<uint32_t>(b));

@@ -31,11 +31,13 @@ public:
     static constexpr int32_t kBoundary = 0;
     // log(P(b | a) / P(b)) with P(b | a) = (c(a b) + beta P(b)) / (c(a) + beta)
     // and P(b) = c(b) / N (half a count for a word never seen), at least
-    // -floor; 0 when a was never seen (-1).
+    // -floor; 0 when a was never seen (-1) or either word was counted fewer
+    // than minCount times.
     double Association(int32_t a, int32_t b) const;
 
     double beta = 1.0;
     double floor = 4.0;
+    double minCount = 0.0;
 
 private:
     std::unordered_map<std::string, int32_t> ids_;
