@@ -22,8 +22,10 @@
 // paragraphs outside the window, at the cut the engine wants (wordpairs.h;
 // --pair-beta, --pair-floor, --pair-min-count, --pair-max-length,
 // --pair-restrict, --pair-place-cut (count places seen at most N times as
-// characters) set its
-// options).
+// characters) set its options; --pair-learn EPOCHS FILE learns weights of
+// word classes and association bins on the window's paragraphs (held out
+// from the model) and writes them, --pair-weights FILE uses such weights
+// (learned on other days) in the search.
 // --names also feeds each paragraph's cut (at the engine's granularity) to
 // the engine of MODEL_DIR and scores its person, place and organisation
 // names as vsglex-eval does.
@@ -112,6 +114,9 @@ int main(int argc, char **argv) {
     bool usePairs = false;
     bool names = false;
     int pairPlaceCut = 0;
+    int learnEpochs = 0;
+    double learnStep = 500.0;
+    std::string learnFile, weightsFile;
     vsgbench::WordPairs pairs;
     vsgbench::WordPairOptions pairOptions;
     std::vector<std::string> args;
@@ -133,13 +138,18 @@ int main(int argc, char **argv) {
             pairOptions.maxLength = static_cast<size_t>(std::max(1, std::atoi(argv[++i])));
         else if (a == "--pair-restrict") pairOptions.restrict = true;
         else if (a == "--names") names = true;
+        else if (a == "--pair-learn" && i + 2 < argc) {
+            learnEpochs = std::atoi(argv[++i]);
+            learnFile = argv[++i];
+        } else if (a == "--pair-step" && i + 1 < argc) learnStep = std::atof(argv[++i]);
+        else if (a == "--pair-weights" && i + 1 < argc) weightsFile = argv[++i];
         else if (a == "--pair-place-cut" && i + 1 < argc) pairPlaceCut = std::atoi(argv[++i]);
         else args.push_back(a);
     }
     if (args.size() != 2 || (cutter != "model" && cutter != "dict")) {
         std::fprintf(stderr,
                      "usage: cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] "
-                     "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] [--pair-min-count N] [--pair-place-cut N] "
+                     "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] [--pair-min-count N] [--pair-place-cut N] [--pair-learn EPOCHS FILE [--pair-step X]] [--pair-weights FILE] "
                      "[--pair-max-length N] [--pair-restrict]] [--names] MODEL_DIR CORPUS_DIR\n");
         return 2;
     }
@@ -222,6 +232,88 @@ int main(int argc, char **argv) {
     int32_t transitions[vsg::front::kSegLabels][vsg::front::kSegLabels] = {};
     for (int p = 0; p < vsg::front::kSegLabels && model != nullptr; ++p)
         for (int l = 0; l < vsg::front::kSegLabels; ++l) transitions[p][l] = model->Transition(p, l);
+
+    // Learned word-level weights: read, or learned on the window's own
+    // paragraphs (held out from the model's training days) by an averaged
+    // perceptron and written.
+    vsgbench::WordPairWeights learned;
+    if (!weightsFile.empty()) {
+        std::FILE *f = std::fopen(weightsFile.c_str(), "r");
+        size_t got = 0;
+        while (f != nullptr && got < learned.w.size() && std::fscanf(f, "%lf", &learned.w[got]) == 1) ++got;
+        if (f != nullptr) std::fclose(f);
+        if (got != learned.w.size()) {
+            std::fprintf(stderr, "cutscore: cannot read %zu weights from %s\n", learned.w.size(), weightsFile.c_str());
+            return 1;
+        }
+        pairOptions.learned = &learned;
+    }
+    if (learnEpochs > 0) {
+        std::vector<double> sum(learned.w.size(), 0.0);
+        double steps = 0.0;
+        pairOptions.learned = &learned;
+        std::vector<vsg::front::Atom> runAtoms;
+        std::vector<uint32_t> gold, found;
+        std::vector<size_t> goldFeatures, foundFeatures;
+        vsg::front::CutScratch work;
+        for (int epoch = 0; epoch < learnEpochs; ++epoch) {
+            int64_t wrong = 0;
+            for (const Item &it : items) {
+                runAtoms.clear();
+                vsg::front::Atomise(it.text.data(), 0, it.text.size(), runAtoms);
+                std::set<uint32_t> bounds(it.engine.begin(), it.engine.end());
+                for (size_t k = 0; k < runAtoms.size();) {
+                    if (runAtoms[k].kind == vsg::front::AtomKind::kSpace) {
+                        ++k;
+                        continue;
+                    }
+                    size_t e = k;
+                    while (e < runAtoms.size() && runAtoms[e].kind != vsg::front::AtomKind::kSpace) ++e;
+                    const vsg::front::Atom *a = runAtoms.data() + k;
+                    const size_t n = e - k;
+                    // Gold ends of the run; runs whose edges are no gold
+                    // boundaries or with words beyond the search are skipped.
+                    gold.clear();
+                    bool usable = bounds.count(a[0].start) != 0;
+                    for (size_t x = 0; x < n; ++x)
+                        if (bounds.count(a[x].start + a[x].length) != 0) {
+                            if (x + 1 - (gold.empty() ? 0 : gold.back()) > pairOptions.maxLength) usable = false;
+                            gold.push_back(static_cast<uint32_t>(x + 1));
+                        }
+                    if (gold.empty() || gold.back() != n) usable = false;
+                    k = e;
+                    if (!usable) continue;
+                    model->Score(it.text.data(), a, n, *lexicon, work);
+                    found.clear();
+                    vsgbench::WordPairCut(it.text.data(), a, n, work.score.data(), transitions, pairs, pairOptions,
+                                          found);
+                    steps += 1.0;
+                    if (found == gold) continue;
+                    ++wrong;
+                    goldFeatures.clear();
+                    foundFeatures.clear();
+                    vsgbench::WordPairPathFeatures(it.text.data(), a, gold, pairs, goldFeatures);
+                    vsgbench::WordPairPathFeatures(it.text.data(), a, found, pairs, foundFeatures);
+                    for (size_t x : goldFeatures) {
+                        learned.w[x] += learnStep;
+                        sum[x] += steps * learnStep;
+                    }
+                    for (size_t x : foundFeatures) {
+                        learned.w[x] -= learnStep;
+                        sum[x] -= steps * learnStep;
+                    }
+                }
+            }
+            std::printf("word-pair learning pass %d: %lld runs cut wrong\n", epoch + 1, static_cast<long long>(wrong));
+        }
+        for (size_t x = 0; x < learned.w.size(); ++x) learned.w[x] -= sum[x] / (steps + 1.0);
+        std::FILE *f = std::fopen(learnFile.c_str(), "w");
+        for (size_t x = 0; f != nullptr && x < learned.w.size(); ++x) std::fprintf(f, "%.3f\n", learned.w[x]);
+        if (f == nullptr || std::fclose(f) != 0) {
+            std::fprintf(stderr, "cutscore: cannot write %s\n", learnFile.c_str());
+            return 1;
+        }
+    }
 
     // Cut every paragraph run by run.
     std::vector<std::vector<uint32_t>> cuts(items.size());

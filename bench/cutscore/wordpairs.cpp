@@ -50,6 +50,33 @@ double WordPairs::Association(int32_t a, int32_t b) const {
     return std::max(-floor, std::log((cab / pb + beta) / (ca + beta)));
 }
 
+size_t WordPairWeights::PairIndex(double association, int first, int second) {
+    int bin = static_cast<int>(std::floor(std::clamp(association, -4.0, 7.0))) + 4;
+    bin = std::clamp(bin, 0, kAssocBins - 1);
+    return (static_cast<size_t>(bin) * kClasses + static_cast<size_t>(first)) * kClasses + static_cast<size_t>(second);
+}
+
+size_t WordPairWeights::WordIndex(int cls, double count) {
+    int bin = std::clamp(static_cast<int>(std::log2(count + 1.0)), 0, kCountBins - 1);
+    return kPairFeatures + static_cast<size_t>(cls) * kCountBins + static_cast<size_t>(bin);
+}
+
+void WordPairPathFeatures(const char *text, const Atom *atoms, const std::vector<uint32_t> &ends,
+                          const WordPairs &pairs, std::vector<size_t> &features) {
+    int32_t prevId = WordPairs::kBoundary;
+    int prevClass = WordPairWeights::kBoundaryClass;
+    for (size_t k = 0, b = 0; k < ends.size(); b = ends[k], ++k) {
+        const size_t e = ends[k];
+        const size_t from = atoms[b].start, to = size_t{atoms[e - 1].start} + atoms[e - 1].length;
+        const int32_t id = pairs.Id(std::string(text + from, to - from));
+        const int cls = WordPairWeights::Class(e - b, id >= 0);
+        features.push_back(WordPairWeights::PairIndex(pairs.Association(prevId, id), prevClass, cls));
+        features.push_back(WordPairWeights::WordIndex(cls, pairs.Count(id)));
+        prevId = id;
+        prevClass = cls;
+    }
+}
+
 void WordPairCut(const char *text, const Atom *atoms, size_t n, const int32_t *score,
                  const int32_t (&transitions)[kSegLabels][kSegLabels], const WordPairs &pairs,
                  const WordPairOptions &options, std::vector<uint32_t> &ends) {
@@ -78,13 +105,28 @@ void WordPairCut(const char *text, const Atom *atoms, size_t n, const int32_t *s
     std::vector<int32_t> id(n * L, -1);
     std::vector<double> own(n * L, 0.0);
     std::vector<char> allowed(n * L, 0);
+    std::vector<int> cls(n * L, 0);
+    const WordPairWeights *learned = options.learned;
     for (size_t i = 0; i < n; ++i)
         for (size_t m = 1; m <= L && i + m <= n; ++m) {
+            const size_t x = i * L + m - 1;
             const size_t b = atoms[i].start, e = size_t{atoms[i + m - 1].start} + atoms[i + m - 1].length;
-            id[i * L + m - 1] = pairs.Id(std::string(text + b, e - b));
-            own[i * L + m - 1] = wordScore(i, i + m);
-            allowed[i * L + m - 1] = 1;
+            id[x] = pairs.Id(std::string(text + b, e - b));
+            cls[x] = WordPairWeights::Class(m, id[x] >= 0);
+            own[x] = wordScore(i, i + m);
+            if (learned != nullptr) own[x] += learned->w[WordPairWeights::WordIndex(cls[x], pairs.Count(id[x]))];
+            allowed[x] = 1;
         }
+    // The score of word x after word px (px < 0: the run's start).
+    auto pairScore = [&](long px, size_t x) {
+        const int32_t a = px < 0 ? WordPairs::kBoundary : id[static_cast<size_t>(px)];
+        const double assoc = pairs.Association(a, id[x]);
+        double v = options.weight * assoc;
+        if (learned != nullptr)
+            v += learned->w[WordPairWeights::PairIndex(
+                assoc, px < 0 ? WordPairWeights::kBoundaryClass : cls[static_cast<size_t>(px)], cls[x])];
+        return v;
+    };
     if (options.restrict) {
         std::vector<uint8_t> labels, back;
         SegViterbi<int32_t, int64_t>(score, n, transitions, labels, back);
@@ -106,11 +148,10 @@ void WordPairCut(const char *text, const Atom *atoms, size_t n, const int32_t *s
         for (size_t m = 1; m <= L && m <= j; ++m) {
             const size_t i = j - m;
             if (!allowed[i * L + m - 1]) continue;
-            const int32_t cur = id[i * L + m - 1];
             double v = kNone;
             uint32_t arg = 0;
             if (i == 0) {
-                v = options.weight * pairs.Association(WordPairs::kBoundary, cur);
+                v = pairScore(-1, i * L + m - 1);
             } else {
                 const int first = m == 1 ? kSegSingle : kSegBegin;
                 for (size_t pm = 1; pm <= L && pm <= i; ++pm) {
@@ -118,7 +159,7 @@ void WordPairCut(const char *text, const Atom *atoms, size_t n, const int32_t *s
                     if (p == kNone) continue;
                     const int last = pm == 1 ? kSegSingle : kSegEnd;
                     const double x =
-                        p + T(last, first) + options.weight * pairs.Association(id[(i - pm) * L + pm - 1], cur);
+                        p + T(last, first) + pairScore(static_cast<long>((i - pm) * L + pm - 1), i * L + m - 1);
                     if (x > v) {
                         v = x;
                         arg = static_cast<uint32_t>(pm);

@@ -110,3 +110,65 @@ TEST(WordPairsTest, CountedPairsMoveTheCut) {
 }
 
 }  // namespace
+
+namespace {
+
+// Score of a cut: its labels' scores and transitions plus the learned
+// weights of its word features.
+double CutScore(const std::string &text, const std::vector<Atom> &atoms, const std::vector<uint32_t> &ends,
+                const std::vector<int32_t> &score, const int32_t (&transitions)[kSegLabels][kSegLabels],
+                const WordPairs &pairs, const vsgbench::WordPairWeights &learned) {
+    std::vector<uint8_t> labels;
+    for (size_t k = 0, b = 0; k < ends.size(); b = ends[k], ++k)
+        for (size_t i = b; i < ends[k]; ++i) labels.push_back(SegLabelAt(i - b, ends[k] - b));
+    double v = 0;
+    for (size_t i = 0; i < labels.size(); ++i) {
+        v += score[i * kSegLabels + labels[i]];
+        if (i > 0) v += transitions[labels[i - 1]][labels[i]];
+    }
+    std::vector<size_t> features;
+    vsgbench::WordPairPathFeatures(text.data(), atoms.data(), ends, pairs, features);
+    for (size_t f : features) v += learned.w[f];
+    return v;
+}
+
+TEST(WordPairsTest, LearnedWeightsScoreTheFeaturesOfTheCut) {
+    std::mt19937 rng(5);
+    std::uniform_int_distribution<int32_t> value(-1000, 1000);
+    std::uniform_real_distribution<double> weight(-800.0, 800.0);
+    const std::vector<std::string> chars = {Gb("中"), Gb("国"), Gb("人"), Gb("民")};
+    WordPairs pairs;
+    pairs.AddParagraph({Gb("中国"), Gb("人民"), Gb("中"), Gb("国人")});
+    pairs.AddParagraph({Gb("人"), Gb("民"), Gb("中国人民")});
+    for (int round = 0; round < 200; ++round) {
+        std::string text;
+        const size_t n = 1 + rng() % 8;
+        for (size_t i = 0; i < n; ++i) text += chars[rng() % chars.size()];
+        std::vector<Atom> atoms;
+        Atomise(text.data(), 0, text.size(), atoms);
+        std::vector<int32_t> score(n * kSegLabels);
+        for (int32_t &s : score) s = value(rng);
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (auto &row : transitions)
+            for (int32_t &t : row) t = value(rng);
+        vsgbench::WordPairWeights learned;
+        for (double &w : learned.w) w = weight(rng);
+        WordPairOptions options;
+        options.weight = 0.0;
+        options.learned = &learned;
+        std::vector<uint32_t> ends;
+        WordPairCut(text.data(), atoms.data(), n, score.data(), transitions, pairs, options, ends);
+        // Every cut of the run, by its set of inner boundaries.
+        double best = -1e300;
+        for (uint32_t mask = 0; mask < (1u << (n - 1)); ++mask) {
+            std::vector<uint32_t> cut;
+            for (uint32_t i = 1; i < n; ++i)
+                if (mask & (1u << (i - 1))) cut.push_back(i);
+            cut.push_back(static_cast<uint32_t>(n));
+            best = std::max(best, CutScore(text, atoms, cut, score, transitions, pairs, learned));
+        }
+        EXPECT_DOUBLE_EQ(CutScore(text, atoms, ends, score, transitions, pairs, learned), best) << "round " << round;
+    }
+}
+
+}  // namespace
