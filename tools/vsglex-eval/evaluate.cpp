@@ -159,7 +159,7 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
 }
 
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
-                    size_t examples) {
+                    size_t examples, const std::vector<std::vector<std::string>> *inputs) {
     EvalResult r;
     const size_t batch = 64;
     for (size_t first = 0; first < paragraphs.size(); first += batch) {
@@ -168,6 +168,7 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         std::vector<WordItem> items;
         for (size_t i = first; i < last; ++i) {
             golds.push_back(MakeGold(vsgtrain::BuildUnits(paragraphs[i]), engine->core));
+            if (inputs != nullptr && i < inputs->size()) golds.back().words = (*inputs)[i];
             uint32_t key = static_cast<uint32_t>(i - first);
             for (const std::string &w : golds.back().words) {
                 WordItem item;

@@ -49,9 +49,11 @@ struct EvalResult {
 std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, const DictionaryS &core);
 
 // Runs the engine over the paragraphs and scores the output. Keeps up to
-// `examples` error lines per class.
+// `examples` error lines per class. `inputs`, when given, holds the input
+// words of every paragraph (a word cutter's, joined they must give the
+// paragraph's text) instead of InputWords.
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
-                    size_t examples);
+                    size_t examples, const std::vector<std::vector<std::string>> *inputs = nullptr);
 
 }  // namespace vsgeval
 
