@@ -188,25 +188,37 @@ public:
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
-    // Weights of a key's group, or null.
-    const int16_t *Find(uint64_t key) const;
+    // One row of label weights in memory, padded to eight lanes (zeros) and
+    // aligned, so that a row is one vector load.
+    struct alignas(16) Row {
+        int16_t w[8];
+    };
+    // Rows 0 .. kZeroRows-1 are zero: a feature that is not in the model
+    // has row index 0, and adding any of its rows adds nothing.
+    static constexpr uint32_t kZeroRows = [] {
+        uint32_t m = 0;
+        for (uint8_t r : kSegTemplateRows) m = r > m ? r : m;
+        return m;
+    }();
+    static constexpr uint32_t kNone = 0;
 
+    // First row of a key's group, or null.
+    const Row *Find(uint64_t key) const;
     // Fills the direct tables after a load.
     void BuildDirect();
-    // Offset of a key's weights, or kNone.
-    int32_t OffsetOf(uint64_t key) const;
-    static constexpr int32_t kNone = -1;
+    // Index of a key's first row in rows_, or kNone.
+    uint32_t RowOf(uint64_t key) const;
 
-    std::vector<uint64_t> slots_;  // fingerprint << 32 | weight offset; 0: empty
-    std::vector<int16_t> weights_;
-    // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
+    std::vector<uint64_t> slots_;  // fingerprint << 32 | first row; 0: empty
+    std::vector<Row> rows_;
+    // First rows (or kNone) of the unigrams of one- and two-byte atoms
     // (by their bytes), of the four padding atoms, and of the class and
     // dictionary templates by value.
-    std::vector<int32_t> unigram_;
-    int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
-    std::vector<int32_t> classes_;
-    std::vector<int32_t> dict_[4];
-    std::vector<int32_t> startCost_;  // by length * kWordCostClasses + cost class
+    std::vector<uint32_t> unigram_;
+    uint32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
+    std::vector<uint32_t> classes_;
+    std::vector<uint32_t> dict_[4];
+    std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     uint64_t mask_ = 0;
     size_t groups_ = 0;
