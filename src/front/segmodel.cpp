@@ -600,6 +600,58 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     }
 }
 
+void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
+    labels.resize(n);
+    if (n == 0) return;
+    back.resize(n * kSegLabels);  // entries of atoms 1 .. n-1 are all written
+    // A label that no allowed sequence reaches starts at kOut: far below any
+    // reachable sum (each step adds at most a few times 2^24), so it never
+    // wins against one, and only the first atoms have such labels.
+    constexpr int64_t kOut = -(int64_t{1} << 60);
+    static_assert(kSegLabels == 6 && kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2 && kSegMiddle == 3 &&
+                      kSegEnd == 4 && kSegSingle == 5,
+                  "the transitions written out below");
+    const auto &t = transitions_;
+    int64_t b = score[kSegBegin], b2 = kOut, b3 = kOut, m = kOut, e = kOut, s = score[kSegSingle];
+    // The larger of two candidates, the first on a tie (the lower label, as
+    // in SegViterbi).
+    auto pick = [](int64_t x, uint8_t xl, int64_t y, uint8_t yl, uint8_t *arg) {
+        if (y > x) {
+            *arg = yl;
+            return y;
+        }
+        *arg = xl;
+        return x;
+    };
+    for (size_t i = 1; i < n; ++i) {
+        const int32_t *sc = score + i * kSegLabels;
+        uint8_t *bk = back.data() + i * kSegLabels;
+        const int64_t nb = pick(e + t[kSegEnd][kSegBegin], kSegEnd, s + t[kSegSingle][kSegBegin], kSegSingle, &bk[0]);
+        const int64_t nb2 = b + t[kSegBegin][kSegBegin2];
+        bk[1] = kSegBegin;
+        const int64_t nb3 = b2 + t[kSegBegin2][kSegBegin3];
+        bk[2] = kSegBegin2;
+        const int64_t nm =
+            pick(b3 + t[kSegBegin3][kSegMiddle], kSegBegin3, m + t[kSegMiddle][kSegMiddle], kSegMiddle, &bk[3]);
+        uint8_t a1, a2;
+        const int64_t e1 = pick(b + t[kSegBegin][kSegEnd], kSegBegin, b2 + t[kSegBegin2][kSegEnd], kSegBegin2, &a1);
+        const int64_t e2 = pick(b3 + t[kSegBegin3][kSegEnd], kSegBegin3, m + t[kSegMiddle][kSegEnd], kSegMiddle, &a2);
+        const int64_t ne = pick(e1, a1, e2, a2, &bk[4]);
+        const int64_t ns = pick(e + t[kSegEnd][kSegSingle], kSegEnd, s + t[kSegSingle][kSegSingle], kSegSingle, &bk[5]);
+        b = nb + sc[kSegBegin];
+        b2 = nb2 + sc[kSegBegin2];
+        b3 = nb3 + sc[kSegBegin3];
+        m = nm + sc[kSegMiddle];
+        e = ne + sc[kSegEnd];
+        s = ns + sc[kSegSingle];
+    }
+    int last = e > s ? kSegEnd : kSegSingle;
+    for (size_t i = n; i-- > 0;) {
+        labels[i] = static_cast<uint8_t>(last);
+        if (i > 0) last = back[i * kSegLabels + last];
+    }
+}
+
 void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
                    CutScratch &scratch) const {
     if (n == 0) return;

@@ -182,9 +182,9 @@ public:
     // the tests).
     void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
     // Best labels under scores (n x kSegLabels) and the model's transitions.
-    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
-        SegViterbi<int32_t, int64_t>(score, n, transitions_, labels, back);
-    }
+    // The same labels as SegViterbi<int32_t, int64_t>, by a search written
+    // out for the six labels.
+    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
