@@ -329,25 +329,28 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     ends.resize(out);
 }
 
-void WidenAscii(const char *text, size_t length, std::string &out) {
+size_t WidenAscii(const char *text, size_t length, char *out) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);
     // Chinese text without ASCII (no byte below 0x80 at all) is copied.
     bool any = false;
     for (size_t i = 0; i < length && !any; ++i) any = t[i] < 0x80;
     if (!any) {
-        out.append(text, length);
-        return;
+        std::memcpy(out, text, length);
+        return length;
     }
+    size_t o = 0;
     for (size_t i = 0; i < length;) {
         size_t l = GbCharLength(t, i, length);
         if (l == 1 && t[i] >= 0x21 && t[i] <= 0x7E) {
-            out.push_back('\xA3');
-            out.push_back(static_cast<char>(t[i] + 0x80));
+            out[o++] = '\xA3';
+            out[o++] = static_cast<char>(t[i] + 0x80);
         } else {
-            out.append(text + i, l);
+            std::memcpy(out + o, text + i, l);
+            o += l;
         }
         i += l;
     }
+    return o;
 }
 
 StringClass ClassOfString(const char *text, size_t length) {

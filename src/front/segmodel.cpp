@@ -68,7 +68,7 @@ inline uint8_t AtomClass(const char *text, const Atom &a) {
 
 // Hash of an atom's bytes with half-width ASCII read as its full-width GB
 // form (row A3), so "2000" and "２０００" share their features.
-inline uint64_t AtomId(const char *text, const Atom &a) {
+__attribute__((always_inline)) inline uint64_t AtomId(const char *text, const Atom &a) {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     size_t end = size_t{a.start} + a.length;
     uint64_t h = kFnv64Basis;
