@@ -341,24 +341,19 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
             *error = "feature slot points past the weights";
             return false;
         }
-        if (offset % kSegLabels != 0) {
-            *error = "feature slot points inside a row of weights";
-            return false;
-        }
         ++groups;
     }
     if (empty == 0) {
         *error = "feature table has no empty slot";
         return false;
     }
-    // In memory each row is padded to a vector of eight weights, after the
-    // zero rows that missing features point to; slots hold row indices.
-    const size_t nRows = nWeights / kSegLabels;
-    rows_.assign(kZeroRows + nRows, Row{});
-    const uint8_t *w = data + kHeaderBytes + nSlots * 8;
-    for (size_t r = 0; r < nRows; ++r) std::memcpy(rows_[kZeroRows + r].w, w + r * kSegLabels * 2, kSegLabels * 2);
+    // In memory the rows follow the zero rows that missing features point
+    // to.
+    weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
+    if (nWeights > 0)
+        std::memcpy(weights_.data() + kZeroRows * kSegLabels, data + kHeaderBytes + nSlots * 8, size_t{nWeights} * 2);
     for (uint64_t &s : slots)
-        if (s != 0) s = (s & ~uint64_t{0xFFFFFFFFu}) | (kZeroRows + static_cast<uint32_t>(s) / kSegLabels);
+        if (s != 0) s += kZeroRows * kSegLabels;  // the offset, behind the zero rows
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
@@ -404,12 +399,12 @@ bool SegModel::Load(const std::string &path, std::string *error) {
     return true;
 }
 
-const SegModel::Row *SegModel::Find(uint64_t key) const {
-    uint32_t row = RowOf(key);
-    return row == kNone ? nullptr : rows_.data() + row;
+const int16_t *SegModel::Find(uint64_t key) const {
+    uint32_t offset = OffsetOf(key);
+    return offset == kNone ? nullptr : weights_.data() + offset;
 }
 
-uint32_t SegModel::RowOf(uint64_t key) const {
+uint32_t SegModel::OffsetOf(uint64_t key) const {
     const uint32_t fp = Fingerprint(key);
     for (size_t i = (key >> 4) & mask_;; i = (i + 1) & mask_) {
         uint64_t s = slots_[i];
@@ -430,18 +425,18 @@ void SegModel::BuildDirect() {
             bytes[0] = static_cast<char>(c & 0xFF);
             a.length = 1;
         }
-        unigram_[c] = RowOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
+        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
     }
-    for (int k = 0; k < 4; ++k) padUnigram_[k] = RowOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
+    for (int k = 0; k < 4; ++k) padUnigram_[k] = OffsetOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
     classes_.assign(512, kNone);
-    for (uint32_t v = 0; v < 512; ++v) classes_[v] = RowOf(SegFeatureKey(kSegClasses, v, 0));
+    for (uint32_t v = 0; v < 512; ++v) classes_[v] = OffsetOf(SegFeatureKey(kSegClasses, v, 0));
     const SegTemplate dictTemplates[3] = {kSegDictStart, kSegDictEnd, kSegDictInside};
     for (int t = 0; t < 3; ++t) {
         dict_[t].assign(kSegDictCap + 1, kNone);
-        for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = RowOf(SegFeatureKey(dictTemplates[t], v, 0));
+        for (uint32_t v = 0; v <= kSegDictCap; ++v) dict_[t][v] = OffsetOf(SegFeatureKey(dictTemplates[t], v, 0));
     }
     startCost_.assign((kSegDictCap + 1) * kWordCostClasses, kNone);
-    for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = RowOf(SegFeatureKey(kSegDictStartCost, v, 0));
+    for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -449,7 +444,7 @@ void SegModel::BuildDirect() {
             for (uint32_t in = 0; in < kValues; ++in)
                 for (uint32_t c = 0; c < 8; ++c)
                     dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
-                        RowOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
+                        OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
 }
 
 void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const {
@@ -457,22 +452,23 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
     if (slots_.empty()) return;
     const auto last = static_cast<int64_t>(n);
     for (const SegFeature &f : features) {
-        const Row *row = Find(f.key);
-        if (row == nullptr) continue;
+        const int16_t *w = Find(f.key);
+        if (w == nullptr) continue;
         int rows = kSegTemplateRows[SegKeyTemplate(f.key)];
-        for (int r = 0; r < rows; ++r, ++row) {
+        for (int r = 0; r < rows; ++r, w += kSegLabels) {
             int64_t i = int64_t{f.position} + r;
             if (i < 0 || i >= last) continue;
             int32_t *s = score.data() + static_cast<size_t>(i) * kSegLabels;
-            for (int l = 0; l < kSegLabels; ++l) s[l] += row->w[l];
+            for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
         }
     }
 }
 
 namespace {
 
-// A sum of rows of label weights as eight 32-bit lanes (the last two stay
-// zero), added two rows at a time.
+// A sum of rows of label weights as eight 32-bit lanes, added two rows at a
+// time. A row is read as eight weights: the last two lanes hold the next
+// row's first weights and are never stored.
 #if defined(__SSE2__)
 struct RowSum {
     __m128i lo = _mm_setzero_si128();
@@ -480,8 +476,8 @@ struct RowSum {
     // Interleaving two rows and multiplying by ones adds each label's pair
     // of weights as one 32-bit number.
     void AddPair(const int16_t *a, const int16_t *b) {
-        const __m128i x = _mm_load_si128(reinterpret_cast<const __m128i *>(a));
-        const __m128i y = _mm_load_si128(reinterpret_cast<const __m128i *>(b));
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a));
+        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(b));
         const __m128i ones = _mm_set1_epi16(1);
         lo = _mm_add_epi32(lo, _mm_madd_epi16(_mm_unpacklo_epi16(x, y), ones));
         hi = _mm_add_epi32(hi, _mm_madd_epi16(_mm_unpackhi_epi16(x, y), ones));
@@ -513,7 +509,9 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     }
     scoreVec.resize(n * kSegLabels);  // every score is written below
     int32_t *score = scoreVec.data();
-    const Row *rows = rows_.data();
+    const int16_t *weights = weights_.data();
+    // Weights at offset r.
+    auto row = [weights](uint32_t r) { return weights + r; };
     scratch.marks.resize(n);
     lexicon.MarkWords(text, atoms, n, kSegDictCap, scratch.marks.data());
     const WordMarks *marks = scratch.marks.data();
@@ -527,7 +525,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     id[n + 2] = kPadIds[2];
     id[n + 3] = kPadIds[3];
     cls[0] = cls[1] = cls[n + 2] = cls[n + 3] = kClassPad;
-    // First rows of the features: the unigrams of atoms -2 .. n+1
+    // Weight offsets of the features: the unigrams of atoms -2 .. n+1
     // (uni[k + 2]), the bigrams of atoms (k, k+1), k = -2 .. n (bi[k + 2]),
     // and for k = 0 .. n-1 the skip pair (k-1, k+1), the trigram and the
     // atom with its word marks (hashed[3k ..]). The hashed keys are made
@@ -540,7 +538,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     scratch.offsets.resize(nUnigrams + nKeys);
     uint64_t *keys = scratch.keys.data();
     uint32_t *uni = scratch.offsets.data();
-    uint32_t *bi = uni + nUnigrams;  // rows of keys[0 .. nKeys), in order
+    uint32_t *bi = uni + nUnigrams;  // offsets of keys[0 .. nKeys), in order
     const uint32_t *hashed = bi + nBigrams;
     uni[0] = padUnigram_[0];
     uni[1] = padUnigram_[1];
@@ -551,13 +549,13 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         const Atom &a = atoms[k];
         id[k + 2] = AtomId(text, a);
         cls[k + 2] = AtomClass(text, a);
-        uint32_t row;
-        if (a.length == 2) row = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
-        else if (a.length == 1) row = unigram_[0x10000 + bytes[a.start]];
-        else row = RowOf(FeatureKey(kSegUnigram, id[k + 2], 0));
-        uni[k + 2] = row;
-        __builtin_prefetch(rows + row);
-        __builtin_prefetch(rows + row + 4);
+        uint32_t r;
+        if (a.length == 2) r = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
+        else if (a.length == 1) r = unigram_[0x10000 + bytes[a.start]];
+        else r = OffsetOf(FeatureKey(kSegUnigram, id[k + 2], 0));
+        uni[k + 2] = r;
+        __builtin_prefetch(row(r));
+        __builtin_prefetch(row(r) + 5 * kSegLabels - 1);
     }
     for (size_t j = 0; j < nBigrams; ++j) keys[j] = FeatureKey(kSegBigram, id[j], id[j + 1]);
     uint64_t mixedPrev = Mix(id[1]);
@@ -571,8 +569,8 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     }
     for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
     for (size_t k = 0; k < nKeys; ++k) {
-        bi[k] = RowOf(keys[k]);
-        __builtin_prefetch(rows + bi[k]);
+        bi[k] = OffsetOf(keys[k]);
+        __builtin_prefetch(row(bi[k]));
     }
 
     // Each atom's scores: the rows that fall on it, summed in registers.
@@ -586,16 +584,17 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         const size_t j = k + 2;
         const WordMarks &m = marks[k];
         RowSum sum;
-        sum.AddPair(rows[u[0] + 4].w, rows[u[1] + 3].w);
-        sum.AddPair(rows[u[2] + 2].w, rows[u[3] + 1].w);
-        sum.AddPair(rows[u[4]].w, rows[b[0] + 3].w);
-        sum.AddPair(rows[b[1] + 2].w, rows[b[2] + 1].w);
-        sum.AddPair(rows[b[3]].w, rows[h[0]].w);
-        sum.AddPair(rows[h[1]].w, rows[h[2]].w);
-        sum.AddPair(rows[classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]].w, rows[dict_[0][m.starts]].w);
-        sum.AddPair(rows[dict_[1][m.ends]].w, rows[dict_[2][m.inside]].w);
-        sum.AddPair(rows[dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]].w,
-                    rows[startCost_[m.starts * kWordCostClasses + m.startCost]].w);
+        constexpr uint32_t L = kSegLabels;
+        sum.AddPair(row(u[0] + 4 * L), row(u[1] + 3 * L));
+        sum.AddPair(row(u[2] + 2 * L), row(u[3] + L));
+        sum.AddPair(row(u[4]), row(b[0] + 3 * L));
+        sum.AddPair(row(b[1] + 2 * L), row(b[2] + L));
+        sum.AddPair(row(b[3]), row(h[0]));
+        sum.AddPair(row(h[1]), row(h[2]));
+        sum.AddPair(row(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]), row(dict_[0][m.starts]));
+        sum.AddPair(row(dict_[1][m.ends]), row(dict_[2][m.inside]));
+        sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
+                    row(startCost_[m.starts * kWordCostClasses + m.startCost]));
         sum.Store(score + k * kSegLabels);
     }
 }

@@ -188,30 +188,29 @@ public:
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
-    // One row of label weights in memory, padded to eight lanes (zeros) and
-    // aligned, so that a row is one vector load.
-    struct alignas(16) Row {
-        int16_t w[8];
-    };
-    // Rows 0 .. kZeroRows-1 are zero: a feature that is not in the model
-    // has row index 0, and adding any of its rows adds nothing.
+    // Rows of label weights are kSegLabels int16 weights each, as in the
+    // file. Rows 0 .. kZeroRows-1 are zero: a feature that is not in the
+    // model has offset 0, and adding any of its rows adds nothing.
     static constexpr uint32_t kZeroRows = [] {
         uint32_t m = 0;
         for (uint8_t r : kSegTemplateRows) m = r > m ? r : m;
         return m;
     }();
+    // Weights after the last row, so that a row can be read as a vector of
+    // eight (the last two lanes are ignored).
+    static constexpr size_t kTailWeights = 8 - kSegLabels;
     static constexpr uint32_t kNone = 0;
 
-    // First row of a key's group, or null.
-    const Row *Find(uint64_t key) const;
+    // Weights of a key's group, or null.
+    const int16_t *Find(uint64_t key) const;
     // Fills the direct tables after a load.
     void BuildDirect();
-    // Index of a key's first row in rows_, or kNone.
-    uint32_t RowOf(uint64_t key) const;
+    // Offset of a key's weights in weights_, or kNone.
+    uint32_t OffsetOf(uint64_t key) const;
 
-    std::vector<uint64_t> slots_;  // fingerprint << 32 | first row; 0: empty
-    std::vector<Row> rows_;
-    // First rows (or kNone) of the unigrams of one- and two-byte atoms
+    std::vector<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
+    std::vector<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
+    // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
     // (by their bytes), of the four padding atoms, and of the class and
     // dictionary templates by value.
     std::vector<uint32_t> unigram_;
