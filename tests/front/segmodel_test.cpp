@@ -229,6 +229,28 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
     EXPECT_TRUE(labels[0] == kSegBegin || labels[0] == kSegSingle);
     EXPECT_TRUE(SegLabelCloses(labels[2]));
+
+    // Scores and transitions of -1, 0 and 1 make many equal paths: the
+    // search must break every tie as the generic search does.
+    std::mt19937 rng(11);
+    for (int round = 0; round < 50; ++round) {
+        float trans[kSegLabels][kSegLabels];
+        for (auto &row : trans)
+            for (float &t : row) t = static_cast<float>(static_cast<int>(rng() % 3) - 1);
+        const std::string small = EncodeSegModel({}, trans);  // no weights: transitions kept as they are
+        SegModel tied;
+        ASSERT_TRUE(tied.LoadBytes(reinterpret_cast<const uint8_t *>(small.data()), small.size(), &error)) << error;
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (int p = 0; p < kSegLabels; ++p)
+            for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = tied.Transition(p, l);
+        const size_t n = 1 + rng() % 12;
+        std::vector<int32_t> s(n * kSegLabels);
+        for (int32_t &v : s) v = static_cast<int32_t>(rng() % 3) - 1;
+        std::vector<uint8_t> generic;
+        tied.Labels(s.data(), n, labels, back);
+        SegViterbi<int32_t, int64_t>(s.data(), n, transitions, generic, back);
+        EXPECT_EQ(labels, generic) << round;
+    }
 }
 
 TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
