@@ -357,6 +357,12 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
+    present_.assign((size_t{1} << kPresentBits) / 64, 0);
+    for (uint64_t s : slots_) {
+        if (s == 0) continue;
+        const uint32_t bit = PresentBit(static_cast<uint32_t>(s >> 32));
+        present_[bit >> 6] |= uint64_t{1} << (bit & 63);
+    }
     BuildDirect();
     return true;
 }
@@ -567,8 +573,15 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         key[2] = FeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
         mixedPrev = Mix(id[j]);
     }
-    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
+    // Keys whose presence bit is clear are not looked up (offset kNone);
+    // the others are marked 1 (no offset of a group) until probed.
     for (size_t k = 0; k < nKeys; ++k) {
+        bi[k] = MayHold(Fingerprint(keys[k])) ? 1 : kNone;
+        if (bi[k] != kNone) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
+    }
+    static_assert(kZeroRows * kSegLabels > 1, "1 marks a key to probe, never an offset");
+    for (size_t k = 0; k < nKeys; ++k) {
+        if (bi[k] == kNone) continue;
         bi[k] = OffsetOf(keys[k]);
         __builtin_prefetch(row(bi[k]));
     }

@@ -219,6 +219,16 @@ private:
     std::vector<uint32_t> dict_[4];
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     int32_t transitions_[kSegLabels][kSegLabels] = {};
+    // One bit per fingerprint hash of the groups held: a key whose bit is
+    // clear is not in the table, which is then not read (most keys of a
+    // text are not in the model, and the table is larger than the caches).
+    static constexpr uint32_t kPresentBits = 21;
+    static uint32_t PresentBit(uint32_t fingerprint) { return (fingerprint * 0x9E3779B1u) >> (32 - kPresentBits); }
+    bool MayHold(uint32_t fingerprint) const {
+        const uint32_t bit = PresentBit(fingerprint);
+        return (present_[bit >> 6] >> (bit & 63)) & 1;
+    }
+    std::vector<uint64_t> present_;
     uint64_t mask_ = 0;
     size_t groups_ = 0;
 };
