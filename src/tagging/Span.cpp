@@ -10,6 +10,10 @@
 #include <cstring>
 #include <utility>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "tagging/span_tables.h"
@@ -86,6 +90,17 @@ size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
         limit = sizeof w.classText;
     }
     if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+#if defined(__SSE2__)
+    // Most words end within the first 16 bytes (both fields hold at least
+    // 16): one block move, the bytes after the terminator included, which
+    // nothing reads.
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
+    const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
+    if (nul != 0) {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), block);
+        return static_cast<size_t>(__builtin_ctz(nul));
+    }
+#endif
     // Words are a few bytes long: a plain loop beats a library call here.
     size_t n = 0;
     for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
