@@ -172,7 +172,9 @@ private:
     // slots of the role string.
     SpanWord &Record(int32_t slot) const { return results_[start_ + slot - 1]; }
     bool IsMultiChar(int32_t slot) const {
-        return vsg::names::TextLength(Record(slot).text) > 2;
+        // More than two bytes before the terminator.
+        const char *text = Record(slot).text;
+        return text[0] != '\0' && text[1] != '\0' && text[2] != '\0';
     }
     bool IsNumber(int32_t slot) const { return IsAllNum(Record(slot).text) == 1; }
     // Whether the slot's word can be part of a name's body.
