@@ -363,17 +363,25 @@ private:
 }  // namespace
 
 size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
-    size_t n = strnlen(src, srcSize);
-    if (n > cap - 1) {
+    // Words are a few bytes long: one loop finds the end and copies.
+    const size_t room = cap - 1;
+    const size_t look = srcSize < room ? srcSize : room;
+    size_t n = 0;
+    while (n < look && src[n] != '\0') {
+        dst[n] = src[n];
+        ++n;
+    }
+    if (n == room && n < srcSize && src[n] != '\0') {
+        // Too long: cut before the character that would not fit whole (at
+        // most one byte of the copy is given back, and overwritten below).
         size_t cut = 0;
-        while (cut < cap - 1) {
+        while (cut < room) {
             const size_t step = (static_cast<unsigned char>(src[cut]) >= 0x80) ? 2 : 1;
-            if (cut + step > cap - 1) break;
+            if (cut + step > room) break;
             cut += step;
         }
         n = cut;
     }
-    memcpy(dst, src, n);
     dst[n] = '\0';
     return n;
 }
