@@ -177,8 +177,9 @@ struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
-    // Per word of a chunk: its index hash, then its core entry.
+    // Per word of a chunk: its index hash, then its core entry; its length.
     uint32_t found[kChunkItems + 1] = {};
+    uint32_t lengths[kChunkItems + 1] = {};
 
     Work() {
         for (int t = 0; t < 4; ++t) {
@@ -453,6 +454,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             w->extra = static_cast<int32_t>(key & 0xFFFF);
             w->id = i;
             w->source = i;
+            work.lengths[words] = static_cast<uint32_t>(length);
             if (index != nullptr) {
                 found[words] = CoreIndex::HashOf(w->text, length);
                 index->Prefetch(found[words]);
@@ -464,7 +466,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             SpanWord *w = &a[k];
             int32_t at;
             if (index != nullptr) {
-                at = index->Find(w->text, strlen(w->text), found[k]);
+                at = index->Find(w->text, work.lengths[k], found[k]);
                 if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
             } else {
                 at = DictionaryS_GetCoreInfo(w->text, core);
