@@ -118,11 +118,24 @@ constexpr int32_t kChunkItems = 150;
 // Initialises one word record of the primary array but for its dictionary
 // entry; returns the length of its text.
 size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
-    memset(w, 0, sizeof *w);
+    // Every field is set but the text's bytes after its terminator, which
+    // nothing reads (records are reused from call to call).
     const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
+    memset(w->classText, 0, sizeof w->classText);
     w->weight = 1.0;
+    w->frequency = 0;
     w->tag = -1;
+    w->offset = 0;
+    w->state = 0;
+    w->sentence = 0;
+    w->extra = 0;
+    w->id = 0;
+    w->posCount = 0;
+    memset(w->stats, 0, sizeof w->stats);
+    w->posList = nullptr;
     w->source = -1;
+    w->reserved[0] = 0;
+    w->reserved[1] = 0;
     return length;
 }
 
