@@ -401,6 +401,7 @@ size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
 }
 
 bool IsBlankView(const WordView &w) {
+    if (w.length > 0 && static_cast<unsigned char>(w.text[0]) > ' ') return false;  // most words
     for (uint32_t i = 0; i < w.length && w.text[i] != '\0'; ++i) {
         const char c = w.text[i];
         if (c != ' ' && c != '\t' && c != '\n' && c != '\v' && c != '\f' && c != '\r') return false;
@@ -410,8 +411,9 @@ bool IsBlankView(const WordView &w) {
 
 bool IsBoundaryRecord(const SpanWord &w) {
     // Both boundary words are 7 bytes with their terminator; text has 128.
-    return memcmp(w.text, vsg::kStartWord, sizeof vsg::kStartWord) == 0 ||
-           memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0;
+    // Most words differ in the first byte.
+    return (w.text[0] == vsg::kStartWord[0] && memcmp(w.text, vsg::kStartWord, sizeof vsg::kStartWord) == 0) ||
+           (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
 void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }

@@ -179,9 +179,10 @@ inline int32_t RowSize(const CSpan *span, uint32_t k) {
 
 // Closes a run whose first unfilled slot is kEnd: sets that slot's offset and
 // appends the synthetic end word unless the last slot has one candidate.
-void CloseRun(CSpan *span, uint32_t kEnd) {
+// `lastLength` is the length of the last slot's word.
+void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
     const uint32_t last = kEnd - 1;
-    span->offset[kEnd] = span->offset[last] + static_cast<int32_t>(strlen(span->word[last]));
+    span->offset[kEnd] = span->offset[last] + static_cast<int32_t>(lastLength);
     if (RowSize(span, last) == 1) {
         span->count = kEnd;
         return;
@@ -203,6 +204,8 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
     int32_t result = -1;
     uint32_t k = 1;
     int32_t r = start;
+    bool filled = false;
+    size_t lastLength = 0;  // of the last slot filled
     for (;;) {
         const SpanWord &w = results[r];
         if (IsEmpty(w)) {
@@ -210,6 +213,8 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
             break;
         }
         const size_t length = CopySlotWord(span->word[k], w);
+        filled = true;
+        lastLength = length;
         span->offset[k] = w.offset;
         if (fill(k, w, length)) {
             span->word[k + 1][0] = '\0';
@@ -225,7 +230,7 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
             break;
         }
     }
-    CloseRun(span, k);
+    CloseRun(span, k, filled ? lastLength : strlen(span->word[0]));
     return result;
 }
 
@@ -308,6 +313,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
                        int32_t defaultRole) {
     if (span == nullptr || results == nullptr || start < 0) return -1;
     const ContextStat *m = span->model;
+    const double defaultValue = SingleValue(m, defaultRole);
     return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t length) {
         const char *word = span->word[k];
         // Both boundary words are 6 bytes long.
@@ -328,11 +334,11 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
                 const float w8 = (tagSet >= 0 && tagSet < 4) ? w.stats[tagSet] : 0.0f;
                 const double wd = static_cast<double>(w8);
                 if (n > 0 && w8 > 0)
-                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
                 if (n == 0 && tagSet == 1) {
                     n = AddCand(span, k, n, 2, SingleValue(m, 2) - wd);
                     n = AddCand(span, k, n, 3, SingleValue(m, 3) - wd);
-                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
                 }
                 if (n == 0) CSpan_RoleGuess(span, static_cast<int32_t>(k), &n, defaultRole);
             }
@@ -448,8 +454,9 @@ int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
     Trace(span);
     if (span->count < 2) return 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    // Only whether more than one word left the default role matters.
     int named = 0;
-    for (uint32_t k = 1; k < count; ++k)
+    for (uint32_t k = 1; k < count && named < 2; ++k)
         if (span->word[k][0] != '\0' && span->bestTag[k] != defaultRole) ++named;
     return named > 1 ? 1 : 0;
 }
