@@ -13,6 +13,7 @@
 #include "support/fixture_models.h"
 #include "support/support.h"
 #include "tagging/Span.h"
+#include "tagging/Span_names.h"
 #include "vsglex/model.h"
 
 using vsgtest::ContextModel;
@@ -469,4 +470,43 @@ TEST(SpanRoleTagging, MergesForcedNames) {
     EXPECT_EQ(p[2].state, VSG_STATE_MERGED);
     EXPECT_EQ(p[3].state, VSG_STATE_MERGED);
     EXPECT_EQ(p[4].state, 0);
+}
+
+TEST(RoleString, LettersEndAtTheRunOrTheArrayAndUnknownTagsReadAsNul) {
+    SpanPtr span(CSpan_new());
+    ASSERT_NE(span, nullptr);
+    char a[] = "Abc";
+    char empty[] = "";
+    char c[] = "C";
+    char *texts[] = {a, empty, c};
+    const POSmap map{texts, 3};
+    const uint8_t tags[] = {0, 1, 7, 2, 0};
+    for (int i = 0; i < 5; ++i) span->bestTag[i + 1] = tags[i];
+    span->bestTag[6] = kNoTag;
+
+    vsg::names::RoleString roles;
+    memset(&roles, 'q', sizeof roles);  // left over from an earlier run
+    vsg::names::BuildRoleString(span.get(), &map, 'Z', 0, 50, &roles);
+    ASSERT_EQ(roles.n, 6);
+    EXPECT_EQ(std::string(roles.letter, 6), std::string("ZA\0\0CA", 6));  // "" and a tag past the map: NUL
+    EXPECT_EQ(roles.letter[6], '\0');
+    EXPECT_EQ(roles.At(6), '\0');
+    EXPECT_TRUE(roles.HasAt(4, "CA"));
+    EXPECT_FALSE(roles.HasAt(5, "AZ"));
+
+    // Slots whose record would lie at or past the end record are left out.
+    vsg::names::BuildRoleString(span.get(), &map, 'z', 3, 5, &roles);
+    EXPECT_EQ(roles.n, 3);
+    EXPECT_EQ(roles.letter[3], '\0');
+    vsg::names::BuildRoleString(span.get(), &map, 'z', 5, 5, &roles);
+    EXPECT_EQ(roles.n, 1);
+
+    // A run without the end mark takes every slot; without a map, no letters.
+    for (int i = 1; i < kSpanSlots; ++i) span->bestTag[i] = 2;
+    vsg::names::BuildRoleString(span.get(), &map, 'z', 0, VSG_SPAN_WORDS, &roles);
+    EXPECT_EQ(roles.n, kSpanSlots);
+    EXPECT_EQ(roles.letter[kSpanSlots - 1], 'C');
+    EXPECT_EQ(roles.letter[kSpanSlots], '\0');
+    vsg::names::BuildRoleString(span.get(), nullptr, 'z', 0, 3, &roles);
+    EXPECT_EQ(std::string(roles.letter, 4), std::string("z\0\0\0", 4));
 }
