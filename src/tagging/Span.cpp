@@ -82,7 +82,7 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 
 // Copies the text a word stands for in the models (its class word when it has
 // one) into a slot, bounded by both fields; returns its length.
-size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
+inline size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
     size_t limit = sizeof w.text;
     if (w.classText[0] != '\0') {
