@@ -118,11 +118,24 @@ constexpr int32_t kChunkItems = 150;
 // Initialises one word record of the primary array but for its dictionary
 // entry; returns the length of its text.
 size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
-    memset(w, 0, sizeof *w);
+    // Every field is set but the text's bytes after its terminator, which
+    // nothing reads (records are reused from call to call).
     const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
+    memset(w->classText, 0, sizeof w->classText);
     w->weight = 1.0;
+    w->frequency = 0;
     w->tag = -1;
+    w->offset = 0;
+    w->state = 0;
+    w->sentence = 0;
+    w->extra = 0;
+    w->id = 0;
+    w->posCount = 0;
+    memset(w->stats, 0, sizeof w->stats);
+    w->posList = nullptr;
     w->source = -1;
+    w->reserved[0] = 0;
+    w->reserved[1] = 0;
     return length;
 }
 
@@ -177,8 +190,9 @@ struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
-    // Per word of a chunk: its index hash, then its core entry.
+    // Per word of a chunk: its index hash, then its core entry; its length.
     uint32_t found[kChunkItems + 1] = {};
+    uint32_t lengths[kChunkItems + 1] = {};
 
     Work() {
         for (int t = 0; t < 4; ++t) {
@@ -363,22 +377,31 @@ private:
 }  // namespace
 
 size_t CopyGbText(char *dst, size_t cap, const char *src, size_t srcSize) {
-    size_t n = strnlen(src, srcSize);
-    if (n > cap - 1) {
+    // Words are a few bytes long: one loop finds the end and copies.
+    const size_t room = cap - 1;
+    const size_t look = srcSize < room ? srcSize : room;
+    size_t n = 0;
+    while (n < look && src[n] != '\0') {
+        dst[n] = src[n];
+        ++n;
+    }
+    if (n == room && n < srcSize && src[n] != '\0') {
+        // Too long: cut before the character that would not fit whole (at
+        // most one byte of the copy is given back, and overwritten below).
         size_t cut = 0;
-        while (cut < cap - 1) {
+        while (cut < room) {
             const size_t step = (static_cast<unsigned char>(src[cut]) >= 0x80) ? 2 : 1;
-            if (cut + step > cap - 1) break;
+            if (cut + step > room) break;
             cut += step;
         }
         n = cut;
     }
-    memcpy(dst, src, n);
     dst[n] = '\0';
     return n;
 }
 
 bool IsBlankView(const WordView &w) {
+    if (w.length > 0 && static_cast<unsigned char>(w.text[0]) > ' ') return false;  // most words
     for (uint32_t i = 0; i < w.length && w.text[i] != '\0'; ++i) {
         const char c = w.text[i];
         if (c != ' ' && c != '\t' && c != '\n' && c != '\v' && c != '\f' && c != '\r') return false;
@@ -388,8 +411,9 @@ bool IsBlankView(const WordView &w) {
 
 bool IsBoundaryRecord(const SpanWord &w) {
     // Both boundary words are 7 bytes with their terminator; text has 128.
-    return memcmp(w.text, vsg::kStartWord, sizeof vsg::kStartWord) == 0 ||
-           memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0;
+    // Most words differ in the first byte.
+    return (w.text[0] == vsg::kStartWord[0] && memcmp(w.text, vsg::kStartWord, sizeof vsg::kStartWord) == 0) ||
+           (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
 void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }
@@ -445,6 +469,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             w->extra = static_cast<int32_t>(key & 0xFFFF);
             w->id = i;
             w->source = i;
+            work.lengths[words] = static_cast<uint32_t>(length);
             if (index != nullptr) {
                 found[words] = CoreIndex::HashOf(w->text, length);
                 index->Prefetch(found[words]);
@@ -456,14 +481,19 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             SpanWord *w = &a[k];
             int32_t at;
             if (index != nullptr) {
-                at = index->Find(w->text, strlen(w->text), found[k]);
+                at = index->Find(w->text, work.lengths[k], found[k]);
                 if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
             } else {
                 at = DictionaryS_GetCoreInfo(w->text, core);
             }
             found[k] = static_cast<uint32_t>(at);
         }
-        for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+        // The entries' rows are read by the class assignment and the
+        // organisation scan: fetched now too.
+        for (int32_t k = 1; k <= words; ++k) {
+            SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+            if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
+        }
         // The span tables' candidates of these entries, read when the
         // chunk is tagged.
         if (index != nullptr) {

@@ -10,6 +10,10 @@
 #include <cstring>
 #include <utility>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "tagging/span_tables.h"
@@ -78,7 +82,7 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 
 // Copies the text a word stands for in the models (its class word when it has
 // one) into a slot, bounded by both fields; returns its length.
-size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
+inline size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
     size_t limit = sizeof w.text;
     if (w.classText[0] != '\0') {
@@ -86,6 +90,17 @@ size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
         limit = sizeof w.classText;
     }
     if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+#if defined(__SSE2__)
+    // Most words end within the first 16 bytes (both fields hold at least
+    // 16): one block move, the bytes after the terminator included, which
+    // nothing reads.
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
+    const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
+    if (nul != 0) {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), block);
+        return static_cast<size_t>(__builtin_ctz(nul));
+    }
+#endif
     // Words are a few bytes long: a plain loop beats a library call here.
     size_t n = 0;
     for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
@@ -164,9 +179,10 @@ inline int32_t RowSize(const CSpan *span, uint32_t k) {
 
 // Closes a run whose first unfilled slot is kEnd: sets that slot's offset and
 // appends the synthetic end word unless the last slot has one candidate.
-void CloseRun(CSpan *span, uint32_t kEnd) {
+// `lastLength` is the length of the last slot's word.
+void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
     const uint32_t last = kEnd - 1;
-    span->offset[kEnd] = span->offset[last] + static_cast<int32_t>(strlen(span->word[last]));
+    span->offset[kEnd] = span->offset[last] + static_cast<int32_t>(lastLength);
     if (RowSize(span, last) == 1) {
         span->count = kEnd;
         return;
@@ -188,6 +204,8 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
     int32_t result = -1;
     uint32_t k = 1;
     int32_t r = start;
+    bool filled = false;
+    size_t lastLength = 0;  // of the last slot filled
     for (;;) {
         const SpanWord &w = results[r];
         if (IsEmpty(w)) {
@@ -195,6 +213,8 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
             break;
         }
         const size_t length = CopySlotWord(span->word[k], w);
+        filled = true;
+        lastLength = length;
         span->offset[k] = w.offset;
         if (fill(k, w, length)) {
             span->word[k + 1][0] = '\0';
@@ -210,7 +230,7 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
             break;
         }
     }
-    CloseRun(span, k);
+    CloseRun(span, k, filled ? lastLength : strlen(span->word[0]));
     return result;
 }
 
@@ -293,6 +313,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
                        int32_t defaultRole) {
     if (span == nullptr || results == nullptr || start < 0) return -1;
     const ContextStat *m = span->model;
+    const double defaultValue = SingleValue(m, defaultRole);
     return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t length) {
         const char *word = span->word[k];
         // Both boundary words are 6 bytes long.
@@ -313,11 +334,11 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
                 const float w8 = (tagSet >= 0 && tagSet < 4) ? w.stats[tagSet] : 0.0f;
                 const double wd = static_cast<double>(w8);
                 if (n > 0 && w8 > 0)
-                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
                 if (n == 0 && tagSet == 1) {
                     n = AddCand(span, k, n, 2, SingleValue(m, 2) - wd);
                     n = AddCand(span, k, n, 3, SingleValue(m, 3) - wd);
-                    n = AddCand(span, k, n, defaultRole, SingleValue(m, defaultRole) - wd);
+                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
                 }
                 if (n == 0) CSpan_RoleGuess(span, static_cast<int32_t>(k), &n, defaultRole);
             }
@@ -357,8 +378,55 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
     });
 }
 
-int32_t CSpan_Disamb(CSpan *span) {
-    if (span == nullptr || span->count < 2) return 1;
+namespace {
+
+// One slot of the forward pass over wide rows (SpanTables::WideRows): adds
+// to each candidate's cost its cheapest path from the `prevCount`
+// predecessors (rows `rows`, path costs `prevScore`), the first of equal
+// paths, or kNoPath with back index kNoBack when none is below kNoPath;
+// stores each candidate's row in `nextRows`. Returns the candidate count.
+int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
+              int prevCount, const double *const *wide, const double **nextRows) {
+    int n = 0;
+    if (prevCount == 1) {
+        // One predecessor (a word with one candidate, as most are in the
+        // role passes): every path goes through it.
+        const double *row = rows[0];
+        const double before = prevScore[0];
+        for (; n < kSpanCands; ++n) {
+            const uint8_t t = cand[n];
+            if (t == kNoTag) break;
+            const double c = row[t] + before;
+            const bool reached = c < kNoPath;
+            back[n] = reached ? 0 : kNoBack;
+            score[n] += reached ? c : kNoPath;
+            nextRows[n] = wide[t];
+        }
+        return n;
+    }
+    for (; n < kSpanCands; ++n) {
+        const uint8_t t = cand[n];
+        if (t == kNoTag) break;
+        double best = kNoPath;
+        int arg = kNoBack;
+        // Predecessors in order; the first of equal paths is kept. Written
+        // as selections (compiled without branches): which way each
+        // comparison goes is data, and mispredicted branches cost more than
+        // the few more instructions of a two-at-a-time loop save.
+        for (int i = 0; i < prevCount; ++i) {
+            const double c = rows[i][t] + prevScore[i];
+            arg = c < best ? i : arg;
+            best = c < best ? c : best;
+        }
+        back[n] = static_cast<uint8_t>(arg);
+        score[n] += best;
+        nextRows[n] = wide[t];
+    }
+    return n;
+}
+
+// The forward pass without tables: rows are looked up in the model.
+int32_t DisambPlain(CSpan *span) {
     const ContextStat *m = span->model;
     // The model's table, read once: the byte stores below could otherwise
     // change it as far as the compiler knows.
@@ -422,6 +490,31 @@ int32_t CSpan_Disamb(CSpan *span) {
     return 1;
 }
 
+}  // namespace
+
+int32_t CSpan_Disamb(CSpan *span) {
+    if (span == nullptr || span->count < 2) return 1;
+    const vsg::tagging::SpanTables *tables = span->tables;
+    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+    // With the tables: every row has a column for every tag, holding the
+    // cost the plain pass would use for that pair.
+    const double *const *wide = tables->WideRows();
+    const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    const double *rowsA[kSpanCands];
+    const double *rowsB[kSpanCands];
+    const double **rows = rowsA;
+    const double **nextRows = rowsB;
+    int prevCount = 0;
+    for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
+        rows[prevCount] = wide[prev[prevCount]];
+    for (uint32_t k = 1; k < count; ++k) {
+        prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount, wide,
+                              nextRows);
+        std::swap(rows, nextRows);
+    }
+    return 1;
+}
+
 int32_t CSpan_GetBestPOS0(CSpan *span) {
     if (span == nullptr) return 1;
     Trace(span);
@@ -433,8 +526,9 @@ int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
     Trace(span);
     if (span->count < 2) return 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    // Only whether more than one word left the default role matters.
     int named = 0;
-    for (uint32_t k = 1; k < count; ++k)
+    for (uint32_t k = 1; k < count && named < 2; ++k)
         if (span->word[k][0] != '\0' && span->bestTag[k] != defaultRole) ++named;
     return named > 1 ? 1 : 0;
 }

@@ -10,14 +10,6 @@ namespace {
 constexpr size_t kTextField = sizeof(SpanWord{}.text);
 constexpr size_t kClassField = sizeof(SpanWord{}.classText);
 
-// First byte of the role text of `tag`, or NUL when the map has none (an
-// empty role text reads as none too).
-char RoleLetter(const POSmap *map, uint8_t tag) {
-    if (map == nullptr || map->tags == nullptr || tag >= map->count) return '\0';
-    const char *text = map->tags[tag];
-    return text != nullptr ? text[0] : '\0';
-}
-
 // An empty but valid transition table pair: every lookup misses, so the
 // transition functions fall back to their default cost.
 struct EmptyPair {
@@ -52,18 +44,23 @@ bool RoleString::HasAt(int32_t i, const char *pattern) const {
 
 void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
                      int32_t arrayLength, RoleString *out) {
-    std::memset(out->letter, 0, sizeof out->letter);
     out->letter[0] = lead;
+    // Each letter is the first byte of the role text of the map's line for
+    // the tag, NUL when the map has none; the map is read once.
+    const char *const *texts = (map != nullptr) ? map->tags : nullptr;
+    const int32_t count = (texts != nullptr) ? map->count : 0;
     int32_t i = 1;
-    while (i < kSpanSlots && span->bestTag[i] != kNoTag && start + i - 1 < arrayLength) {
-        out->letter[i] = RoleLetter(map, span->bestTag[i]);
+    int32_t last = arrayLength - start + 1;  // slots whose record lies before the end record
+    if (last > kSpanSlots) last = kSpanSlots;
+    while (i < last && span->bestTag[i] != kNoTag) {
+        const uint8_t tag = span->bestTag[i];
+        const char *text = static_cast<int32_t>(tag) < count ? texts[tag] : nullptr;
+        out->letter[i] = text != nullptr ? text[0] : '\0';
         ++i;
     }
     out->n = i;
-}
-
-bool IsWord(const char *text, const char *word) {
-    return std::strncmp(text, word, kTextField) == 0;
+    // Nothing reads past the last letter but its terminator and the padding.
+    std::memset(out->letter + i, 0, sizeof out->letter - static_cast<size_t>(i) < 8 ? sizeof out->letter - static_cast<size_t>(i) : 8);
 }
 
 size_t TextLength(const char *text) { return strnlen(text, kTextField); }

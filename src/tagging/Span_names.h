@@ -47,8 +47,12 @@ struct RoleString {
 void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
                      int32_t arrayLength, RoleString *out);
 
-// Whether a NUL-terminated text field equals the GB string `word`.
-bool IsWord(const char *text, const char *word);
+// Whether a NUL-terminated text field (of a record's 128 bytes at most)
+// equals the GB string `word`. Most texts differ in their first byte, which
+// is compared first.
+inline bool IsWord(const char *text, const char *word) {
+    return text[0] == word[0] && std::strncmp(text, word, sizeof(SpanWord{}.text)) == 0;
+}
 
 // Length of a record text (at most the 128 bytes of the field).
 size_t TextLength(const char *text);

@@ -172,9 +172,18 @@ private:
     // slots of the role string.
     SpanWord &Record(int32_t slot) const { return results_[start_ + slot - 1]; }
     bool IsMultiChar(int32_t slot) const {
-        return vsg::names::TextLength(Record(slot).text) > 2;
+        // More than two bytes before the terminator.
+        const char *text = Record(slot).text;
+        return text[0] != '\0' && text[1] != '\0' && text[2] != '\0';
     }
-    bool IsNumber(int32_t slot) const { return IsAllNum(Record(slot).text) == 1; }
+    // IsAllNum of the slot's text, asked once per slot (a scan asks it of
+    // most slots several times).
+    bool IsNumber(int32_t slot) const {
+        if (slot < 0 || slot >= kSpanSlots) return IsAllNum(Record(slot).text) == 1;
+        int8_t &known = numbers_[slot];
+        if (known < 0) known = IsAllNum(Record(slot).text) == 1 ? 1 : 0;
+        return known == 1;
+    }
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
     // Share of the word's occurrences seen in organisation role `role`
@@ -206,6 +215,8 @@ private:
     void MarkSingle(int32_t slot);
 
     RoleString roles_{};
+    // Per slot: 1 a number, 0 not, -1 not asked yet (or its text changed).
+    mutable int8_t numbers_[kSpanSlots];
 
     bool open_ = false;
     int32_t first_ = 0;      // first slot of the open name
@@ -346,6 +357,7 @@ void OrgScan::Accept(int32_t suffix) {
     vsg::names::WriteNameRecord(&results_[record], name_.Text(), kOrgName,
                                 span_->offset[first_], &engine_->core,
                                 CoreClass::kOrganisation);
+    numbers_[first_] = -1;  // the slot's record holds the name now
     vsg::names::MarkMerged(results_, arrayLength_, record + 1, slots - 1);
     vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
 }
@@ -354,6 +366,7 @@ void OrgScan::Run() {
     if (span_->bestTag[1] == kNoTag) return;
     vsg::names::BuildRoleString(span_, &engine_->tagModels[VSG_TAG_ORG].map, 'z', start_,
                                 arrayLength_, &roles_);
+    std::memset(numbers_, -1, sizeof numbers_);
     for (int32_t s = 1; s < roles_.n; ++s) {
         const char c = roles_.At(s);
         if (c == 'z' || c == 'Z' || c == '1' || c == '4') {

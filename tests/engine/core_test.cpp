@@ -223,3 +223,40 @@ TEST(EngineCore, CoreIndexAnswersAsTheDictionaryLookUp) {
 }
 
 }  // namespace
+
+namespace {
+
+// CopyGbText into a field of `cap` bytes; the bytes after the copy's
+// terminator must keep their fill.
+std::string Copied(const char *src, size_t srcSize, size_t cap, size_t *length) {
+    char dst[32];
+    memset(dst, 'x', sizeof dst);
+    *length = vsg::engine::CopyGbText(dst, cap, src, srcSize);
+    EXPECT_EQ(dst[*length], '\0');
+    for (size_t i = *length + 1; i < sizeof dst; ++i) EXPECT_EQ(dst[i], 'x') << "byte " << i << " written";
+    return std::string(dst, *length);
+}
+
+}  // namespace
+
+TEST(EngineCore, CopyGbTextStopsAtTheEndAndCutsWholeCharacters) {
+    size_t n = 0;
+    // The text ends at its first NUL, or at its size.
+    EXPECT_EQ(Copied("abc\0def", 7, 16, &n), "abc");
+    EXPECT_EQ(n, 3u);
+    EXPECT_EQ(Copied("abcdef", 3, 16, &n), "abc");
+    // Exactly as long as the field allows, with or without more after it.
+    EXPECT_EQ(Copied("abcde", 6, 6, &n), "abcde");
+    EXPECT_EQ(Copied("abcdefg", 7, 6, &n), "abcde");
+    // Too long: a two-byte character that would not fit whole is left out.
+    const std::string two = "ab" + Gb("中国");  // 2 + 2 + 2 bytes
+    EXPECT_EQ(Copied(two.c_str(), two.size(), 6, &n), "ab" + Gb("中"));
+    EXPECT_EQ(n, 4u);
+    EXPECT_EQ(Copied(two.c_str(), two.size(), 7, &n), two);
+    const std::string odd = "a" + Gb("中国");  // the second character ends at byte 5
+    EXPECT_EQ(Copied(odd.c_str(), odd.size(), 5, &n), "a" + Gb("中"));
+    EXPECT_EQ(n, 3u);
+    // A field of one byte holds the terminator only.
+    EXPECT_EQ(Copied("abc", 3, 1, &n), "");
+    EXPECT_EQ(n, 0u);
+}
