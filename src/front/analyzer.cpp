@@ -408,18 +408,24 @@ void Analysis::Flush() {
     thread_local std::vector<uint32_t> givenAt;
     thread_local std::vector<vsg::engine::WordView> views;
     thread_local vsg::engine::Tagging tagged;
-    given.clear();
     givenAt.resize(n + 1);
     views.resize(n);
+    // Widening at most doubles a word.
+    size_t bound = 0;
+    for (size_t k = 0; k < n; ++k) bound += 2 * size_t{items_[k].length};
+    if (given.size() < bound) given.resize(bound);
+    size_t at = 0;
     for (size_t k = 0; k < n; ++k) {
-        givenAt[k] = static_cast<uint32_t>(given.size());
-        WidenAscii(gb.data() + items_[k].start, items_[k].length, given);
-        if (given.size() - givenAt[k] > kMaxAtomBytes) {
-            given.resize(givenAt[k]);
-            given.append(gb.data() + items_[k].start, items_[k].length);
+        givenAt[k] = static_cast<uint32_t>(at);
+        const char *word = gb.data() + items_[k].start;
+        size_t len = WidenAscii(word, items_[k].length, &given[at]);
+        if (len > kMaxAtomBytes) {
+            len = items_[k].length;
+            std::memcpy(&given[at], word, len);
         }
+        at += len;
     }
-    givenAt[n] = static_cast<uint32_t>(given.size());
+    givenAt[n] = static_cast<uint32_t>(at);
     for (size_t k = 0; k < n; ++k)
         views[k] = vsg::engine::WordView{given.data() + givenAt[k], givenAt[k + 1] - givenAt[k], items_[k].sentence};
     if (shared_.engine->Tag(views.data(), n, 0, tagged) == -2) throw std::bad_alloc();
@@ -626,14 +632,19 @@ vsglex_result *Analysis::Finish() {
     std::memcpy(p, texts_.data(), texts_.size());
     p[texts_.size()] = '\0';
     r->charset = charset_;
-    for (size_t k = 0; k < words_.size(); ++k) {
-        words_[k].text = p + textOffsets_[k];
-        r->words[k] = words_[k];
+    // Walked with iterators: indexing a deque divides at every step.
+    auto textAt = textOffsets_.begin();
+    vsglex_word *word = r->words;
+    for (const vsglex_word &w : words_) {
+        *word = w;
+        (word++)->text = p + *textAt++;
     }
     std::copy(sentences_.begin(), sentences_.end(), r->sentences);
-    for (size_t k = 0; k < parts_.size(); ++k) {
-        parts_[k].text = p + partTextOffsets_[k];
-        r->parts[k] = parts_[k];
+    auto partTextAt = partTextOffsets_.begin();
+    vsglex_part *part = r->parts;
+    for (const vsglex_part &pt : parts_) {
+        *part = pt;
+        (part++)->text = p + *partTextAt++;
     }
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;

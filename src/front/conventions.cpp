@@ -60,8 +60,23 @@ constexpr Numeral kNumerals[] = {
     {"\xd2\xda", -1, 100000000},  // 亿
 };
 
+// Bit c is set when the two-byte GB character c is one of kNumerals: most
+// characters are told apart from them by one look-up.
+struct NumeralBits {
+    uint64_t bits[1024] = {};
+    constexpr NumeralBits() {
+        for (const Numeral &n : kNumerals) {
+            unsigned c = (static_cast<unsigned char>(n.gb[0]) << 8) | static_cast<unsigned char>(n.gb[1]);
+            bits[c >> 6] |= uint64_t{1} << (c & 63);
+        }
+    }
+};
+constexpr NumeralBits kNumeralBits{};
+
 const Numeral *FindNumeral(const unsigned char *p, size_t len) {
     if (len != 2) return nullptr;
+    const unsigned c = (p[0] << 8) | p[1];
+    if (((kNumeralBits.bits[c >> 6] >> (c & 63)) & 1) == 0) return nullptr;
     for (const Numeral &n : kNumerals)
         if (static_cast<unsigned char>(n.gb[0]) == p[0] && static_cast<unsigned char>(n.gb[1]) == p[1]) return &n;
     return nullptr;
@@ -202,6 +217,12 @@ bool StartsWithNumber(const unsigned char *p, size_t len) {
     return DigitValue(p, l) >= 0 || FindNumeral(p, l) != nullptr;
 }
 
+// True when p[0..len) starts with a digit, a Chinese numeral or 第: only
+// such a word can take the words after it in the rules below.
+bool StartsWithNumberOrDi(const unsigned char *p, size_t len) {
+    return StartsWithNumber(p, len) || (len >= 2 && std::memcmp(p, kDi, 2) == 0);
+}
+
 }  // namespace
 
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends) {
@@ -234,6 +255,13 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     size_t out = 0;
     bool afterHour = false;
     for (size_t k = 0; k < words;) {
+        // Any other word is of no shape, stays alone and is no hour.
+        if (!StartsWithNumberOrDi(t + begin(k), finish(k) - begin(k))) {
+            ends[out++] = ends[k];
+            afterHour = false;
+            ++k;
+            continue;
+        }
         size_t j = k;  // the joined word covers words k..j
         Shape s = shape(k);
         if (s.kind == Shape::kDi && k + 1 < words) {
@@ -301,25 +329,28 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     ends.resize(out);
 }
 
-void WidenAscii(const char *text, size_t length, std::string &out) {
+size_t WidenAscii(const char *text, size_t length, char *out) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);
     // Chinese text without ASCII (no byte below 0x80 at all) is copied.
     bool any = false;
     for (size_t i = 0; i < length && !any; ++i) any = t[i] < 0x80;
     if (!any) {
-        out.append(text, length);
-        return;
+        std::memcpy(out, text, length);
+        return length;
     }
+    size_t o = 0;
     for (size_t i = 0; i < length;) {
         size_t l = GbCharLength(t, i, length);
         if (l == 1 && t[i] >= 0x21 && t[i] <= 0x7E) {
-            out.push_back('\xA3');
-            out.push_back(static_cast<char>(t[i] + 0x80));
+            out[o++] = '\xA3';
+            out[o++] = static_cast<char>(t[i] + 0x80);
         } else {
-            out.append(text + i, l);
+            std::memcpy(out + o, text + i, l);
+            o += l;
         }
         i += l;
     }
+    return o;
 }
 
 StringClass ClassOfString(const char *text, size_t length) {

@@ -27,10 +27,10 @@ namespace vsg::front {
 // A word is never made longer than kMaxAtomBytes.
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends);
 
-// Appends GB text[0..length) to `out` with every printable ASCII character
+// Writes GB text[0..length) to `out` with every printable ASCII character
 // (0x21-0x7E) in its full-width form (A3A1-A3FE), the form the corpus and
-// hence the models use.
-void WidenAscii(const char *text, size_t length, std::string &out);
+// hence the models use; returns the bytes written (at most 2 * length).
+size_t WidenAscii(const char *text, size_t length, char *out);
 
 // What a word's string is, as far as its tag is concerned.
 enum class StringClass : uint8_t {

@@ -17,6 +17,10 @@ constexpr uint32_t kFnvPrime = 16777619u;
 constexpr size_t kMaxWordAtoms = 16;
 
 inline uint32_t HashMore(uint32_t h, const char *p, size_t n) {
+    if (n == 2) {  // most atoms: one two-byte character
+        h = (h ^ static_cast<unsigned char>(p[0])) * kFnvPrime;
+        return (h ^ static_cast<unsigned char>(p[1])) * kFnvPrime;
+    }
     for (size_t i = 0; i < n; ++i) {
         h ^= static_cast<unsigned char>(p[i]);
         h *= kFnvPrime;

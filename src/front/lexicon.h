@@ -55,11 +55,11 @@ struct SegFeature {
 struct CutScratch {
     std::vector<double> cost;
     std::vector<uint32_t> back;
-    // The model cutter's atom keys, feature keys and their weight offsets,
+    // The model cutter's atom keys, feature keys and their weight rows,
     // word marks, features, label scores, back pointers and labels.
     std::vector<uint64_t> ids;
     std::vector<uint64_t> keys;
-    std::vector<int32_t> offsets;
+    std::vector<uint32_t> offsets;
     std::vector<WordMarks> marks;
     std::vector<SegFeature> features;
     std::vector<int32_t> score;

@@ -9,6 +9,10 @@
 #include <cmath>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace vsg::front {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the model file is read as little-endian");
@@ -36,14 +40,22 @@ enum : uint8_t { kClassHan, kClassNumeral, kClassNumber, kClassLatin, kClassPunc
 constexpr uint16_t kNumerals[] = {0xD2BB, 0xB6FE, 0xC8FD, 0xCBC4, 0xCEE5, 0xC1F9, 0xC6DF, 0xB0CB, 0xBEC5,
                                   0xCAAE, 0xB0D9, 0xC7A7, 0xCDF2, 0xD2DA, 0xC1E3, 0xC1BD, 0xA996};
 
-uint8_t AtomClass(const char *text, const Atom &a) {
+// Bit c of this table is set when the two-byte GB character c is a numeral.
+struct NumeralBits {
+    uint64_t bits[1024] = {};
+    constexpr NumeralBits() {
+        for (uint16_t v : kNumerals) bits[v >> 6] |= uint64_t{1} << (v & 63);
+    }
+};
+constexpr NumeralBits kNumeralBits{};
+
+inline uint8_t AtomClass(const char *text, const Atom &a) {
     switch (a.kind) {
     case AtomKind::kHan: {
         if (a.length == 2) {
             auto c = static_cast<uint16_t>((static_cast<unsigned char>(text[a.start]) << 8) |
                                            static_cast<unsigned char>(text[a.start + 1]));
-            for (uint16_t v : kNumerals)
-                if (v == c) return kClassNumeral;
+            if ((kNumeralBits.bits[c >> 6] >> (c & 63)) & 1) return kClassNumeral;
         }
         return kClassHan;
     }
@@ -56,7 +68,7 @@ uint8_t AtomClass(const char *text, const Atom &a) {
 
 // Hash of an atom's bytes with half-width ASCII read as its full-width GB
 // form (row A3), so "2000" and "２０００" share their features.
-uint64_t AtomId(const char *text, const Atom &a) {
+__attribute__((always_inline)) inline uint64_t AtomId(const char *text, const Atom &a) {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     size_t end = size_t{a.start} + a.length;
     uint64_t h = kFnv64Basis;
@@ -64,6 +76,12 @@ uint64_t AtomId(const char *text, const Atom &a) {
         h ^= b;
         h *= kFnv64Prime;
     };
+    // Most atoms are one two-byte character: its bytes as they are.
+    if (a.length == 2 && GbCharLength(p, a.start, end) == 2) {
+        add(p[a.start]);
+        add(p[a.start + 1]);
+        return Mix(h);
+    }
     for (size_t i = a.start; i < end;) {
         size_t len = GbCharLength(p, i, end);
         if (len == 1 && p[i] >= 0x21 && p[i] <= 0x7E) {
@@ -75,6 +93,13 @@ uint64_t AtomId(const char *text, const Atom &a) {
         i += len;
     }
     return Mix(h);
+}
+
+// Key of a feature (SegFeatureKey), inlined where keys are made per atom.
+inline uint64_t FeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
+    uint64_t h = Mix(a * 0x9E3779B97F4A7C15ull + (static_cast<uint64_t>(t) + 1) * 0xD6E8FEB86659FD93ull);
+    h = Mix(h ^ (b + 0x632BE59BD9B4E019ull));
+    return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
 }
 
 // Keys of the positions before and after a run.
@@ -144,11 +169,7 @@ T Get(const uint8_t *p) {
 
 uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, size); }
 
-uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
-    uint64_t h = Mix(a * 0x9E3779B97F4A7C15ull + (static_cast<uint64_t>(t) + 1) * 0xD6E8FEB86659FD93ull);
-    h = Mix(h ^ (b + 0x632BE59BD9B4E019ull));
-    return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
-}
+uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) { return FeatureKey(t, a, b); }
 
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
                  std::vector<SegFeature> &out) {
@@ -326,11 +347,22 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         *error = "feature table has no empty slot";
         return false;
     }
-    weights_.resize(nWeights);
-    if (nWeights > 0) std::memcpy(weights_.data(), data + kHeaderBytes + nSlots * 8, size_t{nWeights} * 2);
+    // In memory the rows follow the zero rows that missing features point
+    // to.
+    weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
+    if (nWeights > 0)
+        std::memcpy(weights_.data() + kZeroRows * kSegLabels, data + kHeaderBytes + nSlots * 8, size_t{nWeights} * 2);
+    for (uint64_t &s : slots)
+        if (s != 0) s += kZeroRows * kSegLabels;  // the offset, behind the zero rows
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
+    present_.assign((size_t{1} << kPresentBits) / 64, 0);
+    for (uint64_t s : slots_) {
+        if (s == 0) continue;
+        const uint32_t bit = PresentBit(static_cast<uint32_t>(s >> 32));
+        present_[bit >> 6] |= uint64_t{1} << (bit & 63);
+    }
     BuildDirect();
     return true;
 }
@@ -374,16 +406,16 @@ bool SegModel::Load(const std::string &path, std::string *error) {
 }
 
 const int16_t *SegModel::Find(uint64_t key) const {
-    int32_t off = OffsetOf(key);
-    return off == kNone ? nullptr : weights_.data() + off;
+    uint32_t offset = OffsetOf(key);
+    return offset == kNone ? nullptr : weights_.data() + offset;
 }
 
-int32_t SegModel::OffsetOf(uint64_t key) const {
+uint32_t SegModel::OffsetOf(uint64_t key) const {
     const uint32_t fp = Fingerprint(key);
     for (size_t i = (key >> 4) & mask_;; i = (i + 1) & mask_) {
         uint64_t s = slots_[i];
         if (s == 0) return kNone;
-        if (static_cast<uint32_t>(s >> 32) == fp) return static_cast<int32_t>(static_cast<uint32_t>(s));
+        if (static_cast<uint32_t>(s >> 32) == fp) return static_cast<uint32_t>(s);
     }
 }
 
@@ -440,47 +472,57 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
 
 namespace {
 
-// Adds one row of label weights to one atom's scores (written out: the
-// compiler keeps a loop of six otherwise).
-inline void AddRow(int32_t *s, const int16_t *x) {
-    static_assert(kSegLabels == 6, "one statement per label");
-    s[0] += x[0];
-    s[1] += x[1];
-    s[2] += x[2];
-    s[3] += x[3];
-    s[4] += x[4];
-    s[5] += x[5];
-}
-
-// Adds `rows` rows of weights w (or nothing for kNone) to the scores of
-// atoms first .. first + rows - 1 that lie in [0, n).
-inline void AddRows(int32_t *score, size_t n, const int16_t *weights, int32_t offset, int64_t first, int rows) {
-    if (offset < 0) return;
-    const int16_t *w = weights + offset;
-    int r0 = first < 0 ? static_cast<int>(-first) : 0;
-    int64_t r1 = static_cast<int64_t>(n) - first;
-    int rEnd = r1 < rows ? static_cast<int>(r1) : rows;
-    for (int r = r0; r < rEnd; ++r) {
-        int32_t *s = score + static_cast<size_t>(first + r) * kSegLabels;
-        AddRow(s, w + r * kSegLabels);
+// A sum of rows of label weights as eight 32-bit lanes, added two rows at a
+// time. A row is read as eight weights: the last two lanes hold the next
+// row's first weights and are never stored.
+#if defined(__SSE2__)
+struct RowSum {
+    __m128i lo = _mm_setzero_si128();
+    __m128i hi = _mm_setzero_si128();
+    // Interleaving two rows and multiplying by ones adds each label's pair
+    // of weights as one 32-bit number.
+    void AddPair(const int16_t *a, const int16_t *b) {
+        const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a));
+        const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i *>(b));
+        const __m128i ones = _mm_set1_epi16(1);
+        lo = _mm_add_epi32(lo, _mm_madd_epi16(_mm_unpacklo_epi16(x, y), ones));
+        hi = _mm_add_epi32(hi, _mm_madd_epi16(_mm_unpackhi_epi16(x, y), ones));
     }
-}
+    void Store(int32_t *s) const {
+        static_assert(kSegLabels == 6, "four lanes and two");
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(s), lo);
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(s + 4), hi);
+    }
+};
+#else
+struct RowSum {
+    int32_t v[8] = {};
+    void AddPair(const int16_t *a, const int16_t *b) {
+        for (int l = 0; l < 8; ++l) v[l] += int32_t{a[l]} + int32_t{b[l]};
+    }
+    void Store(int32_t *s) const { std::memcpy(s, v, kSegLabels * sizeof(int32_t)); }
+};
+#endif
 
 }  // namespace
 
 void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon,
                      CutScratch &scratch) const {
     std::vector<int32_t> &scoreVec = scratch.score;
-    scoreVec.assign(n * kSegLabels, 0);
-    if (slots_.empty() || n == 0) return;
+    if (slots_.empty() || n == 0) {
+        scoreVec.assign(n * kSegLabels, 0);
+        return;
+    }
+    scoreVec.resize(n * kSegLabels);  // every score is written below
     int32_t *score = scoreVec.data();
-    const int16_t *w = weights_.data();
+    const int16_t *weights = weights_.data();
+    // Weights at offset r.
+    auto row = [weights](uint32_t r) { return weights + r; };
     scratch.marks.resize(n);
     lexicon.MarkWords(text, atoms, n, kSegDictCap, scratch.marks.data());
     const WordMarks *marks = scratch.marks.data();
 
-    // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1;
-    // unigrams as they come.
+    // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1.
     scratch.ids.resize(2 * (n + 4));
     uint64_t *id = scratch.ids.data();
     uint64_t *cls = id + n + 4;
@@ -489,71 +531,136 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     id[n + 2] = kPadIds[2];
     id[n + 3] = kPadIds[3];
     cls[0] = cls[1] = cls[n + 2] = cls[n + 3] = kClassPad;
-    AddRows(score, n, w, padUnigram_[0], -4, 5);
-    AddRows(score, n, w, padUnigram_[1], -3, 5);
-    AddRows(score, n, w, padUnigram_[2], static_cast<int64_t>(n) - 2, 5);
-    AddRows(score, n, w, padUnigram_[3], static_cast<int64_t>(n) - 1, 5);
-    // Bigrams of atoms (k, k+1), k = -2 .. n, and for k = 0 .. n-1 the skip
-    // pair (k-1, k+1), the trigram and the atom with its word marks: their
-    // keys first, then their slots, then their weights,
-    // each pass prefetching what the next one reads, so that the table's
-    // cache misses overlap. The unigrams' weights (offsets after the keys'
-    // ones) are fetched first and added last.
+    // Weight offsets of the features: the unigrams of atoms -2 .. n+1
+    // (uni[k + 2]), the bigrams of atoms (k, k+1), k = -2 .. n (bi[k + 2]),
+    // and for k = 0 .. n-1 the skip pair (k-1, k+1), the trigram and the
+    // atom with its word marks (hashed[3k ..]). The hashed keys are made
+    // first, then their slots and their rows are fetched, each pass
+    // prefetching what the next one reads, so that cache misses overlap.
+    const size_t nUnigrams = n + 4;
     const size_t nBigrams = n + 3;
     const size_t nKeys = nBigrams + 3 * n;
     scratch.keys.resize(nKeys);
-    scratch.offsets.resize(nKeys + n);
+    scratch.offsets.resize(nUnigrams + nKeys);
     uint64_t *keys = scratch.keys.data();
-    int32_t *offsets = scratch.offsets.data();
-    int32_t *unigrams = offsets + nKeys;
+    uint32_t *uni = scratch.offsets.data();
+    uint32_t *bi = uni + nUnigrams;  // offsets of keys[0 .. nKeys), in order
+    const uint32_t *hashed = bi + nBigrams;
+    uni[0] = padUnigram_[0];
+    uni[1] = padUnigram_[1];
+    uni[n + 2] = padUnigram_[2];
+    uni[n + 3] = padUnigram_[3];
     const auto *bytes = reinterpret_cast<const unsigned char *>(text);
     for (size_t k = 0; k < n; ++k) {
         const Atom &a = atoms[k];
         id[k + 2] = AtomId(text, a);
         cls[k + 2] = AtomClass(text, a);
-        int32_t off;
-        if (a.length == 2) off = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
-        else if (a.length == 1) off = unigram_[0x10000 + bytes[a.start]];
-        else off = OffsetOf(SegFeatureKey(kSegUnigram, id[k + 2], 0));
-        unigrams[k] = off;
-        if (off >= 0) {
-            __builtin_prefetch(w + off);
-            __builtin_prefetch(w + off + 5 * kSegLabels - 1);
-        }
+        uint32_t r;
+        if (a.length == 2) r = unigram_[(bytes[a.start] << 8) | bytes[a.start + 1]];
+        else if (a.length == 1) r = unigram_[0x10000 + bytes[a.start]];
+        else r = OffsetOf(FeatureKey(kSegUnigram, id[k + 2], 0));
+        uni[k + 2] = r;
+        __builtin_prefetch(row(r));
+        __builtin_prefetch(row(r) + 5 * kSegLabels - 1);
     }
-    for (size_t j = 0; j < nBigrams; ++j) keys[j] = SegFeatureKey(kSegBigram, id[j], id[j + 1]);
+    for (size_t j = 0; j < nBigrams; ++j) keys[j] = FeatureKey(kSegBigram, id[j], id[j + 1]);
+    uint64_t mixedPrev = Mix(id[1]);
     for (size_t k = 0; k < n; ++k) {
         const size_t j = k + 2;
-        keys[nBigrams + 3 * k] = SegFeatureKey(kSegSkip, id[j - 1], id[j + 1]);
-        keys[nBigrams + 3 * k + 1] = SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]);
-        keys[nBigrams + 3 * k + 2] =
-            SegFeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
+        uint64_t *key = keys + nBigrams + 3 * k;
+        key[0] = FeatureKey(kSegSkip, id[j - 1], id[j + 1]);
+        key[1] = FeatureKey(kSegTrigram, mixedPrev ^ id[j], id[j + 1]);
+        key[2] = FeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
+        mixedPrev = Mix(id[j]);
     }
-    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
+    // Keys whose presence bit is clear are not looked up (offset kNone);
+    // the others are marked 1 (no offset of a group) until probed.
     for (size_t k = 0; k < nKeys; ++k) {
-        offsets[k] = OffsetOf(keys[k]);
-        if (offsets[k] >= 0) __builtin_prefetch(w + offsets[k]);
+        bi[k] = MayHold(Fingerprint(keys[k])) ? 1 : kNone;
+        if (bi[k] != kNone) __builtin_prefetch(&slots_[(keys[k] >> 4) & mask_]);
     }
-    for (size_t k = 0; k < n; ++k) AddRows(score, n, w, unigrams[k], static_cast<int64_t>(k) - 2, 5);
-    for (size_t j = 0; j < nBigrams; ++j) AddRows(score, n, w, offsets[j], static_cast<int64_t>(j) - 3, 4);
+    static_assert(kZeroRows * kSegLabels > 1, "1 marks a key to probe, never an offset");
+    for (size_t k = 0; k < nKeys; ++k) {
+        if (bi[k] == kNone) continue;
+        bi[k] = OffsetOf(keys[k]);
+        __builtin_prefetch(row(bi[k]));
+    }
+
+    // Each atom's scores: the rows that fall on it, summed in registers.
+    // A feature the model lacks has row kNone, whose rows are all zero.
     constexpr uint32_t kValues = kSegDictCap + 1;
+    static_assert(kSegTemplateRows[kSegUnigram] == 5 && kSegTemplateRows[kSegBigram] == 4, "rows per atom below");
     for (size_t k = 0; k < n; ++k) {
-        size_t j = k + 2;
-        int32_t *s = score + k * kSegLabels;
-        auto add = [s, w](int32_t off) {
-            if (off < 0) return;
-            AddRow(s, w + off);
-        };
-        add(offsets[nBigrams + 3 * k]);
-        add(offsets[nBigrams + 3 * k + 1]);
-        add(offsets[nBigrams + 3 * k + 2]);
-        add(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]);
+        const uint32_t *u = uni + k;  // unigrams of atoms k-2 .. k+2
+        const uint32_t *b = bi + k;   // bigrams starting at atoms k-2 .. k+1
+        const uint32_t *h = hashed + 3 * k;
+        const size_t j = k + 2;
         const WordMarks &m = marks[k];
-        add(dict_[0][m.starts]);
-        add(dict_[1][m.ends]);
-        add(dict_[2][m.inside]);
-        add(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]);
-        add(startCost_[m.starts * kWordCostClasses + m.startCost]);
+        RowSum sum;
+        constexpr uint32_t L = kSegLabels;
+        sum.AddPair(row(u[0] + 4 * L), row(u[1] + 3 * L));
+        sum.AddPair(row(u[2] + 2 * L), row(u[3] + L));
+        sum.AddPair(row(u[4]), row(b[0] + 3 * L));
+        sum.AddPair(row(b[1] + 2 * L), row(b[2] + L));
+        sum.AddPair(row(b[3]), row(h[0]));
+        sum.AddPair(row(h[1]), row(h[2]));
+        sum.AddPair(row(classes_[cls[j - 1] * 64 + cls[j] * 8 + cls[j + 1]]), row(dict_[0][m.starts]));
+        sum.AddPair(row(dict_[1][m.ends]), row(dict_[2][m.inside]));
+        sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
+                    row(startCost_[m.starts * kWordCostClasses + m.startCost]));
+        sum.Store(score + k * kSegLabels);
+    }
+}
+
+void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
+    labels.resize(n);
+    if (n == 0) return;
+    back.resize(n * kSegLabels);  // entries of atoms 1 .. n-1 are all written
+    // A label that no allowed sequence reaches starts at kOut: far below any
+    // reachable sum (each step adds at most a few times 2^24), so it never
+    // wins against one, and only the first atoms have such labels.
+    constexpr int64_t kOut = -(int64_t{1} << 60);
+    static_assert(kSegLabels == 6 && kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2 && kSegMiddle == 3 &&
+                      kSegEnd == 4 && kSegSingle == 5,
+                  "the transitions written out below");
+    const auto &t = transitions_;
+    int64_t b = score[kSegBegin], b2 = kOut, b3 = kOut, m = kOut, e = kOut, s = score[kSegSingle];
+    // The larger of two candidates, the first on a tie (the lower label, as
+    // in SegViterbi).
+    auto pick = [](int64_t x, uint8_t xl, int64_t y, uint8_t yl, uint8_t *arg) {
+        if (y > x) {
+            *arg = yl;
+            return y;
+        }
+        *arg = xl;
+        return x;
+    };
+    for (size_t i = 1; i < n; ++i) {
+        const int32_t *sc = score + i * kSegLabels;
+        uint8_t *bk = back.data() + i * kSegLabels;
+        const int64_t nb = pick(e + t[kSegEnd][kSegBegin], kSegEnd, s + t[kSegSingle][kSegBegin], kSegSingle, &bk[0]);
+        const int64_t nb2 = b + t[kSegBegin][kSegBegin2];
+        bk[1] = kSegBegin;
+        const int64_t nb3 = b2 + t[kSegBegin2][kSegBegin3];
+        bk[2] = kSegBegin2;
+        const int64_t nm =
+            pick(b3 + t[kSegBegin3][kSegMiddle], kSegBegin3, m + t[kSegMiddle][kSegMiddle], kSegMiddle, &bk[3]);
+        uint8_t a1, a2;
+        const int64_t e1 = pick(b + t[kSegBegin][kSegEnd], kSegBegin, b2 + t[kSegBegin2][kSegEnd], kSegBegin2, &a1);
+        const int64_t e2 = pick(b3 + t[kSegBegin3][kSegEnd], kSegBegin3, m + t[kSegMiddle][kSegEnd], kSegMiddle, &a2);
+        const int64_t ne = pick(e1, a1, e2, a2, &bk[4]);
+        const int64_t ns = pick(e + t[kSegEnd][kSegSingle], kSegEnd, s + t[kSegSingle][kSegSingle], kSegSingle, &bk[5]);
+        b = nb + sc[kSegBegin];
+        b2 = nb2 + sc[kSegBegin2];
+        b3 = nb3 + sc[kSegBegin3];
+        m = nm + sc[kSegMiddle];
+        e = ne + sc[kSegEnd];
+        s = ns + sc[kSegSingle];
+    }
+    int last = e > s ? kSegEnd : kSegSingle;
+    for (size_t i = n; i-- > 0;) {
+        labels[i] = static_cast<uint8_t>(last);
+        if (i > 0) last = back[i * kSegLabels + last];
     }
 }
 

@@ -182,32 +182,53 @@ public:
     // the tests).
     void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
     // Best labels under scores (n x kSegLabels) and the model's transitions.
-    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
-        SegViterbi<int32_t, int64_t>(score, n, transitions_, labels, back);
-    }
+    // The same labels as SegViterbi<int32_t, int64_t>, by a search written
+    // out for the six labels.
+    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
+    // Rows of label weights are kSegLabels int16 weights each, as in the
+    // file. Rows 0 .. kZeroRows-1 are zero: a feature that is not in the
+    // model has offset 0, and adding any of its rows adds nothing.
+    static constexpr uint32_t kZeroRows = [] {
+        uint32_t m = 0;
+        for (uint8_t r : kSegTemplateRows) m = r > m ? r : m;
+        return m;
+    }();
+    // Weights after the last row, so that a row can be read as a vector of
+    // eight (the last two lanes are ignored).
+    static constexpr size_t kTailWeights = 8 - kSegLabels;
+    static constexpr uint32_t kNone = 0;
+
     // Weights of a key's group, or null.
     const int16_t *Find(uint64_t key) const;
-
     // Fills the direct tables after a load.
     void BuildDirect();
-    // Offset of a key's weights, or kNone.
-    int32_t OffsetOf(uint64_t key) const;
-    static constexpr int32_t kNone = -1;
+    // Offset of a key's weights in weights_, or kNone.
+    uint32_t OffsetOf(uint64_t key) const;
 
-    std::vector<uint64_t> slots_;  // fingerprint << 32 | weight offset; 0: empty
-    std::vector<int16_t> weights_;
+    std::vector<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
+    std::vector<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
     // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
     // (by their bytes), of the four padding atoms, and of the class and
     // dictionary templates by value.
-    std::vector<int32_t> unigram_;
-    int32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
-    std::vector<int32_t> classes_;
-    std::vector<int32_t> dict_[4];
-    std::vector<int32_t> startCost_;  // by length * kWordCostClasses + cost class
+    std::vector<uint32_t> unigram_;
+    uint32_t padUnigram_[4] = {kNone, kNone, kNone, kNone};
+    std::vector<uint32_t> classes_;
+    std::vector<uint32_t> dict_[4];
+    std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     int32_t transitions_[kSegLabels][kSegLabels] = {};
+    // One bit per fingerprint hash of the groups held: a key whose bit is
+    // clear is not in the table, which is then not read (most keys of a
+    // text are not in the model, and the table is larger than the caches).
+    static constexpr uint32_t kPresentBits = 21;
+    static uint32_t PresentBit(uint32_t fingerprint) { return (fingerprint * 0x9E3779B1u) >> (32 - kPresentBits); }
+    bool MayHold(uint32_t fingerprint) const {
+        const uint32_t bit = PresentBit(fingerprint);
+        return (present_[bit >> 6] >> (bit & 63)) & 1;
+    }
+    std::vector<uint64_t> present_;
     uint64_t mask_ = 0;
     size_t groups_ = 0;
 };

@@ -3,6 +3,7 @@
 // damaged model files.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -45,7 +46,8 @@ Lexicon SmallLexicon() {
 
 // A model with a random weight group for every feature the texts have (and
 // some they lack), so that every path of the scorer is used.
-SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng) {
+SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng,
+                     std::vector<SegGroup> *kept = nullptr) {
     std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
     std::bernoulli_distribution keep(0.85);
     std::vector<SegGroup> groups;
@@ -76,7 +78,30 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
     SegModel m;
     std::string error;
     EXPECT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+    if (kept != nullptr) *kept = groups;
     return m;
+}
+
+// Scores straight from the weight groups a model was made of, quantised as
+// the file format says (one scale: the largest weight becomes 32767).
+std::vector<int32_t> GroupScores(const std::vector<SegGroup> &groups, const std::vector<SegFeature> &features,
+                                 size_t n) {
+    float top = 0.0f;
+    for (const SegGroup &g : groups)
+        for (float w : g.weights) top = std::max(top, std::fabs(w));
+    std::vector<int32_t> score(n * kSegLabels, 0);
+    for (const SegFeature &f : features) {
+        auto g = std::find_if(groups.begin(), groups.end(), [&](const SegGroup &x) { return x.key == f.key; });
+        if (g == groups.end()) continue;
+        for (size_t r = 0; r < kSegTemplateRows[SegKeyTemplate(f.key)]; ++r) {
+            int64_t i = int64_t{f.position} + static_cast<int64_t>(r);
+            if (i < 0 || i >= static_cast<int64_t>(n)) continue;
+            for (int l = 0; l < kSegLabels; ++l)
+                score[static_cast<size_t>(i) * kSegLabels + l] += static_cast<int32_t>(
+                    std::nearbyint(static_cast<double>(g->weights[r * kSegLabels + l]) * (32767.0 / top)));
+        }
+    }
+    return score;
 }
 
 // Best labels by trying every sequence of the labels.
@@ -118,7 +143,11 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             for (size_t k = 0; k < len; ++k) s += pieces[rng() % pieces.size()];
             texts.push_back(s);
         }
-        SegModel m = RandomModel(texts, lex, rng);
+        std::vector<SegGroup> groups;
+        SegModel m = RandomModel(texts, lex, rng, &groups);
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (int p = 0; p < kSegLabels; ++p)
+            for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = m.Transition(p, l);
         ASSERT_TRUE(m.Loaded());
         CutScratch scratch;
         std::vector<Atom> atoms;
@@ -136,8 +165,12 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features);
             m.ScoreFeatures(features, n, plain);
             ASSERT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
+            ASSERT_EQ(plain, GroupScores(groups, features, n)) << vsgtest::Utf8(t);
 
             m.Labels(plain.data(), n, labels, back);
+            std::vector<uint8_t> generic;
+            SegViterbi<int32_t, int64_t>(plain.data(), n, transitions, generic, back);
+            EXPECT_EQ(labels, generic) << vsgtest::Utf8(t);
             // Every sequence is tried on runs of up to six atoms.
             std::vector<uint8_t> expected = n <= 6 ? BruteForce(m, plain, n) : labels;
             // Random weights make equal best paths unlikely; compare scores
@@ -196,6 +229,28 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
     EXPECT_TRUE(labels[0] == kSegBegin || labels[0] == kSegSingle);
     EXPECT_TRUE(SegLabelCloses(labels[2]));
+
+    // Scores and transitions of -1, 0 and 1 make many equal paths: the
+    // search must break every tie as the generic search does.
+    std::mt19937 rng(11);
+    for (int round = 0; round < 50; ++round) {
+        float trans[kSegLabels][kSegLabels];
+        for (auto &row : trans)
+            for (float &t : row) t = static_cast<float>(static_cast<int>(rng() % 3) - 1);
+        const std::string small = EncodeSegModel({}, trans);  // no weights: transitions kept as they are
+        SegModel tied;
+        ASSERT_TRUE(tied.LoadBytes(reinterpret_cast<const uint8_t *>(small.data()), small.size(), &error)) << error;
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (int p = 0; p < kSegLabels; ++p)
+            for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = tied.Transition(p, l);
+        const size_t n = 1 + rng() % 12;
+        std::vector<int32_t> s(n * kSegLabels);
+        for (int32_t &v : s) v = static_cast<int32_t>(rng() % 3) - 1;
+        std::vector<uint8_t> generic;
+        tied.Labels(s.data(), n, labels, back);
+        SegViterbi<int32_t, int64_t>(s.data(), n, transitions, generic, back);
+        EXPECT_EQ(labels, generic) << round;
+    }
 }
 
 TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
