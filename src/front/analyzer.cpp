@@ -182,6 +182,7 @@ private:
     std::vector<Repeat> repeats_;
     size_t longestName_ = 0;  // bytes
     std::vector<bool> nameStarts_;  // by the first character's two bytes
+    std::vector<bool> nameEnds_;    // by the last character's two bytes
     std::string run_;
 };
 
@@ -538,7 +539,9 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         ++r.found;
         longestName_ = std::max(longestName_, bytes(s));
         nameStarts_.resize(1 << 16);
+        nameEnds_.resize(1 << 16);
         nameStarts_[key(at(s))] = true;
+        nameEnds_[key(at(s) + bytes(s) - 2)] = true;
     }
     if (names_.empty()) return;
     // Mentions passed over: the longest run of plain words from a word,
@@ -557,6 +560,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
             }
             run.append(at(spans[j]), bytes(spans[j]));
             if (run.size() > longestName_) break;
+            if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
             auto found = names_.find(run);
             if (found != names_.end()) best = Repeat{i, j, &found->second};
         }
