@@ -178,6 +178,7 @@ private:
     struct Repeat {  // spans [first, last] spell a remembered name
         size_t first, last;
         RememberedPerson *name;
+        bool extends;  // from a lone surname the engine tagged as a person
     };
     std::vector<Repeat> repeats_;
     size_t longestName_ = 0;  // bytes
@@ -548,11 +549,16 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     // touching each other in one sentence, that spells a remembered name.
     repeats_.clear();
     for (size_t i = 0; i < spans.size(); ++i) {
-        if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !plain(spans[i])) continue;
+        // A lone surname the engine took for a person may be the start of a
+        // remembered name (何 长工 where 何长工 was found): the engine saw a
+        // person there, so only the name's extent is in question.
+        const bool surname = IsPersonTag(spans[i].tag) && bytes(spans[i]) == 2 && spans[i].first == spans[i].last &&
+                             items_[spans[i].first].user == nullptr;
+        if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !(surname || plain(spans[i]))) continue;
         std::string &run = run_;
         run.clear();
-        Repeat best{0, 0, nullptr};
-        for (size_t j = i; j < spans.size() && plain(spans[j]); ++j) {
+        Repeat best{0, 0, nullptr, surname};
+        for (size_t j = i; j < spans.size() && (j == i || plain(spans[j])); ++j) {
             const Item &a = items_[spans[j].first];
             if (j > i) {
                 const Item &b = items_[spans[j - 1].last];
@@ -562,10 +568,10 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
             if (run.size() > longestName_) break;
             if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
             auto found = names_.find(run);
-            if (found != names_.end()) best = Repeat{i, j, &found->second};
+            if (found != names_.end() && !(surname && j == i)) best = Repeat{i, j, &found->second, surname};
         }
         if (best.name == nullptr) continue;
-        ++best.name->missed;
+        if (!best.extends) ++best.name->missed;
         repeats_.push_back(best);
         i = best.last;
     }
@@ -573,7 +579,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     for (size_t i = 0; i < spans.size(); ++i) {
         while (next < repeats_.size() && repeats_[next].first < i) ++next;
         if (next < repeats_.size() && repeats_[next].first == i &&
-            repeats_[next].name->found >= repeats_[next].name->missed) {
+            (repeats_[next].extends || repeats_[next].name->found >= repeats_[next].name->missed)) {
             const Repeat &r = repeats_[next];
             spans[out++] = Span{spans[r.first].first, spans[r.last].last, r.name->tag};
             i = r.last;
