@@ -11,8 +11,12 @@ separated by spaces; --tagged copies the kept paragraphs as they are (a
 corpus file for the trainer or a word list).
 
 Gold names, by character offsets in the line:
-  person        a run of consecutive nr tokens (surname and given name are
-                separate tokens in the corpus)
+  person        one nr token, or a surname token and the given-name token
+                after it (the corpus writes them apart): a surname of one
+                character before a given name of at most three characters,
+                or of two that is one of the compound surnames (欧阳 司马 ...);
+                a list of names written without separators
+                (江泽民李鹏乔石 in the raw text) is one name per person
   place         an ns token, or a bracketed compound labelled ns
   organization  an nt token, or a bracketed compound labelled nt
 Names inside a bracketed place or organisation compound are "neutral":
@@ -22,6 +26,9 @@ import argparse
 import json
 import re
 
+# Surnames of two characters (the list the recognisers use).
+COMPOUND_SURNAMES = set("欧阳 司马 诸葛 上官 东方 皇甫 令狐 慕容 尉迟 公孙 长孙 夏侯 端木 宇文 司徒 "
+                        "澹台 轩辕 独孤 南宫 西门 申屠 呼延 万俟 闻人 赫连 拓跋 完颜 耶律".split())
 TOKEN = re.compile(r'^(\[?)(.+)/([A-Za-z]+)(\][a-z]+)?$')
 
 
@@ -35,7 +42,9 @@ def parse(line):
     neutral = []
     pending = []
     bracket_start = None
-    person_run = None
+    bracket = 0  # 0 outside brackets, else the bracket's number
+    brackets = 0
+    person = None  # (start, end, surname characters, bracket) of an open name
     for tok in tokens[1:]:  # the first token is the paragraph identifier
         m = TOKEN.match(tok)
         if not m:
@@ -44,14 +53,23 @@ def parse(line):
         start = pos
         if opening:
             bracket_start = start
+            brackets += 1
+            bracket = brackets
         pos += len(word)
         text.append(word)
         if tag == "nr":
-            person_run = (person_run[0], pos) if person_run else (start, pos)
+            if person and person[3] == bracket and len(word) <= 3 and (
+                    person[2] == 1 or text[-2] in COMPOUND_SURNAMES):
+                names["person"].append((person[0], pos))  # surname + given name
+                person = None
+            else:
+                if person:
+                    names["person"].append(person[:2])
+                person = (start, pos, len(word), bracket)
         else:
-            if person_run:
-                names["person"].append(person_run)
-            person_run = None
+            if person:
+                names["person"].append(person[:2])
+            person = None
         cls = {"ns": "place", "nt": "organization"}.get(tag)
         if cls:
             if bracket_start is not None:
@@ -69,8 +87,9 @@ def parse(line):
                     names[c].append(span)
             pending = []
             bracket_start = None
-    if person_run:
-        names["person"].append(person_run)
+            bracket = 0
+    if person:
+        names["person"].append(person[:2])
     return "".join(text), names, neutral
 
 

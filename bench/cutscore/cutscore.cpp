@@ -26,6 +26,8 @@
 // word classes and association bins on the window's paragraphs (held out
 // from the model) and writes them, --pair-weights FILE uses such weights
 // (learned on other days) in the search.
+// --dump-cut FILE writes the cut of every paragraph (UTF-8, one line each,
+// words apart by spaces), e.g. for `vsglex --pre-cut`.
 // --names also feeds each paragraph's cut (at the engine's granularity) to
 // the engine of MODEL_DIR and scores its person, place and organisation
 // names as vsglex-eval does.
@@ -113,6 +115,7 @@ int main(int argc, char **argv) {
     int examples = 0;
     bool usePairs = false;
     bool names = false;
+    std::string dumpFile;
     int pairPlaceCut = 0;
     int learnEpochs = 0;
     double learnStep = 500.0;
@@ -138,6 +141,7 @@ int main(int argc, char **argv) {
             pairOptions.maxLength = static_cast<size_t>(std::max(1, std::atoi(argv[++i])));
         else if (a == "--pair-restrict") pairOptions.restrict = true;
         else if (a == "--names") names = true;
+        else if (a == "--dump-cut" && i + 1 < argc) dumpFile = argv[++i];
         else if (a == "--pair-learn" && i + 2 < argc) {
             learnEpochs = std::atoi(argv[++i]);
             learnFile = argv[++i];
@@ -150,7 +154,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr,
                      "usage: cutscore [--cutter model|dict] [--from YYYYMMDD] [--to YYYYMMDD] [--repeat N] "
                      "[--misses N] [--examples N] [--word-pairs WEIGHT [--pair-beta X] [--pair-floor X] [--pair-min-count N] [--pair-place-cut N] [--pair-learn EPOCHS FILE [--pair-step X]] [--pair-weights FILE] "
-                     "[--pair-max-length N] [--pair-restrict]] [--names] MODEL_DIR CORPUS_DIR\n");
+                     "[--pair-max-length N] [--pair-restrict]] [--names] [--dump-cut FILE] MODEL_DIR CORPUS_DIR\n");
         return 2;
     }
     if (cutter == "dict") setenv("VSGLEX_CUTTER", "dict", 1);
@@ -379,6 +383,23 @@ int main(int argc, char **argv) {
             std::printf("  gold %s\n  cut  %s\n", show(it.engine, from, to).c_str(), show(cuts[i], from, to).c_str());
             --examples;
         }
+    }
+    if (!dumpFile.empty()) {
+        // The cut of every paragraph, one line each, words apart by spaces.
+        std::FILE *f = std::fopen(dumpFile.c_str(), "w");
+        if (f == nullptr) {
+            std::fprintf(stderr, "cutscore: cannot write %s\n", dumpFile.c_str());
+            return 1;
+        }
+        for (size_t i = 0; i < items.size(); ++i) {
+            std::string line;
+            for (size_t k = 1; k < cuts[i].size(); ++k) {
+                if (k > 1) line += ' ';
+                line += items[i].text.substr(cuts[i][k - 1], cuts[i][k] - cuts[i][k - 1]);
+            }
+            std::fprintf(f, "%s\n", vsgtrain::GbToUtf8(line).c_str());
+        }
+        std::fclose(f);
     }
     if (misses > 0) {
         std::map<std::string, int> missed;

@@ -15,6 +15,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "common/tagset.h"
@@ -129,6 +130,11 @@ private:
     void EmitWord(size_t first, size_t last, int32_t tag);
     void ApplyUserWords(const Atom *atoms, size_t n);
     void EmitEngineWord(size_t first, size_t last, int32_t tag);
+    struct Span {  // an engine word as a run of items
+        size_t first, last;
+        int32_t tag;
+    };
+    void RepeatNames(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
@@ -162,6 +168,23 @@ private:
     std::vector<Piece> pieces_;
     std::vector<uint64_t> invalid_;
     int charset_ = 0;
+    // Person names the engine found in this text so far, by their GB text.
+    struct RememberedPerson {
+        int32_t tag = 0;
+        uint32_t found = 0;   // mentions the engine took for this name
+        uint32_t missed = 0;  // mentions it passed over
+    };
+    std::unordered_map<std::string, RememberedPerson> names_;
+    struct Repeat {  // spans [first, last] spell a remembered name
+        size_t first, last;
+        RememberedPerson *name;
+        bool extends;  // from a lone surname the engine tagged as a person
+    };
+    std::vector<Repeat> repeats_;
+    size_t longestName_ = 0;  // bytes
+    std::vector<bool> nameStarts_;  // by the first character's two bytes
+    std::vector<bool> nameEnds_;    // by the last character's two bytes
+    std::string run_;
 };
 
 void Analysis::Run(const char *text, size_t length, int charset) {
@@ -430,10 +453,6 @@ void Analysis::Flush() {
     };
     // Words as spans of items; a piece of an over-long run joins the word
     // before it again.
-    struct Span {
-        size_t first, last;
-        int32_t tag;
-    };
     thread_local std::vector<Span> spans;
     spans.clear();
     spans.reserve(n);
@@ -472,8 +491,103 @@ void Analysis::Flush() {
         cursor = last + 1;
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
+    RepeatNames(spans);
     for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag);
     items_.clear();
+}
+
+// Kept when a person name is remembered: two to eight Chinese characters
+// (a lone surname or an initial says too little to be repeated).
+constexpr size_t kMinNameBytes = 4;
+constexpr size_t kMaxNameBytes = 16;
+bool RememberedName(const char *p, size_t len) {
+    if (len < kMinNameBytes || len > kMaxNameBytes || len % 2 != 0) return false;
+    for (size_t i = 0; i < len; i += 2) {
+        auto lead = static_cast<unsigned char>(p[i]);
+        // Double-byte characters outside the rows of marks and symbols.
+        if (lead < 0x81 || (lead >= 0xA1 && lead <= 0xAF) || static_cast<unsigned char>(p[i + 1]) < 0x40) return false;
+    }
+    return true;
+}
+
+// A person name the engine found in a text is the same name where its
+// characters come again as whole words that the engine did not take for a
+// name: the recognisers miss a name in some of its contexts (a given name
+// cut as a dictionary word, 盛 云龙; a transliteration after a word they do
+// not expect) while finding it in others. A string is taken again only
+// while the engine has found it at least as often as it has passed it over
+// (so one false name among many plain mentions does not spread). The names
+// of the batch are counted first, so an earlier mention profits from a
+// later one.
+void Analysis::RepeatNames(std::vector<Span> &spans) {
+    const std::string &gb = work_.gb;
+    auto at = [&](const Span &s) { return gb.data() + items_[s.first].start; };
+    auto bytes = [&](const Span &s) {
+        return static_cast<size_t>(items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
+    auto plain = [&](const Span &s) {
+        for (size_t q = s.first; q <= s.last; ++q)
+            if (items_[q].user != nullptr || items_[q].continues) return false;
+        return !IsNameTag(s.tag);
+    };
+    for (const Span &s : spans) {
+        if (!IsPersonTag(s.tag) || !RememberedName(at(s), bytes(s))) continue;
+        RememberedPerson &r = names_[std::string(at(s), bytes(s))];
+        r.tag = s.tag;
+        ++r.found;
+        longestName_ = std::max(longestName_, bytes(s));
+        nameStarts_.resize(1 << 16);
+        nameEnds_.resize(1 << 16);
+        nameStarts_[key(at(s))] = true;
+        nameEnds_[key(at(s) + bytes(s) - 2)] = true;
+    }
+    if (names_.empty()) return;
+    // Mentions passed over: the longest run of plain words from a word,
+    // touching each other in one sentence, that spells a remembered name.
+    repeats_.clear();
+    for (size_t i = 0; i < spans.size(); ++i) {
+        // A lone surname the engine took for a person may be the start of a
+        // remembered name (何 长工 where 何长工 was found): the engine saw a
+        // person there, so only the name's extent is in question.
+        const bool surname = IsPersonTag(spans[i].tag) && bytes(spans[i]) == 2 && spans[i].first == spans[i].last &&
+                             items_[spans[i].first].user == nullptr;
+        if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !(surname || plain(spans[i]))) continue;
+        std::string &run = run_;
+        run.clear();
+        Repeat best{0, 0, nullptr, surname};
+        for (size_t j = i; j < spans.size() && (j == i || plain(spans[j])); ++j) {
+            const Item &a = items_[spans[j].first];
+            if (j > i) {
+                const Item &b = items_[spans[j - 1].last];
+                if (a.sentence != b.sentence || a.start != b.start + b.length) break;
+            }
+            run.append(at(spans[j]), bytes(spans[j]));
+            if (run.size() > longestName_) break;
+            if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
+            auto found = names_.find(run);
+            if (found != names_.end() && !(surname && j == i)) best = Repeat{i, j, &found->second, surname};
+        }
+        if (best.name == nullptr) continue;
+        if (!best.extends) ++best.name->missed;
+        repeats_.push_back(best);
+        i = best.last;
+    }
+    size_t out = 0, next = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        while (next < repeats_.size() && repeats_[next].first < i) ++next;
+        if (next < repeats_.size() && repeats_[next].first == i &&
+            (repeats_[next].extends || repeats_[next].name->found >= repeats_[next].name->missed)) {
+            const Repeat &r = repeats_[next];
+            spans[out++] = Span{spans[r.first].first, spans[r.last].last, r.name->tag};
+            i = r.last;
+        } else {
+            spans[out++] = spans[i];
+        }
+    }
+    spans.resize(out);
 }
 
 void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
