@@ -67,6 +67,8 @@ constexpr uint8_t kPosPlace = vsg::kPlaceTag;
 constexpr uint8_t kPosForeignPlace = vsg::kForeignPlaceTag;
 constexpr uint8_t kPosOrg = vsg::kOrgTag;
 constexpr int kPosOtherProper = vsg::kOtherProperTag;
+// Part-of-speech tag of measure words (届, 家, 次).
+constexpr int kPosMeasure = 7;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -235,6 +237,9 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     if (opening && !IsMultiChar(slot) && (vsg::IsFunctionOrPunctTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
         return false;
     }
+    // Nor does a one-character measure word (届 in 第八 届 全国 政协: the
+    // number and its measure stand before the name).
+    if (opening && !IsMultiChar(slot) && MainPosTag(r) == kPosMeasure) return false;
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
     if (c == 'T') return true;
     if (!IsMultiChar(slot)) return false;
