@@ -226,6 +226,7 @@ private:
     int32_t depth_ = 0;      // open round brackets
     bool hasWord_ = false;   // a body word that is not a number was taken
     bool personLed_ = false; // the name opened with a person name
+    bool placeLed_ = false;  // the name opened with a place name
     NameBuffer name_;
 };
 
@@ -318,6 +319,8 @@ void OrgScan::Open(int32_t slot) {
     depth_ = 0;
     hasWord_ = !IsNumber(slot);
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
+    placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
+                MainPosTag(Record(slot)) == kPosForeignPlace;
     name_.Clear();
     Take(slot);
 }
@@ -415,7 +418,12 @@ bool OrgScan::Extend(int32_t s) {
         Drop();
         return false;
     }
-    if (IsSuffix(s)) {
+    // A place followed by a word used mostly as an organisation name is one
+    // name (中国 国务院, 日本 大藏省).
+    const bool placeThenOrg =
+        s == first_ + 1 && placeLed_ && IsMultiChar(s) && MainPosTag(Record(s)) == kPosOrg &&
+        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare;
+    if (placeThenOrg || IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name,
         // and so does a later suffix reached over a few body words.
         const char n = roles_.At(s + 1);
