@@ -69,6 +69,8 @@ constexpr uint8_t kPosOrg = vsg::kOrgTag;
 constexpr int kPosOtherProper = vsg::kOtherProperTag;
 // Part-of-speech tag of measure words (届, 家, 次).
 constexpr int kPosMeasure = 7;
+// Part-of-speech tag of numerals (第六, 九).
+constexpr int kPosNumeral = 6;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -185,6 +187,12 @@ private:
         int8_t &known = numbers_[slot];
         if (known < 0) known = IsAllNum(Record(slot).text) == 1 ? 1 : 0;
         return known == 1;
+    }
+    // Whether the slot holds a numeral followed by a one-character measure
+    // word (第六 届, 九 届): a quantity, which no name begins with.
+    bool CountsMeasure(int32_t slot) const {
+        if (slot + 1 >= roles_.n || IsMultiChar(slot + 1) || MainPosTag(Record(slot + 1)) != kPosMeasure) return false;
+        return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
     }
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
@@ -382,7 +390,7 @@ void OrgScan::Run() {
             continue;
         }
         if (open_ && Extend(s)) continue;
-        if (span_->bestTag[s] != kDefaultRole && IsBody(s, true) && !IsNumber(s)) {
+        if (span_->bestTag[s] != kDefaultRole && IsBody(s, true) && !IsNumber(s) && !CountsMeasure(s)) {
             Open(s);
         } else if (c == 'T') {
             MarkSingle(s);
