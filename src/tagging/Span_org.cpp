@@ -83,6 +83,9 @@ constexpr int32_t kMaxLookahead = 3;
 // A common word opens a name only when at least this share of its
 // occurrences begins an organisation name (one in twenty).
 constexpr float kMinOpenShare = 0.05f;
+// A common word under that share opens a name right before a suffix word
+// when its first-word row holds at least this value (the log of the count).
+constexpr float kMinFirstValue = 2.4f;
 // A common multi-character word closes a name only when at least this share
 // of its occurrences ends an organisation name.
 constexpr float kMinSuffixShare = 0.2f;
@@ -193,6 +196,12 @@ private:
     bool CountsMeasure(int32_t slot) const {
         if (slot + 1 >= roles_.n || IsMultiChar(slot + 1) || MainPosTag(Record(slot + 1)) != kPosMeasure) return false;
         return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
+    }
+    // Whether a common word that begins many names, though under the share
+    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院).
+    bool OpensBeforeSuffix(int32_t slot) const {
+        if (!IsMultiChar(slot) || slot + 1 >= roles_.n || IsTerminator(roles_.At(slot + 1))) return false;
+        return HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) && IsMultiChar(slot + 1) && IsSuffix(slot + 1);
     }
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
@@ -390,7 +399,8 @@ void OrgScan::Run() {
             continue;
         }
         if (open_ && Extend(s)) continue;
-        if (span_->bestTag[s] != kDefaultRole && IsBody(s, true) && !IsNumber(s) && !CountsMeasure(s)) {
+        if (span_->bestTag[s] != kDefaultRole && (IsBody(s, true) || OpensBeforeSuffix(s)) && !IsNumber(s) &&
+            !CountsMeasure(s)) {
             Open(s);
         } else if (c == 'T') {
             MarkSingle(s);
