@@ -242,4 +242,59 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     EXPECT_EQ(talk[3].state, 0);
 }
 
+TEST(OrgRecognize, QuantitiesOpenNothingAndPlacesJoinOrganisationWords) {
+    Engine e;
+    const float seldom = std::log(21.0f), often = std::log(1001.0f);
+    const std::vector<DictSRow> suffix = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    // A numeral, and a measure word after it, begin no name (第六 届 全国
+    // 政协); the same words with other tags do.
+    const std::vector<DictSRow> numeral = {{0, 6, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> measure = {{0, 7, 3.0f, 1}};
+    const std::vector<DictSRow> noun = {{0, 2, 3.0f, 1}};
+    const std::vector<DictSRow> nounFirst = {{0, 2, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    Sentence term({{"^"}, {"第六", numeral, seldom}, {"届", measure}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, term, "AAEAAZ");
+    EXPECT_EQ(term[1].classText[0], '\0');
+    EXPECT_EQ(term[2].classText[0], '\0');
+    ExpectOrg(e, term, 3, "华联集团", 1);
+    Sentence nine({{"^"}, {"九", numeral}, {"届", measure}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, nine, "AJEAAZ");
+    ExpectOrg(e, nine, 3, "华联集团", 1);
+    EXPECT_EQ(nine[1].state, 0);
+    Sentence words({{"^"}, {"第六", nounFirst, seldom}, {"届", noun}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, words, "AAEAAZ");
+    ExpectOrg(e, words, 1, "第六届华联集团", 3);
+
+    // A place that begins names, then a word used mostly as an organisation
+    // name: one name, which goes on to a later suffix. A place that begins
+    // no names, or an organisation word after a common noun, stays apart.
+    const std::vector<DictSRow> opener = {{0, 29, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> placeOnly = {{0, 29, 3.0f, 1}};
+    const std::vector<DictSRow> org = {{0, 31, 3.0f, 1}};
+    Sentence state({{"^"}, {"中国", opener, seldom}, {"国务院", org, seldom}, {"说", kPlain}, {"$"}});
+    Org(e, state, "AAAzZ");
+    ExpectOrg(e, state, 1, "中国国务院", 1);
+    Sentence centre({{"^"}, {"中国", opener, seldom}, {"国务院", org, seldom}, {"发展", noun, often},
+                     {"集团", suffix, seldom}, {"$"}});
+    Org(e, centre, "AAAAAZ");
+    ExpectOrg(e, centre, 1, "中国国务院发展集团", 3);
+    Sentence hall({{"^"}, {"中南海", placeOnly, seldom}, {"国务院", org, seldom}, {"说", kPlain}, {"$"}});
+    Org(e, hall, "AAAzZ");
+    EXPECT_TRUE(Untouched(hall));
+
+    // A word that begins ten or more names, under the share, opens one only
+    // right before a suffix word (人民 检察院, not 人民 动物 集团).
+    const std::vector<DictSRow> people = {{0, 2, 6.0f, 1}, {3, 2, 2.4f, 1}};
+    const std::vector<DictSRow> rare = {{0, 2, 6.0f, 1}, {3, 2, 2.3f, 1}};
+    Sentence court({{"^"}, {"人民", people, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, court, "AAAZ");
+    ExpectOrg(e, court, 1, "人民法院", 1);
+    Sentence few({{"^"}, {"人民", rare, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, few, "AAAZ");
+    EXPECT_TRUE(Untouched(few));
+    Sentence apart({{"^"}, {"人民", people, often}, {"动物", noun, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, apart, "AAAAZ");
+    EXPECT_TRUE(Untouched(apart));
+}
+
 }  // namespace
