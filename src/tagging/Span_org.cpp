@@ -89,6 +89,9 @@ constexpr float kMinFirstValue = 2.4f;
 // A common multi-character word closes a name only when at least this share
 // of its occurrences ends an organisation name.
 constexpr float kMinSuffixShare = 0.2f;
+// After a person name a multi-character suffix must end names in at least
+// this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
+constexpr float kMinPersonSuffixShare = 0.35f;
 
 // One-character words that the role model often takes for suffixes.
 // Function words and date/dispatch markers never close a name.
@@ -430,9 +433,11 @@ bool OrgScan::Extend(int32_t s) {
         Take(s);
         return true;
     }
-    // A person name begins only a two-word name (宋庆龄 基金会); longer runs
-    // after a person are mostly a sentence going on (李克强 代表 全国总工会).
-    if (personLed_ && !IsSuffix(s)) {
+    // A person name begins only a two-word name closed by a strong suffix
+    // (宋庆龄 基金会); longer runs after a person are mostly a sentence going
+    // on (李克强 代表 全国总工会), and a weaker suffix word mostly a common
+    // noun (克林顿 政府).
+    if (personLed_ && (!IsSuffix(s) || (IsMultiChar(s) && OrgRowShare(Record(s), kRoleSuffix) < kMinPersonSuffixShare))) {
         Drop();
         return false;
     }

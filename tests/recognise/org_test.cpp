@@ -235,6 +235,21 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     std::strcpy(person[1].classText, vsg::kPersonClass);
     Org(e, person, "AAAZ");
     ExpectOrg(e, person, 1, "宋庆龄基金会", 1);
+    // ... and only when the suffix ends names in at least 0.35 of its uses.
+    const std::vector<DictSRow> half = {{0, 2, 3.0f, 1}, {3, 5, std::log(10.0f), 1}};
+    const std::vector<DictSRow> third = {{0, 2, 3.0f, 1}, {3, 5, std::log(6.0f), 1}};
+    Sentence strong({{"^"}, {"宋庆龄"}, {"基金会", half, seldom}, {"$"}});
+    std::strcpy(strong[1].classText, vsg::kPersonClass);
+    Org(e, strong, "AAAZ");
+    ExpectOrg(e, strong, 1, "宋庆龄基金会", 1);
+    Sentence government({{"^"}, {"李明"}, {"政府", third, seldom}, {"$"}});
+    std::strcpy(government[1].classText, vsg::kPersonClass);
+    Org(e, government, "AAAZ");
+    EXPECT_EQ(government[1].state, 0);
+    EXPECT_EQ(government[2].state, 0);
+    Sentence city({{"^"}, {"华联", first, seldom}, {"政府", third, seldom}, {"$"}});
+    Org(e, city, "AAAZ");
+    ExpectOrg(e, city, 1, "华联政府", 1);
     Sentence talk({{"^"}, {"李明"}, {"动物", noun, often}, {"集团", suffix, seldom}, {"$"}});
     std::strcpy(talk[1].classText, vsg::kPersonClass);
     Org(e, talk, "AAAAZ");
