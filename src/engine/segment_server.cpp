@@ -9,6 +9,10 @@
 #include <new>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/model_files.h"
 #include "engine/blank_items.h"
 #include "engine/core.h"
@@ -90,7 +94,22 @@ int32_t LoadModels(SegmentEngine *e, const char *dir, Messages messages, LoadFau
 void Append(WordList *output, const char *text, size_t textSize, uint8_t tag, const WordItem &from) {
     WordItem &out = output->items[output->count++];
     memset(&out, 0, sizeof out);
-    vsg::engine::CopyGbText(out.text, sizeof out.text, text, textSize);
+    bool copied = false;
+#if defined(__SSE2__)
+    if (textSize >= 16) {
+        // Most words end within 16 bytes: one block move, with the bytes
+        // after the terminator cleared as CopyGbText leaves them.
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
+        const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
+        if (nul != 0) {
+            const __m128i before = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(__builtin_ctz(nul))),
+                                                  _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out.text), _mm_and_si128(block, before));
+            copied = true;
+        }
+    }
+#endif
+    if (!copied) vsg::engine::CopyGbText(out.text, sizeof out.text, text, textSize);
     out.tag = tag;
     out.mark = from.mark;
     out.kind = from.kind;

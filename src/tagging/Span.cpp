@@ -82,7 +82,7 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
 
 // Copies the text a word stands for in the models (its class word when it has
 // one) into a slot, bounded by both fields; returns its length.
-size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
+inline size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
     const char *src = w.text;
     size_t limit = sizeof w.text;
     if (w.classText[0] != '\0') {
@@ -378,8 +378,55 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
     });
 }
 
-int32_t CSpan_Disamb(CSpan *span) {
-    if (span == nullptr || span->count < 2) return 1;
+namespace {
+
+// One slot of the forward pass over wide rows (SpanTables::WideRows): adds
+// to each candidate's cost its cheapest path from the `prevCount`
+// predecessors (rows `rows`, path costs `prevScore`), the first of equal
+// paths, or kNoPath with back index kNoBack when none is below kNoPath;
+// stores each candidate's row in `nextRows`. Returns the candidate count.
+int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
+              int prevCount, const double *const *wide, const double **nextRows) {
+    int n = 0;
+    if (prevCount == 1) {
+        // One predecessor (a word with one candidate, as most are in the
+        // role passes): every path goes through it.
+        const double *row = rows[0];
+        const double before = prevScore[0];
+        for (; n < kSpanCands; ++n) {
+            const uint8_t t = cand[n];
+            if (t == kNoTag) break;
+            const double c = row[t] + before;
+            const bool reached = c < kNoPath;
+            back[n] = reached ? 0 : kNoBack;
+            score[n] += reached ? c : kNoPath;
+            nextRows[n] = wide[t];
+        }
+        return n;
+    }
+    for (; n < kSpanCands; ++n) {
+        const uint8_t t = cand[n];
+        if (t == kNoTag) break;
+        double best = kNoPath;
+        int arg = kNoBack;
+        // Predecessors in order; the first of equal paths is kept. Written
+        // as selections (compiled without branches): which way each
+        // comparison goes is data, and mispredicted branches cost more than
+        // the few more instructions of a two-at-a-time loop save.
+        for (int i = 0; i < prevCount; ++i) {
+            const double c = rows[i][t] + prevScore[i];
+            arg = c < best ? i : arg;
+            best = c < best ? c : best;
+        }
+        back[n] = static_cast<uint8_t>(arg);
+        score[n] += best;
+        nextRows[n] = wide[t];
+    }
+    return n;
+}
+
+// The forward pass without tables: rows are looked up in the model.
+int32_t DisambPlain(CSpan *span) {
     const ContextStat *m = span->model;
     // The model's table, read once: the byte stores below could otherwise
     // change it as far as the compiler knows.
@@ -439,6 +486,31 @@ int32_t CSpan_Disamb(CSpan *span) {
         }
         std::swap(rows, nextRows);
         prevCount = j;
+    }
+    return 1;
+}
+
+}  // namespace
+
+int32_t CSpan_Disamb(CSpan *span) {
+    if (span == nullptr || span->count < 2) return 1;
+    const vsg::tagging::SpanTables *tables = span->tables;
+    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+    // With the tables: every row has a column for every tag, holding the
+    // cost the plain pass would use for that pair.
+    const double *const *wide = tables->WideRows();
+    const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
+    const double *rowsA[kSpanCands];
+    const double *rowsB[kSpanCands];
+    const double **rows = rowsA;
+    const double **nextRows = rowsB;
+    int prevCount = 0;
+    for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
+        rows[prevCount] = wide[prev[prevCount]];
+    for (uint32_t k = 1; k < count; ++k) {
+        prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount, wide,
+                              nextRows);
+        std::swap(rows, nextRows);
     }
     return 1;
 }

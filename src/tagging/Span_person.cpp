@@ -80,15 +80,20 @@ private:
         return (slot >= 0 && slot < kSpanSlots) ? span_->offset[slot] : 0;
     }
     // Foreign-name rule at slot x; the position to go on from when it
-    // fires, else -1.
-    int32_t ForeignName(int32_t x);
+    // fires, else -1. Only an L or O letter can begin such a name: the rest
+    // of the rule runs out of line.
+    int32_t ForeignName(int32_t x) {
+        const char begin = roles_.At(x);
+        return (begin == 'L' || begin == 'O') ? ReadForeignName(x) : -1;
+    }
+    int32_t ReadForeignName(int32_t x);
     // Pattern name of slots pos .. end-1, already joined into `name`.
     void WritePatternName(int32_t pos, int32_t end, const NameBuffer &name);
 
     RoleString roles_{};
 };
 
-int32_t PersonScan::ForeignName(int32_t x) {
+int32_t PersonScan::ReadForeignName(int32_t x) {
     const char begin = roles_.At(x);
     if (begin != 'L' && begin != 'O') return -1;
     const char middle = static_cast<char>(begin + 1);

@@ -37,6 +37,18 @@ bool SpanTables::Build(const DictionaryS &core, const ContextStat &model, int32_
     const uint32_t rowCount = (possibility_ != nullptr) ? tagCount_ : 0;
     for (uint32_t t = 0; t < 256; ++t)
         rows_[t] = (t < rowCount && possibility_[t] != nullptr) ? possibility_[t] : kUnseen.cost;
+    try {
+        wideCosts_.assign(static_cast<size_t>(rowCount) * 256, kUnseen.cost[0]);
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    for (uint32_t t = 0; t < 256; ++t) {
+        wide_[t] = kUnseen.cost;
+        if (rows_[t] == kUnseen.cost) continue;
+        double *row = wideCosts_.data() + static_cast<size_t>(t) * 256;
+        for (uint32_t c = 0; c < rowCount; ++c) row[c] = rows_[t][c];
+        wide_[t] = row;
+    }
     // Each entry's rows of this set, costed single value minus row value as
     // the fill costs them, the first kMaxCands in row order.
     const uint32_t singles = (single_ != nullptr) ? tagCount_ : 0;

@@ -31,6 +31,10 @@ public:
     // Cost row of predecessor tag `tag`: the model's row, or a row of the
     // unseen-pair cost for a tag the model has none for.
     const double *Row(uint8_t tag) const { return rows_[tag]; }
+    // The same rows, each of 256 columns: the model's costs, and the
+    // unseen-pair cost in the columns of tags the model has none for (the
+    // cost the forward pass gives such a pair). Indexed by tag.
+    const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
     // `limit`, in row order) when `w` carries its entry (see MarkEntry);
@@ -71,6 +75,8 @@ private:
     uint8_t tagCount_ = 0;
     int32_t set_ = -1;
     const double *rows_[256] = {};
+    const double *wide_[256] = {};
+    std::vector<double> wideCosts_;  // the model's rows, widened
     // Entry e's candidates are [first_[e], first_[e + 1]) of tags_/costs_.
     std::vector<uint32_t> first_;
     std::vector<uint8_t> tags_;

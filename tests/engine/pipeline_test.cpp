@@ -364,3 +364,26 @@ TEST_F(Pipeline, BlankItemsPassThroughUntagged) {
     EXPECT_EQ(out.Texts(), (Words{"", "张伟", "", "说", " ", "，", "他", "\t \r\n", "在", "北京", "。", "",
                                   "  ", "", "黄", "岩", "村", "在", "中国", " "}));
 }
+
+// Output items are cleared past their text's terminator, even when the
+// working records held longer words before (records are reused between
+// calls and are not cleared).
+TEST_F(Pipeline, OutputTextsEndInZeroBytes) {
+    Input longWords;
+    longWords.AddWords({"中华人民共和国全国人民代表大会", "常务委员会委员长会议纪要", "。"}, 1);
+    Input shortWords;
+    shortWords.AddWords({"他", "说", "。"}, 2);
+    for (Input *input : {&longWords, &shortWords}) {
+        WordList list = input->List();
+        Output out;
+        ASSERT_EQ(VSG_SegmentForServer(&list, &out.list, 0, engine_), 1);
+        ASSERT_GT(out.list.count, 0);
+        for (int i = 0; i < out.list.count; ++i) {
+            const WordItem &w = out.list.items[i];
+            const size_t n = strnlen(w.text, sizeof w.text);
+            ASSERT_LT(n, sizeof w.text);
+            for (size_t b = n; b < sizeof w.text; ++b)
+                EXPECT_EQ(w.text[b], '\0') << "item " << i << " byte " << b << " of " << Utf8(w.text);
+        }
+    }
+}
