@@ -488,7 +488,12 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             }
             found[k] = static_cast<uint32_t>(at);
         }
-        for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+        // The entries' rows are read by the class assignment and the
+        // organisation scan: fetched now too.
+        for (int32_t k = 1; k <= words; ++k) {
+            SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
+            if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
+        }
         // The span tables' candidates of these entries, read when the
         // chunk is tagged.
         if (index != nullptr) {
