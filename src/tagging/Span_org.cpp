@@ -94,6 +94,11 @@ constexpr float kMinFirstValue = 2.4f;
 // A common multi-character word closes a name only when at least this share
 // of its occurrences ends an organisation name.
 constexpr float kMinSuffixShare = 0.2f;
+// After two or more words of a name not opened by a place, a word that ends
+// ten or more names (its suffix row at least 2.4) closes the name with half
+// that share (国际 货币 基金 组织).
+constexpr float kMinLongSuffixValue = 2.4f;
+constexpr float kMinLongSuffixShare = 0.1f;
 // After a person name a multi-character suffix must end names in at least
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
@@ -312,8 +317,14 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
     // A common multi-character word closes a name only when it ends one in
     // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
-    return !IsMultiChar(slot) || r.classText[0] != '\0' ||
-           OrgRowShare(r, kRoleSuffix) >= kMinSuffixShare;
+    if (!IsMultiChar(slot) || r.classText[0] != '\0') return true;
+    const float share = OrgRowShare(r, kRoleSuffix);
+    if (share >= kMinSuffixShare) return true;
+    // After two or more words a word that ends many names, though under the
+    // share, closes the name too (国际 货币 基金 组织); not after a place,
+    // where the corpus mostly writes a place and common nouns.
+    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 && HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) &&
+           share >= kMinLongSuffixShare;
 }
 
 bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {

@@ -310,6 +310,30 @@ TEST(OrgRecognize, QuantitiesOpenNothingAndPlacesJoinOrganisationWords) {
     Sentence apart({{"^"}, {"人民", people, often}, {"动物", noun, often}, {"法院", suffix, seldom}, {"$"}});
     Org(e, apart, "AAAAZ");
     EXPECT_TRUE(Untouched(apart));
+    // A word that ends ten or more names at a share of 0.1 to 0.2 closes a
+    // name of three or more words not opened by a place (国际 货币 基金
+    // 组织), but not a shorter one, one opened by a place, nor with a smaller
+    // suffix row or a share under 0.1.
+    const float some = std::log(101.0f);
+    const std::vector<DictSRow> body = {{0, 2, 5.0f, 1}, {3, 3, 1.0f, 1}};
+    const std::vector<DictSRow> group = {{0, 2, 4.6f, 1}, {3, 5, std::log(15.0f), 1}};
+    const std::vector<DictSRow> rarely = {{0, 2, 4.6f, 1}, {3, 5, std::log(11.0f), 1}};
+    Sentence fund({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, fund, "AAAAZ");
+    ExpectOrg(e, fund, 1, "华联货币组织", 2);
+    Sentence two({{"^"}, {"华联", nounFirst, seldom}, {"组织", group, some}, {"$"}});
+    Org(e, two, "AAAZ");
+    EXPECT_TRUE(Untouched(two));
+    Sentence province({{"^"}, {"湖南", opener, seldom}, {"货币", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, province, "AAAAZ");
+    EXPECT_TRUE(Untouched(province));
+    Sentence under({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", rarely, some}, {"$"}});
+    Org(e, under, "AAAAZ");
+    EXPECT_TRUE(Untouched(under));
+    const float many = std::log(201.0f);
+    Sentence frequent({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, many}, {"$"}});
+    Org(e, frequent, "AAAAZ");
+    EXPECT_TRUE(Untouched(frequent));
 }
 
 }  // namespace
