@@ -22,7 +22,8 @@
 // occurrences (its C row against stats[0]); inside a name it is also taken
 // with any C or E row or when it is used mostly as a noun. A suffix has an
 // organisation row of role D with a value of at least 1.1; a common
-// multi-character suffix must also end names in a fifth of its occurrences,
+// multi-character suffix must also end names in a fifth of its occurrences
+// (a tenth, with ten or more, after two words of a name not opened by a place),
 // and an unknown word is a suffix when its last character is one. A name
 // opened by a person name takes nothing but a suffix, a multi-character one
 // only when it ends names in 0.35 of its occurrences. A place that opens
