@@ -14,6 +14,7 @@
 #include "support/support.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
+#include "tagging/span_tables.h"
 #include "vsglex/model.h"
 
 using vsgtest::ContextModel;
@@ -509,4 +510,60 @@ TEST(RoleString, LettersEndAtTheRunOrTheArrayAndUnknownTagsReadAsNul) {
     EXPECT_EQ(roles.letter[kSpanSlots], '\0');
     vsg::names::BuildRoleString(span.get(), nullptr, 'z', 0, 3, &roles);
     EXPECT_EQ(std::string(roles.letter, 4), std::string("z\0\0\0", 4));
+}
+
+// The forward pass over the load-time tables' widened rows gives the plain
+// pass's back indices, path costs and best tags bit for bit: random rows
+// with tags past the model, missing rows, NaN and dead-end costs.
+TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
+    std::mt19937 rng(777);
+    std::uniform_real_distribution<double> cost(0.0, 20.0);
+    auto draw = [&]() {
+        const unsigned r = rng() % 40;
+        if (r == 0) return std::numeric_limits<double>::quiet_NaN();
+        if (r == 1) return 2e7;  // no path below the dead-end cost
+        if (r == 2) return 3.0;  // ties
+        return cost(rng);
+    };
+    for (int round = 0; round < 200; ++round) {
+        const int tags = 3 + static_cast<int>(rng() % 6);
+        ContextModel model(tags);
+        for (int p = 0; p < tags; ++p)
+            for (int c = 0; c < tags; ++c) model.SetTransition(p, c, draw());
+        if (round % 7 == 0) model.get()->possibility[rng() % tags] = nullptr;  // a tag without a row
+        const DictionaryS core{};
+        vsg::tagging::SpanTables tables;
+        ASSERT_TRUE(tables.Build(core, *model.get(), 0));
+
+        SpanPtr plain = NewSpan(0, model);
+        SpanPtr wide = NewSpan(0, model);
+        wide->tables = &tables;
+        const int slots = 2 + static_cast<int>(rng() % 30);
+        for (CSpan *span : {plain.get(), wide.get()}) span->count = static_cast<uint32_t>(slots);
+        for (int k = 0; k < slots; ++k) {
+            const int n = k == 0 ? 1 : static_cast<int>(rng() % 8);  // empty rows too
+            for (int j = 0; j < n; ++j) {
+                const auto tag = static_cast<uint8_t>(rng() % (tags + 3));  // some past the model
+                const double own = draw();
+                for (CSpan *span : {plain.get(), wide.get()}) {
+                    span->cand[k][j] = tag;
+                    span->score[k][j] = own;
+                }
+            }
+            for (CSpan *span : {plain.get(), wide.get()}) {
+                span->cand[k][n] = kNoTag;
+                snprintf(span->word[k], sizeof span->word[k], "w%d", k);
+            }
+        }
+        CSpan_GetBestPOS0(plain.get());
+        CSpan_GetBestPOS0(wide.get());
+        for (int k = 1; k < slots; ++k) {
+            for (int j = 0; j < kSpanCands && plain->cand[k][j] != kNoTag; ++j) {
+                EXPECT_EQ(wide->back[k][j], plain->back[k][j]) << "round " << round << " slot " << k;
+                EXPECT_EQ(memcmp(&wide->score[k][j], &plain->score[k][j], sizeof(double)), 0)
+                    << "round " << round << " slot " << k << ": " << wide->score[k][j] << " vs " << plain->score[k][j];
+            }
+            EXPECT_EQ(wide->bestTag[k], plain->bestTag[k]) << "round " << round << " slot " << k;
+        }
+    }
 }
