@@ -324,8 +324,8 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     // After two or more words a word that ends many names, though under the
     // share, closes the name too (国际 货币 基金 组织); not after a place,
     // where the corpus mostly writes a place and common nouns.
-    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 && HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) &&
-           share >= kMinLongSuffixShare;
+    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 &&
+           HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) && share >= kMinLongSuffixShare;
 }
 
 bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
@@ -454,7 +454,8 @@ bool OrgScan::Extend(int32_t s) {
     // (宋庆龄 基金会); longer runs after a person are mostly a sentence going
     // on (李克强 代表 全国总工会), and a weaker suffix word mostly a common
     // noun (克林顿 政府).
-    if (personLed_ && (!IsSuffix(s) || (IsMultiChar(s) && OrgRowShare(Record(s), kRoleSuffix) < kMinPersonSuffixShare))) {
+    if (personLed_ &&
+        (!IsSuffix(s) || (IsMultiChar(s) && OrgRowShare(Record(s), kRoleSuffix) < kMinPersonSuffixShare))) {
         Drop();
         return false;
     }
