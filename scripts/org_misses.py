@@ -2,7 +2,7 @@
 """Sorts the missed organisation names of a cross-validation run by what the
 organisation recogniser's tests saw in the training days.
 
-usage: scripts/org_misses.py KEEP_DIR [CORPUS_DIR]
+usage: scripts/org_misses.py [--cuts] KEEP_DIR [CORPUS_DIR]
   KEEP_DIR holds foldK/ex.txt, the output of
   `vsglex-eval --examples 100000 KEEP_DIR/foldK/models CORPUS_FILE` for the
   models that `scripts/crossval.sh --keep KEEP_DIR` kept.
@@ -14,6 +14,12 @@ fifth of its occurrences (counting the suffix row's added 2.05); whether
 the first word is a name, unknown, or begins compounds in at least one of
 twenty occurrences. Counts come from the corpus tokens, not the trainer's
 units, so they are close to the trainer's, not equal.
+
+With --cuts it sorts every organisation error of the run instead by how the
+output cut the text: false names; missed names that the output split into
+several words (with or without an organisation word among them), that it
+gave as one word of another tag, or whose first or last output word runs
+past the name.
 """
 import collections
 import os
@@ -45,7 +51,49 @@ def count(path):
     return total, ends, begins
 
 
+def cuts(keep):
+    kinds, examples = collections.Counter(), collections.defaultdict(collections.Counter)
+    for k, _ in enumerate(FOLDS):
+        for line in open(os.path.join(keep, 'fold%d' % (k + 1), 'ex.txt'), encoding='utf-8'):
+            line = line.rstrip('\n')
+            m = re.match(r'organisation: false .*?\[(.*)/nt\]', line)
+            if m:
+                kinds['false name'] += 1
+                examples['false name'][m.group(1)] += 1
+                continue
+            m = re.match(r'organisation: miss  (.*?)  :  (.*)', line)
+            if not m:
+                continue
+            gold, toks = m.group(1), m.group(2).split(' ')
+            at = [i for i, t in enumerate(toks) if t.startswith('[')]
+            if not at:
+                continue
+            i = at[0]
+            toks[i] = toks[i][1:]
+            text, tags = '', []
+            while i < len(toks) and len(text) < len(gold):
+                w, _, tag = toks[i].rstrip(']').rpartition('/')
+                text += w
+                tags.append(tag.split('#')[0])
+                i += 1
+            if text == gold and len(tags) == 1:
+                key = 'missed: one word of another tag'
+            elif text == gold:
+                key = 'missed: split, an organisation word among the parts' if 'nt' in tags else 'missed: split'
+            elif text.startswith(gold):
+                key = 'missed: the last output word runs past the name'
+            else:
+                key = 'missed: an output word crosses the start of the name'
+            kinds[key] += 1
+            examples[key][gold] += 1
+    for key, n in kinds.most_common():
+        print('%5d  %-55s %s' % (n, key, ' '.join(w for w, _ in examples[key].most_common(6))))
+
+
 def main():
+    if sys.argv[1] == '--cuts':
+        cuts(sys.argv[2])
+        return
     keep = sys.argv[1]
     here = os.path.dirname(os.path.abspath(__file__))
     corpus = sys.argv[2] if len(sys.argv) > 2 else os.path.join(here, '..', '..', 'shared', 'corpus', 'pfr-1998-01')

@@ -22,9 +22,15 @@
 // occurrences (its C row against stats[0]); inside a name it is also taken
 // with any C or E row or when it is used mostly as a noun. A suffix has an
 // organisation row of role D with a value of at least 1.1; a common
-// multi-character suffix must also end names in a fifth of its occurrences,
+// multi-character suffix must also end names in a fifth of its occurrences
+// (a tenth, with ten or more, after two words of a name not opened by a place),
 // and an unknown word is a suffix when its last character is one. A name
-// opened by a person name takes nothing but its suffix.
+// opened by a person name takes nothing but a suffix, a multi-character one
+// only when it ends names in 0.35 of its occurrences. A place that opens
+// names followed by a word used mostly as an organisation name is one name
+// (中国 国务院). A common word that begins ten or more names opens one right
+// before a suffix (人民 检察院); a measure word, or a numeral before one,
+// opens none (第八 届 全国 政协).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -67,6 +73,10 @@ constexpr uint8_t kPosPlace = vsg::kPlaceTag;
 constexpr uint8_t kPosForeignPlace = vsg::kForeignPlaceTag;
 constexpr uint8_t kPosOrg = vsg::kOrgTag;
 constexpr int kPosOtherProper = vsg::kOtherProperTag;
+// Part-of-speech tag of measure words (届, 家, 次).
+constexpr int kPosMeasure = 7;
+// Part-of-speech tag of numerals (第六, 九).
+constexpr int kPosNumeral = 6;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -79,9 +89,20 @@ constexpr int32_t kMaxLookahead = 3;
 // A common word opens a name only when at least this share of its
 // occurrences begins an organisation name (one in twenty).
 constexpr float kMinOpenShare = 0.05f;
+// A common word under that share opens a name right before a suffix word
+// when its first-word row holds at least this value (the log of the count).
+constexpr float kMinFirstValue = 2.4f;
 // A common multi-character word closes a name only when at least this share
 // of its occurrences ends an organisation name.
 constexpr float kMinSuffixShare = 0.2f;
+// After two or more words of a name not opened by a place, a word that ends
+// ten or more names (its suffix row at least 2.4) closes the name with half
+// that share (国际 货币 基金 组织).
+constexpr float kMinLongSuffixValue = 2.4f;
+constexpr float kMinLongSuffixShare = 0.1f;
+// After a person name a multi-character suffix must end names in at least
+// this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
+constexpr float kMinPersonSuffixShare = 0.35f;
 
 // One-character words that the role model often takes for suffixes.
 // Function words and date/dispatch markers never close a name.
@@ -184,6 +205,18 @@ private:
         if (known < 0) known = IsAllNum(Record(slot).text) == 1 ? 1 : 0;
         return known == 1;
     }
+    // Whether the slot holds a numeral followed by a one-character measure
+    // word (第六 届, 九 届): a quantity, which no name begins with.
+    bool CountsMeasure(int32_t slot) const {
+        if (slot + 1 >= roles_.n || IsMultiChar(slot + 1) || MainPosTag(Record(slot + 1)) != kPosMeasure) return false;
+        return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
+    }
+    // Whether a common word that begins many names, though under the share
+    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院).
+    bool OpensBeforeSuffix(int32_t slot) const {
+        if (!IsMultiChar(slot) || slot + 1 >= roles_.n || IsTerminator(roles_.At(slot + 1))) return false;
+        return HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) && IsMultiChar(slot + 1) && IsSuffix(slot + 1);
+    }
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
     // Share of the word's occurrences seen in organisation role `role`
@@ -224,6 +257,7 @@ private:
     int32_t depth_ = 0;      // open round brackets
     bool hasWord_ = false;   // a body word that is not a number was taken
     bool personLed_ = false; // the name opened with a person name
+    bool placeLed_ = false;  // the name opened with a place name
     NameBuffer name_;
 };
 
@@ -235,6 +269,9 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     if (opening && !IsMultiChar(slot) && (vsg::IsFunctionOrPunctTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
         return false;
     }
+    // Nor does a one-character measure word (届 in 第八 届 全国 政协: the
+    // number and its measure stand before the name).
+    if (opening && !IsMultiChar(slot) && MainPosTag(r) == kPosMeasure) return false;
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
     if (c == 'T') return true;
     if (!IsMultiChar(slot)) return false;
@@ -281,8 +318,14 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
     // A common multi-character word closes a name only when it ends one in
     // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
-    return !IsMultiChar(slot) || r.classText[0] != '\0' ||
-           OrgRowShare(r, kRoleSuffix) >= kMinSuffixShare;
+    if (!IsMultiChar(slot) || r.classText[0] != '\0') return true;
+    const float share = OrgRowShare(r, kRoleSuffix);
+    if (share >= kMinSuffixShare) return true;
+    // After two or more words a word that ends many names, though under the
+    // share, closes the name too (国际 货币 基金 组织); not after a place,
+    // where the corpus mostly writes a place and common nouns.
+    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 &&
+           HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) && share >= kMinLongSuffixShare;
 }
 
 bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
@@ -313,6 +356,8 @@ void OrgScan::Open(int32_t slot) {
     depth_ = 0;
     hasWord_ = !IsNumber(slot);
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
+    placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
+                MainPosTag(Record(slot)) == kPosForeignPlace;
     name_.Clear();
     Take(slot);
 }
@@ -374,7 +419,8 @@ void OrgScan::Run() {
             continue;
         }
         if (open_ && Extend(s)) continue;
-        if (span_->bestTag[s] != kDefaultRole && IsBody(s, true) && !IsNumber(s)) {
+        if (span_->bestTag[s] != kDefaultRole && (IsBody(s, true) || OpensBeforeSuffix(s)) && !IsNumber(s) &&
+            !CountsMeasure(s)) {
             Open(s);
         } else if (c == 'T') {
             MarkSingle(s);
@@ -404,13 +450,21 @@ bool OrgScan::Extend(int32_t s) {
         Take(s);
         return true;
     }
-    // A person name begins only a two-word name (宋庆龄 基金会); longer runs
-    // after a person are mostly a sentence going on (李克强 代表 全国总工会).
-    if (personLed_ && !IsSuffix(s)) {
+    // A person name begins only a two-word name closed by a strong suffix
+    // (宋庆龄 基金会); longer runs after a person are mostly a sentence going
+    // on (李克强 代表 全国总工会), and a weaker suffix word mostly a common
+    // noun (克林顿 政府).
+    if (personLed_ &&
+        (!IsSuffix(s) || (IsMultiChar(s) && OrgRowShare(Record(s), kRoleSuffix) < kMinPersonSuffixShare))) {
         Drop();
         return false;
     }
-    if (IsSuffix(s)) {
+    // A place followed by a word used mostly as an organisation name is one
+    // name (中国 国务院, 日本 大藏省).
+    const bool placeThenOrg =
+        s == first_ + 1 && placeLed_ && IsMultiChar(s) && MainPosTag(Record(s)) == kPosOrg &&
+        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare;
+    if (placeThenOrg || IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name,
         // and so does a later suffix reached over a few body words.
         const char n = roles_.At(s + 1);

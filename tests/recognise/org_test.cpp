@@ -235,11 +235,105 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     std::strcpy(person[1].classText, vsg::kPersonClass);
     Org(e, person, "AAAZ");
     ExpectOrg(e, person, 1, "宋庆龄基金会", 1);
+    // ... and only when the suffix ends names in at least 0.35 of its uses.
+    const std::vector<DictSRow> half = {{0, 2, 3.0f, 1}, {3, 5, std::log(10.0f), 1}};
+    const std::vector<DictSRow> third = {{0, 2, 3.0f, 1}, {3, 5, std::log(6.0f), 1}};
+    Sentence strong({{"^"}, {"宋庆龄"}, {"基金会", half, seldom}, {"$"}});
+    std::strcpy(strong[1].classText, vsg::kPersonClass);
+    Org(e, strong, "AAAZ");
+    ExpectOrg(e, strong, 1, "宋庆龄基金会", 1);
+    Sentence government({{"^"}, {"李明"}, {"政府", third, seldom}, {"$"}});
+    std::strcpy(government[1].classText, vsg::kPersonClass);
+    Org(e, government, "AAAZ");
+    EXPECT_EQ(government[1].state, 0);
+    EXPECT_EQ(government[2].state, 0);
+    Sentence city({{"^"}, {"华联", first, seldom}, {"政府", third, seldom}, {"$"}});
+    Org(e, city, "AAAZ");
+    ExpectOrg(e, city, 1, "华联政府", 1);
     Sentence talk({{"^"}, {"李明"}, {"动物", noun, often}, {"集团", suffix, seldom}, {"$"}});
     std::strcpy(talk[1].classText, vsg::kPersonClass);
     Org(e, talk, "AAAAZ");
     EXPECT_EQ(talk[2].classText[0], '\0');
     EXPECT_EQ(talk[3].state, 0);
+}
+
+TEST(OrgRecognize, QuantitiesOpenNothingAndPlacesJoinOrganisationWords) {
+    Engine e;
+    const float seldom = std::log(21.0f), often = std::log(1001.0f);
+    const std::vector<DictSRow> suffix = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    // A numeral, and a measure word after it, begin no name (第六 届 全国
+    // 政协); the same words with other tags do.
+    const std::vector<DictSRow> numeral = {{0, 6, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> measure = {{0, 7, 3.0f, 1}};
+    const std::vector<DictSRow> noun = {{0, 2, 3.0f, 1}};
+    const std::vector<DictSRow> nounFirst = {{0, 2, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    Sentence term({{"^"}, {"第六", numeral, seldom}, {"届", measure}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, term, "AAEAAZ");
+    EXPECT_EQ(term[1].classText[0], '\0');
+    EXPECT_EQ(term[2].classText[0], '\0');
+    ExpectOrg(e, term, 3, "华联集团", 1);
+    Sentence nine({{"^"}, {"九", numeral}, {"届", measure}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, nine, "AJEAAZ");
+    ExpectOrg(e, nine, 3, "华联集团", 1);
+    EXPECT_EQ(nine[1].state, 0);
+    Sentence words({{"^"}, {"第六", nounFirst, seldom}, {"届", noun}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, words, "AAEAAZ");
+    ExpectOrg(e, words, 1, "第六届华联集团", 3);
+
+    // A place that begins names, then a word used mostly as an organisation
+    // name: one name, which goes on to a later suffix. A place that begins
+    // no names, or an organisation word after a common noun, stays apart.
+    const std::vector<DictSRow> opener = {{0, 29, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> placeOnly = {{0, 29, 3.0f, 1}};
+    const std::vector<DictSRow> org = {{0, 31, 3.0f, 1}};
+    Sentence state({{"^"}, {"中国", opener, seldom}, {"国务院", org, seldom}, {"说", kPlain}, {"$"}});
+    Org(e, state, "AAAzZ");
+    ExpectOrg(e, state, 1, "中国国务院", 1);
+    Sentence centre({{"^"}, {"中国", opener, seldom}, {"国务院", org, seldom}, {"发展", noun, often},
+                     {"集团", suffix, seldom}, {"$"}});
+    Org(e, centre, "AAAAAZ");
+    ExpectOrg(e, centre, 1, "中国国务院发展集团", 3);
+    Sentence hall({{"^"}, {"中南海", placeOnly, seldom}, {"国务院", org, seldom}, {"说", kPlain}, {"$"}});
+    Org(e, hall, "AAAzZ");
+    EXPECT_TRUE(Untouched(hall));
+
+    // A word that begins ten or more names, under the share, opens one only
+    // right before a suffix word (人民 检察院, not 人民 动物 集团).
+    const std::vector<DictSRow> people = {{0, 2, 6.0f, 1}, {3, 2, 2.4f, 1}};
+    const std::vector<DictSRow> rare = {{0, 2, 6.0f, 1}, {3, 2, 2.3f, 1}};
+    Sentence court({{"^"}, {"人民", people, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, court, "AAAZ");
+    ExpectOrg(e, court, 1, "人民法院", 1);
+    Sentence few({{"^"}, {"人民", rare, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, few, "AAAZ");
+    EXPECT_TRUE(Untouched(few));
+    Sentence apart({{"^"}, {"人民", people, often}, {"动物", noun, often}, {"法院", suffix, seldom}, {"$"}});
+    Org(e, apart, "AAAAZ");
+    EXPECT_TRUE(Untouched(apart));
+    // A word that ends ten or more names at a share of 0.1 to 0.2 closes a
+    // name of three or more words not opened by a place (国际 货币 基金
+    // 组织), but not a shorter one, one opened by a place, nor with a smaller
+    // suffix row or a share under 0.1.
+    const float some = std::log(101.0f);
+    const std::vector<DictSRow> body = {{0, 2, 5.0f, 1}, {3, 3, 1.0f, 1}};
+    const std::vector<DictSRow> group = {{0, 2, 4.6f, 1}, {3, 5, std::log(15.0f), 1}};
+    const std::vector<DictSRow> rarely = {{0, 2, 4.6f, 1}, {3, 5, std::log(11.0f), 1}};
+    Sentence fund({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, fund, "AAAAZ");
+    ExpectOrg(e, fund, 1, "华联货币组织", 2);
+    Sentence two({{"^"}, {"华联", nounFirst, seldom}, {"组织", group, some}, {"$"}});
+    Org(e, two, "AAAZ");
+    EXPECT_TRUE(Untouched(two));
+    Sentence province({{"^"}, {"湖南", opener, seldom}, {"货币", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, province, "AAAAZ");
+    EXPECT_TRUE(Untouched(province));
+    Sentence under({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", rarely, some}, {"$"}});
+    Org(e, under, "AAAAZ");
+    EXPECT_TRUE(Untouched(under));
+    const float many = std::log(201.0f);
+    Sentence frequent({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, many}, {"$"}});
+    Org(e, frequent, "AAAAZ");
+    EXPECT_TRUE(Untouched(frequent));
 }
 
 }  // namespace
