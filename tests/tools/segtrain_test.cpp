@@ -81,6 +81,25 @@ TEST(SegTrainTest, EngineCutSplitsNamesAndUnknownPlaces) {
     EXPECT_EQ(vsgtrain::CountPlaces(all).size(), 2u);
 }
 
+TEST(SegTrainTest, EngineCutCanKeepTransliteratedPlacesWhole) {
+    vsgtrain::Paragraph p;
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  帕米尔/ns  和/c  温州市/ns  的/u  穆/nr  萨/nr  到/v  伊朗/ns  。/w", &p));
+    const std::vector<vsgtrain::Unit> units = vsgtrain::BuildUnits(p);
+    const std::vector<std::pair<std::string, int32_t>> places = {{Gb("伊朗"), 3}};
+    auto cut = [&](bool keep) {
+        std::string text, out;
+        std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, places, 0, &text, keep);
+        for (size_t i = 1; i < b.size(); ++i) out += Utf8(text.substr(b[i - 1], b[i] - b[i - 1])) + "/";
+        return out;
+    };
+    // An unseen transliterated place stays whole only with the rule; a place
+    // ending in a suffix and a transliterated person are still cut, and a
+    // place seen often enough is whole either way.
+    EXPECT_EQ(cut(false), "帕/米/尔/和/温/州/市/的/穆/萨/到/伊朗/。/");
+    EXPECT_EQ(cut(true), "帕米尔/和/温/州/市/的/穆/萨/到/伊朗/。/");
+}
+
 TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;

@@ -58,11 +58,11 @@ struct ParagraphRuns {
 };
 
 void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
-               int placeCutMax, ParagraphRuns *out) {
+               int placeCutMax, bool keepForeignPlaces, ParagraphRuns *out) {
     out->atoms.clear();
     out->runs.clear();
     out->labels.clear();
-    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text);
+    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text, keepForeignPlaces);
     std::vector<char> isBound(out->text.size() + 1, 0);
     for (uint32_t b : bounds) isBound[b] = 1;
     vsg::front::Atomise(out->text.data(), 0, out->text.size(), out->atoms);
@@ -102,12 +102,12 @@ std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::
 
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
-                                       int placeCutMax, std::string *text) {
+                                       int placeCutMax, std::string *text, bool keepForeignPlaces) {
     text->clear();
     std::vector<uint32_t> bounds = {0};
     for (const Unit &u : units) {
         bool cut = u.kind == UnitKind::Person;
-        if (u.kind == UnitKind::Place) {
+        if (u.kind == UnitKind::Place && !(keepForeignPlaces && u.tag == kPosForeignPlace)) {
             auto it = std::lower_bound(placeCount.begin(), placeCount.end(), std::make_pair(u.text, int32_t{0}));
             int32_t count = it != placeCount.end() && it->first == u.text ? it->second : 0;
             cut = count <= placeCutMax;
@@ -165,7 +165,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
             for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
-                BuildRuns(all[p], placeCount, opt.placeCutMax, &pr);
+                BuildRuns(all[p], placeCount, opt.placeCutMax, opt.keepForeignPlaces, &pr);
                 for (const auto &r : pr.runs) {
                     size_t n = r.second - r.first;
                     const Atom *atoms = pr.atoms.data() + r.first;

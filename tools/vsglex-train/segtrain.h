@@ -21,6 +21,11 @@ struct SegTrainOptions {
     // characters (0: the places those folds never show, which a cutter
     // built from them would not know).
     int placeCutMax = 0;
+    // Rare places that are transliterations (three or more characters, all
+    // of one transliteration list, no place suffix) stay whole in the
+    // target: cut into characters, the person recogniser's foreign-name
+    // rule joins them back as a person.
+    bool keepForeignPlaces = false;
 };
 
 struct SegTrainSummary {
@@ -36,10 +41,11 @@ struct SegTrainSummary {
 // The word boundaries the engine wants from a host, as byte offsets into the
 // concatenated unit texts (0 and the length included): known words whole,
 // person names and places seen at most `placeCutMax` times (per
-// `placeCount`, sorted by text) one character a word.
+// `placeCount`, sorted by text) one character a word, except transliterated
+// places when `keepForeignPlaces`.
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
-                                       int placeCutMax, std::string *text);
+                                       int placeCutMax, std::string *text, bool keepForeignPlaces = false);
 
 // Counts of the place units (sorted by text).
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
