@@ -386,6 +386,29 @@ namespace {
 // predecessors (rows `rows`, path costs `prevScore`), the first of equal
 // paths, or kNoPath with back index kNoBack when none is below kNoPath;
 // stores each candidate's row in `nextRows`. Returns the candidate count.
+// RelaxSlot for one predecessor (a word with one candidate, as most are in
+// the role passes): every path goes through it.
+inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *score, uint8_t *back,
+                                                   const double *row, double before, const double *const *wide,
+                                                   const double **nextRows) {
+    int n = 0;
+    for (; n < kSpanCands; ++n) {
+        const uint8_t t = cand[n];
+        if (t == kNoTag) break;
+        const double c = row[t] + before;
+        // Nearly always reached: a branch is cheaper than selections here.
+        if (__builtin_expect(c < kNoPath, 1)) {
+            back[n] = 0;
+            score[n] += c;
+        } else {
+            back[n] = kNoBack;
+            score[n] += kNoPath;
+        }
+        nextRows[n] = wide[t];
+    }
+    return n;
+}
+
 // RelaxSlot for exactly sizeof...(I) predecessors: their rows and path
 // costs are read once for all candidates and the scan over them is written
 // out in full (the loop overhead and the reloads cost as much as the pairs).
@@ -438,23 +461,8 @@ int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *c
         break;
     }
 #undef VSG_RELAX_FIXED
+    if (prevCount == 1) return RelaxOne(cand, score, back, rows[0], prevScore[0], wide, nextRows);
     int n = 0;
-    if (prevCount == 1) {
-        // One predecessor (a word with one candidate, as most are in the
-        // role passes): every path goes through it.
-        const double *row = rows[0];
-        const double before = prevScore[0];
-        for (; n < kSpanCands; ++n) {
-            const uint8_t t = cand[n];
-            if (t == kNoTag) break;
-            const double c = row[t] + before;
-            const bool reached = c < kNoPath;
-            back[n] = reached ? 0 : kNoBack;
-            score[n] += reached ? c : kNoPath;
-            nextRows[n] = wide[t];
-        }
-        return n;
-    }
     for (; n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
@@ -559,8 +567,12 @@ int32_t CSpan_Disamb(CSpan *span) {
     for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
         rows[prevCount] = wide[prev[prevCount]];
     for (uint32_t k = 1; k < count; ++k) {
-        prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount, wide,
-                              nextRows);
+        if (prevCount == 1)
+            prevCount = RelaxOne(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0], wide,
+                                 nextRows);
+        else
+            prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount,
+                                  wide, nextRows);
         std::swap(rows, nextRows);
     }
     return 1;
