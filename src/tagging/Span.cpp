@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cstddef>
 #include <utility>
 
 #if defined(__SSE2__)
@@ -385,25 +386,83 @@ namespace {
 // predecessors (rows `rows`, path costs `prevScore`), the first of equal
 // paths, or kNoPath with back index kNoBack when none is below kNoPath;
 // stores each candidate's row in `nextRows`. Returns the candidate count.
+// RelaxSlot for one predecessor (a word with one candidate, as most are in
+// the role passes): every path goes through it.
+inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *score, uint8_t *back,
+                                                   const double *row, double before, const double *const *wide,
+                                                   const double **nextRows) {
+    int n = 0;
+    for (; n < kSpanCands; ++n) {
+        const uint8_t t = cand[n];
+        if (t == kNoTag) break;
+        const double c = row[t] + before;
+        // Nearly always reached: a branch is cheaper than selections here.
+        if (__builtin_expect(c < kNoPath, 1)) {
+            back[n] = 0;
+            score[n] += c;
+        } else {
+            back[n] = kNoBack;
+            score[n] += kNoPath;
+        }
+        nextRows[n] = wide[t];
+    }
+    return n;
+}
+
+// RelaxSlot for exactly sizeof...(I) predecessors: their rows and path
+// costs are read once for all candidates and the scan over them is written
+// out in full (the loop overhead and the reloads cost as much as the pairs).
+template <size_t... I>
+int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
+               const double *const *wide, const double **nextRows, std::index_sequence<I...>) {
+    const double *const row[] = {rows[I]...};
+    const double before[] = {prevScore[I]...};
+    int n = 0;
+    for (; n < kSpanCands; ++n) {
+        const uint8_t t = cand[n];
+        if (t == kNoTag) break;
+        double best = kNoPath;
+        int arg = kNoBack;
+        // Predecessors in order, the first of equal paths kept, as in the
+        // loop of RelaxSlot.
+        (
+            [&] {
+                const double c = row[I][t] + before[I];
+                arg = c < best ? static_cast<int>(I) : arg;
+                best = c < best ? c : best;
+            }(),
+            ...);
+        back[n] = static_cast<uint8_t>(arg);
+        score[n] += best;
+        nextRows[n] = wide[t];
+    }
+    return n;
+}
+
 int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
               int prevCount, const double *const *wide, const double **nextRows) {
-    int n = 0;
-    if (prevCount == 1) {
-        // One predecessor (a word with one candidate, as most are in the
-        // role passes): every path goes through it.
-        const double *row = rows[0];
-        const double before = prevScore[0];
-        for (; n < kSpanCands; ++n) {
-            const uint8_t t = cand[n];
-            if (t == kNoTag) break;
-            const double c = row[t] + before;
-            const bool reached = c < kNoPath;
-            back[n] = reached ? 0 : kNoBack;
-            score[n] += reached ? c : kNoPath;
-            nextRows[n] = wide[t];
-        }
-        return n;
+#define VSG_RELAX_FIXED(P)                                                                                            \
+    case P:                                                                                                           \
+        return RelaxFixed(cand, score, back, rows, prevScore, wide, nextRows, std::make_index_sequence<P>{});
+    switch (prevCount) {
+        VSG_RELAX_FIXED(2)
+        VSG_RELAX_FIXED(3)
+        VSG_RELAX_FIXED(4)
+        VSG_RELAX_FIXED(5)
+        VSG_RELAX_FIXED(6)
+        VSG_RELAX_FIXED(7)
+        VSG_RELAX_FIXED(8)
+        VSG_RELAX_FIXED(9)
+        VSG_RELAX_FIXED(10)
+        VSG_RELAX_FIXED(11)
+        VSG_RELAX_FIXED(12)
+        VSG_RELAX_FIXED(13)
+    default:
+        break;
     }
+#undef VSG_RELAX_FIXED
+    if (prevCount == 1) return RelaxOne(cand, score, back, rows[0], prevScore[0], wide, nextRows);
+    int n = 0;
     for (; n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
@@ -508,8 +567,12 @@ int32_t CSpan_Disamb(CSpan *span) {
     for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
         rows[prevCount] = wide[prev[prevCount]];
     for (uint32_t k = 1; k < count; ++k) {
-        prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount, wide,
-                              nextRows);
+        if (prevCount == 1)
+            prevCount = RelaxOne(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0], wide,
+                                 nextRows);
+        else
+            prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount,
+                                  wide, nextRows);
         std::swap(rows, nextRows);
     }
     return 1;

@@ -541,7 +541,9 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
         const int slots = 2 + static_cast<int>(rng() % 30);
         for (CSpan *span : {plain.get(), wide.get()}) span->count = static_cast<uint32_t>(slots);
         for (int k = 0; k < slots; ++k) {
-            const int n = k == 0 ? 1 : static_cast<int>(rng() % 8);  // empty rows too
+            // Empty rows, and up to 16 candidates: every predecessor count the
+            // forward pass has its own step for, and some beyond.
+            const int n = k == 0 ? 1 : static_cast<int>(rng() % 17);
             for (int j = 0; j < n; ++j) {
                 const auto tag = static_cast<uint8_t>(rng() % (tags + 3));  // some past the model
                 const double own = draw();
