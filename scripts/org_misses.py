@@ -51,6 +51,29 @@ def count(path):
     return total, ends, begins
 
 
+def missed_words(line):
+    """The gold name of an "organisation: miss" line and the output words
+    (texts, tags without class marks) from the marked one until they cover
+    the gold name's length; None for other lines."""
+    m = re.match(r'organisation: miss  (.*?)  :  (.*)', line)
+    if not m:
+        return None
+    gold, toks = m.group(1), m.group(2).split(' ')
+    at = [i for i, t in enumerate(toks) if t.startswith('[')]
+    if not at:
+        return None
+    i = at[0]
+    toks[i] = toks[i][1:]
+    text, words, tags = '', [], []
+    while i < len(toks) and len(text) < len(gold):
+        w, _, tag = toks[i].rstrip(']').rpartition('/')
+        text += w
+        words.append(w)
+        tags.append(tag.split('#')[0])
+        i += 1
+    return gold, text, words, tags
+
+
 def cuts(keep):
     kinds, examples = collections.Counter(), collections.defaultdict(collections.Counter)
     for k, _ in enumerate(FOLDS):
@@ -61,21 +84,10 @@ def cuts(keep):
                 kinds['false name'] += 1
                 examples['false name'][m.group(1)] += 1
                 continue
-            m = re.match(r'organisation: miss  (.*?)  :  (.*)', line)
-            if not m:
+            missed = missed_words(line)
+            if missed is None:
                 continue
-            gold, toks = m.group(1), m.group(2).split(' ')
-            at = [i for i, t in enumerate(toks) if t.startswith('[')]
-            if not at:
-                continue
-            i = at[0]
-            toks[i] = toks[i][1:]
-            text, tags = '', []
-            while i < len(toks) and len(text) < len(gold):
-                w, _, tag = toks[i].rstrip(']').rpartition('/')
-                text += w
-                tags.append(tag.split('#')[0])
-                i += 1
+            gold, text, _, tags = missed
             if text == gold and len(tags) == 1:
                 key = 'missed: one word of another tag'
             elif text == gold:
@@ -102,22 +114,10 @@ def main():
     for k, _ in enumerate(FOLDS):
         total, ends, begins = (sum((counts[o][x] for o in range(4) if o != k), collections.Counter()) for x in range(3))
         for line in open(os.path.join(keep, 'fold%d' % (k + 1), 'ex.txt'), encoding='utf-8'):
-            m = re.match(r'organisation: miss  (.*?)  :  (.*)', line.rstrip('\n'))
-            if not m:
+            missed = missed_words(line.rstrip('\n'))
+            if missed is None:
                 continue
-            gold, toks = m.group(1), m.group(2).split(' ')
-            at = [i for i, t in enumerate(toks) if t.startswith('[')]
-            if not at:
-                continue
-            i = at[0]
-            toks[i] = toks[i][1:]
-            text, words, tags = '', [], []
-            while i < len(toks) and len(text) < len(gold):
-                w, _, tag = toks[i].rstrip(']').rpartition('/')
-                text += w
-                words.append(w)
-                tags.append(tag.split('#')[0])
-                i += 1
+            gold, text, words, tags = missed
             if text != gold or len(words) < 2:
                 continue  # one word, or the output cut differs from the gold name
             last, first = words[-1], words[0]
