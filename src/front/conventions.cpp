@@ -329,6 +329,14 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     ends.resize(out);
 }
 
+size_t AddressEnd(const char *text, const Atom *atoms, size_t n, size_t k) {
+    if (k >= n || atoms[k].kind != AtomKind::kLatin || atoms[k].continuesPrevious) return k;
+    size_t e = k + 1;  // an over-long address goes on in pieces
+    while (e < n && atoms[e].continuesPrevious) ++e;
+    uint32_t bytes = atoms[e - 1].start + atoms[e - 1].length - atoms[k].start;
+    return ClassOfString(text + atoms[k].start, bytes) == StringClass::kAddress ? e : k;
+}
+
 size_t WidenAscii(const char *text, size_t length, char *out) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);
     // Chinese text without ASCII (no byte below 0x80 at all) is copied.

@@ -27,6 +27,11 @@ namespace vsg::front {
 // A word is never made longer than kMaxAtomBytes.
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends);
 
+// When atoms[k] of the GB text begins a web or e-mail address (with the
+// pieces of an over-long one after it), the index just past the address;
+// else k.
+size_t AddressEnd(const char *text, const Atom *atoms, size_t n, size_t k);
+
 // Writes GB text[0..length) to `out` with every printable ASCII character
 // (0x21-0x7E) in its full-width form (A3A1-A3FE), the form the corpus and
 // hence the models use; returns the bytes written (at most 2 * length).

@@ -13,11 +13,17 @@
 #include <emmintrin.h>
 #endif
 
+#include "front/conventions.h"
+
 namespace vsg::front {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the model file is read as little-endian");
 
 namespace {
+
+// Score of a label an atom must not take: far below what the weights of a
+// few atoms can make up, and far above what the sums can overflow to.
+constexpr int32_t kSegForbidden = -(int32_t{1} << 30);
 
 // ---- Features ----------------------------------------------------------------
 
@@ -668,6 +674,17 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
                    CutScratch &scratch) const {
     if (n == 0) return;
     Score(text, atoms, n, lexicon, scratch);
+    // A web or e-mail address is a word alone: no word of the corpus joins
+    // one to the characters around it, and the model, which never saw an
+    // address, would (详情见 + https://...).
+    for (size_t k = 0; k < n; ++k) {
+        if (atoms[k].kind != AtomKind::kLatin) continue;
+        size_t e = AddressEnd(text, atoms, n, k);
+        for (size_t i = k; i < e; ++i)
+            for (int label = 0; label < kSegLabels; ++label)
+                if (label != kSegSingle) scratch.score[i * kSegLabels + label] = kSegForbidden;
+        if (e > k) k = e - 1;
+    }
     std::vector<uint8_t> &labels = scratch.labels;
     Labels(scratch.score.data(), n, labels, scratch.path);
     for (size_t i = 0; i < n; ++i)

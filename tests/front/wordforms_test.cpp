@@ -211,6 +211,10 @@ TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
     auto w = Words("OpenAI和WHO的专家访问了https://www.example.com/a?b=1，并写信到foo.bar@example.com。");
     for (const char *want : {"OpenAI/nx", "WHO/nx", "https://www.example.com/a?b=1/nx", "foo.bar@example.com/nx"})
         EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    // Characters right before or after an address are never joined to it.
+    w = Words("详情见https://www.example.com/a?b=1。来信请寄abc@example.com联系。");
+    for (const char *want : {"https://www.example.com/a?b=1/nx", "abc@example.com/nx"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
     // An address longer than the engine's word field is still one word.
     std::string url = "http://example.com/" + std::string(120, 'x');
     w = Words("请访问" + url + "。");
