@@ -354,7 +354,9 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
         u->roles = "C";
     } else if (k == 2) {
         if (AllInSet(text, 1)) {
-            u->tag = kPosForeignPerson;
+            // Cut into characters, a two-character name can only be joined
+            // by a Chinese pattern, which tags it 24.
+            u->tag = kPosPerson;
             u->roles = "LN";
         } else if (IsTitleChar(chars[1])) {
             // A surname with a title after it (侯老, 张某, 周公).
