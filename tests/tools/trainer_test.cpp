@@ -117,6 +117,22 @@ TEST(TrainerCorpus, UnitsJoinNamesAndCarryRoles) {
     ASSERT_EQ(l.size(), 4u);
     EXPECT_EQ(l[0].roles, "CH");
     EXPECT_EQ(l[2].roles, "DE");
+    // Japanese names: a listed two-character surname makes one whatever
+    // the other characters (龙, 太 and 塚 are in no Japanese list), alone
+    // or before a given-name token; other three-character tokens are
+    // Chinese.
+    vsgtrain::Paragraph jp;
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980104-01-001-002/m  桥本龙太郎/nr  、/w  小林实/nr  、/w  三塚/nr  博/nr  、/w  秦始皇/nr  。/w", &jp));
+    std::vector<vsgtrain::Unit> j = vsgtrain::BuildUnits(jp);
+    ASSERT_EQ(j.size(), 8u);
+    EXPECT_EQ(j[0].tag, 28);
+    EXPECT_EQ(j[0].roles, "OPPPQ");
+    EXPECT_EQ(j[2].roles, "OPQ");
+    EXPECT_EQ(j[4].text, Gb("三塚博"));
+    EXPECT_EQ(j[4].roles, "OPQ");
+    EXPECT_EQ(j[6].tag, 24);
+    EXPECT_EQ(j[6].roles, "CDE");
     // Place roles: with and without a place suffix, and by length.
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("北京市")), "CFG");
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("内蒙古自治区")), "CDDEFG");
