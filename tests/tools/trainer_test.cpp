@@ -117,6 +117,22 @@ TEST(TrainerCorpus, UnitsJoinNamesAndCarryRoles) {
     ASSERT_EQ(l.size(), 4u);
     EXPECT_EQ(l[0].roles, "CH");
     EXPECT_EQ(l[2].roles, "DE");
+    // Japanese names: a listed two-character surname makes one whatever
+    // the other characters (龙, 太 and 塚 are in no Japanese list), alone
+    // or before a given-name token; other three-character tokens are
+    // Chinese.
+    vsgtrain::Paragraph jp;
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980104-01-001-002/m  桥本龙太郎/nr  、/w  小林实/nr  、/w  三塚/nr  博/nr  、/w  秦始皇/nr  。/w", &jp));
+    std::vector<vsgtrain::Unit> j = vsgtrain::BuildUnits(jp);
+    ASSERT_EQ(j.size(), 8u);
+    EXPECT_EQ(j[0].tag, 28);
+    EXPECT_EQ(j[0].roles, "OPPPQ");
+    EXPECT_EQ(j[2].roles, "OPQ");
+    EXPECT_EQ(j[4].text, Gb("三塚博"));
+    EXPECT_EQ(j[4].roles, "OPQ");
+    EXPECT_EQ(j[6].tag, 24);
+    EXPECT_EQ(j[6].roles, "CDE");
     // Place roles: with and without a place suffix, and by length.
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("北京市")), "CFG");
     EXPECT_EQ(vsgtrain::PlaceRoles(Gb("内蒙古自治区")), "CDDEFG");
@@ -235,19 +251,23 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
 }
 
 TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
-    // 晓明 and 赵 stand alone; 侯老 is a surname with a title; 李鹏 a full name.
+    // 晓明 stands alone but is also seen as a given name after a surname
+    // (王晓明); 赵 stands alone; 侯老 is a surname with a title; 李鹏 a
+    // full name.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
-        "19980101-01-001-001/m  晓明/nr  对/p  赵/nr  说/v  ，/w  侯老/nr  和/c  李/nr  鹏/nr  。/w", &ps[0]));
+        "19980101-01-001-001/m  晓明/nr  对/p  赵/nr  说/v  ，/w  侯老/nr  和/c  李/nr  鹏/nr  。/w  王/nr  晓明/nr  。/w",
+        &ps[0]));
     vsgtest::TempDir dir;
     vsgtrain::TrainOptions opt;
     DictionaryS d;
     ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
-    const float floor = std::log(static_cast<float>(opt.personRoleFloor));
-    // Lone tokens: only floors and the default role, and their neighbours
-    // are no name context; the part-of-speech rows still say name.
-    EXPECT_FLOAT_EQ(RowValue(Find(d, "晓"), 1, 3), floor);
-    EXPECT_FLOAT_EQ(RowValue(Find(d, "明"), 1, 4), floor);
+    // Lone tokens: their characters count only where they stand in a full
+    // name, and their neighbours are no name context; the part-of-speech
+    // rows still say name.
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "晓"), 1, 3), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "明"), 1, 4), std::log(2.0f));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "晓"), 1, 2)));
     // 赵 gets only the pseudo-count of a listed surname, nothing counted.
     EXPECT_FLOAT_EQ(RowValue(Find(d, "赵"), 1, 2), std::log(static_cast<float>(opt.surnameFloor)));
     EXPECT_FLOAT_EQ(Find(d, "赵")->stats[1], std::log(2.0f));
@@ -259,6 +279,37 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
     EXPECT_FLOAT_EQ(RowValue(Find(d, "和"), 1, 19), std::log(2.0f));  // between two names
     EXPECT_FLOAT_EQ(RowValue(Find(d, "鹏"), 1, 5), std::log(2.0f));
     DictionaryS_Free(&d);
+}
+
+TEST(Trainer, LoneTwoCharacterFullNamesTrainAsSurnameAndGivenName) {
+    // 科恩 (given-name-like) and 库克 (transliterated) stand alone and are
+    // never the given name after a surname: cut, only C F can join them.
+    // 泽民 follows 江 once and stays out of the name roles when alone.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  科恩/nr  说/v  ，/w  库克/nr  和/c  泽民/nr  同意/v  江/nr  泽民/nr  。/w", &ps[0]));
+    std::vector<vsgtrain::Unit> units = vsgtrain::BuildUnits(ps[0]);
+    EXPECT_EQ(units[3].roles, "LN");
+    EXPECT_EQ(units[3].tag, 24);  // a two-character name is joined as a Chinese one
+    for (int mode : {3, 2, 0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personLoneNames = mode;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float once = std::log(2.0f);
+        const bool ke = mode >= 2, ku = mode >= 3;
+        EXPECT_EQ(RowValue(Find(d, "科"), 1, 2) == once, ke) << mode;  // C
+        EXPECT_EQ(RowValue(Find(d, "恩"), 1, 5) == once, ke) << mode;  // F
+        EXPECT_EQ(RowValue(Find(d, "说"), 1, 18) == once, ke) << mode;  // after a name
+        EXPECT_EQ(RowValue(Find(d, "库"), 1, 2) == once, ku) << mode;
+        EXPECT_EQ(RowValue(Find(d, "克"), 1, 5) == once, ku) << mode;
+        EXPECT_EQ(RowValue(Find(d, "库"), 1, 11) == once, !ku) << mode;  // else L N
+        // 泽民 is counted once as D E, from 江泽民 only.
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "泽"), 1, 3), once) << mode;
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "泽"), 1, 2))) << mode;
+        DictionaryS_Free(&d);
+    }
 }
 
 TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
@@ -397,26 +448,36 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
     // 来 is seen five times outside names, 刚 once: their given-name floors
     // (D E F) keep the same ratio to their default counts; the
     // transliteration floors (M N) stay flat, and a share of 0 gives flat
-    // given-name floors too.
+    // given-name floors too. 也, an adverb seen five times, keeps the flat
+    // floor while adverbs are listed (蒋也 is no name).
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
-        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  。/w", &ps[0]));
-    for (double share : {0.003, 0.0}) {
+        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w",
+        &ps[0]));
+    struct Case {
+        double share;
+        const char *flatTags;
+    };
+    for (const Case &k : {Case{0.003, "d"}, Case{0.0, "d"}, Case{0.003, ""}}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
-        opt.personFloorShare = share;
+        opt.personFloorShare = k.share;
+        opt.personFlatFloorTags = k.flatTags;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         const DictSEntry *lai = Find(d, "来");
         const DictSEntry *gang = Find(d, "刚");
+        const DictSEntry *ye = Find(d, "也");
         ASSERT_NE(lai, nullptr);
         ASSERT_NE(gang, nullptr);
+        ASSERT_NE(ye, nullptr);
         EXPECT_FLOAT_EQ(lai->stats[1], std::log(6.0f));  // five times in the default role
         const float flat = std::log(static_cast<float>(opt.personRoleFloor));
-        const float grown = share > 0 ? std::log(static_cast<float>(share * 5)) : flat;
+        const float grown = k.share > 0 ? std::log(static_cast<float>(k.share * 5)) : flat;
         for (int role : {3, 4, 5}) {
             EXPECT_FLOAT_EQ(RowValue(lai, 1, role), grown) << role;
             EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
+            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), *k.flatTags != '\0' ? flat : grown) << role << k.flatTags;
         }
         for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
         DictionaryS_Free(&d);

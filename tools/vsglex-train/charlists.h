@@ -21,6 +21,17 @@ inline constexpr char kForeignSetB[] =
 inline constexpr char kJapaneseSetC[] =
     "安奥八白百邦保北倍本比滨博步部彩菜仓昌长朝池赤川船淳次村大代岛稻道德地典渡尔繁饭风福冈高工宫古谷关广桂贵好浩和合河黑横恒宏后户荒绘吉纪佳加见健江介金今进井静敬靖久酒菊俊康可克口梨理里礼栗丽利立凉良林玲铃柳隆鹿麻玛美萌弥敏木纳南男内鸟宁朋片平崎齐千前浅桥琴青清庆秋丘曲泉仁忍日荣若三森纱杉山善上伸神圣石实矢世市室水顺司松泰桃藤天田土万望尾未文武五舞西细夏宪相小孝新星行雄秀雅亚岩杨洋阳遥野也叶一伊衣逸义益樱永由有佑宇羽郁渊元垣原远月悦早造则泽增扎宅章昭沼真政枝知之植智治中忠仲竹助椎子佐阪坂堀荻菅薰浜濑鸠筱";
 
+// Two-character Japanese surnames: a name token that begins with one
+// (桥本龙太郎, 小林实, 三塚博) is a Japanese name whatever its other
+// characters.
+inline constexpr char kJapaneseSurnames[] =
+    "佐藤铃木高桥田中渡边伊藤山本中村小林加藤吉田山田山口松本井上木村清水山崎池田桥本阿部石川山下中岛石井小川"
+    "前田冈田藤田后藤近藤村上远藤青木坂本斋藤齐藤福田太田西村藤井冈本藤原中野三浦原田中川松田竹内小野田村"
+    "和田石田森田上田柴田酒井工藤横山宫崎宫本内田高木安藤岛田谷口大野丸山今井高田藤本武田村田上野杉山增田"
+    "大塚平野菅原久保松井千叶岩崎樱井木下野口松尾菊地野村新井渡部宫川谷内片冈奥田奥山鹿野井口樱内神崎冬柴"
+    "小泽羽田青山白滨木庭小渊村山三塚安倍细川土井堀内宫泽竹下海部梶山野中河野小泉三木桥口船田鸠山森山绪方"
+    "久间额贺尾身町村古贺武村加纳北泽冈崎松浦市川东条吉川川端黑泽夏目芥川丰田本田松下稻盛盛田井深佐佐";
+
 // Single-character Chinese surnames, the frequent and the rare (臧, 逄,
 // 粟): a character here that the training days never show as a surname
 // still gets a small surname count.

@@ -17,9 +17,9 @@ using vsg::kPersonClass;
 using vsg::kPlaceClass;
 using vsg::kStartWord;
 
-// Whether the most frequent part-of-speech tag of a word is a function-word
-// (stop) or punctuation class.
-bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
+// The most frequent part-of-speech tag of a word (ties to the lower tag),
+// or -1.
+int MainTag(const std::map<int, int32_t> &pos) {
     int best = -1;
     int32_t most = -1;
     for (const auto &tc : pos) {
@@ -28,7 +28,24 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
             best = tc.first;
         }
     }
+    return best;
+}
+
+// Whether the most frequent part-of-speech tag of a word is a function-word
+// (stop) or punctuation class.
+bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
+    const int best = MainTag(pos);
     return best >= 0 && vsg::IsFunctionOrPunctTag(best);
+}
+
+// Whether the most frequent tag of a word, its class name without the
+// "#k" of a one-word class, is one of the comma-separated `names`.
+bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
+    const int best = MainTag(pos);
+    if (best < 0 || names.empty()) return false;
+    std::string name = PosTagNames()[static_cast<size_t>(best)];
+    name = name.substr(0, name.find('#'));
+    return ("," + names + ",").find("," + name + ",") != std::string::npos;
 }
 
 // Appends the rows of a one-character word in role set `set` (0 person,
@@ -36,7 +53,7 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
-               bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
+               bool flatGiven, bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -70,7 +87,8 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.
-        const double givenFloor = std::max(opt.personRoleFloor, opt.personFloorShare * def);
+        const double givenFloor =
+            flatGiven ? opt.personRoleFloor : std::max(opt.personRoleFloor, opt.personFloorShare * def);
         for (int r : kPersonFloorRoles) {
             const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
             const double floor = given ? givenFloor : opt.personRoleFloor;
@@ -200,6 +218,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         } else {
             for (int set = 0; set < 3; ++set)
                 e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
+                                            MainTagIn(wc.pos, opt.personFlatFloorTags),
                                             c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows

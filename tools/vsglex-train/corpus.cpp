@@ -83,6 +83,7 @@ struct Lists {
                                                CharSet(kJapaneseSetC)};
     std::vector<std::string> suffixes;
     std::unordered_set<std::string> compoundSurnames = FixedWidthSet(vsg::kCompoundSurnames, 4);
+    std::unordered_set<std::string> japaneseSurnames = FixedWidthSet(Gb(kJapaneseSurnames).c_str(), 4);
     std::unordered_set<std::string> personalPronouns =
         WordSet({"我", "你", "您", "他", "她", "它", "我们", "你们", "他们", "她们", "它们", "咱",
                  "咱们", "自己", "大家", "人家", "别人", "本人", "彼此", "俺", "俺们", "各自",
@@ -300,6 +301,8 @@ bool IsPlaceSuffixChar(const std::string &ch) { return L().placeSuffix.count(ch)
 
 bool IsSurnameChar(const std::string &ch) { return L().surnames.count(ch) != 0; }
 
+bool IsJapaneseSurname(const std::string &gb) { return L().japaneseSurnames.count(gb) != 0; }
+
 const std::vector<std::string> &PlaceSuffixes() { return L().suffixes; }
 
 std::string PlaceRoles(const std::string &gbPlace) {
@@ -339,7 +342,7 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
         if (sc == 1 || L().compoundSurnames.count(surname) != 0) {
             u->tag = kPosPerson;
             u->roles = Repeat('C', sc) + GivenRoles(gc);
-        } else if (AllInSet(text, 2)) {
+        } else if (AllInSet(text, 2) || IsJapaneseSurname(surname)) {
             u->tag = kPosJapanesePerson;
             u->roles = ForeignRoles(k, 'O');
         } else {
@@ -354,7 +357,9 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
         u->roles = "C";
     } else if (k == 2) {
         if (AllInSet(text, 1)) {
-            u->tag = kPosForeignPerson;
+            // Cut into characters, a two-character name can only be joined
+            // by a Chinese pattern, which tags it 24.
+            u->tag = kPosPerson;
             u->roles = "LN";
         } else if (IsTitleChar(chars[1])) {
             // A surname with a title after it (侯老, 张某, 周公).
@@ -364,6 +369,10 @@ static void ClassifyPerson(const std::string &surname, const std::string &given,
             u->tag = kPosPerson;
             u->roles = "DE";
         }
+    } else if (IsJapaneseSurname(chars[0] + chars[1])) {
+        // A listed Japanese surname begins the name (桥本龙太郎, 小林实).
+        u->tag = kPosJapanesePerson;
+        u->roles = ForeignRoles(k, 'O');
     } else if (std::max(CharsInSet(text, 0), CharsInSet(text, 1)) >= k - 1) {
         // All characters but at most one are transliteration characters.
         u->tag = kPosForeignPerson;

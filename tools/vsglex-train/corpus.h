@@ -124,6 +124,8 @@ std::string PlaceRoles(const std::string &gbPlace);
 bool IsPlaceSuffixChar(const std::string &ch);
 // True when `ch` (one GB character) is in the single-character surname list.
 bool IsSurnameChar(const std::string &ch);
+// Whether a GB string of two characters is a listed Japanese surname.
+bool IsJapaneseSurname(const std::string &gb);
 // The single-character and multi-character place suffixes (GB).
 const std::vector<std::string> &PlaceSuffixes();
 // Count of the characters of `gb` that lie in transliteration set A, B or

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -25,6 +25,8 @@ void Usage() {
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
                  "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
+                 "  --person-lone-names 0|1|2|3  lone two-character names never seen as given names train as C F (1: first character a listed surname, 2: given-name-like ones, 3: these and transliterated ones; default 3)\n"
+                 "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
@@ -116,6 +118,10 @@ int main(int argc, char **argv) {
             opt.surnameFloor = std::atof(argv[++i]);
         } else if (a == "--person-context-floor" && i + 1 < argc) {
             opt.personContextFloor = std::atof(argv[++i]);
+        } else if (a == "--person-lone-names" && i + 1 < argc) {
+            opt.personLoneNames = std::atoi(argv[++i]);
+        } else if (a == "--person-flat-floor-tags" && i + 1 < argc) {
+            opt.personFlatFloorTags = argv[++i];
         } else if (a == "--person-floor-share" && i + 1 < argc) {
             opt.personFloorShare = std::atof(argv[++i]);
         } else if (a == "--pos-epochs" && i + 1 < argc) {

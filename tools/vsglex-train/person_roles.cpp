@@ -2,10 +2,41 @@
 // do rare places (the host's cut keeps known words whole and breaks up what
 // it does not know).
 #include <algorithm>
+#include <set>
 
 #include "steps.h"
 
 namespace vsgtrain {
+
+namespace {
+
+// Two-character given names that follow a surname in the training days
+// (泽民 in 江泽民, 恩来 in 周恩来).
+std::set<std::string> GivenNamesAfterSurname(const std::vector<std::vector<Unit>> &all) {
+    std::set<std::string> given;
+    for (const std::vector<Unit> &units : all)
+        for (const Unit &u : units) {
+            if (u.kind != UnitKind::Person || u.roles.size() < 3) continue;
+            const size_t surname = u.roles.size() - 2;
+            if (u.roles.compare(surname, 2, "DE") != 0 || u.roles.find_first_not_of('C') != surname) continue;
+            std::vector<std::string> chars = SplitChars(u.text);
+            if (chars.size() == u.roles.size()) given.insert(chars[surname] + chars[surname + 1]);
+        }
+    return given;
+}
+
+}  // namespace
+
+// Roles a lone two-character name token trains with (see
+// TrainOptions::personLoneNames); `roles` unchanged when the option leaves
+// it as it is.
+std::string LoneNameRoles(const Unit &u, const std::set<std::string> &givenNames, int mode) {
+    if (mode <= 0 || u.kind != UnitKind::Person) return u.roles;
+    if (u.roles != "DE" && !(mode >= 3 && u.roles == "LN")) return u.roles;
+    if (givenNames.count(u.text) != 0) return u.roles;
+    if (mode == 1 && !IsSurnameChar(SplitChars(u.text)[0])) return u.roles;
+    return "CF";
+}
 
 void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
     const std::vector<std::string> &names = PersonRoleNames();
@@ -13,6 +44,8 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
     const int roleR = RoleOf(names, 'R'), roleS = RoleOf(names, 'S');
     const int rolePlaceInner = RoleOf(names, 'U'), rolePlaceEnd = RoleOf(names, 'V');
     const int roleSurname = RoleOf(names, 'C');  // surname
+    const std::set<std::string> givenNames =
+        opt.personLoneNames > 0 ? GivenNamesAfterSurname(c->units) : std::set<std::string>();
 
     for (const std::vector<Unit> &units : c->units) {
         std::vector<RoleWord> seq;
@@ -40,14 +73,15 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
                         (u.tag == kPosForeignPlace || PlaceRoles(u.text).back() == 'G'))
                         w.role = k + 1 == chars.size() ? rolePlaceEnd : rolePlaceInner;
                     if (u.kind == UnitKind::Person) {
-                        char letter = k < u.roles.size() ? u.roles[k] : u.roles.back();
+                        const std::string roles = LoneNameRoles(u, givenNames, opt.personLoneNames);
+                        char letter = k < roles.size() ? roles[k] : roles.back();
                         w.role = RoleOf(names, letter);
                         // A surname or a given name alone joins into no name
                         // (no pattern takes "C" alone, "DE" yields nothing):
                         // trained as name roles they only pull the search
                         // toward sequences the recogniser cannot use. The
                         // part-of-speech data still tags them as names.
-                        if (u.roles == "C" || u.roles == "DE") w.role = kPersonDefault;
+                        if (roles == "C" || roles == "DE") w.role = kPersonDefault;
                     }
                     seq.push_back(w);
                     inName.push_back(u.kind == UnitKind::Person && w.role != kPersonDefault ? 1 : 0);

@@ -154,6 +154,10 @@ void CollectParagraphs(const std::vector<Paragraph> &paragraphs, const TrainOpti
 void CountWords(TrainCounts *c, TrainSummary *summary);
 // Person role sequences (names and rare places cut into characters).
 void CountPersonRoles(const TrainOptions &opt, TrainCounts *c);
+// Roles a lone two-character name token trains with in the person data
+// (TrainOptions::personLoneNames; `givenNames`: two-character given names
+// seen after a surname).
+std::string LoneNameRoles(const Unit &u, const std::set<std::string> &givenNames, int mode);
 // Place role sequences (rare places cut into characters).
 void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summary);
 // Organisation role sequences and the role rows of words inside them.

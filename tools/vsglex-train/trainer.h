@@ -86,10 +86,23 @@ struct TrainOptions {
     // a common character (来, 成) keeps about the same odds of a given-name
     // role against the default as a rare one (0: flat floors).
     double personFloorShare = 0.003;
+    // Comma-separated part-of-speech classes (tag names without "#k")
+    // whose characters keep the flat given-name floor: a frequent adverb
+    // (也, 就) after a lone surname must not become its given name.
+    std::string personFlatFloorTags = "d";
     // Pseudo-count of the person context roles R, S, T (before, after and
     // between names) for one-character words never seen in them (0: none;
     // like the other person floors only when personRoleFloor > 0).
     double personContextFloor = 0.0003;
+    // Person role data for a lone two-character name token that the
+    // training days never show as the given name after a surname (科恩,
+    // 鲁迅, 利维; not 恩来, seen in 周恩来): cut into characters, such a
+    // name can only be joined by the pattern C F (a transliteration needs
+    // three slots), so it trains as C F instead of the plain default W W.
+    // 0: never; 1: when its first character is a listed surname; 2: all
+    // given-name-like tokens (D E); 3: these and the transliterated ones
+    // (L N).
+    int personLoneNames = 3;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
