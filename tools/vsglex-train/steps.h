@@ -1,6 +1,7 @@
 // The steps of training, in the order TrainModels runs them: counting the
-// corpus, the three role sets, the core dictionary entries, the unseen-word
-// rows and writing the set. Internal to the trainer.
+// corpus, the three role sets, the core dictionary entries, their companion
+// rows, the unseen-word rows, the refinement of the part-of-speech costs
+// and writing the set. Internal to the trainer.
 #ifndef VSGLEX_TOOLS_TRAIN_STEPS_H
 #define VSGLEX_TOOLS_TRAIN_STEPS_H
 
