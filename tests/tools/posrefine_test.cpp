@@ -139,6 +139,76 @@ TEST(PosRefine, PerceptronLearnsWhatCountsMiss) {
 // Trained costs survive the trip through a context file and the engine's
 // loader: every cost the count range can express comes back within the
 // rounding of one count.
+TEST(PosRefine, SharedListCostsFitTheWordsThatReadThem) {
+    // Tags 2 (after tag 4) and 3 (after tag 5). List 0 is the shared list
+    // of new words (2 or 3), list 1 a known word of one tag (4 or 5: it
+    // cuts the search), list 2 an ambiguous known word (4 or 5), list 3 a
+    // known word of tag 5. The
+    // shared list starts with 2 far cheaper, so every new word after a 5
+    // is wrong; random sentences, some with many new words in a row.
+    std::mt19937 rng(11);
+    PosCosts c;
+    c.tagCount = 6;
+    c.transition.assign(36, 3.0);
+    c.Transition(4, 2) = 0.5;
+    c.Transition(5, 3) = 0.5;
+    c.Transition(5, 2) = 2.0;
+    c.Transition(4, 3) = 2.5;
+    c.Transition(3, 4) = 1.5;  // the word after counts too
+    c.lists.push_back({{2, 3}, {0.0, 2.0}, true});
+    c.lists.push_back({{4}, {1.0}, true});
+    c.lists.push_back({{4, 5}, {1.0, 1.2}, true});
+    c.lists.push_back({{5}, {1.0}, true});
+    std::vector<PosSentence> corpus;
+    for (int n = 0; n < 200; ++n) {
+        PosSentence s;
+        const size_t len = 2 + rng() % 8;
+        uint8_t prev = 4;
+        for (size_t i = 0; i < len; ++i) {
+            if (i > 0 && rng() % 2 == 0) {
+                s.lists.push_back(0);
+                s.gold.push_back(prev == 4 ? 2 : 3);
+            } else {
+                const int l = 1 + static_cast<int>(rng() % 3);
+                prev = l == 1 ? 4 : l == 3 ? 5 : (rng() % 2 ? 4 : 5);
+                s.lists.push_back(l);
+                s.gold.push_back(prev);
+            }
+            if (i == 0 && s.lists[0] == 0) s.lists[0] = 1;
+        }
+        corpus.push_back(s);
+    }
+    // Errors of the whole-sentence search on positions of list 0.
+    auto errors = [&](const PosCosts &costs) {
+        int64_t e = 0;
+        for (const PosSentence &s : corpus) {
+            const std::vector<uint8_t> best = BestTags(s, costs, 0, 1);
+            for (size_t i = 0; i < best.size(); ++i) e += s.lists[i] == 0 && best[i] != s.gold[i];
+        }
+        return e;
+    };
+    PosCosts tuned = c;
+    int64_t before = -1, after = -1;
+    const int64_t positions = vsgtrain::TuneListCosts(corpus, 0, 4, 1.0, 0, 1, &tuned, &before, &after);
+    int64_t expected = 0;
+    for (const PosSentence &s : corpus)
+        for (int32_t l : s.lists) expected += l == 0;
+    EXPECT_EQ(positions, expected);
+    // The counts on the pieces are those of the whole sentences.
+    EXPECT_EQ(before, errors(c));
+    EXPECT_EQ(after, errors(tuned));
+    EXPECT_GT(before, 0);
+    EXPECT_LT(after, before);
+    // Only the shared list moved.
+    EXPECT_EQ(tuned.transition, c.transition);
+    for (size_t l = 1; l < c.lists.size(); ++l) EXPECT_EQ(tuned.lists[l].costs, c.lists[l].costs) << l;
+    // No rounds, no move.
+    PosCosts still = c;
+    vsgtrain::TuneListCosts(corpus, 0, 0, 1.0, 0, 1, &still, &before, &after);
+    EXPECT_EQ(still.lists[0].costs, c.lists[0].costs);
+    EXPECT_EQ(before, after);
+}
+
 TEST(PosRefine, TransitionCountsDecodeToTheirCosts) {
     vsgtest::TempDir dir;
     const int32_t total = std::numeric_limits<int32_t>::max();

@@ -2,6 +2,8 @@
 // with the corpus's own words, tags and names.
 #include "evaluate.h"
 
+#include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
@@ -85,8 +87,28 @@ std::string Context(const std::vector<std::pair<std::string, int>> &out, size_t 
     return s;
 }
 
+// The error line of word `word`, gold tag `gold`, output tag `tag` (see
+// EvalResult::posErrors).
+std::string PosErrorLine(const std::string &word, int gold, int tag, const DictionaryS *core) {
+    const int32_t at = DictionaryS_GetCoreInfo(word.c_str(), core);
+    bool inRows = false;
+    double count = 0;
+    if (at >= 0 && at < core->count) {
+        const DictSEntry &e = core->entries[at];
+        count = e.stats[0];
+        for (int32_t i = 0; i < e.posCount; ++i)
+            if (e.posList[i].code == 0 && e.posList[i].subCode == gold) inRows = true;
+    }
+    const auto &names = vsgtrain::PosTagNames();
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.0f", count > 0 ? std::exp(count) - 1 : 0.0);
+    return std::string(at >= 0 ? "known" : "unknown") + "\t" + (inRows ? "rows" : "norows") + "\t" + buf + "\t" +
+           vsgtrain::GbToUtf8(word) + "\t" + names[static_cast<size_t>(gold) % names.size()] + "\t" +
+           names[static_cast<size_t>(tag) % names.size()];
+}
+
 void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, const DictionaryS *core,
-           size_t examples, EvalResult *r) {
+           size_t examples, bool posErrors, EvalResult *r) {
     std::string joined;
     for (const auto &w : out) joined += w.first;
     if (joined != g.text) {
@@ -105,7 +127,10 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, c
         if (it != g.tags.end()) {
             ++r->posCompared;
             if (it->second == out[i].second) ++r->posCorrect;
-            else ++r->confusion[{it->second, out[i].second}];
+            else {
+                ++r->confusion[{it->second, out[i].second}];
+                if (posErrors) r->posErrors.push_back(PosErrorLine(out[i].first, it->second, out[i].second, core));
+            }
             if (DictionaryS_GetCoreInfo(out[i].first.c_str(), core) < 0) {
                 ++r->unknownCompared;
                 if (it->second == out[i].second) ++r->unknownCorrect;
@@ -159,7 +184,7 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
 }
 
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
-                    size_t examples, const std::vector<std::vector<std::string>> *inputs) {
+                    size_t examples, const std::vector<std::vector<std::string>> *inputs, bool posErrors) {
     EvalResult r;
     const size_t batch = 64;
     for (size_t first = 0; first < paragraphs.size(); first += batch) {
@@ -192,7 +217,7 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         VSG_SegmentForServerFree(&out);
         for (size_t g = 0; g < golds.size(); ++g) {
             ++r.paragraphs;
-            Score(golds[g], outputs[g], &engine->core, examples, &r);
+            Score(golds[g], outputs[g], &engine->core, examples, posErrors, &r);
         }
     }
     return r;

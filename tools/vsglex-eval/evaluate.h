@@ -41,6 +41,11 @@ struct EvalResult {
     NameScore names[3];       // person, place, organisation
     std::vector<std::string> examples[3];  // UTF-8 lines: misses and false names
     std::map<std::pair<int, int>, int64_t> confusion;  // (gold tag, output tag) -> wrong words
+    // With `posErrors`: one line per wrongly tagged word, tab-separated:
+    // known|unknown (core dictionary), rows|norows (the gold tag among the
+    // word's part-of-speech rows), the word's training count (ln(count + 1)
+    // of its entry, 0 for an unknown word), word (UTF-8), gold tag, output tag.
+    std::vector<std::string> posErrors;
 };
 
 // The input words of a paragraph as the evaluation cuts them: person names
@@ -53,7 +58,8 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
 // words of every paragraph (a word cutter's, joined they must give the
 // paragraph's text) instead of InputWords.
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
-                    size_t examples, const std::vector<std::vector<std::string>> *inputs = nullptr);
+                    size_t examples, const std::vector<std::vector<std::string>> *inputs = nullptr,
+                    bool posErrors = false);
 
 }  // namespace vsgeval
 

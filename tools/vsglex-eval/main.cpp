@@ -14,6 +14,7 @@
 int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
     size_t examples = 0, confusions = 0;
+    std::string posErrorFile;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -21,11 +22,12 @@ int main(int argc, char **argv) {
         else if (a == "--to" && i + 1 < argc) to = std::atoi(argv[++i]);
         else if (a == "--examples" && i + 1 < argc) examples = static_cast<size_t>(std::atoi(argv[++i]));
         else if (a == "--confusions" && i + 1 < argc) confusions = static_cast<size_t>(std::atoi(argv[++i]));
+        else if (a == "--pos-errors" && i + 1 < argc) posErrorFile = argv[++i];
         else args.push_back(a);
     }
     if (args.size() < 2) {
         std::fprintf(stderr,
-                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] MODEL_DIR CORPUS_FILE...\n");
+                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] [--pos-errors FILE] MODEL_DIR CORPUS_FILE...\n");
         return 2;
     }
     int32_t status = 0;
@@ -44,7 +46,16 @@ int main(int argc, char **argv) {
             return 1;
         }
     }
-    vsgeval::EvalResult r = vsgeval::Evaluate(&engine->models(), paragraphs, examples);
+    vsgeval::EvalResult r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty());
+    if (!posErrorFile.empty()) {
+        FILE *f = std::fopen(posErrorFile.c_str(), "w");
+        if (f == nullptr) {
+            std::fprintf(stderr, "vsglex-eval: cannot write %s\n", posErrorFile.c_str());
+            return 1;
+        }
+        for (const std::string &line : r.posErrors) std::fprintf(f, "%s\n", line.c_str());
+        std::fclose(f);
+    }
     std::printf("paragraphs %lld (output text differs from input in %lld)\n", static_cast<long long>(r.paragraphs),
                 static_cast<long long>(r.misaligned));
     std::printf("part-of-speech accuracy %.4f (%lld of %lld words that match a gold word)\n",

@@ -41,6 +41,7 @@ void CollectParagraphs(const std::vector<Paragraph> &paragraphs, const TrainOpti
     for (const Paragraph &p : paragraphs) {
         if (ExcludedDay(opt, p.date)) continue;
         c->units.push_back(BuildUnits(p));
+        c->dates.push_back(p.date);
 
         ++summary->paragraphs;
         summary->tokens += static_cast<int64_t>(p.tokens.size());

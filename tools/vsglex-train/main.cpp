@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -40,6 +40,11 @@ void Usage() {
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
+                 "  --pos-companion X  count x share of the rows of tags that words of a word's main tag share (default 1, 0: none)\n"
+                 "  --pos-companion-share X  least share of such a tag (default 0.05)\n"
+                 "  --pos-companion-min N  words seen at least N times give the shares (default 5)\n"
+                 "  --pos-unseen-rounds N  rounds fitting the unseen-word rows to words of one week only (default 3, 0: counted rows)\n"
+                 "  --pos-unseen-step X  first cost step of that search, halved each round (default 0.5)\n"
                  "  --seg-epochs N  perceptron passes of the word cutter model (default 15, 0: no segment.mdl)\n"
                  "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
                  "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n"
@@ -130,6 +135,16 @@ int main(int argc, char **argv) {
             opt.posRate = std::atof(argv[++i]);
         } else if (a == "--pos-margin" && i + 1 < argc) {
             opt.posMargin = std::atof(argv[++i]);
+        } else if (a == "--pos-companion" && i + 1 < argc) {
+            opt.posCompanion = std::atof(argv[++i]);
+        } else if (a == "--pos-companion-share" && i + 1 < argc) {
+            opt.posCompanionMinShare = std::atof(argv[++i]);
+        } else if (a == "--pos-companion-min" && i + 1 < argc) {
+            opt.posCompanionMinCount = std::atoll(argv[++i]);
+        } else if (a == "--pos-unseen-rounds" && i + 1 < argc) {
+            opt.posUnseenRounds = std::atoi(argv[++i]);
+        } else if (a == "--pos-unseen-step" && i + 1 < argc) {
+            opt.posUnseenStep = std::atof(argv[++i]);
         } else if (a == "-h" || a == "--help") {
             Usage();
             return 0;
@@ -180,6 +195,10 @@ int main(int argc, char **argv) {
         std::printf("part-of-speech refinement: %lld positions a pass, short of the margin in the first pass %lld, in the last %lld\n",
                     static_cast<long long>(s.posPositions), static_cast<long long>(s.posErrorsFirst),
                     static_cast<long long>(s.posErrorsLast));
+    if (s.posUnseenWords > 0)
+        std::printf("unseen-word rows: %lld words new to a week, tagged wrong %lld before the fit, %lld after\n",
+                    static_cast<long long>(s.posUnseenWords), static_cast<long long>(s.posUnseenErrorsBefore),
+                    static_cast<long long>(s.posUnseenErrorsAfter));
     if (s.seg.bytes > 0)
         std::printf("word cutter: %lld atoms in %lld runs, %lld features, %lld kept, %lld bytes; wrong atoms in the first pass %lld, in the last %lld\n",
                     static_cast<long long>(s.seg.atoms), static_cast<long long>(s.seg.runs),

@@ -1,7 +1,9 @@
 // Averaged perceptron over the engine's part-of-speech search.
 #include "posrefine.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <utility>
 
@@ -183,6 +185,68 @@ RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const Re
         for (size_t k = 0; k < emit[l].size(); ++k) costs->lists[l].costs[k] = emit[l][k].Average(step);
     }
     return summary;
+}
+
+int64_t TuneListCosts(const std::vector<PosSentence> &sentences, int32_t list, int rounds, double step,
+                      uint8_t beginTag, uint8_t endTag, PosCosts *costs, int64_t *before, int64_t *after) {
+    // A position of one candidate fixes the path through it, so the search
+    // on either side of it is independent: cut each sentence there and keep
+    // the pieces that hold a position of the list, each with its fixed
+    // ends (whose begin and end transitions add the same to every path).
+    std::vector<PosSentence> pieces;
+    int64_t positions = 0;
+    auto single = [&](const PosSentence &s, size_t i) {
+        return s.lists[i] < 0 || costs->lists[static_cast<size_t>(s.lists[i])].tags.size() == 1;
+    };
+    for (const PosSentence &s : sentences) {
+        size_t from = 0;
+        bool any = false;
+        for (size_t i = 0; i <= s.gold.size(); ++i) {
+            const bool cut = i == s.gold.size() || single(s, i);
+            if (i < s.gold.size() && s.lists[i] == list) {
+                any = true;
+                ++positions;
+            }
+            if (!cut) continue;
+            if (any) {
+                const size_t to = std::min(i + 1, s.gold.size());
+                PosSentence p;
+                p.lists.assign(s.lists.begin() + static_cast<std::ptrdiff_t>(from),
+                               s.lists.begin() + static_cast<std::ptrdiff_t>(to));
+                p.gold.assign(s.gold.begin() + static_cast<std::ptrdiff_t>(from),
+                              s.gold.begin() + static_cast<std::ptrdiff_t>(to));
+                pieces.push_back(std::move(p));
+            }
+            from = i;
+            any = false;
+        }
+    }
+    auto errors = [&]() {
+        int64_t e = 0;
+        for (const PosSentence &p : pieces) {
+            const std::vector<uint8_t> best = Search(p, *costs, beginTag, endTag, 0.0);
+            for (size_t i = 0; i < best.size(); ++i) e += p.lists[i] == list && best[i] != p.gold[i];
+        }
+        return e;
+    };
+    std::vector<double> &c = costs->lists[static_cast<size_t>(list)].costs;
+    int64_t now = errors();
+    *before = now;
+    for (int r = 0; r < rounds; ++r, step /= 2) {
+        for (size_t k = 0; k < c.size(); ++k) {
+            for (double d : {step, -step}) {
+                c[k] += d;
+                const int64_t e = errors();
+                if (e < now) {
+                    now = e;
+                    break;
+                }
+                c[k] -= d;
+            }
+        }
+    }
+    *after = now;
+    return positions;
 }
 
 int32_t TransitionCount(double cost, int32_t freq, int32_t total) {

@@ -67,6 +67,16 @@ std::vector<uint8_t> BestTags(const PosSentence &s, const PosCosts &costs, uint8
 // are visited in order, so the result is deterministic.
 RefineSummary RefinePosCosts(const std::vector<PosSentence> &sentences, const RefineOptions &opt, PosCosts *costs);
 
+// Moves the costs of list `list` alone to tag the most positions that read
+// it right: `rounds` rounds of coordinate search, each trying every cost
+// one step up and down (the step starts at `step` and halves each round)
+// and keeping a move that lowers the errors. Only the stretches between
+// positions of one candidate around such positions are searched (a single
+// candidate cuts the search in two). Returns the positions that read the
+// list; `before` and `after` receive how many of them were wrong.
+int64_t TuneListCosts(const std::vector<PosSentence> &sentences, int32_t list, int rounds, double step,
+                      uint8_t beginTag, uint8_t endTag, PosCosts *costs, int64_t *before, int64_t *after);
+
 // Encodes a transition cost as the count the engine turns back into it:
 // for frequency `freq` and total `total`, the count c whose cost
 // -0.999999 ln(0.9 c / freq + 0.1 freq / total) + 0.000001 (13.8155 for

@@ -1,6 +1,7 @@
 // The steps of training, in the order TrainModels runs them: counting the
-// corpus, the three role sets, the core dictionary entries, the unseen-word
-// rows and writing the set. Internal to the trainer.
+// corpus, the three role sets, the core dictionary entries, their companion
+// rows, the unseen-word rows, the refinement of the part-of-speech costs
+// and writing the set. Internal to the trainer.
 #ifndef VSGLEX_TOOLS_TRAIN_STEPS_H
 #define VSGLEX_TOOLS_TRAIN_STEPS_H
 
@@ -66,6 +67,9 @@ constexpr double kUnseenPrior = 5000.0;
 constexpr double kUnseenFrequencyOffset = 22.0;
 // Scale of the ranks that pick the unseen-word rows within the row limit.
 constexpr double kUnseenRankScale = 1000.0;
+// First part-of-speech tag of the classes that hold single words (vshi, 是)
+// and of the reserved and one-word classes after it.
+constexpr int kPosFirstWordClass = 49;
 // Person-default count of a GB2312 character absent from the training days.
 constexpr int32_t kUnseenCharCount = 1;
 
@@ -104,6 +108,7 @@ struct RoleWord {
 struct TrainCounts {
     TrainCounts();
     std::vector<std::vector<Unit>> units;  // units of every training paragraph
+    std::vector<int32_t> dates;            // the date of each (YYYYMMDD)
     std::unordered_map<std::string, int32_t> placeCount;  // place text -> occurrences
     ContextCounts posCtx;
     ContextCounts roleCtx[3];  // person, place, organisation
@@ -171,11 +176,22 @@ void AddUnseenCharRows(TrainCounts *c);
 std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &opt, int64_t paragraphs,
                                     std::map<int, int32_t> *seenOnce);
 
+// Main tag -> other tag -> share of the other tag among the occurrences of
+// words with that main tag.
+using CompanionShares = std::map<int, std::map<int, double>>;
+CompanionShares CountCompanionShares(const TrainCounts &c, const TrainOptions &opt);
+// Adds to every word with content tags only a row of each companion tag of
+// its main tag that it lacks, of count posCompanion x share.
+void AddCompanionRows(const TrainCounts &c, const TrainOptions &opt, const CompanionShares &shares,
+                      std::vector<Entry> *entries);
 // Rows of the unseen-word entry from the seen-once counts.
 std::vector<Row> UnseenWordRows(const std::map<int, int32_t> &seenOnce, const ContextCounts &posCtx);
 // Refines the part-of-speech costs of the entries and of `posCtx`.
-void RefinePos(const std::vector<std::vector<Unit>> &all, const TrainOptions &opt, ContextCounts *posCtx,
-               std::vector<Entry> *entries, TrainSummary *summary);
+// `dates` gives each paragraph's date. Then, with opt.posUnseenEpochs,
+// trains the unseen-word rows alone on the words that only one week of the
+// training days shows (see refine_entries.cpp).
+void RefinePos(const std::vector<std::vector<Unit>> &all, const std::vector<int32_t> &dates, const TrainOptions &opt,
+               ContextCounts *posCtx, std::vector<Entry> *entries, TrainSummary *summary);
 // Sorts the entries into hash order and places the unseen-word twin at the
 // position the engine reads it from. False (with `error`) when no twin text
 // fits.

@@ -25,9 +25,14 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     // Core dictionary entries and the unseen-word rows.
     std::map<int, int32_t> seenOnce;  // tag -> words seen once with it
     std::vector<Entry> entries = BuildCoreEntries(counts, opt, summary->paragraphs, &seenOnce);
-    const std::vector<Row> unseenRows = UnseenWordRows(seenOnce, counts.posCtx);
+    std::vector<Row> unseenRows = UnseenWordRows(seenOnce, counts.posCtx);
+    AddCompanionRows(counts, opt, CountCompanionShares(counts, opt), &entries);
     entries.push_back(Entry{vsg::kOtherClass, unseenRows, {0, 0, 0, 0}, 0});
-    if (opt.posEpochs > 0) RefinePos(counts.units, opt, &counts.posCtx, &entries, summary);
+    if (opt.posEpochs > 0) {
+        RefinePos(counts.units, counts.dates, opt, &counts.posCtx, &entries, summary);
+        for (const Entry &e : entries)
+            if (e.word == vsg::kOtherClass) unseenRows = e.rows;
+    }
     if (!OrderEntries(unseenRows, &entries, summary, error)) return false;
     summary->entries = static_cast<int64_t>(entries.size());
     for (int32_t f : counts.posCtx.freq)

@@ -108,6 +108,20 @@ struct TrainOptions {
     int posEpochs = 4;
     double posRate = 0.2;
     double posMargin = 1.0;  // cost advantage of wrong tags while training
+    // Companion rows: a word whose tags are all content tags gets, for each
+    // tag that makes up at least posCompanionMinShare of the occurrences of
+    // the words sharing its main tag (among words seen posCompanionMinCount
+    // times or more), a row of count posCompanion x share when it lacks
+    // that tag (0: none).
+    double posCompanion = 1.0;
+    double posCompanionMinShare = 0.05;
+    int64_t posCompanionMinCount = 5;
+    // Rounds of the search that then fits the unseen-word rows alone (every
+    // other cost kept) to the words that only one week of the training
+    // days shows, searched with those rows, and its first step (halved
+    // each round; 0 rounds: the rows keep their counted costs).
+    int posUnseenRounds = 3;
+    double posUnseenStep = 0.5;
     SegTrainOptions seg;     // the word cutter model
 };
 
@@ -127,6 +141,8 @@ struct TrainSummary {
     int64_t posPositions = 0;    // positions the refinement searches per pass
     int64_t posErrorsFirst = 0;  // of them tagged wrong in the first pass
     int64_t posErrorsLast = 0;   // the same in the last pass
+    int64_t posUnseenWords = 0;  // words new to a week that fit the unseen-word rows
+    int64_t posUnseenErrorsBefore = 0, posUnseenErrorsAfter = 0;  // of them tagged wrong
     SegTrainSummary seg;         // the word cutter model
 };
 
