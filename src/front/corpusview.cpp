@@ -54,6 +54,28 @@ int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
     return it != tags_.end() ? it->second : fallback;
 }
 
+void PlaceCompoundEnds::Build(const DictionaryS &dict) {
+    words_.clear();
+    for (int32_t e = 0; e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        if (entry.length <= 2 || entry.word == nullptr) continue;
+        double joined = -1.0, apart = 0.0;
+        for (int32_t r = 0; r < entry.posCount; ++r) {
+            const DictSRow &row = entry.posList[r];
+            if (row.code != 2 || !std::isfinite(row.value)) continue;
+            const double count = std::exp(static_cast<double>(row.value)) - 1.0;
+            if (row.subCode == kJoinedRole) joined = count;
+            else if (row.subCode == kApartRole) apart = count;
+        }
+        if (joined >= kMinJoined - 1e-6 && joined > apart)
+            words_.emplace(entry.word, static_cast<size_t>(entry.length));
+    }
+}
+
+bool PlaceCompoundEnds::Has(const char *word, size_t length) const {
+    return !words_.empty() && words_.count(std::string(word, length)) != 0;
+}
+
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
                   const PieceTags &tags, std::vector<Piece> &out) {
     auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "vsglex/model.h"
@@ -31,6 +32,26 @@ public:
 
 private:
     std::unordered_map<std::string, int32_t> tags_;
+};
+
+// Words of several characters that close a place name in the corpus's
+// bracketed places ([中亚/ns 地区/n]ns, [开曼/ns 群岛/n]ns) more often than
+// they stand apart after one. The trainer writes the two counts as place
+// rows of the word (role G: closing such a compound, role A: apart); the
+// role search never reads place rows of words of several characters.
+class PlaceCompoundEnds {
+public:
+    // A word joins when it closed at least kMinJoined compounds and did so
+    // more often than it stood apart.
+    static constexpr double kMinJoined = 2.0;
+    static constexpr uint8_t kJoinedRole = 6;
+    static constexpr uint8_t kApartRole = 0;
+
+    void Build(const DictionaryS &dict);
+    bool Has(const char *word, size_t length) const;
+
+private:
+    std::unordered_set<std::string> words_;
 };
 
 // Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`

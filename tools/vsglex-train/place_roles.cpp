@@ -50,6 +50,17 @@ void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summ
             else if (i > 0 && whole[i - 1]) seq[i].role = placeQ;
         }
         c->AddRoles(1, seq);
+        // A word of several characters after a place: closing one bracketed
+        // place with it, or standing apart.
+        for (size_t i = 0; i + 1 < units.size(); ++i) {
+            const Unit &place = units[i], &next = units[i + 1];
+            if (place.kind != UnitKind::Place || next.kind != UnitKind::Plain || IsSingle(next.text) ||
+                next.text.size() > kMaxDictWord)
+                continue;
+            const bool joined = next.bracketLabel == "ns" && next.bracketLast && place.bracket == next.bracket;
+            std::pair<int32_t, int32_t> &n = c->placeCompoundEnds[next.text];
+            ++(joined ? n.first : n.second);
+        }
     }
 }
 

@@ -39,6 +39,13 @@ constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 // Place roles C, D, E, F: the characters of a suffixed place before its
 // suffix.
 constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
+// Place rows of a word of several characters that follows places: role G
+// (the suffix) counts the times it closes a bracketed place after one, role
+// A the times it follows one outside such a compound. The role search never
+// reads them (such words always take role A); the raw-text front end joins
+// a place with a following word whose G row outweighs its A row.
+constexpr int kPlaceCompoundEndRole = 6;
+constexpr int kPlaceCompoundApartRole = 0;
 // Organisation role D: the word that ends an organisation name.
 constexpr int kOrgSuffixRole = 5;
 // Organisation roles C and E: first and inner one-character words of a
@@ -117,6 +124,10 @@ struct TrainCounts {
     // suffixes (filled by CountOrgRoles).
     std::set<std::string> orgSuffixChars;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
+    // Word of several characters right after a place unit -> how often the
+    // corpus brackets the two as one place with the word last ([中亚/ns
+    // 地区/n]ns), and how often not (filled by CountPlaceRoles).
+    std::map<std::string, std::pair<int32_t, int32_t>> placeCompoundEnds;
     std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
     std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)
 
