@@ -67,7 +67,7 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
             if (row.subCode == kJoinedRole) joined = count;
             else if (row.subCode == kApartRole) apart = count;
         }
-        if (joined >= kMinJoined - 1e-6 && joined > apart)
+        if (joined >= kMinJoined - 1e-6 && joined > kJoinedOverApart * apart)
             words_.emplace(entry.word, static_cast<size_t>(entry.length));
     }
 }

@@ -42,8 +42,9 @@ private:
 class PlaceCompoundEnds {
 public:
     // A word joins when it closed at least kMinJoined compounds and did so
-    // more often than it stood apart.
+    // more than kJoinedOverApart times as often as it stood apart.
     static constexpr double kMinJoined = 2.0;
+    static constexpr double kJoinedOverApart = 2.0;
     static constexpr uint8_t kJoinedRole = 6;
     static constexpr uint8_t kApartRole = 0;
 
