@@ -49,6 +49,8 @@ struct Shared {
     StringTagger stringTagger;  // tags of numbers, times and Latin strings
     PieceTags pieceTags;        // tags of the pieces of organisation names
     PlaceCompoundEnds placeEnds;  // words that close a place name after it (地区, 群岛)
+    NameNeighbours neighbours;    // words next to places and transliterated persons
+    double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
@@ -144,6 +146,7 @@ private:
     };
     void RepeatNames(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
+    void RetagForeignPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
@@ -506,6 +509,7 @@ void Analysis::Flush() {
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     RepeatNames(spans);
+    RetagForeignPlaces(spans);
     JoinPlaceCompounds(spans);
     for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag, span.split, span.headTag);
     items_.clear();
@@ -603,6 +607,38 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         }
     }
     spans.resize(out);
+}
+
+// A transliterated person name whose neighbouring words (of several
+// characters, which the role search cannot tell apart) come far more often
+// next to places than next to such names in the training days is a
+// transliterated place: 抵达 内罗毕, 内罗毕 机场.
+void Analysis::RetagForeignPlaces(std::vector<Span> &spans) {
+    const std::string &gb = work_.gb;
+    auto text = [&](const Span &s) {
+        return std::string_view(gb.data() + items_[s.first].start,
+                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    // The text of a plain word of several characters touching `s` in its
+    // sentence, or an empty view.
+    auto neighbour = [&](const Span &s, const Span &n) {
+        const Item &a = items_[std::min(s.last, n.last)];
+        const Item &b = items_[std::max(s.first, n.first)];
+        if (a.sentence != b.sentence || b.start != a.start + a.length || IsNameTag(n.tag) || n.split != 0)
+            return std::string_view();
+        std::string_view t = text(n);
+        return t.size() > 2 ? t : std::string_view();
+    };
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span &s = spans[i];
+        if (s.tag != kForeignPersonTag) continue;
+        bool user = false;
+        for (size_t q = s.first; q <= s.last; ++q) user = user || items_[q].user != nullptr;
+        if (user) continue;
+        std::string_view before = i > 0 ? neighbour(s, spans[i - 1]) : std::string_view();
+        std::string_view after = i + 1 < spans.size() ? neighbour(s, spans[i + 1]) : std::string_view();
+        if (shared_.neighbours.PlaceEvidence(before, after) >= shared_.placeEvidenceMin) s.tag = kForeignPlaceTag;
+    }
 }
 
 // A place followed by a word that closes bracketed places in the corpus
@@ -790,6 +826,9 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     set->stringTagger.Resolve(set->tagNames);
     set->pieceTags.Build(engine->models().core);
     set->placeEnds.Build(engine->models().core);
+    set->neighbours.Build(engine->models().core);
+    if (const char *v = std::getenv("VSGLEX_PLACE_EVIDENCE"); v != nullptr && *v != '\0')
+        set->placeEvidenceMin = std::atof(v);
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);

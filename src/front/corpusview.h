@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -53,6 +54,35 @@ public:
 
 private:
     std::unordered_set<std::string> words_;
+};
+
+// Words of several characters next to transliterated places and next to
+// transliterated person names in the training days (the trainer writes the
+// counts as place rows P and Q, before and after such a place, and person
+// rows R and S, before and after such a person; the role search never
+// reads them).
+// The role search gives every such word the same role, so it cannot tell
+// 赴 内罗毕 from 会见 内罗毕: these counts can.
+class NameNeighbours {
+public:
+    static constexpr uint8_t kBeforePlace = 15, kAfterPlace = 16;         // place rows
+    static constexpr uint8_t kBeforePerson = 17, kAfterPerson = 18;       // person rows
+    // Added to every count, so that a word seen next to one kind only
+    // still has a finite ratio.
+    static constexpr double kPrior = 0.5;
+
+    void Build(const DictionaryS &dict);
+    // Log-likelihood ratio, place against transliterated person, of a
+    // string with the word `before` right before it and `after` right after
+    // it (either may be empty: no evidence from that side).
+    double PlaceEvidence(std::string_view before, std::string_view after) const;
+
+private:
+    struct Counts {
+        double beforePlace = 0, afterPlace = 0, beforePerson = 0, afterPerson = 0;
+    };
+    std::unordered_map<std::string, Counts> words_;
+    Counts totals_;
 };
 
 // Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`

@@ -657,4 +657,29 @@ TEST(Trainer, WordsThatClosePlacesGetTheirCompoundCounts) {
     DictionaryS_Free(&d);
 }
 
+TEST(Trainer, NeighboursOfTransliteratedPlacesAndPersons) {
+    // Words of several characters before and after a transliterated place
+    // (内罗毕, tag 30) get place rows P (15) and Q (16), those around a
+    // transliterated person (克林顿) person rows R (17) and S (18); the
+    // neighbours of a Chinese place (北京) and one-character words get none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  抵达/v  内罗毕/ns  机场/n  ，/w  再次/d  抵达/v  内罗毕/ns  。/w  会见/v  克林顿/nr  "
+        "总统/n  ，/w  离开/v  北京/ns  以后/f  到/v  内罗毕/ns  。/w",
+        &ps[0]));
+    vsgtest::TempDir dir;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, vsgtrain::TrainOptions(), dir, &d));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "抵达"), 2, 15), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "机场"), 2, 16), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "会见"), 1, 17), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "总统"), 1, 18), std::log(2.0f));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "抵达"), 1, 17)));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "会见"), 2, 15)));
+    for (const char *w : {"离开", "以后"})
+        for (int code : {1, 2})
+            for (int role : {15, 16, 17, 18}) EXPECT_TRUE(std::isnan(RowValue(Find(d, w), code, role))) << w << role;
+    DictionaryS_Free(&d);
+}
+
 }  // namespace
