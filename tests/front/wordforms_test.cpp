@@ -271,6 +271,10 @@ TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
         EXPECT_TRUE(Has(merged, want)) << want << " in " << Texts(merged);
     for (const char *want : {"中亚/ns", "地区/n", "帕米尔/nsf", "高原/n", "巴尔干/nsf", "半岛/n"})
         EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
+    // A transliteration the person recogniser took is a place where the
+    // word before it comes before transliterated places (抵达), not persons.
+    auto arrive = Words("代表团抵达雅温得。");
+    EXPECT_TRUE(Has(arrive, "雅温得/nsf")) << Texts(arrive);
 }
 
 }  // namespace
