@@ -1,4 +1,5 @@
-// Corpus-granularity pieces of person and organisation names.
+// Corpus-granularity pieces of person, organisation and compound place names,
+// and the trainer's counts the front end reads after the engine.
 #include "front/corpusview.h"
 
 #include <cmath>
