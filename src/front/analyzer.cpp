@@ -51,6 +51,7 @@ struct Shared {
     PlaceCompoundEnds placeEnds;  // words that close a place name after it (地区, 群岛)
     NameNeighbours neighbours;    // words next to places and transliterated persons
     double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)
+    bool knownPlaces = true;        // VSGLEX_KNOWN_PLACES=0 (measurement switch): off
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
@@ -146,7 +147,7 @@ private:
     };
     void RepeatNames(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
-    void RetagForeignPlaces(std::vector<Span> &spans);
+    void RetagPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
@@ -509,7 +510,7 @@ void Analysis::Flush() {
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     RepeatNames(spans);
-    RetagForeignPlaces(spans);
+    RetagPlaces(spans);
     JoinPlaceCompounds(spans);
     for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag, span.split, span.headTag);
     items_.clear();
@@ -609,11 +610,13 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     spans.resize(out);
 }
 
-// A transliterated person name whose neighbouring words (of several
+// Person names that are places: a person word whose text the training
+// days show mostly as a place (the cutter hands rare places to the engine
+// in characters, and the person recogniser may take them), and a
+// transliterated person name whose neighbouring words (of several
 // characters, which the role search cannot tell apart) come far more often
-// next to places than next to such names in the training days is a
-// transliterated place: 抵达 内罗毕, 内罗毕 机场.
-void Analysis::RetagForeignPlaces(std::vector<Span> &spans) {
+// next to transliterated places than next to such names (抵达 雅温得).
+void Analysis::RetagPlaces(std::vector<Span> &spans) {
     const std::string &gb = work_.gb;
     auto text = [&](const Span &s) {
         return std::string_view(gb.data() + items_[s.first].start,
@@ -631,10 +634,22 @@ void Analysis::RetagForeignPlaces(std::vector<Span> &spans) {
     };
     for (size_t i = 0; i < spans.size(); ++i) {
         Span &s = spans[i];
-        if (s.tag != kForeignPersonTag) continue;
+        if (!IsPersonTag(s.tag)) continue;
         bool user = false;
         for (size_t q = s.first; q <= s.last; ++q) user = user || items_[q].user != nullptr;
         if (user) continue;
+        // A string the training days show mostly as a place (马德里, 科威特:
+        // the cutter hands rare places over in characters, and the person
+        // recogniser may take them) stays a place.
+        if (shared_.knownPlaces && s.first != s.last) {
+            const std::string_view t = text(s);
+            const int32_t known = CoreWordTag(&shared_.engine->models(), t.data(), t.size());
+            if (IsPlaceTag(known)) {
+                s.tag = known;
+                continue;
+            }
+        }
+        if (s.tag != kForeignPersonTag) continue;
         std::string_view before = i > 0 ? neighbour(s, spans[i - 1]) : std::string_view();
         std::string_view after = i + 1 < spans.size() ? neighbour(s, spans[i + 1]) : std::string_view();
         if (shared_.neighbours.PlaceEvidence(before, after) >= shared_.placeEvidenceMin) s.tag = kForeignPlaceTag;
@@ -829,6 +844,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     set->neighbours.Build(engine->models().core);
     if (const char *v = std::getenv("VSGLEX_PLACE_EVIDENCE"); v != nullptr && *v != '\0')
         set->placeEvidenceMin = std::atof(v);
+    if (const char *v = std::getenv("VSGLEX_KNOWN_PLACES"); v != nullptr && *v != '\0')
+        set->knownPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);

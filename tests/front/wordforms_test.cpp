@@ -275,6 +275,12 @@ TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
     // word before it comes before transliterated places (抵达), not persons.
     auto arrive = Words("代表团抵达雅温得。");
     EXPECT_TRUE(Has(arrive, "雅温得/nsf")) << Texts(arrive);
+    // A place the dictionary knows, handed to the engine in characters and
+    // taken by the person recogniser, is a place again; a transliterated
+    // person stays one.
+    auto known = Words("希萨诺31日在马普托发表新年文告。");
+    EXPECT_TRUE(Has(known, "马普托/nsf")) << Texts(known);
+    EXPECT_TRUE(Has(known, "希萨诺/nrf")) << Texts(known);
 }
 
 }  // namespace
