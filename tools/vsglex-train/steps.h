@@ -44,7 +44,8 @@ constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
 // (the suffix) counts the times it closes a bracketed place after one, role
 // A the times it follows one outside such a compound. The role search never
 // reads them (such words always take role A); the raw-text front end joins
-// a place with a following word whose G row outweighs its A row.
+// a place with a following word whose G count is large enough against its
+// A count (front/corpusview.h, PlaceCompoundEnds).
 constexpr int kPlaceCompoundEndRole = 6;
 constexpr int kPlaceCompoundApartRole = 0;
 // Rows of a word of several characters next to names, for the front end's
