@@ -48,6 +48,13 @@ struct Shared {
     std::string warning;  // about the loaded set (no manifest), or empty
     StringTagger stringTagger;  // tags of numbers, times and Latin strings
     PieceTags pieceTags;        // tags of the pieces of organisation names
+    PlaceCompoundEnds placeEnds;  // words that close a place name after it (地区, 群岛)
+    NameNeighbours neighbours;    // words next to places and transliterated persons
+    double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)
+    bool knownPlaces = true;        // VSGLEX_KNOWN_PLACES=0 (measurement switch): off
+    // Heads of place compounds: 0 none, 1 places, 2 places and
+    // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
+    int placeCompounds = 2;
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -127,14 +134,20 @@ private:
     void AddRun(const Atom *atoms, size_t n);
     void CloseSentence();
     void Flush();
-    void EmitWord(size_t first, size_t last, int32_t tag);
+    // `split`: a place compound's closing word begins at this item (its
+    // pieces are the head, tagged `headTag`, and the closing word); 0: none.
+    void EmitWord(size_t first, size_t last, int32_t tag, size_t split = 0, int32_t headTag = 0);
     void ApplyUserWords(const Atom *atoms, size_t n);
-    void EmitEngineWord(size_t first, size_t last, int32_t tag);
+    void EmitEngineWord(size_t first, size_t last, int32_t tag, size_t split = 0, int32_t headTag = 0);
     struct Span {  // an engine word as a run of items
         size_t first, last;
         int32_t tag;
+        size_t split = 0;     // place compounds: first item of the closing word
+        int32_t headTag = 0;  // and the tag of the head
     };
     void RepeatNames(std::vector<Span> &spans);
+    void JoinPlaceCompounds(std::vector<Span> &spans);
+    void RetagPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
@@ -344,7 +357,7 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
     texts_.push_back('\0');
 }
 
-void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
+void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag) {
     const Item &a = items_[first];
     const Item &b = items_[last];
     vsglex_word w{};
@@ -367,7 +380,12 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag) {
     // The word's pieces in corpus granularity: only person and organisation
     // names have more than one.
     pieces_.clear();
-    if (tag == kPersonTag || IsOrgTag(tag)) {
+    if (split > first && split <= last) {
+        // A place compound: the corpus writes the head and the closing word.
+        const uint32_t cut = items_[split].start - gbStart;
+        pieces_.push_back(Piece{0, cut, headTag});
+        pieces_.push_back(Piece{cut, gbEnd - gbStart, shared_.pieceTags.Of(gb + cut, gbEnd - gbStart - cut, 2)});
+    } else if (tag == kPersonTag || IsOrgTag(tag)) {
         pieceCuts_.clear();
         for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
         CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
@@ -492,7 +510,9 @@ void Analysis::Flush() {
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     RepeatNames(spans);
-    for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag);
+    RetagPlaces(spans);
+    JoinPlaceCompounds(spans);
+    for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag, span.split, span.headTag);
     items_.clear();
 }
 
@@ -590,6 +610,87 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     spans.resize(out);
 }
 
+// Person names that are places: a person word whose text the training
+// days show mostly as a place (the cutter hands rare places to the engine
+// in characters, and the person recogniser may take them), and a
+// transliterated person name whose neighbouring words (of several
+// characters, which the role search cannot tell apart) come far more often
+// next to transliterated places than next to such names (抵达 雅温得).
+void Analysis::RetagPlaces(std::vector<Span> &spans) {
+    const std::string &gb = work_.gb;
+    auto text = [&](const Span &s) {
+        return std::string_view(gb.data() + items_[s.first].start,
+                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    // The text of a plain word of several characters touching `s` in its
+    // sentence, or an empty view.
+    auto neighbour = [&](const Span &s, const Span &n) {
+        const Item &a = items_[std::min(s.last, n.last)];
+        const Item &b = items_[std::max(s.first, n.first)];
+        if (a.sentence != b.sentence || b.start != a.start + a.length || IsNameTag(n.tag) || n.split != 0)
+            return std::string_view();
+        std::string_view t = text(n);
+        return t.size() > 2 ? t : std::string_view();
+    };
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span &s = spans[i];
+        if (!IsPersonTag(s.tag)) continue;
+        bool user = false;
+        for (size_t q = s.first; q <= s.last; ++q) user = user || items_[q].user != nullptr;
+        if (user) continue;
+        // A string the training days show mostly as a place (马德里, 科威特:
+        // the cutter hands rare places over in characters, and the person
+        // recogniser may take them) stays a place.
+        if (shared_.knownPlaces && s.first != s.last) {
+            const std::string_view t = text(s);
+            const int32_t known = CoreWordTag(&shared_.engine->models(), t.data(), t.size());
+            if (IsPlaceTag(known)) {
+                s.tag = known;
+                continue;
+            }
+        }
+        if (s.tag != kForeignPersonTag) continue;
+        std::string_view before = i > 0 ? neighbour(s, spans[i - 1]) : std::string_view();
+        std::string_view after = i + 1 < spans.size() ? neighbour(s, spans[i + 1]) : std::string_view();
+        if (shared_.neighbours.PlaceEvidence(before, after) >= shared_.placeEvidenceMin) s.tag = kForeignPlaceTag;
+    }
+}
+
+// A place followed by a word that closes bracketed places in the corpus
+// (中亚 地区, 开曼 群岛, 香港 特别行政区) is one place: the recognisers
+// join only one-character words, so the engine cannot. A transliterated
+// person name before such a word (帕米尔 高原, 巴尔干 半岛) is a place the
+// person recogniser took: it becomes a transliterated place.
+void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
+    if (shared_.placeCompounds == 0 || spans.size() < 2) return;
+    const std::string &gb = work_.gb;
+    auto untouched = [&](const Span &s) {
+        for (size_t q = s.first; q <= s.last; ++q)
+            if (items_[q].user != nullptr || items_[q].continues) return false;
+        return s.split == 0;
+    };
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span s = spans[i];
+        const bool head = IsPlaceTag(s.tag) || (shared_.placeCompounds >= 2 && s.tag == kForeignPersonTag);
+        if (head && i + 1 < spans.size() && untouched(s)) {
+            const Span &next = spans[i + 1];
+            const Item &a = items_[s.last];
+            const Item &b = items_[next.first];
+            const size_t bytes = items_[next.last].start + items_[next.last].length - b.start;
+            if (next.first == next.last && a.sentence == b.sentence && b.start == a.start + a.length &&
+                !IsNameTag(next.tag) && untouched(next) && shared_.placeEnds.Has(gb.data() + b.start, bytes)) {
+                const int32_t headTag = IsPlaceTag(s.tag) ? s.tag : kForeignPlaceTag;
+                spans[out++] = Span{s.first, next.last, kPlaceTag, next.first, headTag};
+                ++i;
+                continue;
+            }
+        }
+        spans[out++] = s;
+    }
+    spans.resize(out);
+}
+
 void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
     const SegmentEngine *engine = &shared_.engine->models();
     user_->Apply(work_.gb.data(), atoms, n, ends_, userMarks_,
@@ -599,11 +700,11 @@ void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
 // A user word stays one word with the user's tag: an engine word that
 // joins it with its neighbours (a name recogniser's merge) is taken apart
 // again, its other pieces tagged by the core dictionary.
-void Analysis::EmitEngineWord(size_t first, size_t last, int32_t tag) {
+void Analysis::EmitEngineWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag) {
     bool user = false;
     for (size_t q = first; q <= last && !user; ++q) user = items_[q].user != nullptr;
     if (!user) {
-        EmitWord(first, last, tag);
+        EmitWord(first, last, tag, split, headTag);
         return;
     }
     for (size_t q = first; q <= last; ++q) {
@@ -739,6 +840,14 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     }
     set->stringTagger.Resolve(set->tagNames);
     set->pieceTags.Build(engine->models().core);
+    set->placeEnds.Build(engine->models().core);
+    set->neighbours.Build(engine->models().core);
+    if (const char *v = std::getenv("VSGLEX_PLACE_EVIDENCE"); v != nullptr && *v != '\0')
+        set->placeEvidenceMin = std::atof(v);
+    if (const char *v = std::getenv("VSGLEX_KNOWN_PLACES"); v != nullptr && *v != '\0')
+        set->knownPlaces = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
+        set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);
     return set;
 }

@@ -1,4 +1,5 @@
-// Corpus-granularity pieces of person and organisation names.
+// Corpus-granularity pieces of person, organisation and compound place names,
+// and the trainer's counts the front end reads after the engine.
 #include "front/corpusview.h"
 
 #include <cmath>
@@ -52,6 +53,80 @@ void PieceTags::Build(const DictionaryS &dict) {
 int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
     auto it = tags_.find(std::string(word, length));
     return it != tags_.end() ? it->second : fallback;
+}
+
+void PlaceCompoundEnds::Build(const DictionaryS &dict) {
+    words_.clear();
+    for (int32_t e = 0; e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        if (entry.length <= 2 || entry.word == nullptr) continue;
+        double joined = -1.0, apart = 0.0;
+        for (int32_t r = 0; r < entry.posCount; ++r) {
+            const DictSRow &row = entry.posList[r];
+            if (row.code != 2 || !std::isfinite(row.value)) continue;
+            const double count = std::exp(static_cast<double>(row.value)) - 1.0;
+            if (row.subCode == kJoinedRole) joined = count;
+            else if (row.subCode == kApartRole) apart = count;
+        }
+        if (joined >= kMinJoined - 1e-6 && joined > kJoinedOverApart * apart)
+            words_.emplace(entry.word, static_cast<size_t>(entry.length));
+    }
+}
+
+bool PlaceCompoundEnds::Has(const char *word, size_t length) const {
+    return !words_.empty() && words_.count(std::string(word, length)) != 0;
+}
+
+void NameNeighbours::Build(const DictionaryS &dict) {
+    words_.clear();
+    totals_ = Counts();
+    for (int32_t e = 0; e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        if (entry.length <= 2 || entry.word == nullptr) continue;
+        Counts c;
+        bool any = false;
+        for (int32_t r = 0; r < entry.posCount; ++r) {
+            const DictSRow &row = entry.posList[r];
+            if ((row.code != 1 && row.code != 2) || !std::isfinite(row.value)) continue;
+            const double count = std::exp(static_cast<double>(row.value)) - 1.0;
+            double *slot = nullptr;
+            if (row.code == 2 && row.subCode == kBeforePlace) slot = &c.beforePlace;
+            else if (row.code == 2 && row.subCode == kAfterPlace) slot = &c.afterPlace;
+            else if (row.code == 1 && row.subCode == kBeforePerson) slot = &c.beforePerson;
+            else if (row.code == 1 && row.subCode == kAfterPerson) slot = &c.afterPerson;
+            if (slot == nullptr) continue;
+            *slot = count;
+            any = true;
+        }
+        if (!any) continue;
+        totals_.beforePlace += c.beforePlace;
+        totals_.afterPlace += c.afterPlace;
+        totals_.beforePerson += c.beforePerson;
+        totals_.afterPerson += c.afterPerson;
+        words_.emplace(std::string(entry.word, static_cast<size_t>(entry.length)), c);
+    }
+}
+
+double NameNeighbours::PlaceEvidence(std::string_view before, std::string_view after) const {
+    if (words_.empty()) return 0.0;
+    auto ratio = [](double place, double placeTotal, double person, double personTotal) {
+        if (placeTotal <= 0 || personTotal <= 0) return 0.0;
+        return std::log((place + kPrior) / placeTotal) - std::log((person + kPrior) / personTotal);
+    };
+    double evidence = 0.0;
+    if (!before.empty()) {
+        auto it = words_.find(std::string(before));
+        if (it != words_.end())
+            evidence += ratio(it->second.beforePlace, totals_.beforePlace, it->second.beforePerson,
+                              totals_.beforePerson);
+    }
+    if (!after.empty()) {
+        auto it = words_.find(std::string(after));
+        if (it != words_.end())
+            evidence +=
+                ratio(it->second.afterPlace, totals_.afterPlace, it->second.afterPerson, totals_.afterPerson);
+    }
+    return evidence;
 }
 
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,

@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "vsglex/model.h"
@@ -31,6 +33,56 @@ public:
 
 private:
     std::unordered_map<std::string, int32_t> tags_;
+};
+
+// Words of several characters that close a place name in the corpus's
+// bracketed places ([中亚/ns 地区/n]ns, [开曼/ns 群岛/n]ns) more often than
+// they stand apart after one. The trainer writes the two counts as place
+// rows of the word (role G: closing such a compound, role A: apart); the
+// role search never reads place rows of words of several characters.
+class PlaceCompoundEnds {
+public:
+    // A word joins when it closed at least kMinJoined compounds and did so
+    // more than kJoinedOverApart times as often as it stood apart.
+    static constexpr double kMinJoined = 2.0;
+    static constexpr double kJoinedOverApart = 2.0;
+    static constexpr uint8_t kJoinedRole = 6;
+    static constexpr uint8_t kApartRole = 0;
+
+    void Build(const DictionaryS &dict);
+    bool Has(const char *word, size_t length) const;
+
+private:
+    std::unordered_set<std::string> words_;
+};
+
+// Words of several characters next to transliterated places and next to
+// transliterated person names in the training days (the trainer writes the
+// counts as place rows P and Q, before and after such a place, and person
+// rows R and S, before and after such a person; the role search never
+// reads them).
+// The role search gives every such word the same role, so it cannot tell
+// 赴 内罗毕 from 会见 内罗毕: these counts can.
+class NameNeighbours {
+public:
+    static constexpr uint8_t kBeforePlace = 15, kAfterPlace = 16;         // place rows
+    static constexpr uint8_t kBeforePerson = 17, kAfterPerson = 18;       // person rows
+    // Added to every count, so that a word seen next to one kind only
+    // still has a finite ratio.
+    static constexpr double kPrior = 0.5;
+
+    void Build(const DictionaryS &dict);
+    // Log-likelihood ratio, place against transliterated person, of a
+    // string with the word `before` right before it and `after` right after
+    // it (either may be empty: no evidence from that side).
+    double PlaceEvidence(std::string_view before, std::string_view after) const;
+
+private:
+    struct Counts {
+        double beforePlace = 0, afterPlace = 0, beforePerson = 0, afterPerson = 0;
+    };
+    std::unordered_map<std::string, Counts> words_;
+    Counts totals_;
 };
 
 // Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`

@@ -263,4 +263,28 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
     EXPECT_EQ(plain, plainPieces);
 }
 
+
+TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
+    // A place and a word that closes bracketed places in the corpus (地区,
+    // 半岛) are one place; so is a transliteration the person recogniser
+    // took before such a word. The corpus pieces are the head and the
+    // closing word. A place before a word that closes none (会议) stays apart.
+    const std::string text = "中亚地区的局势，他们到帕米尔高原和巴尔干半岛。上海会议闭幕。";
+    auto merged = Words(text), pieces = Words(text, true);
+    for (const char *want : {"中亚地区/ns", "帕米尔高原/ns", "巴尔干半岛/ns", "上海/ns", "会议/n"})
+        EXPECT_TRUE(Has(merged, want)) << want << " in " << Texts(merged);
+    for (const char *want : {"中亚/ns", "地区/n", "帕米尔/nsf", "高原/n", "巴尔干/nsf", "半岛/n"})
+        EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
+    // A transliteration the person recogniser took is a place where the
+    // word before it comes before transliterated places (抵达), not persons.
+    auto arrive = Words("代表团抵达哈拉雷。");
+    EXPECT_TRUE(Has(arrive, "哈拉雷/nsf")) << Texts(arrive);
+    // A place the dictionary knows, handed to the engine in characters and
+    // taken by the person recogniser, is a place again; a transliterated
+    // person stays one.
+    auto known = Words("希萨诺31日在马普托发表新年文告。");
+    EXPECT_TRUE(Has(known, "马普托/nsf")) << Texts(known);
+    EXPECT_TRUE(Has(known, "希萨诺/nrf")) << Texts(known);
+}
+
 }  // namespace

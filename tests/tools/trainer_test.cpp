@@ -696,6 +696,53 @@ TEST(Trainer, PlaceSuffixesComeFromChinesePlacesOnly) {
     EXPECT_NE(suffixes.find("\n" + Gb("县") + " 1\n"), std::string::npos);  // the fixed list stays
 }
 
+TEST(Trainer, WordsThatClosePlacesGetTheirCompoundCounts) {
+    // 地区 closes two bracketed places and follows a place once outside one;
+    // 会议 follows a place but never closes one, and 山区 closes a compound
+    // whose head is no place: neither gets the rows. Words never after a
+    // place get none either, and the rows never go to one-character words.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  [中亚/ns  地区/n]ns  和/c  [吕梁/ns  地区/n]ns  、/w  北京/ns  地区/n  的/u  "
+        "上海/ns  会议/n  [沂蒙/j  山区/n]ns  [开曼/ns  群/n]ns  。/w",
+        &ps[0]));
+    vsgtest::TempDir dir;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, vsgtrain::TrainOptions(), dir, &d));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "地区"), 2, 6), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "地区"), 2, 0), std::log(2.0f));
+    for (const char *w : {"会议", "山区", "中亚", "群"}) {
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, w), 2, 6))) << w;
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, w), 2, 0))) << w;
+    }
+    DictionaryS_Free(&d);
+}
+
+TEST(Trainer, NeighboursOfTransliteratedPlacesAndPersons) {
+    // Words of several characters before and after a transliterated place
+    // (内罗毕, tag 30) get place rows P (15) and Q (16), those around a
+    // transliterated person (克林顿) person rows R (17) and S (18); the
+    // neighbours of a Chinese place (北京) and one-character words get none.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  抵达/v  内罗毕/ns  机场/n  ，/w  再次/d  抵达/v  内罗毕/ns  。/w  会见/v  克林顿/nr  "
+        "总统/n  ，/w  离开/v  北京/ns  以后/f  到/v  内罗毕/ns  。/w",
+        &ps[0]));
+    vsgtest::TempDir dir;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, vsgtrain::TrainOptions(), dir, &d));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "抵达"), 2, 15), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "机场"), 2, 16), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "会见"), 1, 17), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "总统"), 1, 18), std::log(2.0f));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "抵达"), 1, 17)));
+    EXPECT_TRUE(std::isnan(RowValue(Find(d, "会见"), 2, 15)));
+    for (const char *w : {"离开", "以后"})
+        for (int code : {1, 2})
+            for (int role : {15, 16, 17, 18}) EXPECT_TRUE(std::isnan(RowValue(Find(d, w), code, role))) << w << role;
+    DictionaryS_Free(&d);
+}
+
 }  // namespace
 
 namespace {

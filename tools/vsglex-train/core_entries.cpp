@@ -206,6 +206,25 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         }
         e.stats[0] = wc.total > 0 ? LogCount(static_cast<double>(wc.total) + 1.0) : 0.0f;
         if (!single) {
+            // Evidence for the front end's place compounds (see steps.h).
+            auto near = c.nameNeighbours.find(w);
+            if (near != c.nameNeighbours.end()) {
+                // Person rows first, then place rows, as in every entry.
+                const size_t order[4] = {2, 3, 0, 1};
+                const int codes[4] = {2, 2, 1, 1};
+                const int roles[4] = {kBeforePlaceRole, kAfterPlaceRole, kBeforeForeignPersonRole,
+                                      kAfterForeignPersonRole};
+                for (size_t k : order)
+                    if (near->second[k] > 0)
+                        e.rows.push_back({static_cast<uint16_t>(codes[k]), static_cast<uint8_t>(roles[k]),
+                                          LogCount(near->second[k] + 1.0)});
+            }
+            auto ends = c.placeCompoundEnds.find(w);
+            if (ends != c.placeCompoundEnds.end() && ends->second.first > 0) {
+                e.rows.push_back({2, static_cast<uint8_t>(kPlaceCompoundEndRole), LogCount(ends->second.first + 1.0)});
+                e.rows.push_back(
+                    {2, static_cast<uint8_t>(kPlaceCompoundApartRole), LogCount(ends->second.second + 1.0)});
+            }
             // Organisation rows of words inside organisation names. The
             // suffix row gets a larger added count: a word seen ending
             // organisation names once (举重队, 交易所) is a suffix. Words

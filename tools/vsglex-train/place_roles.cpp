@@ -50,6 +50,33 @@ void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summ
             else if (i > 0 && whole[i - 1]) seq[i].role = placeQ;
         }
         c->AddRoles(1, seq);
+        // A word of several characters after a place: closing one bracketed
+        // place with it, or standing apart.
+        for (size_t i = 0; i + 1 < units.size(); ++i) {
+            const Unit &place = units[i], &next = units[i + 1];
+            if (place.kind != UnitKind::Place || next.kind != UnitKind::Plain || IsSingle(next.text) ||
+                next.text.size() > kMaxDictWord)
+                continue;
+            const bool joined = next.bracketLabel == "ns" && next.bracketLast && place.bracket == next.bracket;
+            std::pair<int32_t, int32_t> &n = c->placeCompoundEnds[next.text];
+            ++(joined ? n.first : n.second);
+        }
+        // Words of several characters around transliterated places and
+        // transliterated person names (Chinese places have other
+        // neighbours: the counts are for telling the two kinds of
+        // transliteration apart).
+        auto plainWord = [&](size_t k) {
+            return units[k].kind != UnitKind::Person && units[k].kind != UnitKind::Place &&
+                   !IsSingle(units[k].text) && units[k].text.size() <= kMaxDictWord;
+        };
+        for (size_t i = 0; i < units.size(); ++i) {
+            const Unit &u = units[i];
+            const bool place = u.kind == UnitKind::Place && u.tag == kPosForeignPlace;
+            const bool foreign = u.kind == UnitKind::Person && u.tag == kPosForeignPerson;
+            if (!place && !foreign) continue;
+            if (i > 0 && plainWord(i - 1)) ++c->nameNeighbours[units[i - 1].text][place ? 0 : 2];
+            if (i + 1 < units.size() && plainWord(i + 1)) ++c->nameNeighbours[units[i + 1].text][place ? 1 : 3];
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #define VSGLEX_TOOLS_TRAIN_STEPS_H
 
 #include <cmath>
+#include <array>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -40,6 +41,23 @@ constexpr int kPersonPlaceFloorRoles[] = {20, 21};
 // Place roles C, D, E, F: the characters of a suffixed place before its
 // suffix.
 constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
+// Place rows of a word of several characters that follows places: role G
+// (the suffix) counts the times it closes a bracketed place after one, role
+// A the times it follows one outside such a compound. The role search never
+// reads them (such words always take role A); the raw-text front end joins
+// a place with a following word whose G count is large enough against its
+// A count (front/corpusview.h, PlaceCompoundEnds).
+constexpr int kPlaceCompoundEndRole = 6;
+constexpr int kPlaceCompoundApartRole = 0;
+// Rows of a word of several characters next to names, for the front end's
+// place-versus-person test of transliterations (inert in the role search,
+// like the compound rows): place roles P and Q count the times it comes
+// before and after a transliterated place, person roles R and S the times it
+// comes before and after a transliterated person name.
+constexpr int kBeforePlaceRole = 15;
+constexpr int kAfterPlaceRole = 16;
+constexpr int kBeforeForeignPersonRole = 17;
+constexpr int kAfterForeignPersonRole = 18;
 // Organisation role D: the word that ends an organisation name.
 constexpr int kOrgSuffixRole = 5;
 // Organisation roles C and E: first and inner one-character words of a
@@ -122,6 +140,14 @@ struct TrainCounts {
     // suffixes (filled by CountOrgRoles).
     std::set<std::string> orgSuffixChars;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
+    // Word of several characters right after a place unit -> how often the
+    // corpus brackets the two as one place with the word last ([中亚/ns
+    // 地区/n]ns), and how often not (filled by CountPlaceRoles).
+    std::map<std::string, std::pair<int32_t, int32_t>> placeCompoundEnds;
+    // Word of several characters -> times it comes right before a
+    // transliterated place, right after one, right before a transliterated
+    // person name and right after one (filled by CountPlaceRoles).
+    std::map<std::string, std::array<int32_t, 4>> nameNeighbours;
     std::map<int, int32_t> nameTagCounts;                       // name tags -> occurrences
     std::set<std::string> prefixChars;  // characters that may precede a name (老, 小, 阿)
 
