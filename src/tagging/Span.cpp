@@ -626,27 +626,73 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
     return 1;
 }
 
-int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core) {
+namespace {
+
+// Finishes a part-of-speech run of one slot holding one candidate (a
+// settled word, the usual run: most words are settled) as the forward
+// pass, back-trace, tag write and CSpan_Reset(span, 1) would, leaving the
+// span in the same state: slot 0 holds one candidate (`slot0Row` is its
+// wide row) and every path goes through it. The run was closed with its
+// end at slot 2, so offset[2] is where the next run starts.
+inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row,
+                             const double *const *wide) {
+    const double *nextRow[1];
+    RelaxOne(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
+    const uint8_t tag = span->cand[1][0];
+    if (span->word[1][0] != '\0') {
+        span->bestTag[1] = tag;
+        span->bestTag[2] = kNoTag;
+        word.tag = static_cast<int8_t>(tag);  // tag is never kNoTag here
+    } else {
+        span->bestTag[1] = kNoTag;
+    }
+    span->cand[0][0] = tag;
+    span->score[0][0] = span->score[1][0];
+    const int32_t next = span->offset[2];
+    span->startOffset = static_cast<uint32_t>(next);
+    span->offset[1] = next;
+    span->count = 1;
+    span->word[0][0] = '\0';
+}
+
+}  // namespace
+
+int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const DictionaryS *core, bool oneSlotStep) {
     if (span == nullptr || results == nullptr) return 1;
     CSpan_Reset(span, 0);
+    // The one-slot step reads the wide rows of the span's tables.
+    const vsg::tagging::SpanTables *tables = span->tables;
+    const double *const *wide =
+        (oneSlotStep && tables != nullptr && tables->model() == span->model) ? tables->WideRows() : nullptr;
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         const int32_t next = CSpan_GetFrom0(span, results, start, core);
-        CSpan_GetBestPOS0(span);
-        if (span->bestTag[1] < kNoTag && span->count >= 2) {
-            // Record start+j is slot j+1; the word that closed the run is
-            // tagged too and carries over as slot 0 of the next run.
-            for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
-                const uint8_t tag = span->bestTag[j + 1];
-                if (tag == kNoTag) break;
-                results[start + static_cast<int32_t>(j)].tag = static_cast<int8_t>(tag);
+        // One slot with one candidate after one fixed predecessor (slot 0
+        // never holds more than one).
+        if (wide != nullptr && span->count == 2 && span->cand[1][0] != kNoTag && span->cand[1][1] == kNoTag &&
+            span->cand[0][0] != kNoTag && span->cand[0][1] == kNoTag) {
+            FinishOneSlotRun(span, results[start], wide[span->cand[0][0]], wide);
+        } else {
+            CSpan_GetBestPOS0(span);
+            if (span->bestTag[1] < kNoTag && span->count >= 2) {
+                // Record start+j is slot j+1; the word that closed the run is
+                // tagged too and carries over as slot 0 of the next run.
+                for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
+                    const uint8_t tag = span->bestTag[j + 1];
+                    if (tag == kNoTag) break;
+                    results[start + static_cast<int32_t>(j)].tag = static_cast<int8_t>(tag);
+                }
             }
+            CSpan_Reset(span, 1);
         }
-        CSpan_Reset(span, 1);
         if (next < 0) break;
         start = next;
     }
     return 1;
+}
+
+int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core) {
+    return vsg::tagging::PosTagging(span, results, core, true);
 }
 
 int32_t CSpan_ComputeFrequency() { return 1; }
