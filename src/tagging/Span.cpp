@@ -162,6 +162,20 @@ int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
     int32_t n = 0;
     if (tables != nullptr && tables->set() == set && tables->model() == span->model &&
         tables->Cands(w, &tags, &costs, &n)) {
+#if defined(__SSE2__)
+        // Block copies: costs two at a time, tags 16 at once. What they
+        // write past the n candidates is never read: the caller ends the
+        // row at n, the forward pass reads costs of candidates only, and a
+        // back index past a row (kNoBack) reads no further than index 1 of
+        // the next row, a candidate or the terminator when n >= 1.
+        if (n > 0 && n < 16) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(span->cand[k]),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i *>(tags)));
+            for (int32_t i = 0; i < n; i += 2)
+                _mm_storeu_pd(&span->score[k][i], _mm_loadu_pd(costs + i));
+            return n;
+        }
+#endif
         for (int32_t i = 0; i < n; ++i) {
             span->cand[k][i] = tags[i];
             span->score[k][i] = costs[i];
