@@ -213,14 +213,23 @@ void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
 // both tag kinds. `fill(k, word, length)` gives slot k (whose text and
 // offset are already set, `length` its text length) its candidates and
 // returns true when that word ends the run. Returns the record the next
-// run starts at, or -1 when the array is used up.
+// run starts at, or -1 when the array is used up. A caller that has filled
+// slot 1 itself as this does, and found that its word does not end the
+// run, gives that word's length as `firstLength` to go on from slot 2.
 template <typename Fill>
-int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
+int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const size_t *firstLength = nullptr) {
     int32_t result = -1;
     uint32_t k = 1;
     int32_t r = start;
     bool filled = false;
     size_t lastLength = 0;  // of the last slot filled
+    if (firstLength != nullptr) {
+        // One slot of kRunWords is filled: the run is not full yet.
+        k = 2;
+        r = start + 1;
+        filled = true;
+        lastLength = *firstLength;
+    }
     for (;;) {
         const SpanWord &w = results[r];
         if (IsEmpty(w)) {
@@ -363,6 +372,43 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
     });
 }
 
+namespace {
+
+// The part-of-speech fill of one slot (CSpan_GetFrom0; gTaIndexNum is not
+// negative): a fixed tag, else the word's rows of set 0, else those of the
+// unknown-word class. True when the word ends the run.
+class PosFill {
+public:
+    PosFill(CSpan *span, const DictionaryS *core) : span_(span), m_(span->model) {
+        if (core != nullptr && core->entries != nullptr && gTaIndexNum >= 0 && gTaIndexNum < core->count)
+            other_ = &core->entries[gTaIndexNum];
+    }
+    bool operator()(uint32_t k, const SpanWord &w, size_t) const {
+        CSpan *span = span_;
+        span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
+        int32_t n = 0;
+        const uint8_t fixed = static_cast<uint8_t>(w.tag);
+        if (fixed != kNoTag) {
+            n = AddCand(span, k, n, fixed, SingleValue(m_, fixed) - w.weight);
+        } else {
+            n = AddSetCands(span, k, w, 0);
+            if (n == 0 && other_ != nullptr)
+                n = AddRowCands(span, k, n, other_->posList, other_->posCount, AnyRow);
+        }
+        span->cand[k][n] = kNoTag;
+        // A settled word other than tag 0 ends the run.
+        return n == 1 && span->cand[k][0] != 0;
+    }
+
+private:
+    CSpan *span_;
+    const ContextStat *m_;
+    // Rows of the unknown-word class, taken by words without tag rows.
+    const DictSEntry *other_ = nullptr;
+};
+
+}  // namespace
+
 int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const DictionaryS *core) {
     if (gTaIndexNum < 0) {
         static const char kMessage[] = "\xce\xb4##\xcb\xfc\xb3\xf6\xb4\xed!";  // 未##它出错!
@@ -370,27 +416,7 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
         return -1;
     }
     if (span == nullptr || results == nullptr || start < 0) return -1;
-    const ContextStat *m = span->model;
-    // Rows of the unknown-word class, taken by words without tag rows.
-    const DictSEntry *other = nullptr;
-    if (core != nullptr && core->entries != nullptr && gTaIndexNum < core->count)
-        other = &core->entries[gTaIndexNum];
-
-    return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t) {
-        span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
-        int32_t n = 0;
-        const uint8_t fixed = static_cast<uint8_t>(w.tag);
-        if (fixed != kNoTag) {
-            n = AddCand(span, k, n, fixed, SingleValue(m, fixed) - w.weight);
-        } else {
-            n = AddSetCands(span, k, w, 0);
-            if (n == 0 && other != nullptr)
-                n = AddRowCands(span, k, n, other->posList, other->posCount, AnyRow);
-        }
-        span->cand[k][n] = kNoTag;
-        // A settled word other than tag 0 ends the run.
-        return n == 1 && span->cand[k][0] != 0;
-    });
+    return FillRun(span, results, start, PosFill(span, core));
 }
 
 namespace {
@@ -707,9 +733,27 @@ int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const Dictionar
     const vsg::tagging::SpanTables *tables = span->tables;
     const double *const *wide =
         (oneSlotStep && tables != nullptr && tables->model() == span->model) ? tables->WideRows() : nullptr;
+    // With the step, slot 1 is filled here as CSpan_GetFrom0 fills it, so
+    // that a run of one settled word needs no more of the fill.
+    const bool direct = wide != nullptr && gTaIndexNum >= 0;
+    const PosFill fill(span, core);
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
-        const int32_t next = CSpan_GetFrom0(span, results, start, core);
+        int32_t next;
+        if (direct) {
+            const SpanWord &w = results[start];
+            const size_t length = CopySlotWord(span->word[1], w);
+            span->offset[1] = w.offset;
+            if (fill(1, w, length)) {
+                span->word[2][0] = '\0';
+                CloseRun(span, 2, length);
+                next = start + 1;
+            } else {
+                next = FillRun(span, results, start, fill, &length);
+            }
+        } else {
+            next = CSpan_GetFrom0(span, results, start, core);
+        }
         // One slot with one candidate after one fixed predecessor (slot 0
         // never holds more than one).
         if (wide != nullptr && span->count == 2 && span->cand[1][0] != kNoTag && span->cand[1][1] == kNoTag &&
