@@ -517,13 +517,13 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
             if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
         }
-        // The span tables' candidates of these entries, read when the
-        // chunk is tagged.
+        // Where the span tables keep these entries' candidates, read when
+        // the chunk is tagged. (Prefetching the candidates themselves as
+        // well, which needs these places, cost more instructions than it
+        // saved time.)
         if (index != nullptr) {
             for (int t = 0; t < 4; ++t)
                 for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
-            for (int t = 0; t < 4; ++t)
-                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchCands(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;

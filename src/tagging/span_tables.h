@@ -53,17 +53,9 @@ public:
         return true;
     }
 
-    // Start loading what Cands reads for core entry `at`: the entry's place
-    // in the tables, then (once that has arrived) its candidates.
+    // Start loading where Cands finds core entry `at`'s candidates.
     void PrefetchPlace(uint32_t at) const {
         if (at < first_.size()) __builtin_prefetch(&first_[at]);
-    }
-    void PrefetchCands(uint32_t at) const {
-        // `at` is an entry index, or all ones for a word with no entry.
-        if (static_cast<size_t>(at) + 1 >= first_.size()) return;
-        const uint32_t first = first_[at];
-        __builtin_prefetch(tags_.data() + first);
-        __builtin_prefetch(costs_.data() + first);
     }
 
     // Tags readable past the last entry's candidates.
