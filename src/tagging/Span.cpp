@@ -449,41 +449,6 @@ inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *
     return n;
 }
 
-#if defined(__x86_64__) && defined(__SSE2__)
-// Predecessor indices in memory, for a conditional move that reads its
-// value instead of loading it into a register first.
-constexpr int32_t kPredIndex[kSpanCands] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19};
-#endif
-
-// One pair of the fixed steps: the path through predecessor I (its cost row
-// `row`, its path cost `before`) into a candidate of tag t replaces `best`
-// and `arg` when it is cheaper; equal and NaN paths do not.
-template <size_t I>
-inline __attribute__((always_inline)) void RelaxPair(const double *row, size_t t, double before, double &best,
-                                                     int &arg) {
-#if defined(__x86_64__) && defined(__SSE2__)
-    // Five instructions: the compiler's version of the same spends two more
-    // on loading the index and on moving the minimum back into `best`'s
-    // register. comisd sets "above" exactly when best > c (not when
-    // unordered), which is c < best; minsd c, best keeps c exactly when
-    // c < best, as the plain pass does.
-    double c;
-    asm("movsd (%[row],%[t],8), %[c]\n\t"
-        "addsd %[before], %[c]\n\t"
-        "comisd %[c], %[best]\n\t"
-        "cmova %[index], %[arg]\n\t"
-        "minsd %[best], %[c]"
-        : [c] "=&x"(c), [arg] "+r"(arg)
-        : [row] "r"(row), [t] "r"(t), [before] "xm"(before), [best] "x"(best), [index] "m"(kPredIndex[I])
-        : "cc");
-    best = c;
-#else
-    const double c = row[t] + before;
-    arg = c < best ? static_cast<int>(I) : arg;
-    best = c < best ? c : best;
-#endif
-}
-
 // RelaxSlot for exactly sizeof...(I) predecessors: their rows and path
 // costs are read once for all candidates and the scan over them is written
 // out in full (the loop overhead and the reloads cost as much as the pairs).
@@ -500,7 +465,13 @@ int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *
         int arg = kNoBack;
         // Predecessors in order, the first of equal paths kept, as in the
         // loop of RelaxSlot.
-        (RelaxPair<I>(row[I], t, before[I], best, arg), ...);
+        (
+            [&] {
+                const double c = row[I][t] + before[I];
+                arg = c < best ? static_cast<int>(I) : arg;
+                best = c < best ? c : best;
+            }(),
+            ...);
         back[n] = static_cast<uint8_t>(arg);
         score[n] += best;
         nextRows[n] = wide[t];
