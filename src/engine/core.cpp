@@ -42,9 +42,9 @@ public:
             const char *word = entries_[e].word;
             if (word == nullptr || word[0] == '\0') continue;
             const size_t length = strlen(word);
-            const uint32_t hash = Hash(word, length);
-            size_t at = hash & mask_;
             const uint64_t head = Head(word, length);
+            const uint32_t hash = Hash(word, length, head);
+            size_t at = hash & mask_;
             while (slots_[at].key >= 0 && !Matches(slots_[at], hash, head, word, length)) at = (at + 1) & mask_;
             if (slots_[at].key >= 0) continue;  // a word seen before
             slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core),
@@ -56,11 +56,13 @@ public:
         return core_ == &core && entries_ == core.entries && count_ == core.count && buckets_ == core.buckets;
     }
     // DictionaryS_GetCoreInfo(word) for `word` of `length` bytes, NUL-terminated.
-    int32_t Find(const char *word, size_t length) const { return Find(word, length, Hash(word, length)); }
-    // The same with the word's HashOf given.
-    int32_t Find(const char *word, size_t length, uint32_t hash) const {
-        if (length == 0) return -1;
+    int32_t Find(const char *word, size_t length) const {
         const uint64_t head = Head(word, length);
+        return Find(word, length, head, Hash(word, length, head));
+    }
+    // The same with the word's head (Head or FieldHead) and HashOf given.
+    int32_t Find(const char *word, size_t length, uint64_t head, uint32_t hash) const {
+        if (length == 0) return -1;
         for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
             const Slot &slot = slots_[at];
             if (slot.key < 0) return -1;
@@ -68,7 +70,16 @@ public:
         }
     }
 
-    static uint32_t HashOf(const char *word, size_t length) { return Hash(word, length); }
+    // The hash of a word whose head is `head`.
+    static uint32_t HashOf(const char *word, size_t length, uint64_t head) { return Hash(word, length, head); }
+    // Head of a word held in a record's text field: one load of the field's
+    // first eight bytes, those past the word cleared (the field's bytes
+    // after the terminator are left from earlier words).
+    static uint64_t FieldHead(const char (&text)[128], size_t length) {
+        uint64_t head;
+        memcpy(&head, text, 8);
+        return length < 8 ? head & ((uint64_t{1} << (8 * length)) - 1) : head;
+    }
     // Starts loading the slot a word of this hash is probed at first.
     void Prefetch(uint32_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
 
@@ -92,9 +103,11 @@ private:
         if (slot.hash != hash || slot.length != length || slot.head != head) return false;
         return length <= 8 || memcmp(entries_[slot.key].word + 8, word + 8, length - 8) == 0;
     }
-    static uint32_t Hash(const char *word, size_t length) {
-        uint32_t h = 2166136261u;
-        for (size_t i = 0; i < length; ++i) h = (h ^ static_cast<unsigned char>(word[i])) * 16777619u;
+    // The head and length mixed by one multiplication (the high bits, which
+    // depend on every bit of the head), then the bytes past the head.
+    static uint32_t Hash(const char *word, size_t length, uint64_t head) {
+        uint32_t h = static_cast<uint32_t>(((head ^ length) * 0x9E3779B97F4A7C15ull) >> 32);
+        for (size_t i = 8; i < length; ++i) h = (h ^ static_cast<unsigned char>(word[i])) * 16777619u;
         return h;
     }
     const DictionaryS *core_ = nullptr;
@@ -193,6 +206,7 @@ struct Work {
     // Per word of a chunk: its index hash, then its core entry; its length.
     uint32_t found[kChunkItems + 1] = {};
     uint32_t lengths[kChunkItems + 1] = {};
+    uint64_t heads[kChunkItems + 1] = {};  // CoreIndex::FieldHead of each word
 
     Work() {
         for (int t = 0; t < 4; ++t) {
@@ -428,7 +442,15 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
 }
 
 int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length) {
-    return tables.core.Find(word, length);
+    if (length >= 128) return tables.core.Find(word, length);
+    // As the pipeline asks: from a record's text field whose bytes after
+    // the word hold what earlier words left there.
+    char field[128];
+    memset(field, 0xA5, sizeof field);
+    memcpy(field, word, length);
+    field[length] = '\0';
+    const uint64_t head = CoreIndex::FieldHead(field, length);
+    return tables.core.Find(field, length, head, CoreIndex::HashOf(field, length, head));
 }
 
 bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
@@ -471,7 +493,8 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             w->source = i;
             work.lengths[words] = static_cast<uint32_t>(length);
             if (index != nullptr) {
-                found[words] = CoreIndex::HashOf(w->text, length);
+                work.heads[words] = CoreIndex::FieldHead(w->text, length);
+                found[words] = CoreIndex::HashOf(w->text, length, work.heads[words]);
                 index->Prefetch(found[words]);
             } else {
                 found[words] = static_cast<uint32_t>(length);
@@ -481,7 +504,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             SpanWord *w = &a[k];
             int32_t at;
             if (index != nullptr) {
-                at = index->Find(w->text, work.lengths[k], found[k]);
+                at = index->Find(w->text, work.lengths[k], work.heads[k], found[k]);
                 if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
             } else {
                 at = DictionaryS_GetCoreInfo(w->text, core);
@@ -494,13 +517,13 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
             if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
         }
-        // The span tables' candidates of these entries, read when the
-        // chunk is tagged.
+        // Where the span tables keep these entries' candidates, read when
+        // the chunk is tagged. (Prefetching the candidates themselves as
+        // well, which needs these places, cost more instructions than it
+        // saved time.)
         if (index != nullptr) {
             for (int t = 0; t < 4; ++t)
                 for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
-            for (int t = 0; t < 4; ++t)
-                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchCands(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;

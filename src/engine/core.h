@@ -60,7 +60,8 @@ using EngineTablesPtr = std::unique_ptr<EngineTables, EngineTablesDeleter>;
 // then works without them, with the same results).
 EngineTablesPtr BuildTables(const SegmentEngine &models);
 // The core-dictionary entry the tables' index gives for the NUL-terminated
-// GB `word` of `length` bytes (what DictionaryS_GetCoreInfo gives), or -1.
+// GB `word` of `length` bytes (what DictionaryS_GetCoreInfo gives), or -1;
+// asked as the pipeline asks, from a record's text field.
 int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length);
 
 // Recognises names (mode 0 all, 1 person, 2 place, 3 organisation) and tags

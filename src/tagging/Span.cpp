@@ -162,6 +162,20 @@ int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
     int32_t n = 0;
     if (tables != nullptr && tables->set() == set && tables->model() == span->model &&
         tables->Cands(w, &tags, &costs, &n)) {
+#if defined(__SSE2__)
+        // Block copies: costs two at a time, tags 16 at once. What they
+        // write past the n candidates is never read: the caller ends the
+        // row at n, the forward pass reads costs of candidates only, and a
+        // back index past a row (kNoBack) reads no further than index 1 of
+        // the next row, a candidate or the terminator when n >= 1.
+        if (n > 0 && n < 16) {
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(span->cand[k]),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i *>(tags)));
+            for (int32_t i = 0; i < n; i += 2)
+                _mm_storeu_pd(&span->score[k][i], _mm_loadu_pd(costs + i));
+            return n;
+        }
+#endif
         for (int32_t i = 0; i < n; ++i) {
             span->cand[k][i] = tags[i];
             span->score[k][i] = costs[i];
@@ -199,14 +213,23 @@ void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
 // both tag kinds. `fill(k, word, length)` gives slot k (whose text and
 // offset are already set, `length` its text length) its candidates and
 // returns true when that word ends the run. Returns the record the next
-// run starts at, or -1 when the array is used up.
+// run starts at, or -1 when the array is used up. A caller that has filled
+// slot 1 itself as this does, and found that its word does not end the
+// run, gives that word's length as `firstLength` to go on from slot 2.
 template <typename Fill>
-int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill) {
+int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const size_t *firstLength = nullptr) {
     int32_t result = -1;
     uint32_t k = 1;
     int32_t r = start;
     bool filled = false;
     size_t lastLength = 0;  // of the last slot filled
+    if (firstLength != nullptr) {
+        // One slot of kRunWords is filled: the run is not full yet.
+        k = 2;
+        r = start + 1;
+        filled = true;
+        lastLength = *firstLength;
+    }
     for (;;) {
         const SpanWord &w = results[r];
         if (IsEmpty(w)) {
@@ -349,6 +372,43 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
     });
 }
 
+namespace {
+
+// The part-of-speech fill of one slot (CSpan_GetFrom0; gTaIndexNum is not
+// negative): a fixed tag, else the word's rows of set 0, else those of the
+// unknown-word class. True when the word ends the run.
+class PosFill {
+public:
+    PosFill(CSpan *span, const DictionaryS *core) : span_(span), m_(span->model) {
+        if (core != nullptr && core->entries != nullptr && gTaIndexNum >= 0 && gTaIndexNum < core->count)
+            other_ = &core->entries[gTaIndexNum];
+    }
+    bool operator()(uint32_t k, const SpanWord &w, size_t) const {
+        CSpan *span = span_;
+        span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
+        int32_t n = 0;
+        const uint8_t fixed = static_cast<uint8_t>(w.tag);
+        if (fixed != kNoTag) {
+            n = AddCand(span, k, n, fixed, SingleValue(m_, fixed) - w.weight);
+        } else {
+            n = AddSetCands(span, k, w, 0);
+            if (n == 0 && other_ != nullptr)
+                n = AddRowCands(span, k, n, other_->posList, other_->posCount, AnyRow);
+        }
+        span->cand[k][n] = kNoTag;
+        // A settled word other than tag 0 ends the run.
+        return n == 1 && span->cand[k][0] != 0;
+    }
+
+private:
+    CSpan *span_;
+    const ContextStat *m_;
+    // Rows of the unknown-word class, taken by words without tag rows.
+    const DictSEntry *other_ = nullptr;
+};
+
+}  // namespace
+
 int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const DictionaryS *core) {
     if (gTaIndexNum < 0) {
         static const char kMessage[] = "\xce\xb4##\xcb\xfc\xb3\xf6\xb4\xed!";  // 未##它出错!
@@ -356,27 +416,7 @@ int32_t CSpan_GetFrom0(CSpan *span, SpanWord *results, int32_t start, const Dict
         return -1;
     }
     if (span == nullptr || results == nullptr || start < 0) return -1;
-    const ContextStat *m = span->model;
-    // Rows of the unknown-word class, taken by words without tag rows.
-    const DictSEntry *other = nullptr;
-    if (core != nullptr && core->entries != nullptr && gTaIndexNum < core->count)
-        other = &core->entries[gTaIndexNum];
-
-    return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t) {
-        span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
-        int32_t n = 0;
-        const uint8_t fixed = static_cast<uint8_t>(w.tag);
-        if (fixed != kNoTag) {
-            n = AddCand(span, k, n, fixed, SingleValue(m, fixed) - w.weight);
-        } else {
-            n = AddSetCands(span, k, w, 0);
-            if (n == 0 && other != nullptr)
-                n = AddRowCands(span, k, n, other->posList, other->posCount, AnyRow);
-        }
-        span->cand[k][n] = kNoTag;
-        // A settled word other than tag 0 ends the run.
-        return n == 1 && span->cand[k][0] != 0;
-    });
+    return FillRun(span, results, start, PosFill(span, core));
 }
 
 namespace {
@@ -626,27 +666,91 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
     return 1;
 }
 
-int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core) {
+namespace {
+
+// Finishes a part-of-speech run of one slot holding one candidate (a
+// settled word, the usual run: most words are settled) as the forward
+// pass, back-trace, tag write and CSpan_Reset(span, 1) would, leaving the
+// span in the same state: slot 0 holds one candidate (`slot0Row` is its
+// wide row) and every path goes through it. The run was closed with its
+// end at slot 2, so offset[2] is where the next run starts.
+inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row,
+                             const double *const *wide) {
+    const double *nextRow[1];
+    RelaxOne(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
+    const uint8_t tag = span->cand[1][0];
+    if (span->word[1][0] != '\0') {
+        span->bestTag[1] = tag;
+        span->bestTag[2] = kNoTag;
+        word.tag = static_cast<int8_t>(tag);  // tag is never kNoTag here
+    } else {
+        span->bestTag[1] = kNoTag;
+    }
+    span->cand[0][0] = tag;
+    span->score[0][0] = span->score[1][0];
+    const int32_t next = span->offset[2];
+    span->startOffset = static_cast<uint32_t>(next);
+    span->offset[1] = next;
+    span->count = 1;
+    span->word[0][0] = '\0';
+}
+
+}  // namespace
+
+int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const DictionaryS *core, bool oneSlotStep) {
     if (span == nullptr || results == nullptr) return 1;
     CSpan_Reset(span, 0);
+    // The one-slot step reads the wide rows of the span's tables.
+    const vsg::tagging::SpanTables *tables = span->tables;
+    const double *const *wide =
+        (oneSlotStep && tables != nullptr && tables->model() == span->model) ? tables->WideRows() : nullptr;
+    // With the step, slot 1 is filled here as CSpan_GetFrom0 fills it, so
+    // that a run of one settled word needs no more of the fill.
+    const bool direct = wide != nullptr && gTaIndexNum >= 0;
+    const PosFill fill(span, core);
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
-        const int32_t next = CSpan_GetFrom0(span, results, start, core);
-        CSpan_GetBestPOS0(span);
-        if (span->bestTag[1] < kNoTag && span->count >= 2) {
-            // Record start+j is slot j+1; the word that closed the run is
-            // tagged too and carries over as slot 0 of the next run.
-            for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
-                const uint8_t tag = span->bestTag[j + 1];
-                if (tag == kNoTag) break;
-                results[start + static_cast<int32_t>(j)].tag = static_cast<int8_t>(tag);
+        int32_t next;
+        if (direct) {
+            const SpanWord &w = results[start];
+            const size_t length = CopySlotWord(span->word[1], w);
+            span->offset[1] = w.offset;
+            if (fill(1, w, length)) {
+                span->word[2][0] = '\0';
+                CloseRun(span, 2, length);
+                next = start + 1;
+            } else {
+                next = FillRun(span, results, start, fill, &length);
             }
+        } else {
+            next = CSpan_GetFrom0(span, results, start, core);
         }
-        CSpan_Reset(span, 1);
+        // One slot with one candidate after one fixed predecessor (slot 0
+        // never holds more than one).
+        if (wide != nullptr && span->count == 2 && span->cand[1][0] != kNoTag && span->cand[1][1] == kNoTag &&
+            span->cand[0][0] != kNoTag && span->cand[0][1] == kNoTag) {
+            FinishOneSlotRun(span, results[start], wide[span->cand[0][0]], wide);
+        } else {
+            CSpan_GetBestPOS0(span);
+            if (span->bestTag[1] < kNoTag && span->count >= 2) {
+                // Record start+j is slot j+1; the word that closed the run is
+                // tagged too and carries over as slot 0 of the next run.
+                for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
+                    const uint8_t tag = span->bestTag[j + 1];
+                    if (tag == kNoTag) break;
+                    results[start + static_cast<int32_t>(j)].tag = static_cast<int8_t>(tag);
+                }
+            }
+            CSpan_Reset(span, 1);
+        }
         if (next < 0) break;
         start = next;
     }
     return 1;
+}
+
+int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core) {
+    return vsg::tagging::PosTagging(span, results, core, true);
 }
 
 int32_t CSpan_ComputeFrequency() { return 1; }

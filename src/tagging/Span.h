@@ -65,6 +65,12 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
                           const SegmentEngine *engine, WordGraph *graph);
 // Part-of-speech tags every word of a sentence in place.
 int32_t CSpan_POSTagging(CSpan *span, SpanWord *results, const DictionaryS *core);
+namespace vsg::tagging {
+// CSpan_POSTagging, with or without its step for runs of one settled word
+// (taken only when the span has its tables): both give the same tags and
+// leave the span in the same state.
+int32_t PosTagging(CSpan *span, SpanWord *results, const DictionaryS *core, bool oneSlotStep);
+}  // namespace vsg::tagging
 // Does nothing; returns 1.
 int32_t CSpan_ComputeFrequency();
 // Index of the record in [low, n) whose offset equals key, or -1.

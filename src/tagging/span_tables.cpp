@@ -71,6 +71,9 @@ bool SpanTables::Build(const DictionaryS &core, const ContextStat &model, int32_
             }
         }
         first_[static_cast<size_t>(count_)] = static_cast<uint32_t>(tags_.size());
+        // Room past the last entry for the fill's block copies (see Cands).
+        tags_.insert(tags_.end(), kCopyPad, kNoTag);
+        costs_.insert(costs_.end(), 1, 0.0);
     } catch (const std::bad_alloc &) {
         return false;
     }

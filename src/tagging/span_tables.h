@@ -38,7 +38,9 @@ public:
 
     // The candidates of word `w`'s dictionary rows of this set (at most
     // `limit`, in row order) when `w` carries its entry (see MarkEntry);
-    // false when it does not, and the rows must be read.
+    // false when it does not, and the rows must be read. At least 16 tags
+    // and an even number of costs can be read from where they start (the
+    // following entries' candidates, or padding), for block copies.
     bool Cands(const SpanWord &w, const uint8_t **tags, const double **costs, int32_t *n) const {
         const uint32_t at = static_cast<uint32_t>(w.reserved[0]) - 1u;
         if (at >= static_cast<uint32_t>(count_) || entries_[at].posList != w.posList ||
@@ -51,18 +53,13 @@ public:
         return true;
     }
 
-    // Start loading what Cands reads for core entry `at`: the entry's place
-    // in the tables, then (once that has arrived) its candidates.
+    // Start loading where Cands finds core entry `at`'s candidates.
     void PrefetchPlace(uint32_t at) const {
         if (at < first_.size()) __builtin_prefetch(&first_[at]);
     }
-    void PrefetchCands(uint32_t at) const {
-        // `at` is an entry index, or all ones for a word with no entry.
-        if (static_cast<size_t>(at) + 1 >= first_.size()) return;
-        const uint32_t first = first_[at];
-        __builtin_prefetch(tags_.data() + first);
-        __builtin_prefetch(costs_.data() + first);
-    }
+
+    // Tags readable past the last entry's candidates.
+    static constexpr size_t kCopyPad = 16;
 
 private:
     bool built_ = false;

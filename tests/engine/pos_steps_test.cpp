@@ -1,0 +1,230 @@
+// The span's shortcuts against its plain paths on the shipped models, over
+// word arrays built from tagged newspaper text (the corpus beside the
+// repository when present, else a few sentences): the part-of-speech pass's
+// step for runs of one settled word, and candidates taken from the tables
+// against candidates read from the dictionary rows.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "common/gbtext.h"
+#include "common/tagset.h"
+#include "engine/instance.h"
+#include "support/support.h"
+#include "tagging/Span.h"
+#include "tagging/span_tables.h"
+
+using vsgtest::Gb;
+
+namespace {
+
+struct SpanDeleter {
+    void operator()(CSpan *s) const { CSpan_delete(s); }
+};
+using SpanPtr = std::unique_ptr<CSpan, SpanDeleter>;
+
+// A corpus word: its text (UTF-8) and its part-of-speech tag name.
+struct Tagged {
+    std::string text;
+    std::string tag;
+};
+
+// Sentences of "word/tag" tokens separated by spaces, the first token (the
+// line's key) dropped and bracket marks of compound names removed.
+std::vector<std::vector<Tagged>> ReadSentences(std::istream &in, size_t most) {
+    std::vector<std::vector<Tagged>> out;
+    std::string line;
+    while (out.size() < most && std::getline(in, line)) {
+        std::istringstream tokens(line);
+        std::string token;
+        std::vector<Tagged> sentence;
+        bool key = true;
+        while (tokens >> token) {
+            if (key) {
+                key = false;
+                continue;
+            }
+            if (!token.empty() && token[0] == '[') token.erase(0, 1);
+            const size_t slash = token.rfind('/');
+            if (slash == std::string::npos || slash == 0) continue;
+            std::string tag = token.substr(slash + 1);
+            const size_t close = tag.find(']');
+            if (close != std::string::npos) tag.erase(close);
+            sentence.push_back({token.substr(0, slash), tag});
+        }
+        if (!sentence.empty()) out.push_back(std::move(sentence));
+    }
+    return out;
+}
+
+const char kFallback[] =
+    "k 江/nr 泽民/nr 为/p 中国/ns 青年/n 志愿者/n 题名/v ，/w 热情/ad 勉励/v 。/w\n"
+    "k 据/p 新华社/nt 北京/ns １月/t ２１日/t 电/n （/w 记者/n 胡/nr 晓梦/nr ）/w\n"
+    "k “/w ，/w 、/w 。/w ”/w ！/w 他/r 说/v ：/w “/w 好/a ！/w ”/w\n"
+    "k 北京/ns 大学/n 和/c 清华/nz 大学/n 的/u 学生/n 在/p 莫斯科/ns 。/w\n";
+
+// The shipped models, their tables, and the test text.
+struct Fixture {
+    std::unique_ptr<vsg::engine::Engine> engine;
+    vsg::tagging::SpanTables tables[4];
+    std::vector<std::vector<Tagged>> sentences;
+
+    bool Load() {
+        const char *source = std::getenv("VSGLEX_SOURCE_DIR");
+        if (source == nullptr) return false;
+        int32_t status = -1;
+        engine = vsg::engine::Engine::Load((std::string(source) + "/data/vsg").c_str(), &status);
+        if (engine == nullptr) return false;
+        for (int t = 0; t < 4; ++t)
+            if (!tables[t].Build(core(), model(t), t)) return false;
+        std::ifstream corpus(std::string(source) + "/../shared/corpus/pfr-1998-01/train-22-28.txt");
+        std::istringstream fallback(kFallback);
+        sentences = corpus ? ReadSentences(corpus, 6000) : ReadSentences(fallback, 100);
+        return !sentences.empty();
+    }
+    const DictionaryS &core() const { return engine->models().core; }
+    const ContextStat &model(int t) const { return engine->models().tagModels[t].model; }
+
+    // The word array of sentence s as the engine builds it: start word,
+    // words with their dictionary entries, end word, empty record. Names
+    // stand as class words with fixed tags, as after recognition; a few
+    // other words get fixed tags too, some of them tag 0 (a fixed word that
+    // does not end its run) and some tags past the model. `settledPairs`
+    // counts settled words right after settled words.
+    std::vector<SpanWord> Words(size_t s, std::mt19937 &rng, size_t *settledPairs) const {
+        const std::vector<Tagged> &sentence = sentences[s];
+        std::vector<SpanWord> words(sentence.size() + 3);
+        memset(words.data(), 0, words.size() * sizeof(SpanWord));
+        int32_t offset = 0;
+        auto add = [&](size_t i, const std::string &gb, const char *cls, int tag, double weight) {
+            SpanWord &w = words[i];
+            snprintf(w.text, sizeof w.text, "%s", gb.c_str());
+            if (cls != nullptr) snprintf(w.classText, sizeof w.classText, "%s", cls);
+            w.tag = static_cast<int8_t>(tag);
+            w.weight = weight;
+            w.offset = static_cast<int16_t>(offset);
+            offset += static_cast<int32_t>(strlen(w.text));
+            const int32_t at = DictionaryS_GetCoreInfo(w.text, &core());
+            if (at >= 0) {
+                const DictSEntry &entry = core().entries[at];
+                w.posCount = entry.posCount;
+                w.posList = entry.posList;
+                memcpy(w.stats, entry.stats, sizeof w.stats);
+                vsg::tagging::MarkEntry(&w, at);
+            }
+        };
+        add(0, vsg::kStartWord, nullptr, -1, 1.0);
+        bool lastFixed = false;
+        for (size_t i = 0; i < sentence.size(); ++i) {
+            const Tagged &t = sentence[i];
+            const std::string gb = Gb(t.text).substr(0, 100);
+            const unsigned r = rng() % 100;
+            if (t.tag == "nr" || t.tag == "ns" || t.tag == "nt") {
+                const bool person = t.tag == "nr", place = t.tag == "ns";
+                add(i + 1, gb, person ? vsg::kPersonClass : place ? vsg::kPlaceClass : vsg::kOrgClass,
+                    person ? vsg::kPersonTag : place ? vsg::kPlaceTag : vsg::kOrgTag, vsg::kPersonClassWeight);
+            } else if (r < 3) {
+                add(i + 1, gb, nullptr, r == 0 ? 0 : r == 1 ? 200 : static_cast<int>(rng() % 60), 2.5);
+            } else {
+                add(i + 1, gb, nullptr, -1, 1.0);
+            }
+            const bool fixed = words[i + 1].tag != -1 || t.tag == "w";
+            if (fixed && lastFixed) ++*settledPairs;
+            lastFixed = fixed;
+        }
+        add(sentence.size() + 1, vsg::kEndWord, nullptr, -1, 1.0);
+        return words;
+    }
+};
+
+SpanPtr NewSpan(const ContextStat &model, const vsg::tagging::SpanTables *tables, uint32_t type) {
+    SpanPtr span(CSpan_new());
+    if (span) {
+        CSpan_SetTagType(span.get(), type);
+        span->model = &model;
+        span->tables = tables;
+    }
+    return span;
+}
+
+}  // namespace
+
+// Tagged with and without the one-slot step by two spans that live through
+// every sentence, so that what one sentence leaves in a span reaches the
+// next: the same tags and byte for byte the same spans; and the same tags
+// as the pass without tables, which reads the rows and the model.
+TEST(PosSteps, OneSlotRunsLeaveTagsAndSpanAsThePlainPath) {
+    Fixture f;
+    if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    SpanPtr plain = NewSpan(f.model(0), &f.tables[0], 0);
+    SpanPtr fast = NewSpan(f.model(0), &f.tables[0], 0);
+    SpanPtr rows = NewSpan(f.model(0), nullptr, 0);
+    ASSERT_TRUE(plain && fast && rows);
+    std::mt19937 rng(99);
+    size_t settledPairs = 0;
+    for (size_t s = 0; s < f.sentences.size(); ++s) {
+        std::vector<SpanWord> words = f.Words(s, rng, &settledPairs);
+        std::vector<SpanWord> copy = words, third = words;
+        vsg::tagging::PosTagging(plain.get(), words.data(), &f.core(), false);
+        vsg::tagging::PosTagging(fast.get(), copy.data(), &f.core(), true);
+        vsg::tagging::PosTagging(rows.get(), third.data(), &f.core(), true);
+        for (size_t i = 0; i < words.size(); ++i) {
+            ASSERT_EQ(copy[i].tag, words[i].tag) << "sentence " << s << " word " << i;
+            ASSERT_EQ(third[i].tag, words[i].tag) << "sentence " << s << " word " << i;
+        }
+        ASSERT_EQ(memcmp(plain.get(), fast.get(), sizeof(CSpan)), 0) << "sentence " << s;
+    }
+    // The text exercised the step: runs of one settled word.
+    EXPECT_GT(settledPairs, f.sentences.size() > 100 ? 1000u : 5u);
+}
+
+// The fill of every tag type gives each slot the same candidates and costs
+// (bit for bit) from the tables as from the dictionary rows.
+TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
+    Fixture f;
+    if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
+    std::mt19937 rng(5);
+    size_t pairs = 0, compared = 0;
+    for (size_t s = 0; s < f.sentences.size(); s += 3) {
+        std::vector<SpanWord> words = f.Words(s, rng, &pairs);
+        for (int t = 0; t < 4; ++t) {
+            SpanPtr fromTables = NewSpan(f.model(t), &f.tables[t], static_cast<uint32_t>(t));
+            SpanPtr fromRows = NewSpan(f.model(t), nullptr, static_cast<uint32_t>(t));
+            ASSERT_TRUE(fromTables && fromRows);
+            int32_t start = 0;
+            while (start >= 0 && words[static_cast<size_t>(start)].text[0] != '\0') {
+                int32_t next[2];
+                int i = 0;
+                for (CSpan *span : {fromTables.get(), fromRows.get()}) {
+                    CSpan_Reset(span, 0);
+                    next[i++] = t == 0 ? CSpan_GetFrom0(span, words.data(), start, &f.core())
+                                       : CSpan_GetFrom1(span, words.data(), start, t, kDefaultRole[t]);
+                }
+                ASSERT_EQ(next[0], next[1]);
+                ASSERT_EQ(fromTables->count, fromRows->count);
+                for (uint32_t k = 1; k < fromRows->count; ++k) {
+                    int j = 0;
+                    for (; j < kSpanCands && fromRows->cand[k][j] != kNoTag; ++j) {
+                        ASSERT_EQ(fromTables->cand[k][j], fromRows->cand[k][j]) << "type " << t << " slot " << k;
+                        ASSERT_EQ(memcmp(&fromTables->score[k][j], &fromRows->score[k][j], sizeof(double)), 0)
+                            << "type " << t << " slot " << k << " candidate " << j;
+                        ++compared;
+                    }
+                    ASSERT_EQ(fromTables->cand[k][j < kSpanCands ? j : kSpanCands - 1],
+                              fromRows->cand[k][j < kSpanCands ? j : kSpanCands - 1]);
+                }
+                start = next[0];
+            }
+        }
+    }
+    EXPECT_GT(compared, 1000u);
+}
