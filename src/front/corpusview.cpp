@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "common/gb_lists.h"
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "front/atoms.h"
@@ -16,6 +17,14 @@ namespace {
 bool IsCompoundSurname(const char *p) {
     for (const char *s = kCompoundSurnames; *s != '\0'; s += 4)
         if (std::memcmp(s, p, 4) == 0) return true;
+    return false;
+}
+
+// Whether the two-byte GB character p[0..2) is a member of `list` (pairs
+// at even offsets).
+bool InList(const char *list, const char *p) {
+    for (; list[0] != '\0' && list[1] != '\0'; list += 2)
+        if (list[0] == p[0] && list[1] == p[1]) return true;
     return false;
 }
 
@@ -149,6 +158,10 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
             han = (gb2312 || gbkHigh || gbkLow) && trail != 0x7F && trail != 0xFF;
         }
         if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
+        // A two-character name of transliteration characters (利维, 哈桑,
+        // 库克) is one token of the corpus, not surname and given name.
+        if (chars.size() == 2 && InList(text::kForeignSetB, text) && InList(text::kForeignSetB, text + 2))
+            return whole();
         uint32_t surname = chars.size() >= 3 && IsCompoundSurname(text) ? 4 : 2;
         out.push_back(Piece{0, surname, tag});
         out.push_back(Piece{surname, static_cast<uint32_t>(length), tag});

@@ -89,7 +89,8 @@ private:
 // holds the ends (byte offsets in the word) of the cut words the engine
 // merged into it, the last being `length`.
 //   person names (nr): surname (two characters for a compound surname) and
-//                      given name, both tagged as the word
+//                      given name, both tagged as the word; a name of
+//                      two transliteration characters stays whole (利维)
 //   organisation names: the cut words, tagged by the dictionary
 //   anything else, and names of one character: the word itself
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,

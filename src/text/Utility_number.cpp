@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "text/gb_lists.h"
+#include "common/gb_lists.h"
 #include "text/text_internal.h"
 #include "vsglex/utility.h"
 

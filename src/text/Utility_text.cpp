@@ -7,7 +7,7 @@
 #include <mutex>
 #include <unordered_map>
 
-#include "text/gb_lists.h"
+#include "common/gb_lists.h"
 #include "text/text_internal.h"
 #include "vsglex/utility.h"
 

@@ -254,6 +254,11 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
     for (const char *want : {"江/nr", "泽民/nr", "欧阳/nr", "中石/nr", "克林顿/nrf", "北京/ns", "中央/n", "电台/n"})
         EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
     EXPECT_FALSE(Has(pieces, "中央人民广播电台/nt")) << Texts(pieces);
+    // A two-character name of transliteration characters is one corpus
+    // token; a Chinese one is surname and given name.
+    auto lone = Words("美国国防部长利维会见邓超。", true);
+    for (const char *want : {"利维/nr", "邓/nr", "超/nr"})
+        EXPECT_TRUE(Has(lone, want)) << want << " in " << Texts(lone);
     // Names with characters outside GB2312 (镕 is a GBK character) are cut
     // the same way.
     auto gbk = Words("国务院总理朱镕基在北京会见了客人。", true);

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "support/support.h"
-#include "text/gb_lists.h"
+#include "common/gb_lists.h"
 #include "text_util.h"
 #include "vsglex/utility.h"
 
