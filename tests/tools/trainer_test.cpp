@@ -697,3 +697,46 @@ TEST(Trainer, PlaceSuffixesComeFromChinesePlacesOnly) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
+    // 说 follows a name twice and stands elsewhere twice; 来 never touches
+    // a name and stands five times. With the after-name share 说 keeps the
+    // flat given-name floor (邱说 is no name) while 来's floor still grows
+    // with its default count; without it both grow. The before-name share
+    // does the same for 请, seen once before a name and twice elsewhere.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  李/nr  鹏/nr  说/v  ，/w  来/v  来/v  来/v  来/v  来/v  说/v  ，/w  "
+        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w",
+        &ps[0]));
+    struct Case {
+        double after, before;
+    };
+    for (const Case &k : {Case{0.5, 0.0}, Case{0.0, 0.0}, Case{0.0, 0.2}}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personAfterNameShare = k.after;
+        opt.personBeforeNameShare = k.before;
+        opt.personFlatFloorTags = "";
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float flat = std::log(static_cast<float>(opt.personRoleFloor));
+        const auto grown = [&](double def) { return std::log(static_cast<float>(opt.personFloorShare * def)); };
+        const DictSEntry *shuo = Find(d, "说");
+        const DictSEntry *qing = Find(d, "请");
+        ASSERT_NE(shuo, nullptr);
+        ASSERT_NE(qing, nullptr);
+        EXPECT_FLOAT_EQ(shuo->stats[1], std::log(3.0f));  // twice in the default role
+        EXPECT_FLOAT_EQ(qing->stats[1], std::log(3.0f));
+        for (int role : {3, 4, 5}) {
+            EXPECT_FLOAT_EQ(RowValue(shuo, 1, role), k.after > 0 ? flat : grown(2)) << role;
+            EXPECT_FLOAT_EQ(RowValue(qing, 1, role), k.before > 0 ? flat : grown(2)) << role;
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "来"), 1, role), grown(5)) << role;
+        }
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace
