@@ -518,8 +518,8 @@ namespace {
 
 TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
     // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
-    // never seen first and gets the pseudo-count of role L (11); 鹏 is not
-    // listed and gets none.
+    // never seen first and gets the pseudo-counts of roles L (11) and, when
+    // asked, C (2); 鹏 is not listed and gets none.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  克林顿/nr  说/v  斯/n  鹏/n  。/w", &ps[0]));
@@ -527,13 +527,19 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.foreignFirstFloor = floor;
+        opt.foreignSurnameFloor = floor / 3;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, 11), std::log(2.0f));
-        const float si = RowValue(Find(d, "斯"), 1, 11);
-        if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(floor)));
-        else EXPECT_TRUE(std::isnan(si));
-        EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, 11)));
+        // The surname pseudo-count (C, 2) of the same characters: a lone
+        // two-character foreign name (培根) trains as C F.
+        for (int role : {11, 2}) {
+            const float si = RowValue(Find(d, "斯"), 1, role);
+            const double want = role == 11 ? opt.foreignFirstFloor : opt.foreignSurnameFloor;
+            if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(want))) << role;
+            else EXPECT_TRUE(std::isnan(si)) << role;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, role))) << role;
+        }
         DictionaryS_Free(&d);
     }
 }

@@ -53,12 +53,13 @@ struct TrainOptions {
     // trains as C F, so an unseen one (培根) needs its first character as C.
     double foreignSurnameFloor = 0.0;
     // A character seen after a name (role S) at least this share of its
-    // default count keeps the flat given-name floor: a word that mostly
-    // closes a name (说, 摄, 在) must not become its last character
+    // default count keeps the flat given-name floor: a word that often
+    // closes a name (说, 摄) must not become its given name after a lone
+    // surname or a name the training days never show (邱说, 戴浩摄)
     // (0: off).
-    double personAfterNameShare = 0.0;
+    double personAfterNameShare = 0.005;
     // The same for a character seen before a name (role R).
-    double personBeforeNameShare = 0.0;
+    double personBeforeNameShare = 0.01;
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
