@@ -711,20 +711,23 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
     // a name and stands five times. With the after-name share 说 keeps the
     // flat given-name floor (邱说 is no name) while 来's floor still grows
     // with its default count; without it both grow. The before-name share
-    // does the same for 请, seen once before a name and twice elsewhere.
+    // does the same for 请, seen once before a name and twice elsewhere,
+    // and the place-end share for 庄, which ends a cut place.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  李/nr  鹏/nr  说/v  ，/w  来/v  来/v  来/v  来/v  来/v  说/v  ，/w  "
-        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w",
+        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w  "
+        "在/p  薛庄/ns  ，/w  庄/n  。/w  庄/n  。/w",
         &ps[0]));
     struct Case {
-        double after, before;
+        double after, before, placeEnd;
     };
-    for (const Case &k : {Case{0.5, 0.0}, Case{0.0, 0.0}, Case{0.0, 0.2}}) {
+    for (const Case &k : {Case{0.5, 0.0, 0.0}, Case{0.0, 0.0, 0.0}, Case{0.0, 0.2, 0.3}}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personAfterNameShare = k.after;
         opt.personBeforeNameShare = k.before;
+        opt.personPlaceEndShare = k.placeEnd;
         opt.personFlatFloorTags = "";
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
@@ -740,6 +743,8 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
             EXPECT_FLOAT_EQ(RowValue(shuo, 1, role), k.after > 0 ? flat : grown(2)) << role;
             EXPECT_FLOAT_EQ(RowValue(qing, 1, role), k.before > 0 ? flat : grown(2)) << role;
             EXPECT_FLOAT_EQ(RowValue(Find(d, "来"), 1, role), grown(5)) << role;
+            // 庄 ends the cut place 薛庄 once and stands twice.
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "庄"), 1, role), k.placeEnd > 0 ? flat : grown(2)) << role;
         }
         DictionaryS_Free(&d);
     }

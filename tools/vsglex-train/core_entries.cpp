@@ -96,6 +96,12 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.personBeforeNameShare > 0.0 && before != named.end() &&
             before->second >= opt.personBeforeNameShare * def)
             flatGiven = true;
+        // Likewise a character that often ends a cut place (庄, 乡 after a
+        // surname make 袁庄, 程海乡).
+        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
+        if (opt.personPlaceEndShare > 0.0 && placeEnd != named.end() &&
+            placeEnd->second >= opt.personPlaceEndShare * def)
+            flatGiven = true;
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.

@@ -60,6 +60,8 @@ struct TrainOptions {
     double personAfterNameShare = 0.005;
     // The same for a character seen before a name (role R).
     double personBeforeNameShare = 0.01;
+    // The same for a character seen ending a cut place (role V).
+    double personPlaceEndShare = 0.0;
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
