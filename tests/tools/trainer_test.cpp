@@ -518,8 +518,8 @@ namespace {
 
 TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
     // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
-    // never seen first and gets the pseudo-count of role L (11); 鹏 is not
-    // listed and gets none.
+    // never seen first and gets the pseudo-counts of roles L (11) and, when
+    // asked, C (2); 鹏 is not listed and gets none.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  克林顿/nr  说/v  斯/n  鹏/n  。/w", &ps[0]));
@@ -527,13 +527,19 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.foreignFirstFloor = floor;
+        opt.foreignSurnameFloor = floor / 3;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, 11), std::log(2.0f));
-        const float si = RowValue(Find(d, "斯"), 1, 11);
-        if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(floor)));
-        else EXPECT_TRUE(std::isnan(si));
-        EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, 11)));
+        // The surname pseudo-count (C, 2) of the same characters: a lone
+        // two-character foreign name (培根) trains as C F.
+        for (int role : {11, 2}) {
+            const float si = RowValue(Find(d, "斯"), 1, role);
+            const double want = role == 11 ? opt.foreignFirstFloor : opt.foreignSurnameFloor;
+            if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(want))) << role;
+            else EXPECT_TRUE(std::isnan(si)) << role;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, role))) << role;
+        }
         DictionaryS_Free(&d);
     }
 }
@@ -831,6 +837,54 @@ TEST(Trainer, UnseenWordRowsFitTheWordsNewToAWeek) {
         DictionaryS_Free(&d);
     }
     EXPECT_LT(gap[1], gap[0]);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
+    // 说 follows a name twice and stands elsewhere twice; 来 never touches
+    // a name and stands five times. With the after-name share 说 keeps the
+    // flat given-name floor (邱说 is no name) while 来's floor still grows
+    // with its default count; without it both grow. The before-name share
+    // does the same for 请, seen once before a name and twice elsewhere,
+    // and the place-end share for 庄, which ends a cut place.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  李/nr  鹏/nr  说/v  ，/w  来/v  来/v  来/v  来/v  来/v  说/v  ，/w  "
+        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w  "
+        "在/p  薛庄/ns  ，/w  庄/n  。/w  庄/n  。/w",
+        &ps[0]));
+    struct Case {
+        double after, before, placeEnd;
+    };
+    for (const Case &k : {Case{0.5, 0.0, 0.0}, Case{0.0, 0.0, 0.0}, Case{0.0, 0.2, 0.3}}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personAfterNameShare = k.after;
+        opt.personBeforeNameShare = k.before;
+        opt.personPlaceEndShare = k.placeEnd;
+        opt.personFlatFloorTags = "";
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float flat = std::log(static_cast<float>(opt.personRoleFloor));
+        const auto grown = [&](double def) { return std::log(static_cast<float>(opt.personFloorShare * def)); };
+        const DictSEntry *shuo = Find(d, "说");
+        const DictSEntry *qing = Find(d, "请");
+        ASSERT_NE(shuo, nullptr);
+        ASSERT_NE(qing, nullptr);
+        EXPECT_FLOAT_EQ(shuo->stats[1], std::log(3.0f));  // twice in the default role
+        EXPECT_FLOAT_EQ(qing->stats[1], std::log(3.0f));
+        for (int role : {3, 4, 5}) {
+            EXPECT_FLOAT_EQ(RowValue(shuo, 1, role), k.after > 0 ? flat : grown(2)) << role;
+            EXPECT_FLOAT_EQ(RowValue(qing, 1, role), k.before > 0 ? flat : grown(2)) << role;
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "来"), 1, role), grown(5)) << role;
+            // 庄 ends the cut place 薛庄 once and stands twice.
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "庄"), 1, role), k.placeEnd > 0 ? flat : grown(2)) << role;
+        }
+        DictionaryS_Free(&d);
+    }
 }
 
 }  // namespace

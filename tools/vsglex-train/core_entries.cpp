@@ -84,6 +84,24 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) &&
             CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
             rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
+        if (opt.foreignSurnameFloor > 0.0 && !named.count(kPersonSurnameRole) && !IsSurnameChar(word) &&
+            CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
+            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.foreignSurnameFloor)});
+        // A character that often follows a name is evidence for closing it.
+        const auto after = named.find(kPersonAfterRole);
+        if (opt.personAfterNameShare > 0.0 && after != named.end() &&
+            after->second >= opt.personAfterNameShare * def)
+            flatGiven = true;
+        const auto before = named.find(kPersonBeforeRole);
+        if (opt.personBeforeNameShare > 0.0 && before != named.end() &&
+            before->second >= opt.personBeforeNameShare * def)
+            flatGiven = true;
+        // Likewise a character that often ends a cut place (庄, 乡 after a
+        // surname make 袁庄, 程海乡).
+        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
+        if (opt.personPlaceEndShare > 0.0 && placeEnd != named.end() &&
+            placeEnd->second >= opt.personPlaceEndShare * def)
+            flatGiven = true;
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.

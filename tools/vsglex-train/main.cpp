@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -29,6 +29,10 @@ void Usage() {
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
+                 "  --foreign-surname-floor X  surname pseudo-count of listed transliteration characters (default 0: none)\n"
+                 "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
+                 "  --person-before-name-share X  the same for characters seen before a name (default 0.01, 0: off)\n"
+                 "  --person-place-end-share X  the same for characters seen ending a cut place (default 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
@@ -121,6 +125,14 @@ int main(int argc, char **argv) {
             opt.orgSuffixPlaceEnd = std::atoi(argv[++i]) != 0;
         } else if (a == "--surname-floor" && i + 1 < argc) {
             opt.surnameFloor = std::atof(argv[++i]);
+        } else if (a == "--foreign-surname-floor" && i + 1 < argc) {
+            opt.foreignSurnameFloor = std::atof(argv[++i]);
+        } else if (a == "--person-before-name-share" && i + 1 < argc) {
+            opt.personBeforeNameShare = std::atof(argv[++i]);
+        } else if (a == "--person-place-end-share" && i + 1 < argc) {
+            opt.personPlaceEndShare = std::atof(argv[++i]);
+        } else if (a == "--person-after-name-share" && i + 1 < argc) {
+            opt.personAfterNameShare = std::atof(argv[++i]);
         } else if (a == "--person-context-floor" && i + 1 < argc) {
             opt.personContextFloor = std::atof(argv[++i]);
         } else if (a == "--person-lone-names" && i + 1 < argc) {

@@ -35,6 +35,10 @@ constexpr int kPersonGivenRoles[] = {3, 4, 5};
 // Person roles R, S and T: one-character word before, after and between
 // names.
 constexpr int kPersonContextRoles[] = {17, 18, 19};
+// Person role S (one-character word just after a name).
+constexpr int kPersonAfterRole = 18;
+// Person role R (one-character word just before a name).
+constexpr int kPersonBeforeRole = 17;
 // Person roles U and V (inner and last character of a cut place), floored
 // as well when the person data marks cut places.
 constexpr int kPersonPlaceFloorRoles[] = {20, 21};

@@ -48,6 +48,20 @@ struct TrainOptions {
     // Pseudo-count of the first-character role of a transliteration (L) for
     // characters of the transliteration lists never seen in it (0: none).
     double foreignFirstFloor = 0.03;
+    // Surname pseudo-count (C) of a character of the transliteration lists
+    // never seen as a surname (0: none): a lone two-character foreign name
+    // trains as C F, so an unseen one (培根) needs its first character as C.
+    double foreignSurnameFloor = 0.0;
+    // A character seen after a name (role S) at least this share of its
+    // default count keeps the flat given-name floor: a word that often
+    // closes a name (说, 摄) must not become its given name after a lone
+    // surname or a name the training days never show (邱说, 戴浩摄)
+    // (0: off).
+    double personAfterNameShare = 0.005;
+    // The same for a character seen before a name (role R).
+    double personBeforeNameShare = 0.01;
+    // The same for a character seen ending a cut place (role V).
+    double personPlaceEndShare = 0.0;
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
