@@ -51,9 +51,17 @@ public:
 
     void Build(const DictionaryS &dict);
     bool Has(const char *word, size_t length) const;
+    // Known compounds: the text of a run of words that the corpus brackets
+    // as one place (人民大会堂, 香港特别行政区). The trainer writes the same
+    // two rows under the run's text, with no part-of-speech row (so the
+    // word cutter never takes it for a word); the same thresholds apply.
+    bool IsCompound(const char *text, size_t length) const;
+    size_t LongestCompound() const { return longestCompound_; }
 
 private:
     std::unordered_set<std::string> words_;
+    std::unordered_set<std::string> compounds_;
+    size_t longestCompound_ = 0;
 };
 
 // Words of several characters next to transliterated places and next to
