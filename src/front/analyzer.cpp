@@ -691,8 +691,8 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         size_t best = i;
-        if (usable(spans[i])) {
-            const Item &a = items_[spans[i].first];
+        const Item &a = items_[spans[i].first];
+        if (known.MayStartCompound(gb.data() + a.start, a.length) && usable(spans[i])) {
             for (size_t j = i + 1; j < spans.size() && j - i < kMaxCompoundWords && usable(spans[j]); ++j) {
                 const Item &p = items_[spans[j - 1].last];
                 const Item &b = items_[spans[j].first];

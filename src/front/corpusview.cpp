@@ -56,10 +56,20 @@ int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
     return it != tags_.end() ? it->second : fallback;
 }
 
+namespace {
+// Two bytes of GB text as an index of a 64K table.
+constexpr size_t kCharKeys = 1 << 16;
+size_t CharKey(const char *p) {
+    return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+}
+}  // namespace
+
 void PlaceCompoundEnds::Build(const DictionaryS &dict) {
     words_.clear();
     compounds_.clear();
     longestCompound_ = 0;
+    compoundFirsts_.assign(kCharKeys, false);
+    compoundLasts_.assign(kCharKeys, false);
     for (int32_t e = 0; e < dict.count; ++e) {
         const DictSEntry &entry = dict.entries[e];
         if (entry.length <= 2 || entry.word == nullptr) continue;
@@ -78,6 +88,8 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
                 words_.emplace(entry.word, static_cast<size_t>(entry.length));
             } else {
                 compounds_.emplace(entry.word, static_cast<size_t>(entry.length));
+                compoundFirsts_[CharKey(entry.word)] = true;
+                compoundLasts_[CharKey(entry.word + entry.length - 2)] = true;
                 longestCompound_ = std::max(longestCompound_, static_cast<size_t>(entry.length));
             }
         }
@@ -85,7 +97,8 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
 }
 
 bool PlaceCompoundEnds::IsCompound(const char *text, size_t length) const {
-    return length <= longestCompound_ && compounds_.count(std::string(text, length)) != 0;
+    return length >= 2 && length <= longestCompound_ && compoundFirsts_[CharKey(text)] &&
+           compoundLasts_[CharKey(text + length - 2)] && compounds_.count(std::string(text, length)) != 0;
 }
 
 bool PlaceCompoundEnds::Has(const char *word, size_t length) const {

@@ -56,12 +56,22 @@ public:
     // two rows under the run's text, with no part-of-speech row (so the
     // word cutter never takes it for a word); the same thresholds apply.
     bool IsCompound(const char *text, size_t length) const;
+    // Whether a compound may start with the text of this word (its first
+    // two bytes), a quick test before any run is joined.
+    bool MayStartCompound(const char *word, size_t length) const {
+        return length >= 2 && !compoundFirsts_.empty() &&
+               compoundFirsts_[static_cast<size_t>(static_cast<unsigned char>(word[0])) << 8 |
+                               static_cast<unsigned char>(word[1])];
+    }
     size_t LongestCompound() const { return longestCompound_; }
 
 private:
     std::unordered_set<std::string> words_;
     std::unordered_set<std::string> compounds_;
     size_t longestCompound_ = 0;
+    // The first and last two bytes of the compounds (a character of GB
+    // text), so that most runs are turned down before the hash lookup.
+    std::vector<bool> compoundFirsts_, compoundLasts_;
 };
 
 // Words of several characters next to transliterated places and next to
