@@ -83,7 +83,7 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
             if (row.subCode == kJoinedRole) joined = count;
             else if (row.subCode == kApartRole) apart = count;
         }
-        if (joined >= kMinJoined - 1e-6 && joined > kJoinedOverApart * apart) {
+        if (joined >= (word ? kMinJoined : kMinCompoundJoined) - 1e-6 && joined > kJoinedOverApart * apart) {
             if (word) {
                 words_.emplace(entry.word, static_cast<size_t>(entry.length));
             } else {

@@ -46,6 +46,7 @@ public:
     // more than kJoinedOverApart times as often as it stood apart.
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
+    static constexpr double kMinCompoundJoined = 1.0;
     static constexpr uint8_t kJoinedRole = 6;
     static constexpr uint8_t kApartRole = 0;
 
@@ -54,7 +55,9 @@ public:
     // Known compounds: the text of a run of words that the corpus brackets
     // as one place (人民大会堂, 香港特别行政区). The trainer writes the same
     // two rows under the run's text, with no part-of-speech row (so the
-    // word cutter never takes it for a word); the same thresholds apply.
+    // word cutter never takes it for a word). A run joins when it was
+    // bracketed at least once and more than kJoinedOverApart times as
+    // often as it stood apart.
     bool IsCompound(const char *text, size_t length) const;
     // Whether a compound may start with the text of this word (its first
     // two bytes), a quick test before any run is joined.

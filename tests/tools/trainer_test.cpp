@@ -721,7 +721,8 @@ TEST(Trainer, WordsThatClosePlacesGetTheirCompoundCounts) {
 TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     // 人民大会堂 is bracketed as a place twice and stands apart twice (once
     // plain, once inside an organisation); 香港特别行政区 is bracketed twice
-    // and never apart; 沂蒙山区 is bracketed once, too rarely for an entry.
+    // and never apart; 沂蒙山区 is bracketed once, which is enough for an
+    // entry; 人民大会堂管理局 is an organisation and gets none.
     // A compound entry has the two place rows and no part of speech, so the
     // word cutter never takes it for a word.
     std::vector<vsgtrain::Paragraph> ps(2);
@@ -745,7 +746,8 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     EXPECT_FLOAT_EQ(RowValue(hk, 2, 0), 0.0f);
     for (const DictSEntry *e : {hall, hk})
         for (int32_t r = 0; r < e->posCount; ++r) EXPECT_NE(e->posList[r].code, 0);
-    EXPECT_EQ(Find(d, "沂蒙山区"), nullptr);
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "沂蒙山区"), 2, 6), std::log(2.0f));
+    EXPECT_EQ(Find(d, "人民大会堂管理局"), nullptr);
     DictionaryS_Free(&d);
 }
 

@@ -51,9 +51,10 @@ constexpr int kPlaceCompoundEndRole = 6;
 constexpr int kPlaceCompoundApartRole = 0;
 // Bracketed places of up to this many units are counted as known compounds;
 // those seen at least kMinCompoundJoined times get an entry of their own
-// (place rows only, so the word cutter never reads them as a word).
+// (place rows only, so the word cutter never reads them as a word). Once
+// is enough: the front end also asks for more bracketed runs than apart.
 constexpr size_t kMaxCompoundUnits = 4;
-constexpr int32_t kMinCompoundJoined = 2;
+constexpr int32_t kMinCompoundJoined = 1;
 // Rows of a word of several characters next to names, for the front end's
 // place-versus-person test of transliterations (inert in the role search,
 // like the compound rows): place roles P and Q count the times it comes
