@@ -52,6 +52,7 @@ struct Shared {
     NameNeighbours neighbours;    // words next to places and transliterated persons
     double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)
     bool knownPlaces = true;        // VSGLEX_KNOWN_PLACES=0 (measurement switch): off
+    bool knownCompounds = true;     // VSGLEX_KNOWN_COMPOUNDS=0 (measurement switch): off
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
@@ -75,6 +76,9 @@ void SetError(const std::string &message) { t_lastError = message; }
 // of a text are batched into calls of about this size (the engine's output
 // block then stays below the size that malloc serves by mapping pages).
 constexpr size_t kBatchItems = 1024;
+// Known place compounds are runs of at most this many engine words (the
+// trainer counts bracketed places of up to four corpus words).
+constexpr size_t kMaxCompoundWords = 4;
 // Words of one engine chunk: the engine tags a sentence in pieces of this
 // many words, so a long sentence may be split between calls at multiples of
 // it without changing the result.
@@ -134,17 +138,22 @@ private:
     void AddRun(const Atom *atoms, size_t n);
     void CloseSentence();
     void Flush();
-    // `split`: a place compound's closing word begins at this item (its
-    // pieces are the head, tagged `headTag`, and the closing word); 0: none.
-    void EmitWord(size_t first, size_t last, int32_t tag, size_t split = 0, int32_t headTag = 0);
-    void ApplyUserWords(const Atom *atoms, size_t n);
-    void EmitEngineWord(size_t first, size_t last, int32_t tag, size_t split = 0, int32_t headTag = 0);
     struct Span {  // an engine word as a run of items
         size_t first, last;
         int32_t tag;
         size_t split = 0;     // place compounds: first item of the closing word
         int32_t headTag = 0;  // and the tag of the head
+        size_t partsAt = 0, partCount = 0;  // known compounds: their words in compoundParts_
     };
+    // `split`: a place compound's closing word begins at this item (its
+    // pieces are the head, tagged `headTag`, and the closing word); 0: none.
+    // `parts`: the words of a known compound, its pieces.
+    void EmitWord(size_t first, size_t last, int32_t tag, size_t split = 0, int32_t headTag = 0,
+                  const Span *parts = nullptr, size_t partCount = 0);
+    void ApplyUserWords(const Atom *atoms, size_t n);
+    void EmitEngineWord(const Span &span);
+    std::vector<Span> compoundParts_;  // the words of the known compounds of a batch
+    void JoinKnownCompounds(std::vector<Span> &spans);
     void RepeatNames(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
@@ -357,7 +366,8 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
     texts_.push_back('\0');
 }
 
-void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag) {
+void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag, const Span *parts,
+                        size_t partCount) {
     const Item &a = items_[first];
     const Item &b = items_[last];
     vsglex_word w{};
@@ -380,7 +390,13 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
     // The word's pieces in corpus granularity: only person and organisation
     // names have more than one.
     pieces_.clear();
-    if (split > first && split <= last) {
+    if (partCount > 1) {
+        // A known compound: the corpus writes its words with their tags.
+        for (size_t k = 0; k < partCount; ++k)
+            pieces_.push_back(Piece{items_[parts[k].first].start - gbStart,
+                                    items_[parts[k].last].start + items_[parts[k].last].length - gbStart,
+                                    parts[k].tag});
+    } else if (split > first && split <= last) {
         // A place compound: the corpus writes the head and the closing word.
         const uint32_t cut = items_[split].start - gbStart;
         pieces_.push_back(Piece{0, cut, headTag});
@@ -511,8 +527,9 @@ void Analysis::Flush() {
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     RepeatNames(spans);
     RetagPlaces(spans);
+    JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
-    for (const Span &span : spans) EmitEngineWord(span.first, span.last, span.tag, span.split, span.headTag);
+    for (const Span &span : spans) EmitEngineWord(span);
     items_.clear();
 }
 
@@ -656,6 +673,50 @@ void Analysis::RetagPlaces(std::vector<Span> &spans) {
     }
 }
 
+// A run of words that the training days bracket as one place far more often
+// than not (人民 大会堂, 香港 特别 行政区, 内蒙古 自治区) is one place; the
+// corpus pieces are its words as they are. The longest known run wins;
+// names other than places are never part of one.
+void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
+    compoundParts_.clear();
+    const PlaceCompoundEnds &known = shared_.placeEnds;
+    if (!shared_.knownCompounds || spans.size() < 2 || known.LongestCompound() == 0) return;
+    const std::string &gb = work_.gb;
+    auto usable = [&](const Span &s) {
+        if (s.split != 0 || IsPersonTag(s.tag) || IsOrgTag(s.tag)) return false;
+        for (size_t q = s.first; q <= s.last; ++q)
+            if (items_[q].user != nullptr || items_[q].continues) return false;
+        return true;
+    };
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        size_t best = i;
+        const Item &a = items_[spans[i].first];
+        if (known.MayStartCompound(gb.data() + a.start, a.length) && usable(spans[i])) {
+            for (size_t j = i + 1; j < spans.size() && j - i < kMaxCompoundWords && usable(spans[j]); ++j) {
+                const Item &p = items_[spans[j - 1].last];
+                const Item &b = items_[spans[j].first];
+                if (b.sentence != a.sentence || b.start != p.start + p.length) break;
+                const Item &e = items_[spans[j].last];
+                const size_t bytes = e.start + e.length - a.start;
+                if (bytes > known.LongestCompound()) break;
+                if (known.IsCompound(gb.data() + a.start, bytes)) best = j;
+            }
+        }
+        if (best == i) {
+            spans[out++] = spans[i];
+            continue;
+        }
+        Span joined{spans[i].first, spans[best].last, kPlaceTag};
+        joined.partsAt = compoundParts_.size();
+        joined.partCount = best - i + 1;
+        compoundParts_.insert(compoundParts_.end(), spans.begin() + i, spans.begin() + best + 1);
+        spans[out++] = joined;
+        i = best;
+    }
+    spans.resize(out);
+}
+
 // A place followed by a word that closes bracketed places in the corpus
 // (中亚 地区, 开曼 群岛, 香港 特别行政区) is one place: the recognisers
 // join only one-character words, so the engine cannot. A transliterated
@@ -667,7 +728,7 @@ void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
     auto untouched = [&](const Span &s) {
         for (size_t q = s.first; q <= s.last; ++q)
             if (items_[q].user != nullptr || items_[q].continues) return false;
-        return s.split == 0;
+        return s.split == 0 && s.partCount == 0;
     };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
@@ -700,11 +761,14 @@ void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
 // A user word stays one word with the user's tag: an engine word that
 // joins it with its neighbours (a name recogniser's merge) is taken apart
 // again, its other pieces tagged by the core dictionary.
-void Analysis::EmitEngineWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag) {
+void Analysis::EmitEngineWord(const Span &span) {
+    const size_t first = span.first, last = span.last;
+    const int32_t tag = span.tag;
     bool user = false;
     for (size_t q = first; q <= last && !user; ++q) user = items_[q].user != nullptr;
     if (!user) {
-        EmitWord(first, last, tag, split, headTag);
+        EmitWord(first, last, tag, span.split, span.headTag,
+                 span.partCount > 0 ? compoundParts_.data() + span.partsAt : nullptr, span.partCount);
         return;
     }
     for (size_t q = first; q <= last; ++q) {
@@ -846,6 +910,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->placeEvidenceMin = std::atof(v);
     if (const char *v = std::getenv("VSGLEX_KNOWN_PLACES"); v != nullptr && *v != '\0')
         set->knownPlaces = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_KNOWN_COMPOUNDS"); v != nullptr && *v != '\0')
+        set->knownCompounds = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);

@@ -2,6 +2,7 @@
 // and the trainer's counts the front end reads after the engine.
 #include "front/corpusview.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -64,22 +65,49 @@ int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
     return it != tags_.end() ? it->second : fallback;
 }
 
+namespace {
+// Two bytes of GB text as an index of a 64K table.
+constexpr size_t kCharKeys = 1 << 16;
+size_t CharKey(const char *p) {
+    return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+}
+}  // namespace
+
 void PlaceCompoundEnds::Build(const DictionaryS &dict) {
     words_.clear();
+    compounds_.clear();
+    longestCompound_ = 0;
+    compoundFirsts_.assign(kCharKeys, false);
+    compoundLasts_.assign(kCharKeys, false);
     for (int32_t e = 0; e < dict.count; ++e) {
         const DictSEntry &entry = dict.entries[e];
         if (entry.length <= 2 || entry.word == nullptr) continue;
         double joined = -1.0, apart = 0.0;
+        bool word = false;
         for (int32_t r = 0; r < entry.posCount; ++r) {
             const DictSRow &row = entry.posList[r];
+            if (row.code == 0) word = true;
             if (row.code != 2 || !std::isfinite(row.value)) continue;
             const double count = std::exp(static_cast<double>(row.value)) - 1.0;
             if (row.subCode == kJoinedRole) joined = count;
             else if (row.subCode == kApartRole) apart = count;
         }
-        if (joined >= kMinJoined - 1e-6 && joined > kJoinedOverApart * apart)
-            words_.emplace(entry.word, static_cast<size_t>(entry.length));
+        if (joined >= (word ? kMinJoined : kMinCompoundJoined) - 1e-6 && joined > kJoinedOverApart * apart) {
+            if (word) {
+                words_.emplace(entry.word, static_cast<size_t>(entry.length));
+            } else {
+                compounds_.emplace(entry.word, static_cast<size_t>(entry.length));
+                compoundFirsts_[CharKey(entry.word)] = true;
+                compoundLasts_[CharKey(entry.word + entry.length - 2)] = true;
+                longestCompound_ = std::max(longestCompound_, static_cast<size_t>(entry.length));
+            }
+        }
     }
+}
+
+bool PlaceCompoundEnds::IsCompound(const char *text, size_t length) const {
+    return length >= 2 && length <= longestCompound_ && compoundFirsts_[CharKey(text)] &&
+           compoundLasts_[CharKey(text + length - 2)] && compounds_.count(std::string(text, length)) != 0;
 }
 
 bool PlaceCompoundEnds::Has(const char *word, size_t length) const {

@@ -46,14 +46,35 @@ public:
     // more than kJoinedOverApart times as often as it stood apart.
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
+    static constexpr double kMinCompoundJoined = 1.0;
     static constexpr uint8_t kJoinedRole = 6;
     static constexpr uint8_t kApartRole = 0;
 
     void Build(const DictionaryS &dict);
     bool Has(const char *word, size_t length) const;
+    // Known compounds: the text of a run of words that the corpus brackets
+    // as one place (人民大会堂, 香港特别行政区). The trainer writes the same
+    // two rows under the run's text, with no part-of-speech row (so the
+    // word cutter never takes it for a word). A run joins when it was
+    // bracketed at least once and more than kJoinedOverApart times as
+    // often as it stood apart.
+    bool IsCompound(const char *text, size_t length) const;
+    // Whether a compound may start with the text of this word (its first
+    // two bytes), a quick test before any run is joined.
+    bool MayStartCompound(const char *word, size_t length) const {
+        return length >= 2 && !compoundFirsts_.empty() &&
+               compoundFirsts_[static_cast<size_t>(static_cast<unsigned char>(word[0])) << 8 |
+                               static_cast<unsigned char>(word[1])];
+    }
+    size_t LongestCompound() const { return longestCompound_; }
 
 private:
     std::unordered_set<std::string> words_;
+    std::unordered_set<std::string> compounds_;
+    size_t longestCompound_ = 0;
+    // The first and last two bytes of the compounds (a character of GB
+    // text), so that most runs are turned down before the hash lookup.
+    std::vector<bool> compoundFirsts_, compoundLasts_;
 };
 
 // Words of several characters next to transliterated places and next to

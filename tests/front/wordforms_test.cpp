@@ -280,6 +280,17 @@ TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
         EXPECT_TRUE(Has(merged, want)) << want << " in " << Texts(merged);
     for (const char *want : {"中亚/ns", "地区/n", "帕米尔/nsf", "高原/n", "巴尔干/nsf", "半岛/n"})
         EXPECT_TRUE(Has(pieces, want)) << want << " in " << Texts(pieces);
+    // A run of words the training days bracket as one place is one place,
+    // the longest run known winning (北京 人民 大会堂 over 人民 大会堂); its
+    // corpus pieces are its words with their own tags. A run the corpus
+    // writes apart more often than bracketed (西藏 自治区) stays apart.
+    const std::string runs = "他在北京人民大会堂会见香港特别行政区代表，又去人民大会堂。西藏自治区的代表。";
+    auto runMerged = Words(runs), runPieces = Words(runs, true);
+    for (const char *want : {"北京人民大会堂/ns", "香港特别行政区/ns", "人民大会堂/ns", "西藏/ns", "自治区/n"})
+        EXPECT_TRUE(Has(runMerged, want)) << want << " in " << Texts(runMerged);
+    for (const char *want : {"北京/ns", "人民/n", "大会堂/n", "香港/ns", "特别/a", "行政区/n"})
+        EXPECT_TRUE(Has(runPieces, want)) << want << " in " << Texts(runPieces);
+    EXPECT_FALSE(Has(runPieces, "人民大会堂/ns")) << Texts(runPieces);
     // A transliteration the person recogniser took is a place where the
     // word before it comes before transliterated places (抵达), not persons.
     auto arrive = Words("代表团抵达哈拉雷。");

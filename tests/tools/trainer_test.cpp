@@ -724,6 +724,39 @@ TEST(Trainer, WordsThatClosePlacesGetTheirCompoundCounts) {
     DictionaryS_Free(&d);
 }
 
+TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
+    // 人民大会堂 is bracketed as a place twice and stands apart twice (once
+    // plain, once inside an organisation); 香港特别行政区 is bracketed twice
+    // and never apart; 沂蒙山区 is bracketed once, which is enough for an
+    // entry; 人民大会堂管理局 is an organisation and gets none.
+    // A compound entry has the two place rows and no part of speech, so the
+    // word cutter never takes it for a word.
+    std::vector<vsgtrain::Paragraph> ps(2);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  在/p  [人民/n  大会堂/n]ns  和/c  [香港/ns  特别/a  行政区/n]ns  、/w  "
+        "[沂蒙/j  山区/n]ns  。/w",
+        &ps[0]));
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-002/m  [人民/n  大会堂/n]ns  [香港/ns  特别/a  行政区/n]ns  人民/n  大会堂/n  "
+        "[人民/n  大会堂/n  管理局/n]nt  。/w",
+        &ps[1]));
+    vsgtest::TempDir dir;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, vsgtrain::TrainOptions(), dir, &d));
+    const DictSEntry *hall = Find(d, "人民大会堂"), *hk = Find(d, "香港特别行政区");
+    ASSERT_NE(hall, nullptr);
+    ASSERT_NE(hk, nullptr);
+    EXPECT_FLOAT_EQ(RowValue(hall, 2, 6), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hall, 2, 0), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hk, 2, 6), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hk, 2, 0), 0.0f);
+    for (const DictSEntry *e : {hall, hk})
+        for (int32_t r = 0; r < e->posCount; ++r) EXPECT_NE(e->posList[r].code, 0);
+    EXPECT_FLOAT_EQ(RowValue(Find(d, "沂蒙山区"), 2, 6), std::log(2.0f));
+    EXPECT_EQ(Find(d, "人民大会堂管理局"), nullptr);
+    DictionaryS_Free(&d);
+}
+
 TEST(Trainer, NeighboursOfTransliteratedPlacesAndPersons) {
     // Words of several characters before and after a transliterated place
     // (内罗毕, tag 30) get place rows P (15) and Q (16), those around a

@@ -262,6 +262,18 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         entries.push_back(std::move(e));
     }
 
+    // Known place compounds: an entry of their own text with the place rows
+    // of a compound end (times bracketed, times apart) and no part of
+    // speech. A text that is also a corpus word keeps its own entry.
+    for (const auto &pc : c.placeCompounds) {
+        if (pc.second.first < kMinCompoundJoined || c.words.count(pc.first) != 0) continue;
+        Entry e;
+        e.word = pc.first;
+        e.rows.push_back({2, static_cast<uint8_t>(kPlaceCompoundEndRole), LogCount(pc.second.first + 1.0)});
+        e.rows.push_back({2, static_cast<uint8_t>(kPlaceCompoundApartRole), LogCount(pc.second.second + 1.0)});
+        entries.push_back(std::move(e));
+    }
+
     // The class words replace any corpus word spelled the same way.
     for (const char *cw : {kStartWord, kEndWord, kPersonClass, kPlaceClass, kOrgClass, kOtherClass}) {
         entries.erase(std::remove_if(entries.begin(), entries.end(), [cw](const Entry &e) { return e.word == cw; }),

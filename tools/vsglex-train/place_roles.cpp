@@ -78,6 +78,36 @@ void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summ
             if (i + 1 < units.size() && plainWord(i + 1)) ++c->nameNeighbours[units[i + 1].text][place ? 1 : 3];
         }
     }
+    CountPlaceCompounds(c);
+}
+
+// Bracketed places of two to kMaxCompoundUnits units, then the times the
+// same runs of units stand in the text without being one such place.
+void CountPlaceCompounds(TrainCounts *c) {
+    auto runText = [](const std::vector<Unit> &units, size_t i, size_t n) {
+        std::string t;
+        for (size_t k = i; k < i + n; ++k) t += units[k].text;
+        return t;
+    };
+    auto wholePlace = [](const std::vector<Unit> &units, size_t i, size_t n) {
+        const Unit &a = units[i], &b = units[i + n - 1];
+        return a.bracket >= 0 && a.bracket == b.bracket && a.bracketFirst && b.bracketLast && a.bracketLabel == "ns";
+    };
+    for (const std::vector<Unit> &units : c->units)
+        for (size_t i = 0; i < units.size(); ++i)
+            for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n)
+                if (wholePlace(units, i, n)) {
+                    std::string t = runText(units, i, n);
+                    if (t.size() <= kMaxDictWord) ++c->placeCompounds[t].first;
+                }
+    if (c->placeCompounds.empty()) return;
+    for (const std::vector<Unit> &units : c->units)
+        for (size_t i = 0; i < units.size(); ++i)
+            for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n) {
+                if (wholePlace(units, i, n)) continue;
+                auto it = c->placeCompounds.find(runText(units, i, n));
+                if (it != c->placeCompounds.end()) ++it->second.second;
+            }
 }
 
 }  // namespace vsgtrain

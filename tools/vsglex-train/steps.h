@@ -53,6 +53,12 @@ constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
 // A count (front/corpusview.h, PlaceCompoundEnds).
 constexpr int kPlaceCompoundEndRole = 6;
 constexpr int kPlaceCompoundApartRole = 0;
+// Bracketed places of up to this many units are counted as known compounds;
+// those seen at least kMinCompoundJoined times get an entry of their own
+// (place rows only, so the word cutter never reads them as a word). Once
+// is enough: the front end also asks for more bracketed runs than apart.
+constexpr size_t kMaxCompoundUnits = 4;
+constexpr int32_t kMinCompoundJoined = 1;
 // Rows of a word of several characters next to names, for the front end's
 // place-versus-person test of transliterations (inert in the role search,
 // like the compound rows): place roles P and Q count the times it comes
@@ -148,6 +154,11 @@ struct TrainCounts {
     // corpus brackets the two as one place with the word last ([中亚/ns
     // 地区/n]ns), and how often not (filled by CountPlaceRoles).
     std::map<std::string, std::pair<int32_t, int32_t>> placeCompoundEnds;
+    // Text of a bracketed place of several units ([人民/n 大会堂/n]ns,
+    // [香港/ns 特别/a 行政区/n]ns) -> how often the corpus brackets that run
+    // of units as one place, and how often the same run stands unbracketed
+    // (filled by CountPlaceRoles).
+    std::map<std::string, std::pair<int32_t, int32_t>> placeCompounds;
     // Word of several characters -> times it comes right before a
     // transliterated place, right after one, right before a transliterated
     // person name and right after one (filled by CountPlaceRoles).
@@ -195,6 +206,9 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c);
 std::string LoneNameRoles(const Unit &u, const std::set<std::string> &givenNames, int mode);
 // Place role sequences (rare places cut into characters).
 void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summary);
+// The bracketed places of several units and their unbracketed runs
+// (TrainCounts::placeCompounds).
+void CountPlaceCompounds(TrainCounts *c);
 // Organisation role sequences and the role rows of words inside them.
 void CountOrgRoles(const TrainOptions &opt, TrainCounts *c);
 
