@@ -104,6 +104,15 @@ constexpr float kMinLongSuffixShare = 0.1f;
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
 
+// A name of just two multi-character words, the first a common word (no
+// name, not unknown, no proper noun), is accepted only when the first word
+// begins names in at least kMinPairOpenShare of its occurrences or the
+// second ends names in at least kMinPairSuffixShare of them: the corpus
+// mostly leaves such pairs unbracketed (人民 政协, 全国 海关, 航空 公司),
+// but not 人民 检察院.
+constexpr float kMinPairOpenShare = 0.1f;
+constexpr float kMinPairSuffixShare = 0.5f;
+
 // One-character words that the role model often takes for suffixes.
 // Function words and date/dispatch markers never close a name.
 constexpr const char *kNeverSuffix[] = {
@@ -217,6 +226,9 @@ private:
         if (!IsMultiChar(slot) || slot + 1 >= roles_.n || IsTerminator(roles_.At(slot + 1))) return false;
         return HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) && IsMultiChar(slot + 1) && IsSuffix(slot + 1);
     }
+    // Whether the two words at first and suffix are too common to be a name
+    // of two words by themselves (see kMinPairOpenShare).
+    bool IsWeakPair(int32_t first, int32_t suffix) const;
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
     // Share of the word's occurrences seen in organisation role `role`
@@ -328,6 +340,17 @@ bool OrgScan::IsSuffix(int32_t slot) const {
            HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) && share >= kMinLongSuffixShare;
 }
 
+bool OrgScan::IsWeakPair(int32_t first, int32_t suffix) const {
+    if (!IsMultiChar(first) || !IsMultiChar(suffix)) return false;
+    const SpanWord &f = Record(first);
+    if (f.classText[0] != '\0' || f.posList == nullptr || f.posCount <= 0 || HasNameRow(f) ||
+        MainPosTag(f) == kPosOtherProper) {
+        return false;
+    }
+    return OrgRowShare(f, kRoleFirst) < kMinPairOpenShare &&
+           OrgRowShare(Record(suffix), kRoleSuffix) < kMinPairSuffixShare;
+}
+
 bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
     const size_t len = vsg::names::TextLength(r.text);
     if (len < 4 || static_cast<unsigned char>(r.text[len - 2]) < 0x80) return false;
@@ -393,6 +416,7 @@ void OrgScan::Accept(int32_t suffix) {
         ok = false;
     }
     if (name_.Length() > vsg::names::kMaxNameBytes) ok = false;
+    if (slots == 2 && IsWeakPair(first_, suffix)) ok = false;
     if (!ok) {
         Drop();
         return;
