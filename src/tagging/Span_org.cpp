@@ -30,7 +30,8 @@
 // names followed by a word used mostly as an organisation name is one name
 // (中国 国务院). A common word that begins ten or more names opens one right
 // before a suffix (人民 检察院); a measure word, or a numeral before one,
-// opens none (第八 届 全国 政协).
+// opens none (第八 届 全国 政协). A name of just two common words needs a
+// first word that begins names often or a suffix that mostly ends them.
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
