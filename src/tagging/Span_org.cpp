@@ -106,11 +106,11 @@ constexpr float kMinLongSuffixShare = 0.1f;
 constexpr float kMinPersonSuffixShare = 0.35f;
 
 // A name of just two multi-character words, the first a common word (no
-// name, not unknown, no proper noun), is accepted only when the first word
-// begins names in at least kMinPairOpenShare of its occurrences or the
-// second ends names in at least kMinPairSuffixShare of them: the corpus
-// mostly leaves such pairs unbracketed (人民 政协, 全国 海关, 航空 公司),
-// but not 人民 检察院.
+// name, not unknown, no proper noun) that opened it by its share, is
+// accepted only when the first word begins names in at least
+// kMinPairOpenShare of its occurrences or the second ends names in at least
+// kMinPairSuffixShare of them: the corpus mostly leaves such pairs
+// unbracketed (人民 政协, 全国 海关, 航空 公司).
 constexpr float kMinPairOpenShare = 0.1f;
 constexpr float kMinPairSuffixShare = 0.5f;
 
@@ -348,7 +348,10 @@ bool OrgScan::IsWeakPair(int32_t first, int32_t suffix) const {
         MainPosTag(f) == kPosOtherProper) {
         return false;
     }
-    return OrgRowShare(f, kRoleFirst) < kMinPairOpenShare &&
+    // A word under the opener share opened the name only because it begins
+    // many names right before a suffix (人民 检察院, 世界 银行): left alone.
+    const float open = OrgRowShare(f, kRoleFirst);
+    return open >= kMinOpenShare && open < kMinPairOpenShare &&
            OrgRowShare(Record(suffix), kRoleSuffix) < kMinPairSuffixShare;
 }
 
