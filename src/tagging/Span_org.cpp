@@ -23,7 +23,8 @@
 // with any C or E row or when it is used mostly as a noun. A suffix has an
 // organisation row of role D with a value of at least 1.1; a common
 // multi-character suffix must also end names in a fifth of its occurrences
-// (a tenth, with ten or more, after two words of a name not opened by a place),
+// (a tenth, with ten or more, after two words of a name not opened by a place;
+// any share after a word that begins names in half of its occurrences),
 // and an unknown word is a suffix when its last character is one. A name
 // opened by a person name takes nothing but a suffix, a multi-character one
 // only when it ends names in 0.35 of its occurrences. A place that opens
@@ -101,6 +102,10 @@ constexpr float kMinSuffixShare = 0.2f;
 // that share (国际 货币 基金 组织).
 constexpr float kMinLongSuffixValue = 2.4f;
 constexpr float kMinLongSuffixShare = 0.1f;
+// A name opened by a common word that begins names in at least this share
+// of its occurrences closes at a word that ends ten or more names, whatever
+// that word's share.
+constexpr float kMinStrongOpenShare = 0.5f;
 // After a person name a multi-character suffix must end names in at least
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
@@ -337,8 +342,11 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     // After two or more words a word that ends many names, though under the
     // share, closes the name too (国际 货币 基金 组织); not after a place,
     // where the corpus mostly writes a place and common nouns.
-    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 &&
-           HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) && share >= kMinLongSuffixShare;
+    if (!open_ || placeLed_ || last_ != slot - 1 || !HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue)) return false;
+    // After a word that begins names in most of its occurrences (民革, 世贸)
+    // such a word closes the name whatever its share (民革 中央, 世贸 组织).
+    if (OrgRowShare(Record(first_), kRoleFirst) >= kMinStrongOpenShare) return true;
+    return slot > first_ + 1 && share >= kMinLongSuffixShare;
 }
 
 bool OrgScan::IsWeakPair(int32_t first, int32_t suffix) const {
