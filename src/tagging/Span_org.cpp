@@ -30,7 +30,8 @@
 // only when it ends names in 0.35 of its occurrences. A place that opens
 // names followed by a word used mostly as an organisation name is one name
 // (中国 国务院). A common word that begins ten or more names opens one right
-// before a suffix (人民 检察院); a measure word, or a numeral before one,
+// before a suffix (人民 检察院) or before a body word and a word that ends ten
+// or more names (世界 卫生 组织); a measure word, or a numeral before one,
 // opens none (第八 届 全国 政协). A name of just two common words needs a
 // first word that begins names often or a suffix that mostly ends them.
 // The rules, in scan order for each slot:
@@ -227,10 +228,19 @@ private:
         return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
     }
     // Whether a common word that begins many names, though under the share
-    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院).
+    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院), or
+    // before one body word and a word that closes names of three words
+    // (世界 卫生 组织: a suffix row of 2.4 at a share of 0.1).
     bool OpensBeforeSuffix(int32_t slot) const {
         if (!IsMultiChar(slot) || slot + 1 >= roles_.n || IsTerminator(roles_.At(slot + 1))) return false;
-        return HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) && IsMultiChar(slot + 1) && IsSuffix(slot + 1);
+        if (!HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) || !IsMultiChar(slot + 1)) return false;
+        if (IsSuffix(slot + 1)) return true;
+        const int32_t end = slot + 2;
+        if (end >= roles_.n || IsTerminator(roles_.At(end)) || !IsMultiChar(end)) return false;
+        if (IsNumber(slot + 1) || span_->bestTag[slot + 1] == kDefaultRole || !IsBody(slot + 1)) return false;
+        const SpanWord &last = Record(end);
+        return last.classText[0] == '\0' && HasOrgRow(last, kRoleSuffix, kMinLongSuffixValue) &&
+               OrgRowShare(last, kRoleSuffix) >= kMinLongSuffixShare;
     }
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).

@@ -334,6 +334,15 @@ TEST(OrgRecognize, QuantitiesOpenNothingAndPlacesJoinOrganisationWords) {
     Sentence frequent({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, many}, {"$"}});
     Org(e, frequent, "AAAAZ");
     EXPECT_TRUE(Untouched(frequent));
+    // A word that begins ten or more names, under the share, also opens one
+    // before a body word and such a word (世界 卫生 组织), not before a word
+    // that ends names in under a tenth of its uses.
+    Sentence health({{"^"}, {"世界", people, often}, {"卫生", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, health, "AAAAZ");
+    ExpectOrg(e, health, 1, "世界卫生组织", 2);
+    Sentence loose({{"^"}, {"世界", people, often}, {"卫生", body, often}, {"组织", group, many}, {"$"}});
+    Org(e, loose, "AAAAZ");
+    EXPECT_TRUE(Untouched(loose));
 }
 
 TEST(OrgRecognize, TwoCommonWordsNeedAStrongEdge) {
