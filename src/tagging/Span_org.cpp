@@ -439,6 +439,9 @@ void OrgScan::Accept(int32_t suffix) {
     }
     if (name_.Length() > vsg::names::kMaxNameBytes) ok = false;
     if (slots == 2 && IsWeakPair(first_, suffix)) ok = false;
+    // Nor is a one-character word that is not mostly a noun, with a suffix
+    // alone, a name: it qualifies a common noun (大 公司, 小 厂, 进 厂, 二 大队).
+    if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(Record(first_))) ok = false;
     if (!ok) {
         Drop();
         return;

@@ -156,6 +156,21 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
     Org(e, longer, "ACDZ");
     ExpectOrg(e, longer, 1, "华联厂", 1);
+    // One character and a suffix word: a name when the character is mostly
+    // a noun (华 公司), not when it qualifies the suffix (大 公司, 进 厂);
+    // a third word makes it a name again.
+    const std::vector<DictSRow> nounChar = {{0, 2, 3.0f, 1}, {0, 4, 1.0f, 1}};
+    const std::vector<DictSRow> adjective = {{0, 4, 3.0f, 1}, {0, 2, 1.0f, 1}};
+    const std::vector<DictSRow> firm = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    Sentence hua({{"^"}, {"华", nounChar}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, hua, "ACAZ");
+    ExpectOrg(e, hua, 1, "华公司", 1);
+    Sentence big({{"^"}, {"大", adjective}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, big, "ACAZ");
+    EXPECT_TRUE(Untouched(big));
+    Sentence bigger({{"^"}, {"大", adjective}, {"华联"}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, bigger, "ACAAZ");
+    ExpectOrg(e, bigger, 1, "大华联公司", 2);
 
     // Numbers continue a name but never begin one.
     Sentence inside({{"^"}, {"北京", kFirst}, {"502"}, {"厂", kSuffix}, {"$"}});
@@ -166,10 +181,10 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     EXPECT_TRUE(Untouched(only));
 
     // Over 32 bytes: not merged.
-    Sentence big({{"^"}, {"一二三四五六七八", kFirst}, {"一二三四五六七八", kInner}, {"厂", kSuffix},
+    Sentence huge({{"^"}, {"一二三四五六七八", kFirst}, {"一二三四五六七八", kInner}, {"厂", kSuffix},
                   {"$"}});
-    Org(e, big, "AAADZ");
-    EXPECT_TRUE(Untouched(big));
+    Org(e, huge, "AAADZ");
+    EXPECT_TRUE(Untouched(huge));
 }
 
 TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
