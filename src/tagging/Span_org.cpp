@@ -33,7 +33,8 @@
 // before a suffix (人民 检察院) or before a body word and a word that ends ten
 // or more names (世界 卫生 组织); a measure word, or a numeral before one,
 // opens none (第八 届 全国 政协). A name of just two common words needs a
-// first word that begins names often or a suffix that mostly ends them.
+// first word that begins names often or a suffix that mostly ends them, and
+// one character not mostly a noun with a suffix word is no name (大 公司).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
