@@ -471,14 +471,6 @@ void OrgScan::Run() {
         if (open_ && Extend(s)) continue;
         if (span_->bestTag[s] != kDefaultRole && (IsBody(s, true) || OpensBeforeSuffix(s)) && !IsNumber(s) &&
             !CountsMeasure(s)) {
-            // A one-character word that is not mostly a noun, right before a
-            // word that opens names itself, is left out: the name begins at
-            // that word (次 日本 国际 贸易 促进 协会).
-            if (!IsMultiChar(s) && !IsNounLike(Record(s)) && s + 1 < roles_.n && !IsTerminator(roles_.At(s + 1)) &&
-                IsMultiChar(s + 1) && IsBody(s + 1, true)) {
-                if (c == 'T') MarkSingle(s);
-                continue;
-            }
             Open(s);
         } else if (c == 'T') {
             MarkSingle(s);
