@@ -23,14 +23,18 @@
 // with any C or E row or when it is used mostly as a noun. A suffix has an
 // organisation row of role D with a value of at least 1.1; a common
 // multi-character suffix must also end names in a fifth of its occurrences
-// (a tenth, with ten or more, after two words of a name not opened by a place),
+// (a tenth, with ten or more, after two words of a name not opened by a place;
+// any share after a word that begins names in half of its occurrences),
 // and an unknown word is a suffix when its last character is one. A name
 // opened by a person name takes nothing but a suffix, a multi-character one
 // only when it ends names in 0.35 of its occurrences. A place that opens
 // names followed by a word used mostly as an organisation name is one name
 // (中国 国务院). A common word that begins ten or more names opens one right
-// before a suffix (人民 检察院); a measure word, or a numeral before one,
-// opens none (第八 届 全国 政协).
+// before a suffix (人民 检察院) or before a body word and a word that ends ten
+// or more names (世界 卫生 组织); a measure word, or a numeral before one,
+// opens none (第八 届 全国 政协). A name of just two common words needs a
+// first word that begins names often or a suffix that mostly ends them, and
+// one character not mostly a noun with a suffix word is no name (大 公司).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -100,9 +104,22 @@ constexpr float kMinSuffixShare = 0.2f;
 // that share (国际 货币 基金 组织).
 constexpr float kMinLongSuffixValue = 2.4f;
 constexpr float kMinLongSuffixShare = 0.1f;
+// A name opened by a common word that begins names in at least this share
+// of its occurrences closes at a word that ends ten or more names, whatever
+// that word's share.
+constexpr float kMinStrongOpenShare = 0.5f;
 // After a person name a multi-character suffix must end names in at least
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
+
+// A name of just two multi-character words, the first a common word (no
+// name, not unknown, no proper noun) that opened it by its share, is
+// accepted only when the first word begins names in at least
+// kMinPairOpenShare of its occurrences or the second ends names in at least
+// kMinPairSuffixShare of them: the corpus mostly leaves such pairs
+// unbracketed (人民 政协, 全国 海关, 航空 公司).
+constexpr float kMinPairOpenShare = 0.1f;
+constexpr float kMinPairSuffixShare = 0.5f;
 
 // One-character words that the role model often takes for suffixes.
 // Function words and date/dispatch markers never close a name.
@@ -212,11 +229,23 @@ private:
         return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
     }
     // Whether a common word that begins many names, though under the share
-    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院).
+    // (人民, 国际, 世界), stands right before a suffix word (人民 检察院), or
+    // before one body word and a word that closes names of three words
+    // (世界 卫生 组织: a suffix row of 2.4 at a share of 0.1).
     bool OpensBeforeSuffix(int32_t slot) const {
         if (!IsMultiChar(slot) || slot + 1 >= roles_.n || IsTerminator(roles_.At(slot + 1))) return false;
-        return HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) && IsMultiChar(slot + 1) && IsSuffix(slot + 1);
+        if (!HasOrgRow(Record(slot), kRoleFirst, kMinFirstValue) || !IsMultiChar(slot + 1)) return false;
+        if (IsSuffix(slot + 1)) return true;
+        const int32_t end = slot + 2;
+        if (end >= roles_.n || IsTerminator(roles_.At(end)) || !IsMultiChar(end)) return false;
+        if (IsNumber(slot + 1) || span_->bestTag[slot + 1] == kDefaultRole || !IsBody(slot + 1)) return false;
+        const SpanWord &last = Record(end);
+        return last.classText[0] == '\0' && HasOrgRow(last, kRoleSuffix, kMinLongSuffixValue) &&
+               OrgRowShare(last, kRoleSuffix) >= kMinLongSuffixShare;
     }
+    // Whether the two words at first and suffix are too common to be a name
+    // of two words by themselves (see kMinPairOpenShare).
+    bool IsWeakPair(int32_t first, int32_t suffix) const;
     // Whether the slot's word can be part of a name's body.
     bool IsBody(int32_t slot, bool opening = false) const;
     // Share of the word's occurrences seen in organisation role `role`
@@ -324,8 +353,25 @@ bool OrgScan::IsSuffix(int32_t slot) const {
     // After two or more words a word that ends many names, though under the
     // share, closes the name too (国际 货币 基金 组织); not after a place,
     // where the corpus mostly writes a place and common nouns.
-    return open_ && !placeLed_ && slot > first_ + 1 && last_ == slot - 1 &&
-           HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue) && share >= kMinLongSuffixShare;
+    if (!open_ || placeLed_ || last_ != slot - 1 || !HasOrgRow(r, kRoleSuffix, kMinLongSuffixValue)) return false;
+    // After a word that begins names in most of its occurrences (民革, 世贸)
+    // such a word closes the name whatever its share (民革 中央, 世贸 组织).
+    if (OrgRowShare(Record(first_), kRoleFirst) >= kMinStrongOpenShare) return true;
+    return slot > first_ + 1 && share >= kMinLongSuffixShare;
+}
+
+bool OrgScan::IsWeakPair(int32_t first, int32_t suffix) const {
+    if (!IsMultiChar(first) || !IsMultiChar(suffix)) return false;
+    const SpanWord &f = Record(first);
+    if (f.classText[0] != '\0' || f.posList == nullptr || f.posCount <= 0 || HasNameRow(f) ||
+        MainPosTag(f) == kPosOtherProper) {
+        return false;
+    }
+    // A word under the opener share opened the name only because it begins
+    // many names right before a suffix (人民 检察院, 世界 银行): left alone.
+    const float open = OrgRowShare(f, kRoleFirst);
+    return open >= kMinOpenShare && open < kMinPairOpenShare &&
+           OrgRowShare(Record(suffix), kRoleSuffix) < kMinPairSuffixShare;
 }
 
 bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
@@ -393,6 +439,10 @@ void OrgScan::Accept(int32_t suffix) {
         ok = false;
     }
     if (name_.Length() > vsg::names::kMaxNameBytes) ok = false;
+    if (slots == 2 && IsWeakPair(first_, suffix)) ok = false;
+    // Nor is a one-character word that is not mostly a noun, with a suffix
+    // alone, a name: it qualifies a common noun (大 公司, 小 厂, 进 厂, 二 大队).
+    if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(Record(first_))) ok = false;
     if (!ok) {
         Drop();
         return;

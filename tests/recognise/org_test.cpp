@@ -156,6 +156,21 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
     Org(e, longer, "ACDZ");
     ExpectOrg(e, longer, 1, "华联厂", 1);
+    // One character and a suffix word: a name when the character is mostly
+    // a noun (华 公司), not when it qualifies the suffix (大 公司, 进 厂);
+    // a third word makes it a name again.
+    const std::vector<DictSRow> nounChar = {{0, 2, 3.0f, 1}, {0, 4, 1.0f, 1}};
+    const std::vector<DictSRow> adjective = {{0, 4, 3.0f, 1}, {0, 2, 1.0f, 1}};
+    const std::vector<DictSRow> firm = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    Sentence hua({{"^"}, {"华", nounChar}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, hua, "ACAZ");
+    ExpectOrg(e, hua, 1, "华公司", 1);
+    Sentence big({{"^"}, {"大", adjective}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, big, "ACAZ");
+    EXPECT_TRUE(Untouched(big));
+    Sentence bigger({{"^"}, {"大", adjective}, {"华联"}, {"公司", firm, std::log(21.0f)}, {"$"}});
+    Org(e, bigger, "ACAAZ");
+    ExpectOrg(e, bigger, 1, "大华联公司", 2);
 
     // Numbers continue a name but never begin one.
     Sentence inside({{"^"}, {"北京", kFirst}, {"502"}, {"厂", kSuffix}, {"$"}});
@@ -166,10 +181,10 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     EXPECT_TRUE(Untouched(only));
 
     // Over 32 bytes: not merged.
-    Sentence big({{"^"}, {"一二三四五六七八", kFirst}, {"一二三四五六七八", kInner}, {"厂", kSuffix},
+    Sentence huge({{"^"}, {"一二三四五六七八", kFirst}, {"一二三四五六七八", kInner}, {"厂", kSuffix},
                   {"$"}});
-    Org(e, big, "AAADZ");
-    EXPECT_TRUE(Untouched(big));
+    Org(e, huge, "AAADZ");
+    EXPECT_TRUE(Untouched(huge));
 }
 
 TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
@@ -334,6 +349,69 @@ TEST(OrgRecognize, QuantitiesOpenNothingAndPlacesJoinOrganisationWords) {
     Sentence frequent({{"^"}, {"华联", nounFirst, seldom}, {"货币", body, often}, {"组织", group, many}, {"$"}});
     Org(e, frequent, "AAAAZ");
     EXPECT_TRUE(Untouched(frequent));
+    // A word that begins ten or more names, under the share, also opens one
+    // before a body word and such a word (世界 卫生 组织), not before a word
+    // that ends names in under a tenth of its uses.
+    Sentence health({{"^"}, {"世界", people, often}, {"卫生", body, often}, {"组织", group, some}, {"$"}});
+    Org(e, health, "AAAAZ");
+    ExpectOrg(e, health, 1, "世界卫生组织", 2);
+    Sentence loose({{"^"}, {"世界", people, often}, {"卫生", body, often}, {"组织", group, many}, {"$"}});
+    Org(e, loose, "AAAAZ");
+    EXPECT_TRUE(Untouched(loose));
+}
+
+TEST(OrgRecognize, TwoCommonWordsNeedAStrongEdge) {
+    Engine e;
+    // 人民 seen 100 times, beginning names in 8 of them (share 0.08: it
+    // opens); 政协 ends names in 30 of 100 (0.3), 检察院 in 60 of 100.
+    const float hundred = std::log(101.0f), seldom = std::log(21.0f);
+    const std::vector<DictSRow> people = {{0, 2, 3.0f, 1}, {3, 2, std::log(8.0f), 1}};
+    const std::vector<DictSRow> conference = {{0, 21, 3.0f, 1}, {3, 5, std::log(30.0f), 1}};
+    const std::vector<DictSRow> procuracy = {{0, 2, 3.0f, 1}, {3, 5, std::log(60.0f), 1}};
+    const std::vector<DictSRow> noun = {{0, 2, 3.0f, 1}};
+    // The pair alone is a common phrase: no name (人民 政协 工作).
+    Sentence pair({{"^"}, {"人民", people, hundred}, {"政协", conference, hundred}, {"工作", noun}, {"$"}});
+    Org(e, pair, "AAAAZ");
+    EXPECT_TRUE(Untouched(pair));
+    // A suffix that ends names in most of its uses makes it one.
+    Sentence court({{"^"}, {"人民", people, hundred}, {"检察院", procuracy, hundred}, {"$"}});
+    Org(e, court, "AAAZ");
+    ExpectOrg(e, court, 1, "人民检察院", 1);
+    // So does a first word that begins names often, a place, or a third
+    // word; and a word that opened the name only for its many names before
+    // a suffix is left alone (人民 法院 in the test above).
+    const std::vector<DictSRow> strong = {{0, 2, 3.0f, 1}, {3, 2, std::log(20.0f), 1}};
+    Sentence opener({{"^"}, {"人民", strong, hundred}, {"政协", conference, hundred}, {"$"}});
+    Org(e, opener, "AAAZ");
+    ExpectOrg(e, opener, 1, "人民政协", 1);
+    const std::vector<DictSRow> place = {{0, 29, 3.0f, 1}, {3, 2, 1.0f, 1}};
+    Sentence city({{"^"}, {"福州", place, seldom}, {"政协", conference, hundred}, {"$"}});
+    Org(e, city, "AAAZ");
+    ExpectOrg(e, city, 1, "福州政协", 1);
+    Sentence three({{"^"}, {"人民", people, hundred}, {"动物", noun}, {"政协", conference, hundred}, {"$"}});
+    Org(e, three, "AAAAZ");
+    ExpectOrg(e, three, 1, "人民动物政协", 2);
+}
+
+TEST(OrgRecognize, StrongOpenersCloseAtFrequentSuffixes) {
+    Engine e;
+    // 中央 seen 490 times, ending 25 names (share 0.05, row 3.2); 民革
+    // begins names in 0.75 of its 7 uses, 全国 in 0.3 of 1000.
+    const float centre = std::log(491.0f);
+    const std::vector<DictSRow> central = {{0, 2, 3.0f, 1}, {3, 5, std::log(25.0f), 1}};
+    const std::vector<DictSRow> fewNames = {{0, 2, 3.0f, 1}, {3, 5, std::log(9.0f), 1}};
+    const std::vector<DictSRow> party = {{0, 21, 3.0f, 1}, {3, 2, std::log(6.0f), 1}};
+    const std::vector<DictSRow> national = {{0, 2, 3.0f, 1}, {3, 2, std::log(300.0f), 1}};
+    Sentence league({{"^"}, {"民革", party, std::log(8.0f)}, {"中央", central, centre}, {"主席"}, {"$"}});
+    Org(e, league, "AAAAZ");
+    ExpectOrg(e, league, 1, "民革中央", 1);
+    // A weaker opener, or a suffix that ends fewer than ten names, gives none.
+    Sentence whole({{"^"}, {"全国", national, std::log(1001.0f)}, {"中央", central, centre}, {"$"}});
+    Org(e, whole, "AAAZ");
+    EXPECT_TRUE(Untouched(whole));
+    Sentence rare({{"^"}, {"民革", party, std::log(8.0f)}, {"中央", fewNames, centre}, {"$"}});
+    Org(e, rare, "AAAZ");
+    EXPECT_TRUE(Untouched(rare));
 }
 
 }  // namespace
