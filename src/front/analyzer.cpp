@@ -903,7 +903,7 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->tagNames.emplace_back(tag);
     }
     set->stringTagger.Resolve(set->tagNames);
-    set->pieceTags.Build(engine->models().core);
+    set->pieceTags = PieceTags(&engine->models());
     set->placeEnds.Build(engine->models().core);
     set->neighbours.Build(engine->models().core);
     if (const char *v = std::getenv("VSGLEX_PLACE_EVIDENCE"); v != nullptr && *v != '\0')

@@ -9,6 +9,7 @@
 #include "common/gb_lists.h"
 #include "common/gbtext.h"
 #include "common/tagset.h"
+#include "front/analyzer.h"
 #include "front/atoms.h"
 
 namespace vsg::front {
@@ -42,27 +43,9 @@ std::vector<uint32_t> CharEnds(const char *text, size_t length) {
 
 }  // namespace
 
-void PieceTags::Build(const DictionaryS &dict) {
-    tags_.clear();
-    tags_.reserve(static_cast<size_t>(dict.count > 0 ? dict.count : 0));
-    for (int32_t e = 0; e < dict.count; ++e) {
-        const DictSEntry &entry = dict.entries[e];
-        int32_t best = -1;
-        float bestValue = -INFINITY;
-        for (int32_t r = 0; r < entry.posCount; ++r) {
-            const DictSRow &row = entry.posList[r];
-            if (row.code == 0 && row.value > bestValue) {
-                best = row.subCode;
-                bestValue = row.value;
-            }
-        }
-        if (best >= 0 && entry.length > 0) tags_.emplace(std::string(entry.word, static_cast<size_t>(entry.length)), best);
-    }
-}
-
 int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
-    auto it = tags_.find(std::string(word, length));
-    return it != tags_.end() ? it->second : fallback;
+    const int32_t tag = CoreWordTag(engine_, word, length);
+    return tag >= 0 ? tag : fallback;
 }
 
 namespace {

@@ -12,6 +12,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "vsglex/engine.h"
 #include "vsglex/model.h"
 
 namespace vsg::front {
@@ -23,16 +24,17 @@ struct Piece {
     int32_t tag;
 };
 
-// Most frequent part-of-speech tag of every word of the core dictionary,
-// for the component words of organisation names.
+// The most frequent part-of-speech tag of a word of the core dictionary,
+// for the component words of organisation names and place compounds
+// (looked up in the engine's dictionary when asked: few words need it).
 class PieceTags {
 public:
-    void Build(const DictionaryS &dict);
+    explicit PieceTags(const SegmentEngine *engine = nullptr) : engine_(engine) {}
     // Tag of a GB word, or `fallback` when the dictionary lacks it.
     int32_t Of(const char *word, size_t length, int32_t fallback) const;
 
 private:
-    std::unordered_map<std::string, int32_t> tags_;
+    const SegmentEngine *engine_;
 };
 
 // Words of several characters that close a place name in the corpus's
