@@ -132,19 +132,29 @@ bool ReadEntry(BinaryReader &in, DictSEntry &entry) {
     if (!vsg::model::ReadWord(in, &entry.word, &entry.length)) return false;
     int32_t rows = 0;
     if (!in.I32(&rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > in.left()) return false;
-    for (float &s : entry.stats)
-        if (!in.Float(&s)) return false;
+    const unsigned char *stats = in.Next(sizeof entry.stats);
+    if (stats == nullptr) return false;
+    for (size_t k = 0; k < 4; ++k) entry.stats[k] = BinaryReader::BigFloat(stats + 4 * k);
     entry.posList =
         static_cast<DictSRow *>(std::calloc(static_cast<size_t>(rows) + 1, sizeof(DictSRow)));
     if (entry.posList == nullptr) return false;
     entry.posCount = rows;
+    // A row is code (2 bytes), sub-code (1), value (4) and flag (4), decoded
+    // from one read.
     for (int32_t r = 0; r < rows; ++r) {
+        const unsigned char *at = in.Next(kRowBytes);
+        if (at == nullptr) return false;
         DictSRow &row = entry.posList[r];
-        if (!in.U16(&row.code) || !in.U8(&row.subCode) || !in.Float(&row.value) ||
-            !in.U32(&row.flag))
-            return false;
+        row.code = BinaryReader::Little16(at);
+        row.subCode = at[2];
+        row.value = BinaryReader::BigFloat(at + 3);
+        row.flag = BinaryReader::Little32(at + 7);
     }
-    return in.I32(&entry.hash) && in.I32(&entry.flag);
+    const unsigned char *tail = in.Next(8);
+    if (tail == nullptr) return false;
+    entry.hash = static_cast<int32_t>(BinaryReader::Little32(tail));
+    entry.flag = static_cast<int32_t>(BinaryReader::Little32(tail + 4));
+    return true;
 }
 
 }  // namespace

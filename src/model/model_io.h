@@ -126,10 +126,24 @@ public:
         left_ -= n;
         return true;
     }
+    // The next n bytes (n <= 128, the scratch size), consumed: a pointer
+    // into the read-ahead buffer when they lie there, else a copy in the
+    // scratch buffer; null when fewer than n bytes are left.
+    const unsigned char *Next(size_t n) noexcept {
+        if (n > left_) return nullptr;
+        if (end_ - pos_ >= n) {
+            const unsigned char *at = buffer_ + pos_;
+            pos_ += n;
+            left_ -= n;
+            return at;
+        }
+        return Bytes(scratch_, n) ? scratch_ : nullptr;
+    }
     // Little-endian integers of 32, 16 and 8 bits.
     bool U32(uint32_t *value) noexcept {
-        if (!Bytes(scratch_, 4)) return false;
-        VSGNetDestreamUINT32(scratch_, value);
+        const unsigned char *at = Next(4);
+        if (at == nullptr) return false;
+        *value = Little32(at);
         return true;
     }
     // A little-endian 32-bit integer read as signed.
@@ -141,8 +155,9 @@ public:
     }
     // Little-endian 16-bit and single-byte integers.
     bool U16(uint16_t *value) noexcept {
-        if (!Bytes(scratch_, 2)) return false;
-        VSGNetDestreamUINT16(scratch_, value);
+        const unsigned char *at = Next(2);
+        if (at == nullptr) return false;
+        *value = Little16(at);
         return true;
     }
     bool U8(uint8_t *value) noexcept { return Bytes(value, 1); }
@@ -153,12 +168,8 @@ public:
             const size_t take = n < 512 ? n : 512;
             if (!Bytes(chunk, take * 8)) return false;
             for (size_t i = 0; i < take; ++i) {
-                uint32_t first = 0;
-                uint32_t count = 0;
-                VSGNetDestreamUINT32(chunk + 8 * i, &first);
-                VSGNetDestreamUINT32(chunk + 8 * i + 4, &count);
-                out[i].first = static_cast<int32_t>(first);
-                out[i].count = static_cast<int32_t>(count);
+                out[i].first = static_cast<int32_t>(Little32(chunk + 8 * i));
+                out[i].count = static_cast<int32_t>(Little32(chunk + 8 * i + 4));
             }
             out += take;
             n -= take;
@@ -167,9 +178,28 @@ public:
     }
     // A big-endian float.
     bool Float(float *value) noexcept {
-        if (!Bytes(scratch_, 4)) return false;
-        VSGNetDestreamFLOAT(scratch_, value);
+        const unsigned char *at = Next(4);
+        if (at == nullptr) return false;
+        *value = BigFloat(at);
         return true;
+    }
+
+    // Decoders of the layouts above from bytes already read (the same
+    // results as the VSGNetDestream* functions, inlined for the loaders'
+    // bulk reads).
+    static uint16_t Little16(const unsigned char *at) noexcept {
+        return static_cast<uint16_t>(at[0] | (at[1] << 8));
+    }
+    static uint32_t Little32(const unsigned char *at) noexcept {
+        return static_cast<uint32_t>(at[0]) | (static_cast<uint32_t>(at[1]) << 8) |
+               (static_cast<uint32_t>(at[2]) << 16) | (static_cast<uint32_t>(at[3]) << 24);
+    }
+    static float BigFloat(const unsigned char *at) noexcept {
+        const uint32_t bits = (static_cast<uint32_t>(at[0]) << 24) | (static_cast<uint32_t>(at[1]) << 16) |
+                              (static_cast<uint32_t>(at[2]) << 8) | static_cast<uint32_t>(at[3]);
+        float value;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
     }
 
 private:
