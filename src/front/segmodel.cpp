@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -328,28 +330,40 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
             }
             transitions_[p][l] = t;
         }
-    std::vector<uint64_t> slots(nSlots);
-    std::memcpy(slots.data(), data + kHeaderBytes, nSlots * 8);
+    // One pass over the file's slots checks each, copies it (its offset
+    // moved behind the zero rows) and marks its fingerprint present.
+    std::vector<uint64_t> slots;
+    slots.reserve(nSlots);
+    present_.assign((size_t{1} << kPresentBits) / 64, 0);
+    const uint8_t *slotBytes = data + kHeaderBytes;
     size_t empty = 0, groups = 0;
-    for (uint64_t s : slots) {
+    for (size_t i = 0; i < nSlots; ++i) {
+        const uint64_t s = Get<uint64_t>(slotBytes + 8 * i);
         if (s == 0) {
             ++empty;
+            slots.push_back(0);
             continue;
         }
         uint32_t fp = static_cast<uint32_t>(s >> 32);
         uint32_t offset = static_cast<uint32_t>(s);
         uint32_t t = fp & 15u;
         if (t == 0 || t > kSegTemplates) {
+            *this = SegModel();
             *error = "bad feature slot (template " + std::to_string(t) + ")";
             return false;
         }
         if (size_t{offset} + size_t{kSegTemplateRows[t - 1]} * kSegLabels > nWeights) {
+            *this = SegModel();
             *error = "feature slot points past the weights";
             return false;
         }
         ++groups;
+        slots.push_back(s + kZeroRows * kSegLabels);  // the offset, behind the zero rows
+        const uint32_t bit = PresentBit(fp);
+        present_[bit >> 6] |= uint64_t{1} << (bit & 63);
     }
     if (empty == 0) {
+        *this = SegModel();
         *error = "feature table has no empty slot";
         return false;
     }
@@ -357,18 +371,10 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     // to.
     weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
     if (nWeights > 0)
-        std::memcpy(weights_.data() + kZeroRows * kSegLabels, data + kHeaderBytes + nSlots * 8, size_t{nWeights} * 2);
-    for (uint64_t &s : slots)
-        if (s != 0) s += kZeroRows * kSegLabels;  // the offset, behind the zero rows
+        std::memcpy(weights_.data() + kZeroRows * kSegLabels, slotBytes + nSlots * 8, size_t{nWeights} * 2);
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
-    present_.assign((size_t{1} << kPresentBits) / 64, 0);
-    for (uint64_t s : slots_) {
-        if (s == 0) continue;
-        const uint32_t bit = PresentBit(static_cast<uint32_t>(s >> 32));
-        present_[bit >> 6] |= uint64_t{1} << (bit & 63);
-    }
     BuildDirect();
     return true;
 }
@@ -382,25 +388,31 @@ bool SegModel::Load(const std::string &path, std::string *error) {
     }
     struct stat st;
     std::string reason;
-    std::vector<uint8_t> bytes;
+    // Read without first zeroing: every byte is overwritten or the load fails.
+    std::unique_ptr<uint8_t[]> bytes;
+    size_t size = 0;
     constexpr off_t kMaxFile = off_t{1} << 31;
     if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
         reason = "not a regular file";
     } else if (st.st_size > kMaxFile) {
         reason = "too large (" + std::to_string(st.st_size) + " bytes)";
     } else {
-        bytes.resize(static_cast<size_t>(st.st_size));
+        size = static_cast<size_t>(st.st_size);
+        bytes.reset(new (std::nothrow) uint8_t[size == 0 ? 1 : size]);
         size_t got = 0;
-        while (got < bytes.size()) {
-            ssize_t r = ::read(fd, bytes.data() + got, bytes.size() - got);
+        while (bytes != nullptr && got < size) {
+            ssize_t r = ::read(fd, bytes.get() + got, size - got);
             if (r < 0 && errno == EINTR) continue;
             if (r <= 0) break;
             got += static_cast<size_t>(r);
         }
-        if (got != bytes.size()) reason = "read failed";
+        if (bytes == nullptr)
+            reason = "out of memory (" + std::to_string(size) + " bytes)";
+        else if (got != size)
+            reason = "read failed";
     }
     ::close(fd);
-    if (reason.empty() && !LoadBytes(bytes.data(), bytes.size(), &reason)) {
+    if (reason.empty() && !LoadBytes(bytes.get(), size, &reason)) {
         // reason set by LoadBytes
     }
     if (!reason.empty()) {
