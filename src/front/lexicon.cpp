@@ -143,6 +143,7 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
 
     std::vector<double> counts(words.size(), 0.0);
     double total = 0.0;
+    size_t kept = 0;
     for (size_t e = 0; e < words.size(); ++e) {
         const LexiconWord &w = words[e];
         if (w.text.empty() || w.text.size() > 80) continue;
@@ -156,8 +157,15 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
             continue;
         counts[e] = w.count;
         total += w.count;
+        ++kept;
     }
     if (total <= 0.0) return false;
+    // Every kept word is a key of its own, so the table is sized for them
+    // at once instead of grown step by step through the smaller sizes
+    // (Insert grows it further for the prefixes as before).
+    size_t tableSize = 1024;
+    while ((kept + 1) * 3 >= tableSize * 2) tableSize *= 2;
+    slots_.assign(tableSize, Slot{0, 0, 0, 0, 0, 0, 0.0f});
     double logTotal = std::log(total);
     unknownCost_ = logTotal + 3.0;
     runCost_ = logTotal - std::log(100.0);
