@@ -584,9 +584,12 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     // presence words are fetched first, and the test is made without a
     // branch (an absent key fetches slot 0), so that a mispredicted test
     // does not wait on a cache miss.
-    for (size_t k = 0; k < nKeys; ++k) __builtin_prefetch(&present_[PresentBit(Fingerprint(keys[k])) >> 6]);
     for (size_t k = 0; k < nKeys; ++k) {
-        const bool hold = MayHold(Fingerprint(keys[k]));
+        bi[k] = PresentBit(Fingerprint(keys[k]));
+        __builtin_prefetch(&present_[bi[k] >> 6]);
+    }
+    for (size_t k = 0; k < nKeys; ++k) {
+        const bool hold = (present_[bi[k] >> 6] >> (bi[k] & 63)) & 1;
         bi[k] = hold ? 1 : kNone;
         __builtin_prefetch(&slots_[hold ? (keys[k] >> 4) & mask_ : 0]);
     }
