@@ -158,6 +158,7 @@ private:
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
+    static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
     }
@@ -180,12 +181,12 @@ private:
 
     // Grown in chunks rather than by doubling: a result of millions of words
     // then needs its own size once here and once in the result block.
+    // Until Finish, a word's or piece's `text` holds the offset of its text
+    // in texts_ (which moves as it grows).
     std::deque<vsglex_word> words_;
-    std::deque<size_t> textOffsets_;  // of each word's text in texts_
     std::string texts_;
     std::deque<vsglex_sentence> sentences_;
     std::deque<vsglex_part> parts_;
-    std::deque<size_t> partTextOffsets_;  // of each piece's text in texts_
     std::vector<uint32_t> pieceCuts_;
     std::vector<Piece> pieces_;
     std::vector<uint64_t> invalid_;
@@ -394,7 +395,7 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
     w.sentence = a.sentence;
     w.tag_name = TagName(tag);
     size_t wordText = texts_.size();
-    textOffsets_.push_back(wordText);
+    w.text = TextAt(wordText);
     AppendText(gbStart, gbEnd, w.offset, w.length);
 
     // The word's pieces in corpus granularity: only person and organisation
@@ -428,9 +429,9 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         part.tag = piece.tag;
         part.tag_name = TagName(piece.tag);
         if (pieces_.size() == 1) {
-            partTextOffsets_.push_back(wordText);
+            part.text = TextAt(wordText);
         } else {
-            partTextOffsets_.push_back(texts_.size());
+            part.text = TextAt(texts_.size());
             AppendText(ps, pe, part.offset, part.length);
         }
         parts_.push_back(part);
@@ -860,18 +861,16 @@ vsglex_result *Analysis::Finish() {
     p[texts_.size()] = '\0';
     r->charset = charset_;
     // Walked with iterators: indexing a deque divides at every step.
-    auto textAt = textOffsets_.begin();
     vsglex_word *word = r->words;
     for (const vsglex_word &w : words_) {
         *word = w;
-        (word++)->text = p + *textAt++;
+        (word++)->text = p + reinterpret_cast<uintptr_t>(w.text);
     }
     std::copy(sentences_.begin(), sentences_.end(), r->sentences);
-    auto partTextAt = partTextOffsets_.begin();
     vsglex_part *part = r->parts;
     for (const vsglex_part &pt : parts_) {
         *part = pt;
-        (part++)->text = p + *partTextAt++;
+        (part++)->text = p + reinterpret_cast<uintptr_t>(pt.text);
     }
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
