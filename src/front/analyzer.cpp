@@ -15,7 +15,7 @@
 #include <mutex>
 #include <new>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
 #include "common/tagset.h"
@@ -158,6 +158,7 @@ private:
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
+    static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
     const char *TagName(int32_t tag) const {
         return tag >= 0 && static_cast<size_t>(tag) < shared_.tagNames.size() ? shared_.tagNames[tag].c_str() : "";
     }
@@ -180,12 +181,12 @@ private:
 
     // Grown in chunks rather than by doubling: a result of millions of words
     // then needs its own size once here and once in the result block.
+    // Until Finish, a word's or piece's `text` holds the offset of its text
+    // in texts_ (which moves as it grows).
     std::deque<vsglex_word> words_;
-    std::deque<size_t> textOffsets_;  // of each word's text in texts_
     std::string texts_;
     std::deque<vsglex_sentence> sentences_;
     std::deque<vsglex_part> parts_;
-    std::deque<size_t> partTextOffsets_;  // of each piece's text in texts_
     std::vector<uint32_t> pieceCuts_;
     std::vector<Piece> pieces_;
     std::vector<uint64_t> invalid_;
@@ -196,7 +197,18 @@ private:
         uint32_t found = 0;   // mentions the engine took for this name
         uint32_t missed = 0;  // mentions it passed over
     };
-    std::unordered_map<std::string, RememberedPerson> names_;
+    // An open-addressing table whose slots hold the names' bytes (at most
+    // kMaxNameBytes): a look-up touches one slot, and builds no string.
+    struct NameSlot {
+        char text[16];
+        uint8_t length = 0;  // 0: empty
+        RememberedPerson person;
+    };
+    std::vector<NameSlot> names_;
+    size_t nameCount_ = 0;
+    static uint64_t NameHash(std::string_view text);
+    RememberedPerson &RememberName(std::string_view text);
+    RememberedPerson *FindName(std::string_view text);
     struct Repeat {  // spans [first, last] spell a remembered name
         size_t first, last;
         RememberedPerson *name;
@@ -206,7 +218,6 @@ private:
     size_t longestName_ = 0;  // bytes
     std::vector<bool> nameStarts_;  // by the first character's two bytes
     std::vector<bool> nameEnds_;    // by the last character's two bytes
-    std::string run_;
 };
 
 void Analysis::Run(const char *text, size_t length, int charset) {
@@ -384,7 +395,7 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
     w.sentence = a.sentence;
     w.tag_name = TagName(tag);
     size_t wordText = texts_.size();
-    textOffsets_.push_back(wordText);
+    w.text = TextAt(wordText);
     AppendText(gbStart, gbEnd, w.offset, w.length);
 
     // The word's pieces in corpus granularity: only person and organisation
@@ -418,9 +429,9 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         part.tag = piece.tag;
         part.tag_name = TagName(piece.tag);
         if (pieces_.size() == 1) {
-            partTextOffsets_.push_back(wordText);
+            part.text = TextAt(wordText);
         } else {
-            partTextOffsets_.push_back(texts_.size());
+            part.text = TextAt(texts_.size());
             AppendText(ps, pe, part.offset, part.length);
         }
         parts_.push_back(part);
@@ -537,6 +548,47 @@ void Analysis::Flush() {
 // (a lone surname or an initial says too little to be repeated).
 constexpr size_t kMinNameBytes = 4;
 constexpr size_t kMaxNameBytes = 16;
+
+uint64_t Analysis::NameHash(std::string_view text) {
+    uint64_t h = 14695981039346656037ull;
+    for (char c : text) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+    return h ^ (h >> 29);
+}
+
+Analysis::RememberedPerson *Analysis::FindName(std::string_view text) {
+    if (names_.empty()) return nullptr;
+    const size_t mask = names_.size() - 1;
+    for (size_t i = NameHash(text) & mask;; i = (i + 1) & mask) {
+        NameSlot &slot = names_[i];
+        if (slot.length == 0) return nullptr;
+        if (slot.length == text.size() && std::memcmp(slot.text, text.data(), text.size()) == 0) return &slot.person;
+    }
+}
+
+Analysis::RememberedPerson &Analysis::RememberName(std::string_view text) {
+    static_assert(sizeof(NameSlot::text) >= kMaxNameBytes, "a slot holds any remembered name");
+    if (RememberedPerson *known = FindName(text)) return *known;
+    // At most half full.
+    if (2 * (nameCount_ + 1) > names_.size()) {
+        std::vector<NameSlot> old(std::max<size_t>(64, 2 * names_.size()));
+        old.swap(names_);
+        const size_t mask = names_.size() - 1;
+        for (const NameSlot &slot : old) {
+            if (slot.length == 0) continue;
+            size_t i = NameHash(std::string_view(slot.text, slot.length)) & mask;
+            while (names_[i].length != 0) i = (i + 1) & mask;
+            names_[i] = slot;
+        }
+    }
+    const size_t mask = names_.size() - 1;
+    size_t i = NameHash(text) & mask;
+    while (names_[i].length != 0) i = (i + 1) & mask;
+    NameSlot &slot = names_[i];
+    std::memcpy(slot.text, text.data(), text.size());
+    slot.length = static_cast<uint8_t>(text.size());
+    ++nameCount_;
+    return slot.person;
+}
 bool RememberedName(const char *p, size_t len) {
     if (len < kMinNameBytes || len > kMaxNameBytes || len % 2 != 0) return false;
     for (size_t i = 0; i < len; i += 2) {
@@ -572,7 +624,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     };
     for (const Span &s : spans) {
         if (!IsPersonTag(s.tag) || !RememberedName(at(s), bytes(s))) continue;
-        RememberedPerson &r = names_[std::string(at(s), bytes(s))];
+        RememberedPerson &r = RememberName(std::string_view(at(s), bytes(s)));
         r.tag = s.tag;
         ++r.found;
         longestName_ = std::max(longestName_, bytes(s));
@@ -581,7 +633,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         nameStarts_[key(at(s))] = true;
         nameEnds_[key(at(s) + bytes(s) - 2)] = true;
     }
-    if (names_.empty()) return;
+    if (nameCount_ == 0) return;
     // Mentions passed over: the longest run of plain words from a word,
     // touching each other in one sentence, that spells a remembered name.
     repeats_.clear();
@@ -592,8 +644,8 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         const bool surname = IsPersonTag(spans[i].tag) && bytes(spans[i]) == 2 && spans[i].first == spans[i].last &&
                              items_[spans[i].first].user == nullptr;
         if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !(surname || plain(spans[i]))) continue;
-        std::string &run = run_;
-        run.clear();
+        // The run's words touch each other: its text is one stretch of gb.
+        std::string_view run;
         Repeat best{0, 0, nullptr, surname};
         for (size_t j = i; j < spans.size() && (j == i || plain(spans[j])); ++j) {
             const Item &a = items_[spans[j].first];
@@ -601,11 +653,12 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
                 const Item &b = items_[spans[j - 1].last];
                 if (a.sentence != b.sentence || a.start != b.start + b.length) break;
             }
-            run.append(at(spans[j]), bytes(spans[j]));
+            run = std::string_view(at(spans[i]), items_[spans[j].last].start + items_[spans[j].last].length -
+                                                     items_[spans[i].first].start);
             if (run.size() > longestName_) break;
             if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
-            auto found = names_.find(run);
-            if (found != names_.end() && !(surname && j == i)) best = Repeat{i, j, &found->second, surname};
+            RememberedPerson *found = FindName(run);
+            if (found != nullptr && !(surname && j == i)) best = Repeat{i, j, found, surname};
         }
         if (best.name == nullptr) continue;
         if (!best.extends) ++best.name->missed;
@@ -808,18 +861,16 @@ vsglex_result *Analysis::Finish() {
     p[texts_.size()] = '\0';
     r->charset = charset_;
     // Walked with iterators: indexing a deque divides at every step.
-    auto textAt = textOffsets_.begin();
     vsglex_word *word = r->words;
     for (const vsglex_word &w : words_) {
         *word = w;
-        (word++)->text = p + *textAt++;
+        (word++)->text = p + reinterpret_cast<uintptr_t>(w.text);
     }
     std::copy(sentences_.begin(), sentences_.end(), r->sentences);
-    auto partTextAt = partTextOffsets_.begin();
     vsglex_part *part = r->parts;
     for (const vsglex_part &pt : parts_) {
         *part = pt;
-        (part++)->text = p + *partTextAt++;
+        (part++)->text = p + reinterpret_cast<uintptr_t>(pt.text);
     }
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;

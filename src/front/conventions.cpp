@@ -361,6 +361,32 @@ size_t WidenAscii(const char *text, size_t length, char *out) {
     return o;
 }
 
+namespace {
+
+StringClass ClassOfLongString(const unsigned char *p, size_t length);
+
+// Classes of the words of one character that the test below sends to the
+// long way (ASCII bytes and the full-width row A3: marks such as ，are
+// among the commonest words), worked out once the long way.
+struct OneCharClasses {
+    StringClass ascii[128];
+    StringClass wide[256];
+    OneCharClasses() {
+        unsigned char c[2];
+        for (unsigned b = 0; b < 128; ++b) {
+            c[0] = static_cast<unsigned char>(b);
+            ascii[b] = ClassOfLongString(c, 1);
+        }
+        for (unsigned b = 0; b < 256; ++b) {
+            c[0] = 0xA3;
+            c[1] = static_cast<unsigned char>(b);
+            wide[b] = ClassOfLongString(c, 2);
+        }
+    }
+};
+
+}  // namespace
+
 StringClass ClassOfString(const char *text, size_t length) {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     if (length == 0) return StringClass::kOther;
@@ -369,6 +395,17 @@ StringClass ClassOfString(const char *text, size_t length) {
     bool ascii = p[0] < 0x80 || (firstLen == 2 && p[0] == 0xA3);
     if (!ascii && FindNumeral(p, firstLen) == nullptr && !(firstLen == 2 && std::memcmp(p, kDi, 2) == 0))
         return StringClass::kOther;
+    if (ascii && firstLen == length) {
+        static const OneCharClasses one;
+        return length == 1 ? one.ascii[p[0]] : one.wide[p[1]];
+    }
+    return ClassOfLongString(p, length);
+}
+
+namespace {
+
+StringClass ClassOfLongString(const unsigned char *p, size_t length) {
+    const char *text = reinterpret_cast<const char *>(p);
     thread_local std::vector<Atom> atoms;
     atoms.clear();
     Atomise(text, 0, length, atoms);
@@ -418,6 +455,8 @@ StringClass ClassOfString(const char *text, size_t length) {
     }
     return StringClass::kOther;
 }
+
+}  // namespace
 
 void StringTagger::Resolve(const std::vector<std::string> &tagNames) {
     auto find = [&](const char *name) -> int32_t {
