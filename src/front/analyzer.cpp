@@ -154,6 +154,13 @@ private:
     void EmitEngineWord(const Span &span);
     std::vector<Span> compoundParts_;  // the words of the known compounds of a batch
     void JoinKnownCompounds(std::vector<Span> &spans);
+    // Whether a span holds a user word or a piece of an over-long run: the
+    // steps after the engine leave such spans as they are.
+    bool HoldsFixedItem(const Span &s) const {
+        for (size_t q = s.first; q <= s.last; ++q)
+            if (items_[q].user != nullptr || items_[q].continues) return true;
+        return false;
+    }
     void RepeatNames(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
@@ -617,11 +624,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     auto key = [](const char *p) {
         return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
     };
-    auto plain = [&](const Span &s) {
-        for (size_t q = s.first; q <= s.last; ++q)
-            if (items_[q].user != nullptr || items_[q].continues) return false;
-        return !IsNameTag(s.tag);
-    };
+    auto plain = [&](const Span &s) { return !HoldsFixedItem(s) && !IsNameTag(s.tag); };
     for (const Span &s : spans) {
         if (!IsPersonTag(s.tag) || !RememberedName(at(s), bytes(s))) continue;
         RememberedPerson &r = RememberName(std::string_view(at(s), bytes(s)));
@@ -736,10 +739,7 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
     if (!shared_.knownCompounds || spans.size() < 2 || known.LongestCompound() == 0) return;
     const std::string &gb = work_.gb;
     auto usable = [&](const Span &s) {
-        if (s.split != 0 || IsPersonTag(s.tag) || IsOrgTag(s.tag)) return false;
-        for (size_t q = s.first; q <= s.last; ++q)
-            if (items_[q].user != nullptr || items_[q].continues) return false;
-        return true;
+        return s.split == 0 && !IsPersonTag(s.tag) && !IsOrgTag(s.tag) && !HoldsFixedItem(s);
     };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
@@ -778,11 +778,7 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
 void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
     if (shared_.placeCompounds == 0 || spans.size() < 2) return;
     const std::string &gb = work_.gb;
-    auto untouched = [&](const Span &s) {
-        for (size_t q = s.first; q <= s.last; ++q)
-            if (items_[q].user != nullptr || items_[q].continues) return false;
-        return s.split == 0 && s.partCount == 0;
-    };
+    auto untouched = [&](const Span &s) { return !HoldsFixedItem(s) && s.split == 0 && s.partCount == 0; };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         Span s = spans[i];
