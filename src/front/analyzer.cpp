@@ -180,6 +180,8 @@ private:
     std::vector<Atom> atoms_;
     std::vector<uint32_t> ends_;
     CutScratch scratch_;
+    std::string wideText_;          // a run with ASCII in full width, for the cutter
+    std::vector<Atom> wideAtoms_;   // its atoms
     std::vector<Item> items_;        // items of the pending batch
     std::vector<uint32_t> cuts_;     // sentence starts within a line
     bool sentenceOpen_ = false;
@@ -342,10 +344,32 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         return;
     }
     ends_.clear();
+    // The dictionary and the model know letters and digits in full width
+    // (the corpus's form): a run with ASCII is cut in that form, atom for
+    // atom, so that ＢＰ机 is found in BP机 as well.
+    const char *cutText = gb.data();
+    const Atom *cutAtoms = atoms;
+    const uint32_t runStart = atoms[0].start, runEnd = atoms[n - 1].start + atoms[n - 1].length;
+    bool ascii = false;
+    for (uint32_t i = runStart; i < runEnd && !ascii; ++i) ascii = static_cast<unsigned char>(gb[i]) < 0x80;
+    if (ascii) {
+        wideText_.resize(2 * (runEnd - runStart));
+        wideAtoms_.resize(n);
+        uint32_t at = 0;
+        for (size_t k = 0; k < n; ++k) {
+            wideAtoms_[k] = atoms[k];
+            wideAtoms_[k].start = at;
+            size_t len = WidenAscii(gb.data() + atoms[k].start, atoms[k].length, &wideText_[at]);
+            wideAtoms_[k].length = static_cast<uint16_t>(len);
+            at += static_cast<uint32_t>(len);
+        }
+        cutText = wideText_.data();
+        cutAtoms = wideAtoms_.data();
+    }
     if (shared_.segModel.Loaded())
-        shared_.segModel.Cut(gb.data(), atoms, n, shared_.lexicon, ends_, scratch_);
+        shared_.segModel.Cut(cutText, cutAtoms, n, shared_.lexicon, ends_, scratch_);
     else
-        shared_.lexicon.Cut(gb.data(), atoms, n, ends_, scratch_);
+        shared_.lexicon.Cut(cutText, cutAtoms, n, ends_, scratch_);
     JoinNumberWords(gb.data(), atoms, n, ends_);
     if (user_ != nullptr) ApplyUserWords(atoms, n);
     size_t a = 0;

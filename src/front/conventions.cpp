@@ -200,6 +200,14 @@ bool TimeUnit(const Shape &s, const unsigned char *u, size_t len, bool afterHour
     return false;
 }
 
+// True when p[0..len) is one capital letter (either width) that may name a
+// model after a number (5G, 3D, 4K); V and W are units (220 V), which the
+// corpus writes apart.
+bool ModelLetter(const unsigned char *p, size_t len) {
+    unsigned char c = len == 1 ? p[0] : len == 2 && p[0] == 0xA3 ? static_cast<unsigned char>(p[1] - 0x80) : 0;
+    return c >= 'A' && c <= 'Z' && c != 'V' && c != 'W';
+}
+
 bool LargeUnit(const unsigned char *u, size_t len) {
     for (const char *unit : kLargeUnits)
         if (Equals(u, len, unit)) return true;
@@ -301,6 +309,14 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
                     s.kind = Shape::kOther;
                 }
             }
+        }
+        // A number and one capital letter name a model: 5 G -> 5G.
+        if (j == k && s.kind == Shape::kDigits && k + 1 < words && ends[k + 1] == ends[k] + 1 &&
+            ModelLetter(t + begin(k + 1), finish(k + 1) - begin(k + 1)) && fits(k, k + 1)) {
+            ends[out++] = ends[k + 1];
+            afterHour = false;
+            k += 2;
+            continue;
         }
         bool hour = false;
         if (j + 1 < words && fits(k, j + 1)) {
@@ -428,6 +444,10 @@ StringClass ClassOfLongString(const unsigned char *p, size_t length) {
         return StringClass::kLatin;
     }
     if (oneRun && atoms[0].kind == AtomKind::kNumber) return StringClass::kNumber;
+    // A number and a model letter (5G) is a Latin string.
+    if (atoms.size() == 2 && atoms[0].kind == AtomKind::kNumber && ShapeOf(p, atoms[0].length).kind == Shape::kDigits &&
+        ModelLetter(p + atoms[1].start, atoms[1].length))
+        return StringClass::kLatin;
     // A number and a unit, an ordinal, a numeral run, a fraction: check the
     // word's own pieces with the joining rules.
     Shape whole = ShapeOf(p, length);

@@ -24,6 +24,7 @@ namespace vsg::front {
 //   a month, a day, an hour           12 月 / 月份, 31 日, 10 时
 //   minutes after an hour             10时 30 分 -> 10时 30分
 //   a number and 万 亿 (and 千万 ...)  55.6 亿, 30 万
+//   a number and a capital letter     5 G -> 5G, 3 D (not the units V, W)
 // A word is never made longer than kMaxAtomBytes.
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends);
 

@@ -690,10 +690,7 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
     }
 }
 
-void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
-                   CutScratch &scratch) const {
-    if (n == 0) return;
-    Score(text, atoms, n, lexicon, scratch);
+void SegModel::FixBoundaries(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, int32_t *score) {
     // A web or e-mail address is a word alone: no word of the corpus joins
     // one to the characters around it, and the model, which never saw an
     // address, would (详情见 + https://...).
@@ -702,9 +699,27 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
         size_t e = AddressEnd(text, atoms, n, k);
         for (size_t i = k; i < e; ++i)
             for (int label = 0; label < kSegLabels; ++label)
-                if (label != kSegSingle) scratch.score[i * kSegLabels + label] = kSegForbidden;
+                if (label != kSegSingle) score[i * kSegLabels + label] = kSegForbidden;
         if (e > k) k = e - 1;
     }
+    // A run of letters or digits after a Chinese character starts a word
+    // unless a dictionary word holds both (卡拉ＯＫ, 甲Ａ): the corpus joins
+    // almost no other, and the model, which has seen few letter runs, would
+    // (新款 + iPhone -> 款iPhone).
+    for (size_t k = 1; k < n; ++k) {
+        const AtomKind kind = atoms[k].kind;
+        if ((kind != AtomKind::kLatin && kind != AtomKind::kNumber) || atoms[k].continuesPrevious ||
+            atoms[k - 1].kind != AtomKind::kHan || marks[k].ends != 0 || marks[k].inside != 0)
+            continue;
+        for (int label : {kSegBegin2, kSegBegin3, kSegMiddle, kSegEnd}) score[k * kSegLabels + label] = kSegForbidden;
+    }
+}
+
+void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
+                   CutScratch &scratch) const {
+    if (n == 0) return;
+    Score(text, atoms, n, lexicon, scratch);
+    FixBoundaries(text, atoms, n, scratch.marks.data(), scratch.score.data());
     std::vector<uint8_t> &labels = scratch.labels;
     Labels(scratch.score.data(), n, labels, scratch.path);
     for (size_t i = 0; i < n; ++i)

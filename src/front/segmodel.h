@@ -174,6 +174,13 @@ public:
     void Cut(const char *text, const Atom *atoms, size_t n, const Lexicon &lexicon, std::vector<uint32_t> &ends,
              CutScratch &scratch) const;
 
+    // Forbids in `score` (n x kSegLabels) the labels the cut must not take
+    // whatever the model says: a web or e-mail address is a word alone, and
+    // a run of letters or digits after a Chinese character starts a word
+    // unless a dictionary word holds both (`marks` from Lexicon::MarkWords).
+    // Cut applies it between Score and Labels.
+    static void FixBoundaries(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, int32_t *score);
+
     // Label scores (n x kSegLabels) of atoms[0..n) into scratch.score: the cutter's
     // own path, with direct tables for one- and two-byte atoms and for the
     // small templates.

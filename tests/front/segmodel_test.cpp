@@ -183,9 +183,12 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
                 };
                 EXPECT_EQ(total(labels), total(expected)) << vsgtest::Utf8(t);
             }
-            // The cut follows the labels: a word ends at every E or S.
+            // The cut follows the labels under the fixed boundaries: a word
+            // ends at every E or S.
             std::vector<uint32_t> ends;
             m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
+            SegModel::FixBoundaries(t.data(), atoms.data(), n, marks.data(), plain.data());
+            m.Labels(plain.data(), n, labels, back);
             std::vector<uint32_t> fromLabels;
             for (size_t i = 0; i < n; ++i)
                 if (SegLabelCloses(labels[i])) fromLabels.push_back(static_cast<uint32_t>(i + 1));

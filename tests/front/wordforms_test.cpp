@@ -69,6 +69,8 @@ TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
     EXPECT_EQ(Join("三 分之 一 百 分 之 五 十"), "三分之一 百分之五十");
     EXPECT_EQ(Join("百分 之 二十 以上"), "百分之二十 以上");
     EXPECT_EQ(Join("55.6 亿 30 万 人 3% 亿"), "55.6亿 30万 人 3% 亿");
+    // A number and a capital letter name a model; units and longer runs stay apart.
+    EXPECT_EQ(Join("5 G 网络 ３ Ｄ 220 V 100 W 64 MB 5 g"), "5G 网络 ３Ｄ 220 V 100 W 64 MB 5 g");
     // Nothing else moves, and a joined word never outgrows the engine's field.
     EXPECT_EQ(Join("我们 一起 去 北京"), "我们 一起 去 北京");
     std::string many(80, '9');
@@ -89,6 +91,8 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("万万亿亿万万亿亿万万亿亿月"), StringClass::kOther);  // no overflow, no month
     EXPECT_EQ(ClassOf("一"), StringClass::kOther);  // the engine knows single numerals best
     EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
+    EXPECT_EQ(ClassOf("5G"), StringClass::kLatin);
+    EXPECT_EQ(ClassOf("220V"), StringClass::kOther);
     EXPECT_EQ(ClassOf("ＣＤ—ＲＯＭ"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("www.example.com"), StringClass::kAddress);
     EXPECT_EQ(ClassOf("a.b@example.org"), StringClass::kAddress);
@@ -215,6 +219,12 @@ TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
     w = Words("详情见https://www.example.com/a?b=1。来信请寄abc@example.com联系。");
     for (const char *want : {"https://www.example.com/a?b=1/nx", "abc@example.com/nx"})
         EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    // A letter or digit run after a Chinese character starts a word unless
+    // the dictionary joins them (卡拉ＯＫ), in either width; 5G is one word.
+    w = Words("新款iPhone手机支持5G网络和4G网络，他在卡拉OK唱歌，买了BP机。");
+    for (const char *want : {"iPhone/nx", "5G/nx", "4G/nx"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    for (const char *want : {" 款 ", " 和 ", " 卡拉OK ", " BP机 "})
+        EXPECT_NE((" " + Texts(w)).find(want), std::string::npos) << want << " in " << Texts(w);
     // An address longer than the engine's word field is still one word.
     std::string url = "http://example.com/" + std::string(120, 'x');
     w = Words("请访问" + url + "。");
@@ -226,6 +236,7 @@ TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
         {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},
         {"他拿到了ISO9000证书和CD-ROM。", "他拿到了ＩＳＯ９０００证书和ＣＤ－ＲＯＭ。"},
         {"第12届会议在10时开幕。", "第１２届会议在１０时开幕。"},
+        {"他在卡拉OK唱歌，买了BP机和5G手机。", "他在卡拉ＯＫ唱歌，买了ＢＰ机和５Ｇ手机。"},
     };
     for (const auto &pair : pairs) {
         auto half = Words(pair[0]), full = Words(pair[1]);
