@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -161,6 +162,9 @@ private:
             if (items_[q].user != nullptr || items_[q].continues) return true;
         return false;
     }
+    // Breaks up the names the engine made over white space or of marks
+    // (帮助~~ (笑 taken for a person): such a name is no name of the text.
+    void SplitNamesOverMarks(std::vector<Span> &spans);
     void RepeatNames(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
@@ -567,12 +571,111 @@ void Analysis::Flush() {
         cursor = last + 1;
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
+    SplitNamesOverMarks(spans);
     RepeatNames(spans);
     RetagPlaces(spans);
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
     for (const Span &span : spans) EmitEngineWord(span);
     items_.clear();
+}
+
+namespace {
+
+// What a word is to a name around it.
+enum class NamePart : uint8_t {
+    kText,     // holds a character, letter or digit, or a mark that joins the parts of a name (· — － ． - .)
+    kBracket,  // one bracket: a place in brackets may stand inside an organisation's name
+    kMark,     // marks only: no name holds it
+};
+
+NamePart NamePartOf(const char *text, size_t length, int *depth) {
+    const auto *t = reinterpret_cast<const unsigned char *>(text);
+    if (length == 1 && (t[0] == '(' || t[0] == ')')) {
+        *depth += t[0] == '(' ? 1 : -1;
+        return NamePart::kBracket;
+    }
+    if (length == 2 && t[0] == 0xA3 && (t[1] == 0xA8 || t[1] == 0xA9)) {  // （ ）
+        *depth += t[1] == 0xA8 ? 1 : -1;
+        return NamePart::kBracket;
+    }
+    for (size_t i = 0; i < length;) {
+        const size_t l = GbCharLength(t, i, length);
+        const unsigned c = l == 2 ? (t[i] << 8 | t[i + 1]) : t[i];
+        bool mark;
+        if (l == 1) mark = c < 0x80 && !std::isalnum(static_cast<int>(c)) && c != '-' && c != '.';
+        else if (l == 2 && t[i] == 0xA1) mark = c != 0xA1A4 && c != 0xA1AA;  // the row of marks: not · —
+        else if (l == 2 && t[i] == 0xA3)  // full-width ASCII: not letters, digits, － ．
+            mark = !std::isalnum(t[i + 1] - 0x80) && c != 0xA3AD && c != 0xA3AE;
+        else mark = false;
+        if (!mark) return NamePart::kText;
+        i += l;
+    }
+    return NamePart::kMark;
+}
+
+}  // namespace
+
+void Analysis::SplitNamesOverMarks(std::vector<Span> &spans) {
+    thread_local std::vector<Span> out;
+    out.clear();
+    bool changed = false;
+    // Each word of a broken-up name takes its dictionary tag (looked up in
+    // full width, the dictionary's form), else that of a mark or a noun.
+    auto alone = [&](size_t q) {
+        const char *word = work_.gb.data() + items_[q].start;
+        std::string wide(2 * size_t{items_[q].length}, '\0');
+        wide.resize(WidenAscii(word, items_[q].length, wide.data()));
+        int32_t tag = CoreWordTag(&shared_.engine->models(), wide.data(), wide.size());
+        if (tag < 0) {
+            int depth = 0;
+            const char *name = NamePartOf(word, items_[q].length, &depth) == NamePart::kText ? "n" : "w";
+            for (size_t k = 0; k < shared_.tagNames.size(); ++k)
+                if (shared_.tagNames[k] == name) tag = static_cast<int32_t>(k);
+        }
+        out.push_back(Span{q, q, tag});
+    };
+    for (const Span &s : spans) {
+        if (s.first == s.last || !IsNameTag(s.tag) || HoldsFixedItem(s)) {
+            out.push_back(s);
+            continue;
+        }
+        // Marks and brackets at the edges are cut off; what is left stays a
+        // name when it holds no mark, no white space and only closed brackets
+        // (ＫＥＭＡ质量认证（香港）有限公司).
+        size_t first = s.first, last = s.last;
+        int depth = 0;
+        while (first <= last && NamePartOf(work_.gb.data() + items_[first].start, items_[first].length, &depth) !=
+                                    NamePart::kText)
+            ++first;
+        while (last > first &&
+               NamePartOf(work_.gb.data() + items_[last].start, items_[last].length, &depth) != NamePart::kText)
+            --last;
+        bool keep = first <= last;
+        depth = 0;
+        for (size_t q = first; keep && q <= last; ++q) {
+            keep = NamePartOf(work_.gb.data() + items_[q].start, items_[q].length, &depth) != NamePart::kMark &&
+                   depth >= 0 && (q == first || items_[q - 1].start + items_[q - 1].length == items_[q].start);
+        }
+        // One character left of a name says too little (a surname, 镇).
+        keep = keep && depth == 0 && (first < last || items_[first].length > 2);
+        if (keep && first == s.first && last == s.last) {
+            out.push_back(s);
+            continue;
+        }
+        changed = true;
+        if (!keep) {
+            for (size_t q = s.first; q <= s.last; ++q) alone(q);
+            continue;
+        }
+        for (size_t q = s.first; q < first; ++q) alone(q);
+        Span core = s;
+        core.first = first;
+        core.last = last;
+        out.push_back(core);
+        for (size_t q = last + 1; q <= s.last; ++q) alone(q);
+    }
+    if (changed) spans.swap(out);
 }
 
 // Kept when a person name is remembered: two to eight Chinese characters

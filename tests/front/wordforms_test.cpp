@@ -231,6 +231,23 @@ TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
     EXPECT_TRUE(Has(w, url + "/nx")) << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, NamesHoldNeitherWhiteSpaceNorMarks) {
+    // The engine takes 和 for a surname and marks for given names; such a
+    // name is broken up again, and no word spans white space.
+    for (const char *text : {"谢谢你们的帮助~~~ (笑)", "帮助 ~~ 笑", "网络和 4 G手机"}) {
+        auto w = Words(text);
+        for (const std::string &word : w) {
+            const std::string tag = word.substr(word.rfind('/') + 1);
+            EXPECT_EQ(word.find(' '), std::string::npos) << word << " in " << text;
+            EXPECT_TRUE(tag != "nr" && tag != "ns" && tag != "nt") << word << " in " << text;
+        }
+    }
+    // Names with a middle dot stay whole.
+    auto w = Words("约翰·史密斯和张三在北京。");
+    EXPECT_TRUE(Has(w, "张三/nr")) << Texts(w);
+    EXPECT_NE((" " + Texts(w)).find(" 约翰·史密斯 "), std::string::npos) << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
     const char *pairs[][2] = {
         {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},
