@@ -17,6 +17,7 @@
 #include <memory>
 
 #include "common/model_files.h"
+#include "model/byte_order.h"
 #include "model/loaders.h"
 #include "vsglex/model.h"
 
@@ -184,23 +185,11 @@ public:
         return true;
     }
 
-    // Decoders of the layouts above from bytes already read (the same
-    // results as the VSGNetDestream* functions, inlined for the loaders'
-    // bulk reads).
-    static uint16_t Little16(const unsigned char *at) noexcept {
-        return static_cast<uint16_t>(at[0] | (at[1] << 8));
-    }
-    static uint32_t Little32(const unsigned char *at) noexcept {
-        return static_cast<uint32_t>(at[0]) | (static_cast<uint32_t>(at[1]) << 8) |
-               (static_cast<uint32_t>(at[2]) << 16) | (static_cast<uint32_t>(at[3]) << 24);
-    }
-    static float BigFloat(const unsigned char *at) noexcept {
-        const uint32_t bits = (static_cast<uint32_t>(at[0]) << 24) | (static_cast<uint32_t>(at[1]) << 16) |
-                              (static_cast<uint32_t>(at[2]) << 8) | static_cast<uint32_t>(at[3]);
-        float value;
-        std::memcpy(&value, &bits, sizeof value);
-        return value;
-    }
+    // Decoders of the layouts above from bytes already read, for the
+    // loaders' bulk reads.
+    static uint16_t Little16(const unsigned char *at) noexcept { return GetLittle<uint16_t>(at); }
+    static uint32_t Little32(const unsigned char *at) noexcept { return GetLittle<uint32_t>(at); }
+    static float BigFloat(const unsigned char *at) noexcept { return GetBig<uint32_t, float>(at); }
 
 private:
     // Size of the read-ahead buffer.
