@@ -200,6 +200,35 @@ bool TimeUnit(const Shape &s, const unsigned char *u, size_t len, bool afterHour
     return false;
 }
 
+// One word or atom of GB text, for the patterns below.
+struct Piece {
+    const unsigned char *p;
+    size_t len;
+};
+
+// A hyphen or slash (either width) between the numbers of a date.
+bool DateSeparator(const Piece &w) {
+    return (w.len == 1 && (w.p[0] == '-' || w.p[0] == '/')) ||
+           (w.len == 2 && w.p[0] == 0xA3 && (w.p[1] == 0xAD || w.p[1] == 0xAF));
+}
+
+// True when w[0..5) spell a date of digits: 2023-05-12, 2023/5/12.
+bool DigitDate(const Piece *w) {
+    const Shape y = ShapeOf(w[0].p, w[0].len), m = ShapeOf(w[2].p, w[2].len), d = ShapeOf(w[4].p, w[4].len);
+    return y.kind == Shape::kDigits && y.count == 4 && DateSeparator(w[1]) && m.kind == Shape::kDigits &&
+           m.count <= 2 && m.value >= 1 && m.value <= 12 && w[3].len == w[1].len &&
+           std::memcmp(w[3].p, w[1].p, w[1].len) == 0 && d.kind == Shape::kDigits && d.count <= 2 && d.value >= 1 &&
+           d.value <= 31;
+}
+
+// True when w[0..3) spell a telephone number with its area code: 010-12345678.
+bool PhoneNumber(const Piece *w) {
+    const Shape area = ShapeOf(w[0].p, w[0].len), local = ShapeOf(w[2].p, w[2].len);
+    const bool hyphen = (w[1].len == 1 && w[1].p[0] == '-') || (w[1].len == 2 && w[1].p[0] == 0xA3 && w[1].p[1] == 0xAD);
+    return area.kind == Shape::kDigits && area.count >= 3 && area.count <= 4 && DigitValue(w[0].p, w[0].len > 1 && w[0].p[0] == 0xA3 ? 2 : 1) == 0 &&
+           hyphen && local.kind == Shape::kDigits && local.count >= 7 && local.count <= 8;
+}
+
 // True when p[0..len) is one capital letter (either width) that may name a
 // model after a number (5G, 3D, 4K); V and W are units (220 V), which the
 // corpus writes apart.
@@ -308,6 +337,19 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
                         ++j;
                     s.kind = Shape::kOther;
                 }
+            }
+        }
+        // A date of digits or a telephone number is one word.
+        if (j == k && s.kind == Shape::kDigits) {
+            Piece w[5];
+            size_t have = 0;
+            for (; have < 5 && k + have < words; ++have) w[have] = Piece{t + begin(k + have), finish(k + have) - begin(k + have)};
+            size_t last = have == 5 && DigitDate(w) ? k + 4 : have >= 3 && PhoneNumber(w) ? k + 2 : k;
+            if (last > k && fits(k, last)) {
+                ends[out++] = ends[last];
+                afterHour = false;
+                k = last + 1;
+                continue;
             }
         }
         // A number and one capital letter name a model: 5 G -> 5G.
@@ -444,6 +486,13 @@ StringClass ClassOfLongString(const unsigned char *p, size_t length) {
         return StringClass::kLatin;
     }
     if (oneRun && atoms[0].kind == AtomKind::kNumber) return StringClass::kNumber;
+    // A date of digits is a time word, a telephone number a number.
+    if (atoms.size() == 5 || atoms.size() == 3) {
+        Piece w[5];
+        for (size_t k = 0; k < atoms.size(); ++k) w[k] = Piece{p + atoms[k].start, atoms[k].length};
+        if (atoms.size() == 5 && DigitDate(w)) return StringClass::kTime;
+        if (atoms.size() == 3 && PhoneNumber(w)) return StringClass::kNumber;
+    }
     // A number and a model letter (5G) is a Latin string.
     if (atoms.size() == 2 && atoms[0].kind == AtomKind::kNumber && ShapeOf(p, atoms[0].length).kind == Shape::kDigits &&
         ModelLetter(p + atoms[1].start, atoms[1].length))

@@ -702,6 +702,17 @@ void SegModel::FixBoundaries(const char *text, const Atom *atoms, size_t n, cons
                 if (label != kSegSingle) score[i * kSegLabels + label] = kSegForbidden;
         if (e > k) k = e - 1;
     }
+    // A hyphen after a number is a word alone: the model would join it to
+    // the number after it as a minus sign (2023 -05 -12, 010 -12345678).
+    for (size_t k = 1; k < n; ++k) {
+        const char *c = text + atoms[k].start;
+        const bool hyphen = atoms[k].kind == AtomKind::kPunct &&
+                            ((atoms[k].length == 1 && c[0] == '-') ||
+                             (atoms[k].length == 2 && c[0] == '\xA3' && c[1] == '\xAD'));  // －
+        if (hyphen && atoms[k - 1].kind == AtomKind::kNumber && !atoms[k].continuesPrevious)
+            for (int label = 0; label < kSegLabels; ++label)
+                if (label != kSegSingle) score[k * kSegLabels + label] = kSegForbidden;
+    }
     // A run of letters or digits after a Chinese character starts a word
     // unless a dictionary word holds both (卡拉ＯＫ, 甲Ａ): the corpus joins
     // almost no other, and the model, which has seen few letter runs, would

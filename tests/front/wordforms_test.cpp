@@ -69,6 +69,9 @@ TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
     EXPECT_EQ(Join("三 分之 一 百 分 之 五 十"), "三分之一 百分之五十");
     EXPECT_EQ(Join("百分 之 二十 以上"), "百分之二十 以上");
     EXPECT_EQ(Join("55.6 亿 30 万 人 3% 亿"), "55.6亿 30万 人 3% 亿");
+    // Dates of digits and telephone numbers are one word; ranges are not.
+    EXPECT_EQ(Join("2023 - 05 - 12 ２０２３ ／ ５ ／ １２ 2023 - 13 - 12"), "2023-05-12 ２０２３／５／１２ 2023 - 13 - 12");
+    EXPECT_EQ(Join("010 - 12345678 3 - 5 天 123 - 45"), "010-12345678 3 - 5 天 123 - 45");
     // A number and a capital letter name a model; units and longer runs stay apart.
     EXPECT_EQ(Join("5 G 网络 ３ Ｄ 220 V 100 W 64 MB 5 g"), "5G 网络 ３Ｄ 220 V 100 W 64 MB 5 g");
     // Nothing else moves, and a joined word never outgrows the engine's field.
@@ -92,6 +95,8 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("一"), StringClass::kOther);  // the engine knows single numerals best
     EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("5G"), StringClass::kLatin);
+    EXPECT_EQ(ClassOf("2023-05-12"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("010-12345678"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("220V"), StringClass::kOther);
     EXPECT_EQ(ClassOf("ＣＤ—ＲＯＭ"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("www.example.com"), StringClass::kAddress);
@@ -206,6 +211,13 @@ TEST_F(WordFormsApiTest, DatesTimesNumbersAndOrdinals) {
     w = Words("二○○一年十二月三十一日，共有四千三百一十三人参加第三次会议，占三分之一。");
     for (const char *want : {"二○○一年/t", "十二月/t", "三十一日/t", "四千三百一十三/m", "第三/m", "三分之一/m"})
         EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    // A date of digits is one time word; a hyphen between numbers is a mark
+    // of its own, never a minus sign glued to the number after it.
+    w = Words("会议于2023-05-12举行，为期3-5天。");
+    for (const char *want : {"2023-05-12/t", "3/m", "5/m"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    EXPECT_FALSE(Has(w, "-5/m")) << Texts(w);
+    w = Words("气温-5℃。");
+    EXPECT_TRUE(Has(w, "-5/m")) << Texts(w);
     // A duration stays a number and a measure word.
     w = Words("他工作了3年。");
     EXPECT_TRUE(Has(w, "3/m")) << Texts(w);
