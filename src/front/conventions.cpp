@@ -485,7 +485,22 @@ StringClass ClassOfLongString(const unsigned char *p, size_t length) {
             return StringClass::kAddress;
         return StringClass::kLatin;
     }
-    if (oneRun && atoms[0].kind == AtomKind::kNumber) return StringClass::kNumber;
+    if (oneRun && atoms[0].kind == AtomKind::kNumber) {
+        // A number atom may hold a date with slashes (2023/5/12): its parts.
+        Piece w[5];
+        size_t parts = 0, from = 0;
+        for (size_t i = 0; i <= length && parts < 5;) {
+            const size_t l = i < length ? GbCharLength(p, i, length) : 0;
+            if (i == length || DateSeparator(Piece{p + i, l})) {
+                w[parts++] = Piece{p + from, i - from};
+                if (i < length && parts < 5) w[parts++] = Piece{p + i, l};
+                from = i + l;
+                if (i == length) break;
+            }
+            i += l;
+        }
+        return parts == 5 && from == length && DigitDate(w) ? StringClass::kTime : StringClass::kNumber;
+    }
     // A date of digits is a time word, a telephone number a number.
     if (atoms.size() == 5 || atoms.size() == 3) {
         Piece w[5];

@@ -96,6 +96,9 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("OpenAI"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("5G"), StringClass::kLatin);
     EXPECT_EQ(ClassOf("2023-05-12"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("２０２３／５／１２"), StringClass::kTime);
+    EXPECT_EQ(ClassOf("1/2"), StringClass::kNumber);
+    EXPECT_EQ(ClassOf("2023/5/12/1"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("010-12345678"), StringClass::kNumber);
     EXPECT_EQ(ClassOf("220V"), StringClass::kOther);
     EXPECT_EQ(ClassOf("ＣＤ—ＲＯＭ"), StringClass::kLatin);
