@@ -81,6 +81,8 @@ constexpr int kPosOtherProper = vsg::kOtherProperTag;
 constexpr int kPosMeasure = 7;
 // Part-of-speech tag of numerals (第六, 九).
 constexpr int kPosNumeral = 6;
+// Part-of-speech tag of abbreviations (俄, 菲: a country by one character).
+constexpr int kPosAbbreviation = 21;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -188,6 +190,15 @@ bool IsNounLike(const SpanWord &record) {
     return false;
 }
 
+// Whether the record has a part-of-speech row of `tag`.
+bool HasPosRow(const SpanWord &record, uint8_t tag) {
+    if (record.posList == nullptr) return false;
+    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
+        if (record.posList[k].code == 0 && record.posList[k].subCode == tag) return true;
+    }
+    return false;
+}
+
 bool HasNameRow(const SpanWord &record) {
     for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
         const DictSRow &row = record.posList[k];
@@ -243,6 +254,15 @@ private:
         return last.classText[0] == '\0' && HasOrgRow(last, kRoleSuffix, kMinLongSuffixValue) &&
                OrgRowShare(last, kRoleSuffix) >= kMinLongSuffixShare;
     }
+    // Whether the slot holds a one-character abbreviation (俄, 菲) right
+    // before a word that has a part-of-speech row of organisation name
+    // (外交部, 卫生部): the country's ministry, one name. Not after another one-character
+    // abbreviation: 中 美 外交部 lists countries.
+    bool AbbreviationThenOrg(int32_t slot) const {
+        if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
+        if (MainPosTag(Record(slot)) != kPosAbbreviation || !HasPosRow(Record(slot + 1), kPosOrg)) return false;
+        return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(Record(slot - 1)) != kPosAbbreviation;
+    }
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).
     bool IsWeakPair(int32_t first, int32_t suffix) const;
@@ -287,6 +307,7 @@ private:
     bool hasWord_ = false;   // a body word that is not a number was taken
     bool personLed_ = false; // the name opened with a person name
     bool placeLed_ = false;  // the name opened with a place name
+    bool abbrevLed_ = false; // the name opened with an abbreviation before an organisation word
     NameBuffer name_;
 };
 
@@ -402,6 +423,7 @@ void OrgScan::Open(int32_t slot) {
     depth_ = 0;
     hasWord_ = !IsNumber(slot);
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
+    abbrevLed_ = false;
     placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
                 MainPosTag(Record(slot)) == kPosForeignPlace;
     name_.Clear();
@@ -464,6 +486,13 @@ void OrgScan::Run() {
     std::memset(numbers_, -1, sizeof numbers_);
     for (int32_t s = 1; s < roles_.n; ++s) {
         const char c = roles_.At(s);
+        // The role search often leaves the abbreviation outside (俄 外交部):
+        // whatever its letter it opens a name.
+        if (!open_ && AbbreviationThenOrg(s)) {
+            Open(s);
+            abbrevLed_ = true;
+            continue;
+        }
         if (c == 'z' || c == 'Z' || c == '1' || c == '4') {
             Drop();
             continue;
@@ -510,10 +539,12 @@ bool OrgScan::Extend(int32_t s) {
         return false;
     }
     // A place followed by a word used mostly as an organisation name is one
-    // name (中国 国务院, 日本 大藏省).
+    // name (中国 国务院, 日本 大藏省), and so is a one-character abbreviation
+    // followed by a word with an organisation row (俄 外交部).
     const bool placeThenOrg =
-        s == first_ + 1 && placeLed_ && IsMultiChar(s) && MainPosTag(Record(s)) == kPosOrg &&
-        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare;
+        s == first_ + 1 && IsMultiChar(s) &&
+        (abbrevLed_ || (placeLed_ && MainPosTag(Record(s)) == kPosOrg &&
+                        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare));
     if (placeThenOrg || IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name,
         // and so does a later suffix reached over a few body words.

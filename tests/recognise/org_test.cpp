@@ -414,4 +414,33 @@ TEST(OrgRecognize, StrongOpenersCloseAtFrequentSuffixes) {
     EXPECT_TRUE(Untouched(rare));
 }
 
+TEST(OrgRecognize, CountryAbbreviationsJoinOrganisationWords) {
+    Engine e;
+    const float seldom = std::log(21.0f);
+    // A one-character abbreviation before a word the corpus also tags as an
+    // organisation name is one name, whatever role the search gave it (俄
+    // 外交部); a name goes on from there to a later suffix. Not after another
+    // abbreviation (中 俄 外交部 lists two countries), and not before a
+    // common word (俄 总统).
+    const std::vector<DictSRow> abbreviation = {{0, 21, 3.0f, 1}, {0, 29, 1.0f, 1}};
+    const std::vector<DictSRow> ministry = {{0, 2, 3.0f, 1}, {0, 31, 2.0f, 1}};
+    const std::vector<DictSRow> noun = {{0, 2, 3.0f, 1}};
+    const std::vector<DictSRow> suffix = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    for (const std::string letter : {"C", "z", "1"}) {
+        Sentence s({{"^"}, {"说", kPlain}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"认为", kPlain}, {"$"}});
+        Org(e, s, "Az" + letter + "AzZ");
+        ExpectOrg(e, s, 2, "俄外交部", 1);
+    }
+    Sentence archive({{"^"}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"档案", noun},
+                      {"集团", suffix, seldom}, {"$"}});
+    Org(e, archive, "A1AAAZ");
+    ExpectOrg(e, archive, 1, "俄外交部档案集团", 3);
+    Sentence two({{"^"}, {"中", abbreviation}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"$"}});
+    Org(e, two, "Az1AZ");
+    EXPECT_TRUE(Untouched(two));
+    Sentence president({{"^"}, {"俄", abbreviation}, {"总统", noun, seldom}, {"$"}});
+    Org(e, president, "A1AZ");
+    EXPECT_TRUE(Untouched(president));
+}
+
 }  // namespace
