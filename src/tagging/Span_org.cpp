@@ -35,6 +35,9 @@
 // opens none (第八 届 全国 政协). A name of just two common words needs a
 // first word that begins names often or a suffix that mostly ends them, and
 // one character not mostly a noun with a suffix word is no name (大 公司).
+// A one-character suffix closes only names that begin with a known word (not
+// 企管 处, 中 美 两 军), and a one-character abbreviation before a word with an
+// organisation row is one name (俄 外交部).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -197,6 +200,12 @@ bool HasPosRow(const SpanWord &record, uint8_t tag) {
         if (record.posList[k].code == 0 && record.posList[k].subCode == tag) return true;
     }
     return false;
+}
+
+// Whether the record is a word the core dictionary does not know (no
+// rows) and no merged name.
+bool IsUnknown(const SpanWord &record) {
+    return record.classText[0] == '\0' && (record.posList == nullptr || record.posCount <= 0);
 }
 
 bool HasNameRow(const SpanWord &record) {
@@ -465,6 +474,11 @@ void OrgScan::Accept(int32_t suffix) {
     // Nor is a one-character word that is not mostly a noun, with a suffix
     // alone, a name: it qualifies a common noun (大 公司, 小 厂, 进 厂, 二 大队).
     if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(Record(first_))) ok = false;
+    // A one-character suffix (厂, 处, 军) says little by itself: it closes a
+    // name only when the first word is known to begin names or be one, not
+    // after a word the dictionary does not know or a single character (企管
+    // 处, 登机口 处, 中 美 两 军, 三 华里 处).
+    if (!IsMultiChar(suffix) && (!IsMultiChar(first_) || IsUnknown(Record(first_)))) ok = false;
     if (!ok) {
         Drop();
         return;

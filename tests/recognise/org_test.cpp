@@ -153,9 +153,24 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     Sentence jd({{"^"}, {"三"}, {"厂", kSuffix}, {"$"}});
     Org(e, jd, "AJDZ");
     EXPECT_TRUE(Untouched(jd));
-    Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
+    Sentence longer({{"^"}, {"华联", kFirst}, {"厂", kSuffix}, {"$"}});
     Org(e, longer, "ACDZ");
     ExpectOrg(e, longer, 1, "华联厂", 1);
+    // A one-character suffix closes no name begun by a word the dictionary
+    // does not know (企管 处) or by one character (中 美 两 军), however long;
+    // a multi-character suffix still does.
+    Sentence unknown({{"^"}, {"企管"}, {"处", kSuffix}, {"$"}});
+    Org(e, unknown, "AADZ");
+    EXPECT_TRUE(Untouched(unknown));
+    Sentence unknownLonger({{"^"}, {"华联"}, {"电子", kInner}, {"厂", kSuffix}, {"$"}});
+    Org(e, unknownLonger, "AAADZ");
+    EXPECT_TRUE(Untouched(unknownLonger));
+    Sentence armies({{"^"}, {"中"}, {"美"}, {"两"}, {"军", kSuffix}, {"$"}});
+    Org(e, armies, "ACEJDZ");
+    EXPECT_TRUE(Untouched(armies));
+    Sentence group({{"^"}, {"华联"}, {"集团", kSuffix}, {"$"}});
+    Org(e, group, "AAAZ");
+    ExpectOrg(e, group, 1, "华联集团", 1);
     // One character and a suffix word: a name when the character is mostly
     // a noun (华 公司), not when it qualifies the suffix (大 公司, 进 厂);
     // a third word makes it a name again.
