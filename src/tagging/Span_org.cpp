@@ -44,8 +44,8 @@
 //      name, and everything inside an open bracket is taken as well; a
 //      suffix word at bracket depth 0 closes the name (see Accept) unless
 //      the next word is a suffix too or one to three multi-character body
-//      words lead to another suffix; a body word or a number (IsAllNum) is
-//      appended; anything else drops the name.
+//      words or numbers lead to another suffix; a body word or a number
+//      (IsAllNum) is appended; anything else drops the name.
 //   3. With no name open, a word that opens names and is not a number opens
 //      one; a one-character function word or an opening bracket never does.
 // A dropped or rejected name still marks its "T" words one by one, and so
@@ -282,8 +282,8 @@ private:
     static float OrgRowShare(const SpanWord &r, uint8_t role);
     // Whether the slot's word can close a name as its suffix.
     bool IsSuffix(int32_t slot) const;
-    // Whether one to kMaxLookahead multi-character body words after slot
-    // lead to another suffix word (北京大学 出版社).
+    // Whether one to kMaxLookahead multi-character body words or numbers
+    // after slot lead to another suffix word (北京大学 出版社).
     bool SuffixFollows(int32_t slot) const;
     // Whether the core dictionary entry of the word's last character has a
     // suffix row of at least 1.1.
@@ -421,7 +421,10 @@ bool OrgScan::SuffixFollows(int32_t slot) const {
     for (int32_t j = slot + 1; j < roles_.n && j - slot <= kMaxLookahead + 1; ++j) {
         if (IsTerminator(roles_.At(j))) return false;
         if (j > slot + 1 && IsSuffix(j)) return true;
-        if (!IsMultiChar(j) || IsNumber(j) || !IsBody(j)) return false;
+        // A number on the way is part of the name (北京军区 ２５１ 医院, 二
+        // 总队 十五 支队).
+        if (IsNumber(j)) continue;
+        if (!IsMultiChar(j) || !IsBody(j)) return false;
     }
     return false;
 }

@@ -244,6 +244,11 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Org(e, far, "AAAAAAAAZ");
     ExpectOrg(e, far, 1, "华联大学", 1);
     EXPECT_EQ(far[3].classText[0], '\0');
+    // Numbers on the way count as body words (北京军区 ２５１ 医院).
+    Sentence numbered({{"^"}, {"华联", first, seldom}, {"大学", suffix, seldom}, {"２５１"}, {"集团", suffix, seldom},
+                       {"$"}});
+    Org(e, numbered, "AAAAAZ");
+    ExpectOrg(e, numbered, 1, "华联大学２５１集团", 3);
 
     // A one-character function word or an opening bracket opens nothing,
     // even with a body letter; inside a name it is taken.
