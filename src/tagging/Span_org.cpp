@@ -37,7 +37,8 @@
 // one character not mostly a noun with a suffix word is no name (大 公司).
 // A one-character suffix closes only names that begin with a known word (not
 // 企管 处, 中 美 两 军), and a one-character abbreviation before a word with an
-// organisation row is one name (俄 外交部).
+// organisation row is one name (俄 外交部). A one-character function word
+// next to a place or organisation ends the name (中国电信 与 ...).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -271,6 +272,13 @@ private:
         if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
         if (MainPosTag(Record(slot)) != kPosAbbreviation || !HasPosRow(Record(slot + 1), kPosOrg)) return false;
         return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(Record(slot - 1)) != kPosAbbreviation;
+    }
+    // Whether the slot holds a merged name or a multi-character word with a
+    // part-of-speech row of place or organisation name.
+    bool IsNameWord(int32_t slot) const {
+        if (slot < 1 || slot >= roles_.n) return false;
+        const SpanWord &r = Record(slot);
+        return r.classText[0] != '\0' || (IsMultiChar(slot) && r.posList != nullptr && HasNameRow(r));
     }
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).
@@ -545,6 +553,15 @@ bool OrgScan::Extend(int32_t s) {
         // A name never closes inside an open bracket.
         Take(s);
         return true;
+    }
+    // A one-character function word joins the words around it into one name
+    // (美国 食品 与 药品 管理局), but not names: next to a place or an
+    // organisation it stands between two names (中国电信 与 美国 ..., 伊拉克 与
+    // 联合国 特委会).
+    if (!IsMultiChar(s) && vsg::IsFunctionOrPunctTag(MainPosTag(Record(s))) &&
+        (IsNameWord(s - 1) || IsNameWord(s + 1))) {
+        Drop();
+        return false;
     }
     // A person name begins only a two-word name closed by a strong suffix
     // (宋庆龄 基金会); longer runs after a person are mostly a sentence going

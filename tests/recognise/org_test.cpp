@@ -264,6 +264,19 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Sentence inner({{"^"}, {"华联", first, seldom}, {"与", conj}, {"集团", suffix, seldom}, {"$"}});
     Org(e, inner, "AAEAZ");
     ExpectOrg(e, inner, 1, "华联与集团", 2);
+    // Next to a place or an organisation word it stands between two names.
+    const std::vector<DictSRow> org = {{0, 31, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    Sentence between({{"^"}, {"电信", org, seldom}, {"与", conj}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, between, "AAEAAZ");
+    EXPECT_EQ(between[1].classText[0], '\0');
+    EXPECT_EQ(between[2].classText[0], '\0');
+    ExpectOrg(e, between, 3, "华联集团", 1);
+    const std::vector<DictSRow> place = {{0, 29, 3.0f, 1}};
+    Sentence before({{"^"}, {"华联", first, seldom}, {"与", conj}, {"中国", place, seldom}, {"集团", suffix, seldom},
+                     {"$"}});
+    Org(e, before, "AAEAAZ");
+    EXPECT_EQ(before[1].classText[0], '\0');
+    ExpectOrg(e, before, 3, "中国集团", 1);
 
     // A person name begins a name only right before its suffix.
     Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
