@@ -38,7 +38,8 @@
 // A one-character suffix closes only names that begin with a known word (not
 // 企管 处, 中 美 两 军), and a one-character abbreviation before a word with an
 // organisation row is one name (俄 外交部). A one-character function word
-// next to a place or organisation ends the name (中国电信 与 ...).
+// next to a place or organisation ends the name (中国电信 与 ...), and a name
+// begun by an unknown word starts again at a place (投资方 日本 熊谷 集团).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -279,6 +280,21 @@ private:
         if (slot < 1 || slot >= roles_.n) return false;
         const SpanWord &r = Record(slot);
         return r.classText[0] != '\0' || (IsMultiChar(slot) && r.posList != nullptr && HasNameRow(r));
+    }
+    // Whether the slot holds a multi-character place: a merged place or a
+    // word used mostly as a place name.
+    bool IsPlaceWord(int32_t slot) const {
+        if (!IsMultiChar(slot)) return false;
+        const SpanWord &r = Record(slot);
+        const int tag = MainPosTag(r);
+        return vsg::names::IsWord(r.classText, vsg::kPlaceClass) || tag == kPosPlace || tag == kPosForeignPlace;
+    }
+    // Whether a suffix word lies between the open name's first slot and slot.
+    bool SuffixTaken(int32_t slot) const {
+        for (int32_t k = first_ + 1; k < slot; ++k) {
+            if (IsSuffix(k)) return true;
+        }
+        return false;
     }
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).
@@ -560,6 +576,13 @@ bool OrgScan::Extend(int32_t s) {
     // 联合国 特委会).
     if (!IsMultiChar(s) && vsg::IsFunctionOrPunctTag(MainPosTag(Record(s))) &&
         (IsNameWord(s - 1) || IsNameWord(s + 1))) {
+        Drop();
+        return false;
+    }
+    // A name begun by a word the dictionary does not know starts again at a
+    // place met before any suffix: the unknown word mostly describes what
+    // follows (投资方 日本 熊谷 集团, 热水瓶 深圳市 海马 电器 有限公司).
+    if (IsMultiChar(first_) && IsUnknown(Record(first_)) && IsPlaceWord(s) && !SuffixTaken(s)) {
         Drop();
         return false;
     }

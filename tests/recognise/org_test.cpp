@@ -278,6 +278,17 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     EXPECT_EQ(before[1].classText[0], '\0');
     ExpectOrg(e, before, 3, "中国集团", 1);
 
+    // A name begun by an unknown word starts again at a place met before
+    // any suffix (投资方 日本 熊谷 集团), not after one (大和 银行 纽约 分行).
+    Sentence investor({{"^"}, {"投资方"}, {"日本", place, seldom}, {"熊谷"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, investor, "AAAAAZ");
+    EXPECT_EQ(investor[1].classText[0], '\0');
+    ExpectOrg(e, investor, 2, "日本熊谷集团", 2);
+    Sentence branch({{"^"}, {"大和"}, {"银行", suffix, seldom}, {"纽约", place, seldom}, {"集团", suffix, seldom},
+                     {"$"}});
+    Org(e, branch, "AAAAAZ");
+    ExpectOrg(e, branch, 1, "大和银行纽约集团", 3);
+
     // A person name begins a name only right before its suffix.
     Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
     std::strcpy(person[1].classText, vsg::kPersonClass);
