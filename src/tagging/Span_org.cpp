@@ -40,6 +40,8 @@
 // organisation row is one name (俄 外交部). A one-character function word
 // next to a place or organisation ends the name (中国电信 与 ...), and a name
 // begun by an unknown word starts again at a place (投资方 日本 熊谷 集团).
+// An unknown word of a place and a character that ends many organisation
+// names is one (挪威队).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
@@ -115,6 +117,11 @@ constexpr float kMinLongSuffixShare = 0.1f;
 // of its occurrences closes at a word that ends ten or more names, whatever
 // that word's share.
 constexpr float kMinStrongOpenShare = 0.5f;
+// An unknown word of a place and one more character is an organisation by
+// itself when that character's value in the organisation suffix data (the log
+// of the names it ends, plus one) is at least this: 队 and 部 (several hundred
+// names), 局 (about thirty); not 站 (three).
+constexpr double kMinPlaceSuffixValue = 3.0;
 // After a person name a multi-character suffix must end names in at least
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
@@ -296,6 +303,10 @@ private:
         }
         return false;
     }
+    // Whether the slot holds a word the dictionary does not know whose last
+    // character is in the organisation suffix data at kMinPlaceSuffixValue
+    // and whose other characters are a word used mostly as a place name.
+    bool IsPlaceAndSuffix(int32_t slot) const;
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).
     bool IsWeakPair(int32_t first, int32_t suffix) const;
@@ -441,6 +452,26 @@ bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
     return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
 }
 
+bool OrgScan::IsPlaceAndSuffix(int32_t slot) const {
+    if (!IsMultiChar(slot) || !IsUnknown(Record(slot))) return false;
+    const char *text = Record(slot).text;
+    const size_t len = vsg::names::TextLength(text);
+    char stem[vsg::names::kMaxNameBytes + 1];
+    if (len < 6 || len - 2 >= sizeof stem || static_cast<unsigned char>(text[len - 2]) < 0x80) return false;
+    const char last[3] = {text[len - 2], text[len - 1], '\0'};
+    if (Dictionary_GetValue(last, &engine_->affix[VSG_AFFIX_ORG_SUFFIX]) < kMinPlaceSuffixValue) return false;
+    std::memcpy(stem, text, len - 2);
+    stem[len - 2] = '\0';
+    const DictionaryS &core = engine_->core;
+    const int32_t at = DictionaryS_GetCoreInfo(stem, &core);
+    if (at < 0 || core.entries == nullptr || at >= core.count) return false;
+    SpanWord entry{};
+    entry.posList = core.entries[at].posList;
+    entry.posCount = core.entries[at].posCount;
+    const int tag = MainPosTag(entry);
+    return tag == kPosPlace || tag == kPosForeignPlace;
+}
+
 bool OrgScan::SuffixFollows(int32_t slot) const {
     for (int32_t j = slot + 1; j < roles_.n && j - slot <= kMaxLookahead + 1; ++j) {
         if (IsTerminator(roles_.At(j))) return false;
@@ -532,6 +563,13 @@ void OrgScan::Run() {
         if (!open_ && AbbreviationThenOrg(s)) {
             Open(s);
             abbrevLed_ = true;
+            continue;
+        }
+        // A word the dictionary does not know, made of a place and a
+        // character that ends many organisation names, is a team or office
+        // of that place by itself (挪威队, 华北局).
+        if (!open_ && IsPlaceAndSuffix(s)) {
+            MarkSingle(s);
             continue;
         }
         if (c == 'z' || c == 'Z' || c == '1' || c == '4') {

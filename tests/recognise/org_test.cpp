@@ -487,4 +487,23 @@ TEST(OrgRecognize, CountryAbbreviationsJoinOrganisationWords) {
     EXPECT_TRUE(Untouched(president));
 }
 
+TEST(OrgRecognize, UnknownPlaceAndSuffixCharacterWords) {
+    // 队 ends about three hundred names (ln 287 = 5.66), 站 three (ln 4).
+    Engine e("", vsgtest::Gb("队 5.66\n站 1.39\n"));
+    // An unknown word of a known place and 队 is a team by itself, whatever
+    // its role; with 站, with an unknown stem, or as a known word it is not.
+    Sentence team({{"^"}, {"说", kPlain}, {"挪威队"}, {"说", kPlain}, {"$"}});
+    Org(e, team, "AzAzZ");
+    ExpectOrg(e, team, 2, "挪威队", 0);
+    Sentence station({{"^"}, {"说", kPlain}, {"挪威站"}, {"说", kPlain}, {"$"}});
+    Org(e, station, "AzAzZ");
+    EXPECT_TRUE(Untouched(station));
+    Sentence stranger({{"^"}, {"说", kPlain}, {"瑞典队"}, {"说", kPlain}, {"$"}});
+    Org(e, stranger, "AzAzZ");
+    EXPECT_TRUE(Untouched(stranger));
+    Sentence known({{"^"}, {"说", kPlain}, {"挪威队", kPlain}, {"说", kPlain}, {"$"}});
+    Org(e, known, "AzAzZ");
+    EXPECT_TRUE(Untouched(known));
+}
+
 }  // namespace
