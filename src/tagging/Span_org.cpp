@@ -278,7 +278,8 @@ private:
     // abbreviation: 中 美 外交部 lists countries.
     bool AbbreviationThenOrg(int32_t slot) const {
         if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
-        if (MainPosTag(Record(slot)) != kPosAbbreviation || !HasPosRow(Record(slot + 1), kPosOrg)) return false;
+        // The next word's rows first: organisation rows are rare.
+        if (!HasPosRow(Record(slot + 1), kPosOrg) || MainPosTag(Record(slot)) != kPosAbbreviation) return false;
         return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(Record(slot - 1)) != kPosAbbreviation;
     }
     // Whether the slot holds a merged name or a multi-character word with a
@@ -352,6 +353,7 @@ private:
     bool personLed_ = false; // the name opened with a person name
     bool placeLed_ = false;  // the name opened with a place name
     bool abbrevLed_ = false; // the name opened with an abbreviation before an organisation word
+    bool unknownLed_ = false; // the name opened with a word the dictionary does not know
     NameBuffer name_;
 };
 
@@ -491,6 +493,7 @@ void OrgScan::Open(int32_t slot) {
     hasWord_ = !IsNumber(slot);
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
     abbrevLed_ = false;
+    unknownLed_ = IsMultiChar(slot) && IsUnknown(Record(slot));
     placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
                 MainPosTag(Record(slot)) == kPosForeignPlace;
     name_.Clear();
@@ -558,19 +561,22 @@ void OrgScan::Run() {
     std::memset(numbers_, -1, sizeof numbers_);
     for (int32_t s = 1; s < roles_.n; ++s) {
         const char c = roles_.At(s);
-        // The role search often leaves the abbreviation outside (俄 外交部):
-        // whatever its letter it opens a name.
-        if (!open_ && AbbreviationThenOrg(s)) {
-            Open(s);
-            abbrevLed_ = true;
-            continue;
-        }
-        // A word the dictionary does not know, made of a place and a
-        // character that ends many organisation names, is a team or office
-        // of that place by itself (挪威队, 华北局).
-        if (!open_ && IsPlaceAndSuffix(s)) {
-            MarkSingle(s);
-            continue;
+        if (!open_) {
+            // The role search often leaves the abbreviation outside (俄
+            // 外交部): whatever its letter it opens a name.
+            if (!IsMultiChar(s)) {
+                if (AbbreviationThenOrg(s)) {
+                    Open(s);
+                    abbrevLed_ = true;
+                    continue;
+                }
+            } else if (IsPlaceAndSuffix(s)) {
+                // A word the dictionary does not know, made of a place and a
+                // character that ends many organisation names, is a team or
+                // office of that place by itself (挪威队, 华北局).
+                MarkSingle(s);
+                continue;
+            }
         }
         if (c == 'z' || c == 'Z' || c == '1' || c == '4') {
             Drop();
@@ -612,15 +618,15 @@ bool OrgScan::Extend(int32_t s) {
     // (美国 食品 与 药品 管理局), but not names: next to a place or an
     // organisation it stands between two names (中国电信 与 美国 ..., 伊拉克 与
     // 联合国 特委会).
-    if (!IsMultiChar(s) && vsg::IsFunctionOrPunctTag(MainPosTag(Record(s))) &&
-        (IsNameWord(s - 1) || IsNameWord(s + 1))) {
+    if (!IsMultiChar(s) && (IsNameWord(s - 1) || IsNameWord(s + 1)) &&
+        vsg::IsFunctionOrPunctTag(MainPosTag(Record(s)))) {
         Drop();
         return false;
     }
     // A name begun by a word the dictionary does not know starts again at a
     // place met before any suffix: the unknown word mostly describes what
     // follows (投资方 日本 熊谷 集团, 热水瓶 深圳市 海马 电器 有限公司).
-    if (IsMultiChar(first_) && IsUnknown(Record(first_)) && IsPlaceWord(s) && !SuffixTaken(s)) {
+    if (unknownLed_ && IsPlaceWord(s) && !SuffixTaken(s)) {
         Drop();
         return false;
     }
