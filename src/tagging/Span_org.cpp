@@ -35,14 +35,21 @@
 // opens none (第八 届 全国 政协). A name of just two common words needs a
 // first word that begins names often or a suffix that mostly ends them, and
 // one character not mostly a noun with a suffix word is no name (大 公司).
+// A one-character suffix closes only names that begin with a known word (not
+// 企管 处, 中 美 两 军), and a one-character abbreviation before a word with an
+// organisation row is one name (俄 外交部). A one-character function word
+// next to a place or organisation ends the name (中国电信 与 ...), and a name
+// begun by an unknown word starts again at a place (投资方 日本 熊谷 集团).
+// An unknown word of a place and a character that ends many organisation
+// names is one (挪威队).
 // The rules, in scan order for each slot:
 //   1. "z", "Z", "1", "4" end any name being built (it is dropped).
 //   2. While a name is open: round brackets are counted and taken into the
 //      name, and everything inside an open bracket is taken as well; a
 //      suffix word at bracket depth 0 closes the name (see Accept) unless
 //      the next word is a suffix too or one to three multi-character body
-//      words lead to another suffix; a body word or a number (IsAllNum) is
-//      appended; anything else drops the name.
+//      words or numbers lead to another suffix; a body word or a number
+//      (IsAllNum) is appended; anything else drops the name.
 //   3. With no name open, a word that opens names and is not a number opens
 //      one; a one-character function word or an opening bracket never does.
 // A dropped or rejected name still marks its "T" words one by one, and so
@@ -81,6 +88,8 @@ constexpr int kPosOtherProper = vsg::kOtherProperTag;
 constexpr int kPosMeasure = 7;
 // Part-of-speech tag of numerals (第六, 九).
 constexpr int kPosNumeral = 6;
+// Part-of-speech tag of abbreviations (俄, 菲: a country by one character).
+constexpr int kPosAbbreviation = 21;
 // A suffix row must carry at least this value (the log of its count).
 constexpr float kMinSuffixValue = 1.1f;
 // Single-character body letters chosen by the search.
@@ -108,6 +117,11 @@ constexpr float kMinLongSuffixShare = 0.1f;
 // of its occurrences closes at a word that ends ten or more names, whatever
 // that word's share.
 constexpr float kMinStrongOpenShare = 0.5f;
+// An unknown word of a place and one more character is an organisation by
+// itself when that character's value in the organisation suffix data (the log
+// of the names it ends, plus one) is at least this: 队 and 部 (several hundred
+// names), 局 (about thirty); not 站 (three).
+constexpr double kMinPlaceSuffixValue = 3.0;
 // After a person name a multi-character suffix must end names in at least
 // this share of its occurrences (宋庆龄 基金会; not 克林顿 政府).
 constexpr float kMinPersonSuffixShare = 0.35f;
@@ -188,6 +202,21 @@ bool IsNounLike(const SpanWord &record) {
     return false;
 }
 
+// Whether the record has a part-of-speech row of `tag`.
+bool HasPosRow(const SpanWord &record, uint8_t tag) {
+    if (record.posList == nullptr) return false;
+    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
+        if (record.posList[k].code == 0 && record.posList[k].subCode == tag) return true;
+    }
+    return false;
+}
+
+// Whether the record is a word the core dictionary does not know (no
+// rows) and no merged name.
+bool IsUnknown(const SpanWord &record) {
+    return record.classText[0] == '\0' && (record.posList == nullptr || record.posCount <= 0);
+}
+
 bool HasNameRow(const SpanWord &record) {
     for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
         const DictSRow &row = record.posList[k];
@@ -243,6 +272,42 @@ private:
         return last.classText[0] == '\0' && HasOrgRow(last, kRoleSuffix, kMinLongSuffixValue) &&
                OrgRowShare(last, kRoleSuffix) >= kMinLongSuffixShare;
     }
+    // Whether the slot holds a one-character abbreviation (俄, 菲) right
+    // before a word that has a part-of-speech row of organisation name
+    // (外交部, 卫生部): the country's ministry, one name. Not after another one-character
+    // abbreviation: 中 美 外交部 lists countries.
+    bool AbbreviationThenOrg(int32_t slot) const {
+        if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
+        // The next word's rows first: organisation rows are rare.
+        if (!HasPosRow(Record(slot + 1), kPosOrg) || MainPosTag(Record(slot)) != kPosAbbreviation) return false;
+        return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(Record(slot - 1)) != kPosAbbreviation;
+    }
+    // Whether the slot holds a merged name or a multi-character word with a
+    // part-of-speech row of place or organisation name.
+    bool IsNameWord(int32_t slot) const {
+        if (slot < 1 || slot >= roles_.n) return false;
+        const SpanWord &r = Record(slot);
+        return r.classText[0] != '\0' || (IsMultiChar(slot) && r.posList != nullptr && HasNameRow(r));
+    }
+    // Whether the slot holds a multi-character place: a merged place or a
+    // word used mostly as a place name.
+    bool IsPlaceWord(int32_t slot) const {
+        if (!IsMultiChar(slot)) return false;
+        const SpanWord &r = Record(slot);
+        const int tag = MainPosTag(r);
+        return vsg::names::IsWord(r.classText, vsg::kPlaceClass) || tag == kPosPlace || tag == kPosForeignPlace;
+    }
+    // Whether a suffix word lies between the open name's first slot and slot.
+    bool SuffixTaken(int32_t slot) const {
+        for (int32_t k = first_ + 1; k < slot; ++k) {
+            if (IsSuffix(k)) return true;
+        }
+        return false;
+    }
+    // Whether the slot holds a word the dictionary does not know whose last
+    // character is in the organisation suffix data at kMinPlaceSuffixValue
+    // and whose other characters are a word used mostly as a place name.
+    bool IsPlaceAndSuffix(int32_t slot) const;
     // Whether the two words at first and suffix are too common to be a name
     // of two words by themselves (see kMinPairOpenShare).
     bool IsWeakPair(int32_t first, int32_t suffix) const;
@@ -253,8 +318,8 @@ private:
     static float OrgRowShare(const SpanWord &r, uint8_t role);
     // Whether the slot's word can close a name as its suffix.
     bool IsSuffix(int32_t slot) const;
-    // Whether one to kMaxLookahead multi-character body words after slot
-    // lead to another suffix word (北京大学 出版社).
+    // Whether one to kMaxLookahead multi-character body words or numbers
+    // after slot lead to another suffix word (北京大学 出版社).
     bool SuffixFollows(int32_t slot) const;
     // Whether the core dictionary entry of the word's last character has a
     // suffix row of at least 1.1.
@@ -287,6 +352,8 @@ private:
     bool hasWord_ = false;   // a body word that is not a number was taken
     bool personLed_ = false; // the name opened with a person name
     bool placeLed_ = false;  // the name opened with a place name
+    bool abbrevLed_ = false; // the name opened with an abbreviation before an organisation word
+    bool unknownLed_ = false; // the name opened with a word the dictionary does not know
     NameBuffer name_;
 };
 
@@ -387,11 +454,34 @@ bool OrgScan::LastCharIsSuffix(const SpanWord &r) const {
     return HasOrgRow(character, kRoleSuffix, kMinSuffixValue);
 }
 
+bool OrgScan::IsPlaceAndSuffix(int32_t slot) const {
+    if (!IsMultiChar(slot) || !IsUnknown(Record(slot))) return false;
+    const char *text = Record(slot).text;
+    const size_t len = vsg::names::TextLength(text);
+    char stem[vsg::names::kMaxNameBytes + 1];
+    if (len < 6 || len - 2 >= sizeof stem || static_cast<unsigned char>(text[len - 2]) < 0x80) return false;
+    const char last[3] = {text[len - 2], text[len - 1], '\0'};
+    if (Dictionary_GetValue(last, &engine_->affix[VSG_AFFIX_ORG_SUFFIX]) < kMinPlaceSuffixValue) return false;
+    std::memcpy(stem, text, len - 2);
+    stem[len - 2] = '\0';
+    const DictionaryS &core = engine_->core;
+    const int32_t at = DictionaryS_GetCoreInfo(stem, &core);
+    if (at < 0 || core.entries == nullptr || at >= core.count) return false;
+    SpanWord entry{};
+    entry.posList = core.entries[at].posList;
+    entry.posCount = core.entries[at].posCount;
+    const int tag = MainPosTag(entry);
+    return tag == kPosPlace || tag == kPosForeignPlace;
+}
+
 bool OrgScan::SuffixFollows(int32_t slot) const {
     for (int32_t j = slot + 1; j < roles_.n && j - slot <= kMaxLookahead + 1; ++j) {
         if (IsTerminator(roles_.At(j))) return false;
         if (j > slot + 1 && IsSuffix(j)) return true;
-        if (!IsMultiChar(j) || IsNumber(j) || !IsBody(j)) return false;
+        // A number on the way is part of the name (北京军区 ２５１ 医院, 二
+        // 总队 十五 支队).
+        if (IsNumber(j)) continue;
+        if (!IsMultiChar(j) || !IsBody(j)) return false;
     }
     return false;
 }
@@ -402,6 +492,8 @@ void OrgScan::Open(int32_t slot) {
     depth_ = 0;
     hasWord_ = !IsNumber(slot);
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
+    abbrevLed_ = false;
+    unknownLed_ = IsMultiChar(slot) && IsUnknown(Record(slot));
     placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
                 MainPosTag(Record(slot)) == kPosForeignPlace;
     name_.Clear();
@@ -443,6 +535,11 @@ void OrgScan::Accept(int32_t suffix) {
     // Nor is a one-character word that is not mostly a noun, with a suffix
     // alone, a name: it qualifies a common noun (大 公司, 小 厂, 进 厂, 二 大队).
     if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(Record(first_))) ok = false;
+    // A one-character suffix (厂, 处, 军) says little by itself: it closes a
+    // name only when the first word is known to begin names or be one, not
+    // after a word the dictionary does not know or a single character (企管
+    // 处, 登机口 处, 中 美 两 军, 三 华里 处).
+    if (!IsMultiChar(suffix) && (!IsMultiChar(first_) || IsUnknown(Record(first_)))) ok = false;
     if (!ok) {
         Drop();
         return;
@@ -464,6 +561,23 @@ void OrgScan::Run() {
     std::memset(numbers_, -1, sizeof numbers_);
     for (int32_t s = 1; s < roles_.n; ++s) {
         const char c = roles_.At(s);
+        if (!open_) {
+            // The role search often leaves the abbreviation outside (俄
+            // 外交部): whatever its letter it opens a name.
+            if (!IsMultiChar(s)) {
+                if (AbbreviationThenOrg(s)) {
+                    Open(s);
+                    abbrevLed_ = true;
+                    continue;
+                }
+            } else if (IsPlaceAndSuffix(s)) {
+                // A word the dictionary does not know, made of a place and a
+                // character that ends many organisation names, is a team or
+                // office of that place by itself (挪威队, 华北局).
+                MarkSingle(s);
+                continue;
+            }
+        }
         if (c == 'z' || c == 'Z' || c == '1' || c == '4') {
             Drop();
             continue;
@@ -500,6 +614,22 @@ bool OrgScan::Extend(int32_t s) {
         Take(s);
         return true;
     }
+    // A one-character function word joins the words around it into one name
+    // (美国 食品 与 药品 管理局), but not names: next to a place or an
+    // organisation it stands between two names (中国电信 与 美国 ..., 伊拉克 与
+    // 联合国 特委会).
+    if (!IsMultiChar(s) && (IsNameWord(s - 1) || IsNameWord(s + 1)) &&
+        vsg::IsFunctionOrPunctTag(MainPosTag(Record(s)))) {
+        Drop();
+        return false;
+    }
+    // A name begun by a word the dictionary does not know starts again at a
+    // place met before any suffix: the unknown word mostly describes what
+    // follows (投资方 日本 熊谷 集团, 热水瓶 深圳市 海马 电器 有限公司).
+    if (unknownLed_ && IsPlaceWord(s) && !SuffixTaken(s)) {
+        Drop();
+        return false;
+    }
     // A person name begins only a two-word name closed by a strong suffix
     // (宋庆龄 基金会); longer runs after a person are mostly a sentence going
     // on (李克强 代表 全国总工会), and a weaker suffix word mostly a common
@@ -510,10 +640,12 @@ bool OrgScan::Extend(int32_t s) {
         return false;
     }
     // A place followed by a word used mostly as an organisation name is one
-    // name (中国 国务院, 日本 大藏省).
+    // name (中国 国务院, 日本 大藏省), and so is a one-character abbreviation
+    // followed by a word with an organisation row (俄 外交部).
     const bool placeThenOrg =
-        s == first_ + 1 && placeLed_ && IsMultiChar(s) && MainPosTag(Record(s)) == kPosOrg &&
-        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare;
+        s == first_ + 1 && IsMultiChar(s) &&
+        (abbrevLed_ || (placeLed_ && MainPosTag(Record(s)) == kPosOrg &&
+                        OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare));
     if (placeThenOrg || IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name,
         // and so does a later suffix reached over a few body words.

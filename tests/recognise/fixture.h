@@ -64,12 +64,13 @@ inline std::vector<std::string> OrgLetters() {
 }
 
 // An engine with the three role maps, a core dictionary (read from text)
-// of the three class words and the suffix character 站, and a place-suffix
-// dictionary read from a text file.
+// of the three class words, the suffix character 站 and the place 挪威, and
+// place-suffix and organisation-suffix dictionaries read from text files.
 class Engine {
 public:
-    explicit Engine(const std::string &placeSuffixes = "") {
+    explicit Engine(const std::string &placeSuffixes = "", const std::string &orgSuffixes = "") {
         const std::string core = vsgtest::Gb(
+            "挪威 1 2.0 0 0 0\n0 29 3.0\n"
             "未##人 1 1.25 0 0 0\n0 24 9.5\n"
             "未##地 2 2.25 0 0 0\n0 29 8.5\n0 30 2.0\n"
             "未##团 1 1.25 0 0 0\n0 31 7.5\n"
@@ -85,10 +86,15 @@ public:
                                       &engine_.affix[VSG_AFFIX_PLACE_SUFFIX]),
                       1);
         }
+        if (!orgSuffixes.empty()) {
+            vsgtest::WriteFile(dir_.file("org_suffix.dct"), orgSuffixes);
+            EXPECT_EQ(Dictionary_Load(dir_.file("org_suffix.dct").c_str(), &engine_.affix[VSG_AFFIX_ORG_SUFFIX]), 1);
+        }
     }
     ~Engine() {
         DictionaryS_Free(&engine_.core);
         Dictionary_Free(&engine_.affix[VSG_AFFIX_PLACE_SUFFIX]);
+        Dictionary_Free(&engine_.affix[VSG_AFFIX_ORG_SUFFIX]);
     }
     Engine(const Engine &) = delete;
     Engine &operator=(const Engine &) = delete;

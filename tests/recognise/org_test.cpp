@@ -153,9 +153,24 @@ TEST(OrgRecognize, ShortNumberAndLongNames) {
     Sentence jd({{"^"}, {"三"}, {"厂", kSuffix}, {"$"}});
     Org(e, jd, "AJDZ");
     EXPECT_TRUE(Untouched(jd));
-    Sentence longer({{"^"}, {"华联"}, {"厂", kSuffix}, {"$"}});
+    Sentence longer({{"^"}, {"华联", kFirst}, {"厂", kSuffix}, {"$"}});
     Org(e, longer, "ACDZ");
     ExpectOrg(e, longer, 1, "华联厂", 1);
+    // A one-character suffix closes no name begun by a word the dictionary
+    // does not know (企管 处) or by one character (中 美 两 军), however long;
+    // a multi-character suffix still does.
+    Sentence unknown({{"^"}, {"企管"}, {"处", kSuffix}, {"$"}});
+    Org(e, unknown, "AADZ");
+    EXPECT_TRUE(Untouched(unknown));
+    Sentence unknownLonger({{"^"}, {"华联"}, {"电子", kInner}, {"厂", kSuffix}, {"$"}});
+    Org(e, unknownLonger, "AAADZ");
+    EXPECT_TRUE(Untouched(unknownLonger));
+    Sentence armies({{"^"}, {"中"}, {"美"}, {"两"}, {"军", kSuffix}, {"$"}});
+    Org(e, armies, "ACEJDZ");
+    EXPECT_TRUE(Untouched(armies));
+    Sentence group({{"^"}, {"华联"}, {"集团", kSuffix}, {"$"}});
+    Org(e, group, "AAAZ");
+    ExpectOrg(e, group, 1, "华联集团", 1);
     // One character and a suffix word: a name when the character is mostly
     // a noun (华 公司), not when it qualifies the suffix (大 公司, 进 厂);
     // a third word makes it a name again.
@@ -229,6 +244,11 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Org(e, far, "AAAAAAAAZ");
     ExpectOrg(e, far, 1, "华联大学", 1);
     EXPECT_EQ(far[3].classText[0], '\0');
+    // Numbers on the way count as body words (北京军区 ２５１ 医院).
+    Sentence numbered({{"^"}, {"华联", first, seldom}, {"大学", suffix, seldom}, {"２５１"}, {"集团", suffix, seldom},
+                       {"$"}});
+    Org(e, numbered, "AAAAAZ");
+    ExpectOrg(e, numbered, 1, "华联大学２５１集团", 3);
 
     // A one-character function word or an opening bracket opens nothing,
     // even with a body letter; inside a name it is taken.
@@ -244,6 +264,30 @@ TEST(OrgRecognize, CorpusSharesDecideEdgesAndNounsFillTheInside) {
     Sentence inner({{"^"}, {"华联", first, seldom}, {"与", conj}, {"集团", suffix, seldom}, {"$"}});
     Org(e, inner, "AAEAZ");
     ExpectOrg(e, inner, 1, "华联与集团", 2);
+    // Next to a place or an organisation word it stands between two names.
+    const std::vector<DictSRow> org = {{0, 31, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    Sentence between({{"^"}, {"电信", org, seldom}, {"与", conj}, {"华联"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, between, "AAEAAZ");
+    EXPECT_EQ(between[1].classText[0], '\0');
+    EXPECT_EQ(between[2].classText[0], '\0');
+    ExpectOrg(e, between, 3, "华联集团", 1);
+    const std::vector<DictSRow> place = {{0, 29, 3.0f, 1}};
+    Sentence before({{"^"}, {"华联", first, seldom}, {"与", conj}, {"中国", place, seldom}, {"集团", suffix, seldom},
+                     {"$"}});
+    Org(e, before, "AAEAAZ");
+    EXPECT_EQ(before[1].classText[0], '\0');
+    ExpectOrg(e, before, 3, "中国集团", 1);
+
+    // A name begun by an unknown word starts again at a place met before
+    // any suffix (投资方 日本 熊谷 集团), not after one (大和 银行 纽约 分行).
+    Sentence investor({{"^"}, {"投资方"}, {"日本", place, seldom}, {"熊谷"}, {"集团", suffix, seldom}, {"$"}});
+    Org(e, investor, "AAAAAZ");
+    EXPECT_EQ(investor[1].classText[0], '\0');
+    ExpectOrg(e, investor, 2, "日本熊谷集团", 2);
+    Sentence branch({{"^"}, {"大和"}, {"银行", suffix, seldom}, {"纽约", place, seldom}, {"集团", suffix, seldom},
+                     {"$"}});
+    Org(e, branch, "AAAAAZ");
+    ExpectOrg(e, branch, 1, "大和银行纽约集团", 3);
 
     // A person name begins a name only right before its suffix.
     Sentence person({{"^"}, {"宋庆龄"}, {"基金会", suffix, seldom}, {"$"}});
@@ -412,6 +456,54 @@ TEST(OrgRecognize, StrongOpenersCloseAtFrequentSuffixes) {
     Sentence rare({{"^"}, {"民革", party, std::log(8.0f)}, {"中央", fewNames, centre}, {"$"}});
     Org(e, rare, "AAAZ");
     EXPECT_TRUE(Untouched(rare));
+}
+
+TEST(OrgRecognize, CountryAbbreviationsJoinOrganisationWords) {
+    Engine e;
+    const float seldom = std::log(21.0f);
+    // A one-character abbreviation before a word the corpus also tags as an
+    // organisation name is one name, whatever role the search gave it (俄
+    // 外交部); a name goes on from there to a later suffix. Not after another
+    // abbreviation (中 俄 外交部 lists two countries), and not before a
+    // common word (俄 总统).
+    const std::vector<DictSRow> abbreviation = {{0, 21, 3.0f, 1}, {0, 29, 1.0f, 1}};
+    const std::vector<DictSRow> ministry = {{0, 2, 3.0f, 1}, {0, 31, 2.0f, 1}};
+    const std::vector<DictSRow> noun = {{0, 2, 3.0f, 1}};
+    const std::vector<DictSRow> suffix = {{0, 2, 3.0f, 1}, {3, 5, 2.0f, 1}};
+    for (const std::string letter : {"C", "z", "1"}) {
+        Sentence s({{"^"}, {"说", kPlain}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"认为", kPlain}, {"$"}});
+        Org(e, s, "Az" + letter + "AzZ");
+        ExpectOrg(e, s, 2, "俄外交部", 1);
+    }
+    Sentence archive({{"^"}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"档案", noun},
+                      {"集团", suffix, seldom}, {"$"}});
+    Org(e, archive, "A1AAAZ");
+    ExpectOrg(e, archive, 1, "俄外交部档案集团", 3);
+    Sentence two({{"^"}, {"中", abbreviation}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"$"}});
+    Org(e, two, "Az1AZ");
+    EXPECT_TRUE(Untouched(two));
+    Sentence president({{"^"}, {"俄", abbreviation}, {"总统", noun, seldom}, {"$"}});
+    Org(e, president, "A1AZ");
+    EXPECT_TRUE(Untouched(president));
+}
+
+TEST(OrgRecognize, UnknownPlaceAndSuffixCharacterWords) {
+    // 队 ends about three hundred names (ln 287 = 5.66), 站 three (ln 4).
+    Engine e("", vsgtest::Gb("队 5.66\n站 1.39\n"));
+    // An unknown word of a known place and 队 is a team by itself, whatever
+    // its role; with 站, with an unknown stem, or as a known word it is not.
+    Sentence team({{"^"}, {"说", kPlain}, {"挪威队"}, {"说", kPlain}, {"$"}});
+    Org(e, team, "AzAzZ");
+    ExpectOrg(e, team, 2, "挪威队", 0);
+    Sentence station({{"^"}, {"说", kPlain}, {"挪威站"}, {"说", kPlain}, {"$"}});
+    Org(e, station, "AzAzZ");
+    EXPECT_TRUE(Untouched(station));
+    Sentence stranger({{"^"}, {"说", kPlain}, {"瑞典队"}, {"说", kPlain}, {"$"}});
+    Org(e, stranger, "AzAzZ");
+    EXPECT_TRUE(Untouched(stranger));
+    Sentence known({{"^"}, {"说", kPlain}, {"挪威队", kPlain}, {"说", kPlain}, {"$"}});
+    Org(e, known, "AzAzZ");
+    EXPECT_TRUE(Untouched(known));
 }
 
 }  // namespace
