@@ -29,7 +29,7 @@ void Usage() {
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
                  "  --surname-floor-share X  a listed surname's count is at least X times its default count (default 0: off)\n"
-                 "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
+                 "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.1)\n"
                  "  --foreign-inner-floor X  inner and last transliteration roles (M, N) of listed transliteration characters never seen in them (default 0.03; the general floor if higher)\n"
                  "  --foreign-surname-floor X  surname pseudo-count of listed transliteration characters (default 0: none)\n"
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"

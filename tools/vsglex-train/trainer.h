@@ -50,9 +50,10 @@ struct TrainOptions {
     double surnameFloorShare = 0.0;
     // Pseudo-count of the first-character role of a transliteration (L) for
     // characters of the transliteration lists never seen in it (0: none).
-    double foreignFirstFloor = 0.03;
-    // The same for the inner and last roles (M, N) of listed
-    // transliteration characters (at most the general floor applies).
+    double foreignFirstFloor = 0.1;
+    // Pseudo-count of the inner and last roles (M, N) of listed
+    // transliteration characters never seen in them (the general floor
+    // personRoleFloor when that is higher).
     double foreignInnerFloor = 0.03;
     // Surname pseudo-count (C) of a character of the transliteration lists
     // never seen as a surname (0: none): a lone two-character foreign name
