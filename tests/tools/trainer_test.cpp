@@ -3,6 +3,7 @@
 // binary forms.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -260,6 +261,7 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
         &ps[0]));
     vsgtest::TempDir dir;
     vsgtrain::TrainOptions opt;
+    opt.personLoneNames = 3;  // 晓明 alone stays plain characters
     DictionaryS d;
     ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
     // Lone tokens: their characters count only where they stand in a full
@@ -284,14 +286,14 @@ TEST(Trainer, LoneNameTokensTrainAsPlainCharacters) {
 TEST(Trainer, LoneTwoCharacterFullNamesTrainAsSurnameAndGivenName) {
     // 科恩 (given-name-like) and 库克 (transliterated) stand alone and are
     // never the given name after a surname: cut, only C F can join them.
-    // 泽民 follows 江 once and stays out of the name roles when alone.
+    // 泽民 follows 江 once; alone it trains as C F in mode 4 only.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  科恩/nr  说/v  ，/w  库克/nr  和/c  泽民/nr  同意/v  江/nr  泽民/nr  。/w", &ps[0]));
     std::vector<vsgtrain::Unit> units = vsgtrain::BuildUnits(ps[0]);
     EXPECT_EQ(units[3].roles, "LN");
     EXPECT_EQ(units[3].tag, 24);  // a two-character name is joined as a Chinese one
-    for (int mode : {3, 2, 0}) {
+    for (int mode : {4, 3, 2, 0}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personLoneNames = mode;
@@ -305,9 +307,11 @@ TEST(Trainer, LoneTwoCharacterFullNamesTrainAsSurnameAndGivenName) {
         EXPECT_EQ(RowValue(Find(d, "库"), 1, 2) == once, ku) << mode;
         EXPECT_EQ(RowValue(Find(d, "克"), 1, 5) == once, ku) << mode;
         EXPECT_EQ(RowValue(Find(d, "库"), 1, 11) == once, !ku) << mode;  // else L N
-        // 泽民 is counted once as D E, from 江泽民 only.
+        // 泽民 is counted once as D E, from 江泽民, and alone as C F in
+        // mode 4.
         EXPECT_FLOAT_EQ(RowValue(Find(d, "泽"), 1, 3), once) << mode;
-        EXPECT_TRUE(std::isnan(RowValue(Find(d, "泽"), 1, 2))) << mode;
+        EXPECT_EQ(RowValue(Find(d, "泽"), 1, 2) == once, mode >= 4) << mode;
+        EXPECT_EQ(RowValue(Find(d, "民"), 1, 5) == once, mode >= 4) << mode;
         DictionaryS_Free(&d);
     }
 }
@@ -463,6 +467,7 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
         vsgtrain::TrainOptions opt;
         opt.personFloorShare = k.share;
         opt.personFlatFloorTags = k.flatTags;
+        opt.foreignInnerFloor = 0.0;  // 来 is also a listed transliteration character
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         const DictSEntry *lai = Find(d, "来");
@@ -519,7 +524,9 @@ namespace {
 TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
     // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
     // never seen first and gets the pseudo-counts of roles L (11) and, when
-    // asked, C (2); 鹏 is not listed and gets none.
+    // asked, C (2); 鹏 is not listed and gets none. 斯 and 克, never inner
+    // or last, get the larger floor of M (12) and N (13); 鹏 the general
+    // one.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  克林顿/nr  说/v  斯/n  鹏/n  。/w", &ps[0]));
@@ -528,9 +535,17 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
         vsgtrain::TrainOptions opt;
         opt.foreignFirstFloor = floor;
         opt.foreignSurnameFloor = floor / 3;
+        opt.foreignInnerFloor = floor;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, 11), std::log(2.0f));
+        const float inner = std::log(static_cast<float>(std::max(floor, opt.personRoleFloor)));
+        for (int role : {12, 13}) {
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "斯"), 1, role), inner) << role;
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "克"), 1, role), inner) << role;
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "鹏"), 1, role), std::log(static_cast<float>(opt.personRoleFloor)))
+                << role;
+        }
         // The surname pseudo-count (C, 2) of the same characters: a lone
         // two-character foreign name (培根) trains as C F.
         for (int role : {11, 2}) {

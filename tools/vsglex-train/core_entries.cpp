@@ -38,6 +38,13 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
     return best >= 0 && vsg::IsFunctionOrPunctTag(best);
 }
 
+// Whether the most frequent part-of-speech tag of a word is a punctuation
+// mark.
+bool MainTagIsPunct(const std::map<int, int32_t> &pos) {
+    const int best = MainTag(pos);
+    return best >= 0 && vsg::IsPunctTag(best);
+}
+
 // Whether the most frequent tag of a word, its class name without the
 // "#k" of a one-word class, is one of the comma-separated `names`.
 bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
@@ -52,7 +59,7 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
 // 1 place, 2 organisation) from its role counts and returns its `stats`
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
-float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
+float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional, bool punct,
                bool flatGiven, bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
@@ -60,6 +67,16 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     for (const auto &rc : roles) {
         if (rc.first == defaults[set]) def = rc.second;
         else named.insert(rc);
+    }
+    // A punctuation mark closes a name about as often as a word does, but
+    // it is so frequent elsewhere that its own after-name count makes it
+    // evidence against a name ending before it (默克尔。). Its after-name
+    // role gets at least a share of its default count.
+    if (set == 0 && punct && opt.personPunctAfterShare > 0.0) {
+        const int32_t least = static_cast<int32_t>(opt.personPunctAfterShare * def);
+        int32_t &after = named[kPersonAfterRole];
+        after = std::max(after, least);
+        if (after == 0) named.erase(kPersonAfterRole);
     }
     for (const auto &rc : TopCounts(named, kMaxRows - 1))
         rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
@@ -75,9 +92,18 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A listed surname never seen as one (臧, 粟) gets a small surname
         // count: a flat surname floor on every character made names of
         // common characters before common words.
-        if (opt.surnameFloor > 0.0 && !named.count(kPersonSurnameRole) && IsSurnameChar(word) &&
-            ++n < static_cast<size_t>(kMaxRows))
-            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.surnameFloor)});
+        // A listed surname that is also a common word (经, 班, 盛) is seen
+        // as a surname far less often than it is used: its surname count
+        // grows with its default count.
+        const double surnameLeast =
+            IsSurnameChar(word) ? std::max(opt.surnameFloor, opt.surnameFloorShare * def) : 0.0;
+        if (surnameLeast > 0.0 && named.count(kPersonSurnameRole)) {
+            for (Row &r : *rows)
+                if (r.code == 1 && r.subCode == kPersonSurnameRole)
+                    r.value = std::max(r.value, LogCount(surnameLeast));
+        } else if (surnameLeast > 0.0 && ++n < static_cast<size_t>(kMaxRows)) {
+            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(surnameLeast)});
+        }
         // Likewise the first character of a transliteration: a listed
         // transliteration character may begin a foreign name the training
         // days never show.
@@ -107,9 +133,14 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // its own default count; the given-name floors grow with it.
         const double givenFloor =
             flatGiven ? opt.personRoleFloor : std::max(opt.personRoleFloor, opt.personFloorShare * def);
+        // A listed transliteration character may be the inner or last
+        // character of a foreign name the training days never show.
+        const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
         for (int r : kPersonFloorRoles) {
             const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
-            const double floor = given ? givenFloor : opt.personRoleFloor;
+            const double floor = given      ? givenFloor
+                                 : listedForeign ? std::max(opt.personRoleFloor, opt.foreignInnerFloor)
+                                                 : opt.personRoleFloor;
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({1, static_cast<uint8_t>(r), LogCount(floor)});
         }
@@ -254,7 +285,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             }
         } else {
             for (int set = 0; set < 3; ++set)
-                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), MainTagIsPunct(wc.pos),
                                             MainTagIn(wc.pos, opt.personFlatFloorTags),
                                             c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -25,14 +25,17 @@ void Usage() {
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
                  "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
-                 "  --person-lone-names 0|1|2|3  lone two-character names never seen as given names train as C F (1: first character a listed surname, 2: given-name-like ones, 3: these and transliterated ones; default 3)\n"
+                 "  --person-lone-names 0|1|2|3|4  lone two-character names never seen as given names train as C F (1: first character a listed surname, 2: given-name-like ones, 3: these and transliterated ones, 4: these and those seen as given names too; default 4)\n"
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
-                 "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.03)\n"
+                 "  --surname-floor-share X  a listed surname's count is at least X times its default count (default 0: off)\n"
+                 "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.1)\n"
+                 "  --foreign-inner-floor X  inner and last transliteration roles (M, N) of listed transliteration characters never seen in them (default 0.03; the general floor if higher)\n"
                  "  --foreign-surname-floor X  surname pseudo-count of listed transliteration characters (default 0: none)\n"
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
                  "  --person-before-name-share X  the same for characters seen before a name (default 0.01, 0: off)\n"
                  "  --person-place-end-share X  the same for characters seen ending a cut place (default 0: off)\n"
+                 "  --person-punct-after-share X  a punctuation mark's after-name count is at least X times its default count (default 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
@@ -131,10 +134,16 @@ int main(int argc, char **argv) {
             opt.personBeforeNameShare = std::atof(argv[++i]);
         } else if (a == "--person-place-end-share" && i + 1 < argc) {
             opt.personPlaceEndShare = std::atof(argv[++i]);
+        } else if (a == "--person-punct-after-share" && i + 1 < argc) {
+            opt.personPunctAfterShare = std::atof(argv[++i]);
         } else if (a == "--person-after-name-share" && i + 1 < argc) {
             opt.personAfterNameShare = std::atof(argv[++i]);
         } else if (a == "--person-context-floor" && i + 1 < argc) {
             opt.personContextFloor = std::atof(argv[++i]);
+        } else if (a == "--foreign-inner-floor" && i + 1 < argc) {
+            opt.foreignInnerFloor = std::atof(argv[++i]);
+        } else if (a == "--surname-floor-share" && i + 1 < argc) {
+            opt.surnameFloorShare = std::atof(argv[++i]);
         } else if (a == "--person-lone-names" && i + 1 < argc) {
             opt.personLoneNames = std::atoi(argv[++i]);
         } else if (a == "--person-flat-floor-tags" && i + 1 < argc) {

@@ -33,7 +33,7 @@ std::set<std::string> GivenNamesAfterSurname(const std::vector<std::vector<Unit>
 std::string LoneNameRoles(const Unit &u, const std::set<std::string> &givenNames, int mode) {
     if (mode <= 0 || u.kind != UnitKind::Person) return u.roles;
     if (u.roles != "DE" && !(mode >= 3 && u.roles == "LN")) return u.roles;
-    if (givenNames.count(u.text) != 0) return u.roles;
+    if (mode < 4 && givenNames.count(u.text) != 0) return u.roles;
     if (mode == 1 && !IsSurnameChar(SplitChars(u.text)[0])) return u.roles;
     return "CF";
 }

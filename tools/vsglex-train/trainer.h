@@ -45,9 +45,16 @@ struct TrainOptions {
     // Surname pseudo-count of a character of the surname list never seen as
     // a surname (0: no such rows).
     double surnameFloor = 0.03;
+    // A listed surname's count is at least this share of its default
+    // count (0: the floor above only).
+    double surnameFloorShare = 0.0;
     // Pseudo-count of the first-character role of a transliteration (L) for
     // characters of the transliteration lists never seen in it (0: none).
-    double foreignFirstFloor = 0.03;
+    double foreignFirstFloor = 0.1;
+    // Pseudo-count of the inner and last roles (M, N) of listed
+    // transliteration characters never seen in them (the general floor
+    // personRoleFloor when that is higher).
+    double foreignInnerFloor = 0.03;
     // Surname pseudo-count (C) of a character of the transliteration lists
     // never seen as a surname (0: none): a lone two-character foreign name
     // trains as C F, so an unseen one (培根) needs its first character as C.
@@ -60,6 +67,9 @@ struct TrainOptions {
     double personAfterNameShare = 0.005;
     // The same for a character seen before a name (role R).
     double personBeforeNameShare = 0.01;
+    // The after-name role (S) of a punctuation mark gets at least this
+    // share of its default count (0: its own count only).
+    double personPunctAfterShare = 0.0;
     // The same for a character seen ending a cut place (role V).
     double personPlaceEndShare = 0.0;
     // Place role data: pseudo-count of the roles of a suffixed place's
@@ -110,13 +120,14 @@ struct TrainOptions {
     double personContextFloor = 0.0003;
     // Person role data for a lone two-character name token that the
     // training days never show as the given name after a surname (科恩,
-    // 鲁迅, 利维; not 恩来, seen in 周恩来): cut into characters, such a
+    // 鲁迅, 利维; with mode 4 also 恩来, seen in 周恩来): cut into characters, such a
     // name can only be joined by the pattern C F (a transliteration needs
     // three slots), so it trains as C F instead of the plain default W W.
     // 0: never; 1: when its first character is a listed surname; 2: all
     // given-name-like tokens (D E); 3: these and the transliterated ones
-    // (L N).
-    int personLoneNames = 3;
+    // (L N); 4: these and the tokens also seen as a given name after a
+    // surname (恩来 alone, which new text writes the same way).
+    int personLoneNames = 4;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
