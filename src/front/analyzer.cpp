@@ -57,6 +57,7 @@ struct Shared {
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
+    bool placeSuffixes = true;  // VSGLEX_PLACE_SUFFIXES=0 (measurement switch): off
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -902,6 +903,32 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
 // join only one-character words, so the engine cannot. A transliterated
 // person name before such a word (帕米尔 高原, 巴尔干 半岛) is a place the
 // person recogniser took: it becomes a transliterated place.
+namespace {
+
+// One-character words that end a place name after an unknown stem (毛家 湾,
+// 赞皇 县): administrative units and features of the land.
+constexpr char kStemSuffixes[] =
+    "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2\xb4\xe5\xcd\xcd\xd7\xaf\xd5\xaf"  // 省市县区乡镇村屯庄寨
+    "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
+    "\xb8\xdb\xd6\xdd";                                                                   // 港州
+
+bool StemSuffix(const char *word, size_t length) {
+    if (length != 2) return false;
+    for (size_t k = 0; k + 1 < sizeof kStemSuffixes; k += 2)
+        if (word[0] == kStemSuffixes[k] && word[1] == kStemSuffixes[k + 1]) return true;
+    return false;
+}
+
+// True when GB text[0..length) is two or three Chinese characters.
+bool ShortChineseWord(const char *text, size_t length) {
+    if (length != 4 && length != 6) return false;
+    for (size_t i = 0; i < length; i += 2)
+        if (static_cast<unsigned char>(text[i]) < 0xB0 || static_cast<unsigned char>(text[i + 1]) < 0xA1) return false;
+    return true;
+}
+
+}  // namespace
+
 void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
     if (shared_.placeCompounds == 0 || spans.size() < 2) return;
     const std::string &gb = work_.gb;
@@ -909,6 +936,24 @@ void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         Span s = spans[i];
+        // A place word or a word the dictionary lacks, of two or three
+        // characters, and a one-character place suffix after it, are one
+        // place the corpus writes whole (板桥村, 毛家湾): the place
+        // recogniser joins single characters, not whole words.
+        if (shared_.placeSuffixes && i + 1 < spans.size() && s.first == s.last &&
+            (!IsNameTag(s.tag) || IsPlaceTag(s.tag)) && untouched(s)) {
+            const Span &next = spans[i + 1];
+            const Item &a = items_[s.first];
+            const Item &b = items_[next.first];
+            if (next.first == next.last && a.sentence == b.sentence && b.start == a.start + a.length &&
+                untouched(next) && StemSuffix(gb.data() + b.start, b.length) &&
+                ShortChineseWord(gb.data() + a.start, a.length) &&
+                (IsPlaceTag(s.tag) || CoreWordCount(&shared_.engine->models(), gb.data() + a.start, a.length) == 0.0)) {
+                spans[out++] = Span{s.first, next.last, kPlaceTag};
+                ++i;
+                continue;
+            }
+        }
         const bool head = IsPlaceTag(s.tag) || (shared_.placeCompounds >= 2 && s.tag == kForeignPersonTag);
         if (head && i + 1 < spans.size() && untouched(s)) {
             const Span &next = spans[i + 1];
@@ -1086,6 +1131,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->knownPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_KNOWN_COMPOUNDS"); v != nullptr && *v != '\0')
         set->knownCompounds = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')
+        set->placeSuffixes = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);

@@ -263,6 +263,23 @@ TEST_F(WordFormsApiTest, NamesHoldNeitherWhiteSpaceNorMarks) {
     EXPECT_NE((" " + Texts(w)).find(" 约翰·史密斯 "), std::string::npos) << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, PlaceAndOneCharacterSuffixAreOnePlace) {
+    // A place word and a one-character place suffix are one place, whole in
+    // both views; a suffix word of two characters, a known common word
+    // before a suffix and words apart in given cut text stay as they are.
+    const std::string text = "船从西安港开往长江岛，他们在新疆山区，他来自蒲公英村。";
+    for (bool pieces : {false, true}) {
+        auto w = Words(text, pieces);
+        for (const char *want : {"西安港/ns", "长江岛/ns", "新疆/ns", "山区/n", "蒲公英/n"})
+            EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    }
+    vsglex_result *r = nullptr;
+    const std::string cut = "船 从 西安 港 开往 长江 岛";
+    ASSERT_EQ(vsglex_analyze(handle_, cut.data(), cut.size(), VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT, &r), VSGLEX_OK);
+    EXPECT_EQ(r->word_count, 7u);
+    vsglex_result_free(r);
+}
+
 TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
     const char *pairs[][2] = {
         {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},
