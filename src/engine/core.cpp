@@ -3,6 +3,7 @@
 // TagWords, which reports its result as spans of input words.
 #include "engine/core.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "common/gbtext.h"
+#include "common/huge_pages.h"
 #include "common/tagset.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
@@ -114,7 +116,7 @@ private:
     const DictSEntry *entries_ = nullptr;
     int32_t count_ = 0;
     const DictBucket *buckets_ = nullptr;
-    std::vector<Slot> slots_;
+    vsg::HugeTable<Slot> slots_;
     size_t mask_ = 0;
 };
 
@@ -430,6 +432,24 @@ bool IsBoundaryRecord(const SpanWord &w) {
            (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
+// The dictionary's entry table, and the span of the heap its words and rows
+// were allocated in one after another while loading, read at random by
+// every call: backed by large pages where the system allows.
+void BackDictionary(const DictionaryS &core) {
+    if (core.entries == nullptr || core.count <= 0) return;
+    vsg::BackWithHugePages(core.entries, core.entries + core.count);
+    uintptr_t low = UINTPTR_MAX, high = 0;
+    for (int32_t e = 0; e < core.count; ++e) {
+        const DictSEntry &entry = core.entries[e];
+        for (const void *p : {static_cast<const void *>(entry.word), static_cast<const void *>(entry.posList)}) {
+            if (p == nullptr) continue;
+            low = std::min(low, reinterpret_cast<uintptr_t>(p));
+            high = std::max(high, reinterpret_cast<uintptr_t>(p));
+        }
+    }
+    if (low < high) vsg::BackWithHugePages(reinterpret_cast<const void *>(low), reinterpret_cast<const void *>(high));
+}
+
 void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }
 
 EngineTablesPtr BuildTables(const SegmentEngine &models) {
@@ -438,6 +458,7 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
     for (int t = 0; t < 4; ++t)
         if (!tables->byType[t].Build(models.core, models.tagModels[t].model, t)) return nullptr;
     if (!tables->core.Build(models.core)) return nullptr;
+    BackDictionary(models.core);
     return tables;
 }
 
