@@ -455,8 +455,10 @@ void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables
 EngineTablesPtr BuildTables(const SegmentEngine &models) {
     EngineTablesPtr tables(new (std::nothrow) EngineTables);
     if (tables == nullptr) return nullptr;
-    for (int t = 0; t < 4; ++t)
-        if (!tables->byType[t].Build(models.core, models.tagModels[t].model, t)) return nullptr;
+    const ContextStat *const sets[vsg::tagging::SpanTables::kSets] = {
+        &models.tagModels[0].model, &models.tagModels[1].model, &models.tagModels[2].model,
+        &models.tagModels[3].model};
+    if (!vsg::tagging::SpanTables::BuildSets(tables->byType, models.core, sets)) return nullptr;
     if (!tables->core.Build(models.core)) return nullptr;
     BackDictionary(models.core);
     return tables;
@@ -539,12 +541,11 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
         }
         // Where the span tables keep these entries' candidates, read when
-        // the chunk is tagged. (Prefetching the candidates themselves as
-        // well, which needs these places, cost more instructions than it
-        // saved time.)
+        // the chunk is tagged: the places of all four sets sit together.
+        // (Prefetching the candidates themselves as well, which needs these
+        // places, cost more instructions than it saved time.)
         if (index != nullptr) {
-            for (int t = 0; t < 4; ++t)
-                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
+            for (int32_t k = 1; k <= words; ++k) tables->byType[0].PrefetchPlace(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;
