@@ -31,6 +31,16 @@ inline bool IsWideMark(const char *marks, const char *s) {
     return false;
 }
 
+// Which bytes open one of a list of two-byte marks: most characters of a
+// text are ruled out by one look-up.
+struct MarkLeads {
+    bool lead[256];
+    constexpr explicit MarkLeads(const char *marks) : lead() {
+        for (const char *m = marks; *m != '\0'; m += 2) lead[static_cast<unsigned char>(*m)] = true;
+    }
+};
+inline constexpr MarkLeads kEndMarkLeads{vsg::text::kSentenceEndMarks};
+
 // The sentences of paragraph bytes [0, m) (no NUL among them): calls
 // sentence(from, to, sentenceNo) for each, in order. A lead byte standing
 // last is read with a NUL as its trail byte, as in a terminated copy.
@@ -55,7 +65,8 @@ void SplitParagraph(const char *paragraph, long m, Sentence &&sentence) {
         const unsigned b = Byte(paragraph, i);
         long end = -1;  // one past a sentence end mark
         if (b >= 0x80) {
-            if (i + 1 < m && IsWideMark(vsg::text::kSentenceEndMarks, paragraph + i)) end = i + 2;
+            if (kEndMarkLeads.lead[b] && i + 1 < m && IsWideMark(vsg::text::kSentenceEndMarks, paragraph + i))
+                end = i + 2;
             i += 2;
         } else {
             if (b == '!' || b == '?' || b == ';') {
