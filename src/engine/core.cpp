@@ -3,6 +3,7 @@
 // TagWords, which reports its result as spans of input words.
 #include "engine/core.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "common/gbtext.h"
+#include "common/huge_pages.h"
 #include "common/tagset.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
@@ -114,7 +116,7 @@ private:
     const DictSEntry *entries_ = nullptr;
     int32_t count_ = 0;
     const DictBucket *buckets_ = nullptr;
-    std::vector<Slot> slots_;
+    vsg::HugeTable<Slot> slots_;
     size_t mask_ = 0;
 };
 
@@ -430,14 +432,35 @@ bool IsBoundaryRecord(const SpanWord &w) {
            (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
+// The dictionary's entry table, and the span of the heap its words and rows
+// were allocated in one after another while loading, read at random by
+// every call: backed by large pages where the system allows.
+void BackDictionary(const DictionaryS &core) {
+    if (core.entries == nullptr || core.count <= 0) return;
+    vsg::BackWithHugePages(core.entries, core.entries + core.count);
+    uintptr_t low = UINTPTR_MAX, high = 0;
+    for (int32_t e = 0; e < core.count; ++e) {
+        const DictSEntry &entry = core.entries[e];
+        for (const void *p : {static_cast<const void *>(entry.word), static_cast<const void *>(entry.posList)}) {
+            if (p == nullptr) continue;
+            low = std::min(low, reinterpret_cast<uintptr_t>(p));
+            high = std::max(high, reinterpret_cast<uintptr_t>(p));
+        }
+    }
+    if (low < high) vsg::BackWithHugePages(reinterpret_cast<const void *>(low), reinterpret_cast<const void *>(high));
+}
+
 void EngineTablesDeleter::operator()(EngineTables *tables) const { delete tables; }
 
 EngineTablesPtr BuildTables(const SegmentEngine &models) {
     EngineTablesPtr tables(new (std::nothrow) EngineTables);
     if (tables == nullptr) return nullptr;
-    for (int t = 0; t < 4; ++t)
-        if (!tables->byType[t].Build(models.core, models.tagModels[t].model, t)) return nullptr;
+    const ContextStat *const sets[vsg::tagging::SpanTables::kSets] = {
+        &models.tagModels[0].model, &models.tagModels[1].model, &models.tagModels[2].model,
+        &models.tagModels[3].model};
+    if (!vsg::tagging::SpanTables::BuildSets(tables->byType, models.core, sets)) return nullptr;
     if (!tables->core.Build(models.core)) return nullptr;
+    BackDictionary(models.core);
     return tables;
 }
 
@@ -518,12 +541,11 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
         }
         // Where the span tables keep these entries' candidates, read when
-        // the chunk is tagged. (Prefetching the candidates themselves as
-        // well, which needs these places, cost more instructions than it
-        // saved time.)
+        // the chunk is tagged: the places of all four sets sit together.
+        // (Prefetching the candidates themselves as well, which needs these
+        // places, cost more instructions than it saved time.)
         if (index != nullptr) {
-            for (int t = 0; t < 4; ++t)
-                for (int32_t k = 1; k <= words; ++k) tables->byType[t].PrefetchPlace(found[k]);
+            for (int32_t k = 1; k <= words; ++k) tables->byType[0].PrefetchPlace(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;

@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/sentences.h"
 #include "common/tagset.h"
 #include "engine/instance.h"
 #include "front/analyzer.h"
@@ -270,17 +271,23 @@ void Analysis::Line(size_t begin, size_t end) {
     if (atoms_.empty()) return;
     bool precut = (flags_ & VSGLEX_PRECUT) != 0;
 
-    // Sentence starts of the line from the sentence splitter.
+    // Sentence starts of the line: those of the text utilities' sentence
+    // list of the line (up to its first NUL), taken as offsets without
+    // building the list.
     cuts_.clear();
     if (!precut) {
-        char saved = end < gb.size() ? gb[end] : '\0';
-        if (end < gb.size()) gb[end] = '\0';
-        SentenceList *list = TEXT_GetSens(gb.data() + begin);
-        if (end < gb.size()) gb[end] = saved;
-        if (list != nullptr) {
-            for (int32_t k = 0; k < list->count; ++k) cuts_.push_back(static_cast<uint32_t>(begin + list->items[k].offset));
-            TEXT_SensResultFree(list);
-        }
+        const char *text = gb.data() + begin;
+        const long n = static_cast<long>(strnlen(text, end - begin));
+        vsg::sentences::ListedSentenceStarts(
+            text, n, [&](long from) { cuts_.push_back(static_cast<uint32_t>(begin + static_cast<size_t>(from))); },
+            [&]() -> size_t {
+                // The count reads the line as a string.
+                const char saved = end < gb.size() ? gb[end] : '\0';
+                if (end < gb.size()) gb[end] = '\0';
+                const size_t marks = TEXT_GetSensNum(text);
+                if (end < gb.size()) gb[end] = saved;
+                return marks;
+            });
     }
 
     size_t nextCut = 0;

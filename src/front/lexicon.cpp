@@ -75,7 +75,7 @@ const Lexicon::Slot *Lexicon::Find(uint32_t hash, const char *key, size_t length
 }
 
 void Lexicon::Grow() {
-    std::vector<Slot> old;
+    vsg::HugeTable<Slot> old;
     old.swap(slots_);
     slots_.assign(old.empty() ? 1024 : old.size() * 2, Slot{0, 0, 0, 0, 0, 0, 0.0f});
     size_t mask = slots_.size() - 1;

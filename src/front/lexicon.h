@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/huge_pages.h"
 #include "front/atoms.h"
 #include "vsglex/model.h"
 
@@ -110,7 +111,7 @@ private:
     // that misses here needs no look-up in the (larger) table.
     bool MayHold(uint32_t hash) const;
 
-    std::vector<Slot> slots_;
+    vsg::HugeTable<Slot> slots_;
     std::string keys_;
     std::vector<float> directCost_;     // cost of a one-atom word, or -1
     std::vector<uint8_t> directLonger_; // 1 if a longer key begins with the atom

@@ -332,7 +332,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         }
     // One pass over the file's slots checks each, copies it (its offset
     // moved behind the zero rows) and marks its fingerprint present.
-    std::vector<uint64_t> slots;
+    vsg::HugeTable<uint64_t> slots;
     slots.reserve(nSlots);
     present_.assign((size_t{1} << kPresentBits) / 64, 0);
     const uint8_t *slotBytes = data + kHeaderBytes;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "common/huge_pages.h"
 #include "front/atoms.h"
 #include "front/lexicon.h"
 
@@ -215,8 +216,8 @@ private:
     // Offset of a key's weights in weights_, or kNone.
     uint32_t OffsetOf(uint64_t key) const;
 
-    std::vector<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
-    std::vector<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
+    vsg::HugeTable<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
+    vsg::HugeTable<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
     // Weight offsets (or kNone) of the unigrams of one- and two-byte atoms
     // (by their bytes), of the four padding atoms, and of the class and
     // dictionary templates by value.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "common/huge_pages.h"
 #include "vsglex/model.h"
 #include "vsglex/types.h"
 
@@ -15,10 +16,24 @@ namespace vsg::tagging {
 // The tables of one tag set over one core dictionary and one context model.
 class SpanTables {
 public:
-    // Builds the tables of tag set `set` (0 part of speech, 1-3 the name
-    // role sets) from `core` and `model`, which must outlive them and not
-    // change. False when memory runs out (the tables are then unusable).
+    // The tag sets an engine tags with: 0 part of speech, 1-3 the name
+    // role sets.
+    static constexpr int kSets = 4;
+
+    SpanTables() = default;
+    SpanTables(const SpanTables &) = delete;
+    SpanTables &operator=(const SpanTables &) = delete;
+
+    // Builds the tables of tag set `set` from `core` and `model`, which
+    // must outlive them and not change. False when memory runs out (the
+    // tables are then unusable).
     bool Build(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
+    // Builds the tables of the kSets sets (set t from models[t]) in one
+    // block held by sets[0], each entry's candidate places of all sets side
+    // by side: one cache line gives a word's places in every set, and the
+    // block sits in large pages. The same tables as Build gives per set.
+    static bool BuildSets(SpanTables (&sets)[kSets], const DictionaryS &core,
+                          const ContextStat *const (&models)[kSets]) noexcept;
     // True when built from exactly these records as they are now.
     bool BuiltFrom(const DictionaryS &core, const ContextStat &model) const {
         return built_ && core_ == &core && entries_ == core.entries && count_ == core.count &&
@@ -37,7 +52,7 @@ public:
     const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
-    // `limit`, in row order) when `w` carries its entry (see MarkEntry);
+    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry);
     // false when it does not, and the rows must be read. At least 16 tags
     // and an even number of costs can be read from where they start (the
     // following entries' candidates, or padding), for block copies.
@@ -46,22 +61,36 @@ public:
         if (at >= static_cast<uint32_t>(count_) || entries_[at].posList != w.posList ||
             entries_[at].posCount != w.posCount)
             return false;
-        const uint32_t first = first_[at];
-        *tags = tags_.data() + first;
-        *costs = costs_.data() + first;
-        *n = static_cast<int32_t>(first_[at + 1] - first);
+        // Entry e's candidates of this set are [places_[e * stride_],
+        // places_[e * stride_ + 1]) of tags_/costs_.
+        const uint32_t *place = places_ + static_cast<size_t>(at) * stride_;
+        const uint32_t first = place[0];
+        *tags = tags_ + first;
+        *costs = costs_ + first;
+        *n = static_cast<int32_t>(place[1] - first);
         return true;
     }
 
-    // Start loading where Cands finds core entry `at`'s candidates.
+    // Start loading where Cands finds core entry `at`'s candidates (after
+    // BuildSets, those of every set).
     void PrefetchPlace(uint32_t at) const {
-        if (at < first_.size()) __builtin_prefetch(&first_[at]);
+        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + static_cast<size_t>(at) * stride_);
     }
 
     // Tags readable past the last entry's candidates.
     static constexpr size_t kCopyPad = 16;
 
 private:
+    // Sets the fields and cost rows of one set; false when memory runs out.
+    bool Start(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
+    // Candidates entry e has in this set.
+    int32_t CandCount(const DictSEntry &entry) const;
+    // Appends entry e's candidates of this set at tags/costs; returns how many.
+    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, double *costs) const;
+    // Builds `count` sets, which Start has prepared, in one block held by
+    // sets[0].
+    static bool Fill(SpanTables *sets, int count) noexcept;
+
     bool built_ = false;
     const DictionaryS *core_ = nullptr;
     const DictSEntry *entries_ = nullptr;
@@ -74,10 +103,13 @@ private:
     const double *rows_[256] = {};
     const double *wide_[256] = {};
     std::vector<double> wideCosts_;  // the model's rows, widened
-    // Entry e's candidates are [first_[e], first_[e + 1]) of tags_/costs_.
-    std::vector<uint32_t> first_;
-    std::vector<uint8_t> tags_;
-    std::vector<double> costs_;
+    // Where the candidates are (in the block of the set that holds it).
+    const uint32_t *places_ = nullptr;
+    size_t stride_ = 1;
+    const uint8_t *tags_ = nullptr;
+    const double *costs_ = nullptr;
+    // The block: places, costs, tags (see Fill).
+    vsg::HugeTable<uint64_t> block_;
 };
 
 // Records in `w` that it holds the rows of core-dictionary entry `at`, so

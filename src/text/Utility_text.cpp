@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "common/gb_lists.h"
+#include "common/sentences.h"
 #include "text/text_internal.h"
 #include "vsglex/utility.h"
 
@@ -22,16 +23,6 @@ static_assert(sizeof(PartEntry) == 16, "PartEntry size");
 static_assert(offsetof(PartEntry, flag) == 8, "PartEntry.flag");
 
 namespace {
-
-// Sentence splitting limits: a sentence is cut once it reaches kSentenceCut
-// bytes without an end mark; sentences and paragraphs longer than the
-// working buffers (511 and 8,191 bytes) are not saved.
-constexpr long kSentenceCut = 503;
-constexpr long kSentenceMax = 511;
-constexpr long kParagraphCut = 8064;
-constexpr long kParagraphMax = 8191;
-
-bool IsBreak(unsigned b) { return b == '\r' || b == '\n'; }
 
 // Capacities of the sentence arrays TEXT_GetSens allocated, by array address.
 // The list record hosts see holds only the array and the count, so a list a
@@ -64,36 +55,15 @@ SentenceArrays &LibraryArrays() {
     return *arrays;
 }
 
-// True when the two bytes at s are one of the two-byte marks of `marks`.
-bool IsWideMark(const char *marks, const char *s) {
-    for (const char *m = marks; *m != '\0'; m += 2)
-        if (m[0] == s[0] && m[1] == s[1]) return true;
-    return false;
-}
-
-// Saves bytes [from, to) of a paragraph as one sentence through a buffer of
-// kSentenceMax + 1 bytes. Empty ranges (after a doubled start) save nothing.
-void SaveSentence(const char *para, long from, long to, uint32_t offset, uint32_t &sentenceNo,
+// Saves bytes [from, to) of a text as one sentence (of at most kSentenceMax
+// bytes, as the splitter reports them).
+void SaveSentence(const char *text, long from, long to, uint32_t offset, uint32_t sentenceNo,
                   uint32_t paragraphNo, SentenceList *list) {
+    char buf[vsg::sentences::kSentenceMax + 1];
     const long len = to - from;
-    if (len <= 0 || len > kSentenceMax) return;
-    char buf[kSentenceMax + 1];
-    std::memcpy(buf, para + from, static_cast<size_t>(len));
-    buf[len] = '\0';
-    TEXT_SaveSenResult(buf, offset + static_cast<uint32_t>(from), sentenceNo, paragraphNo, list);
-    ++sentenceNo;
-}
-
-// Saves text bytes [from, to) as one paragraph through a buffer of
-// kParagraphMax + 1 bytes; longer paragraphs are not saved.
-void SaveParagraph(const char *text, long from, long to, uint32_t paragraphNo, SentenceList *list) {
-    const long len = to - from;
-    if (len < 0 || len > kParagraphMax) return;
-    static_assert(kParagraphMax + 1 == 8192, "paragraph buffer");
-    char buf[kParagraphMax + 1];
     std::memcpy(buf, text + from, static_cast<size_t>(len));
     buf[len] = '\0';
-    TEXT_SaveSens(buf, static_cast<uint32_t>(from), paragraphNo, list);
+    TEXT_SaveSenResult(buf, offset, sentenceNo, paragraphNo, list);
 }
 
 bool IsFieldSeparator(unsigned b) { return b == ' ' || b == '\t' || b == '\n' || b == '\r'; }
@@ -231,37 +201,9 @@ int32_t TEXT_SaveSenResult(const char *sentence, uint32_t offset, uint32_t sente
 int32_t TEXT_SaveSens(const char *paragraph, uint32_t offset, uint32_t paragraphNo, SentenceList *list) {
     if (paragraph == nullptr || list == nullptr) return -1;
     const long m = static_cast<long>(std::strlen(paragraph));
-    uint32_t sentenceNo = 0;
-    long start = 0;
-    long i = 0;
-    while (i < m) {
-        if (i - start >= kSentenceCut) {
-            // Forced cut; the next sentence starts at twice the cut position,
-            // and marks before that start save nothing.
-            SaveSentence(paragraph, start, i, offset, sentenceNo, paragraphNo, list);
-            start = 2 * i;
-        }
-        const unsigned b = Byte(paragraph, static_cast<size_t>(i));
-        long end = -1;  // one past a sentence end mark
-        if (IsLeadByte(b)) {
-            if (IsWideMark(kSentenceEndMarks, paragraph + i)) end = i + 2;
-            i += 2;
-        } else {
-            if (b == '!' || b == '?' || b == ';') {
-                end = i + 1;
-            } else if (b == '.' && i + 1 < m) {
-                const unsigned next = Byte(paragraph, static_cast<size_t>(i + 1));
-                if (IsLeadByte(next) || std::isupper(static_cast<int>(next))) end = i + 1;
-            }
-            ++i;
-        }
-        if (end > start) {
-            SaveSentence(paragraph, start, end, offset, sentenceNo, paragraphNo, list);
-            start = end;
-        }
-    }
-    if (m - start >= 1 && m - start <= kSentenceMax)
-        SaveSentence(paragraph, start, m, offset, sentenceNo, paragraphNo, list);
+    vsg::sentences::SplitParagraph(paragraph, m, [&](long from, long to, uint32_t sentenceNo) {
+        SaveSentence(paragraph, from, to, offset + static_cast<uint32_t>(from), sentenceNo, paragraphNo, list);
+    });
     return 1;
 }
 
@@ -272,7 +214,7 @@ uint32_t TEXT_GetSensNum(const char *text) {
     for (size_t i = 0; i < n;) {
         const unsigned b = Byte(text, i);
         if (IsLeadByte(b)) {
-            if (IsWideMark(kSentenceCountMarks, text + i)) ++count;
+            if (vsg::sentences::IsWideMark(kSentenceCountMarks, text + i)) ++count;
             i += 2;
         } else {
             if (std::strchr("!?|;:.,", static_cast<int>(b)) != nullptr) ++count;
@@ -299,38 +241,9 @@ SentenceList *TEXT_GetSens(const char *text) {
         return list;
     }
 
-    long i = 0;
-    while (i < n && (IsBreak(Byte(text, i)) || text[i] == ' ' || text[i] == '\t')) ++i;
-    long s = i;  // start of the pending paragraph
-    uint32_t paragraphNo = 0;
-    while (i < n) {
-        const unsigned b = Byte(text, static_cast<size_t>(i));
-        if (IsLeadByte(b)) {
-            i += 2;
-            if (i - s > kParagraphCut) {
-                // Forced cut; the next paragraph starts at twice the position.
-                SaveParagraph(text, s, i, paragraphNo++, list);
-                s = 2 * i;
-            }
-        } else if (IsBreak(b)) {
-            const long p = i;
-            if (p >= s) {  // breaks before a doubled start are ignored
-                const bool ends =
-                    (p >= 1 && charType(text + p - 1) == CT_SINGLE_DELIMITER) ||
-                    (p >= 2 && charType(text + p - 2) == CT_DELIMITER) ||
-                    (p + 1 < n && p - s <= kParagraphMax &&
-                     (text[p + 1] == '\t' || text[p + 1] == ' ' || IsBreak(Byte(text, p + 1))));
-                if (ends) {
-                    SaveParagraph(text, s, p, paragraphNo++, list);
-                    s = p;
-                }
-            }
-            while (i < n && IsBreak(Byte(text, static_cast<size_t>(i)))) ++i;
-        } else {
-            ++i;
-        }
-    }
-    if (s <= n && n - s <= kParagraphMax) SaveParagraph(text, s, n, paragraphNo, list);
+    vsg::sentences::SplitText(text, n, [&](long from, long to, uint32_t sentenceNo, uint32_t paragraphNo) {
+        SaveSentence(text, from, to, static_cast<uint32_t>(from), sentenceNo, paragraphNo, list);
+    });
     return list;
 }
 

@@ -74,6 +74,7 @@ const char kFallback[] =
 struct Fixture {
     std::unique_ptr<vsg::engine::Engine> engine;
     vsg::tagging::SpanTables tables[4];
+    vsg::tagging::SpanTables shared[4];  // the four sets in one block, as an engine builds them
     std::vector<std::vector<Tagged>> sentences;
 
     bool Load() {
@@ -84,6 +85,8 @@ struct Fixture {
         if (engine == nullptr) return false;
         for (int t = 0; t < 4; ++t)
             if (!tables[t].Build(core(), model(t), t)) return false;
+        const ContextStat *const models[4] = {&model(0), &model(1), &model(2), &model(3)};
+        if (!vsg::tagging::SpanTables::BuildSets(shared, core(), models)) return false;
         std::ifstream corpus(std::string(source) + "/../shared/corpus/pfr-1998-01/train-22-28.txt");
         std::istringstream fallback(kFallback);
         sentences = corpus ? ReadSentences(corpus, 6000) : ReadSentences(fallback, 100);
@@ -186,7 +189,8 @@ TEST(PosSteps, OneSlotRunsLeaveTagsAndSpanAsThePlainPath) {
 }
 
 // The fill of every tag type gives each slot the same candidates and costs
-// (bit for bit) from the tables as from the dictionary rows.
+// (bit for bit) from the tables, built per set or the four sets in one
+// block, as from the dictionary rows.
 TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
     Fixture f;
     if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
@@ -196,8 +200,9 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
     size_t pairs = 0, compared = 0;
     for (size_t s = 0; s < f.sentences.size(); s += 3) {
         std::vector<SpanWord> words = f.Words(s, rng, &pairs);
-        for (int t = 0; t < 4; ++t) {
-            SpanPtr fromTables = NewSpan(f.model(t), &f.tables[t], static_cast<uint32_t>(t));
+        for (int tt = 0; tt < 8; ++tt) {
+            const int t = tt % 4;
+            SpanPtr fromTables = NewSpan(f.model(t), tt < 4 ? &f.tables[t] : &f.shared[t], static_cast<uint32_t>(t));
             SpanPtr fromRows = NewSpan(f.model(t), nullptr, static_cast<uint32_t>(t));
             ASSERT_TRUE(fromTables && fromRows);
             int32_t start = 0;

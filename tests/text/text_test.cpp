@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "common/sentences.h"
 #include "support/support.h"
 #include "text_util.h"
 #include "vsglex/utility.h"
@@ -373,4 +374,36 @@ TEST(Files, LinesPathsWholeFilesAndEnvironment) {
     count = -5;
     EXPECT_EQ(VSG_GetEnvVaule("", &count), nullptr);
     EXPECT_EQ(count, -5);
+}
+
+// The offsets-only walk the front end uses gives the starts of exactly the
+// sentences the list holds: on texts of end marks, breaks, spaces, long runs
+// (forced sentence and paragraph cuts, doubled starts), a lead byte standing
+// last, and more sentences than the list has room for.
+TEST(Sentences, OffsetWalkGivesTheListsStarts) {
+    const std::string pieces[] = {"a", "A", ".", "!", ";", ",", "\r", "\n", " ", "\t", "b\r\r", G("。"), G("，"),
+                                  G("字"), std::string("\xA1"), std::string("\xA3\xB1"), std::string(40, 'x'),
+                                  std::string(300, 'y'), G("长") + std::string(600, 'z'), std::string(1200, '\xB0')};
+    uint32_t seed = 12345;
+    auto next = [&seed]() { return (seed = seed * 1103515245u + 12345u) >> 8; };
+    for (int round = 0; round < 400; ++round) {
+        std::string text;
+        // Every fourth text: many short paragraphs, whose sentences end at
+        // no mark, with a few marks; more sentences than the list's room.
+        const bool dense = round % 4 == 0;
+        const size_t parts = 1 + next() % (dense ? 3000 : 60);
+        for (size_t k = 0; k < parts; ++k) {
+            const uint32_t r = next();
+            text += dense ? (r % 8 == 0 ? "!" : r % 8 < 3 ? "a" : "b\r\r") : pieces[r % std::size(pieces)];
+        }
+        if (round % 3 == 0) text += '\xB0';  // a lead byte standing last
+        std::vector<uint32_t> listed;
+        for (const Sentence &s : Split(text)) listed.push_back(s.offset);
+        std::vector<uint32_t> walked;
+        auto exact = Exact(text);
+        vsg::sentences::ListedSentenceStarts(
+            exact.get(), static_cast<long>(text.size()), [&](long from) { walked.push_back(static_cast<uint32_t>(from)); },
+            [&]() -> size_t { return TEXT_GetSensNum(exact.get()); });
+        ASSERT_EQ(walked, listed) << "round " << round << ", " << text.size() << " bytes";
+    }
 }
