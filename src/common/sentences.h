@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/char_class.h"
 #include "common/gb_lists.h"
 #include "vsglex/utility.h"
 
@@ -115,8 +116,8 @@ void SplitText(const char *text, long n, Sentence &&sentence) {
         } else if (IsBreak(b)) {
             const long p = i;
             if (p >= s) {  // breaks before a doubled start are ignored
-                const bool ends = (p >= 1 && charType(text + p - 1) == CT_SINGLE_DELIMITER) ||
-                                  (p >= 2 && charType(text + p - 2) == CT_DELIMITER) ||
+                const bool ends = (p >= 1 && vsg::CharClass(text + p - 1) == CT_SINGLE_DELIMITER) ||
+                                  (p >= 2 && vsg::CharClass(text + p - 2) == CT_DELIMITER) ||
                                   (p + 1 < n && p - s <= kParagraphMax &&
                                    (text[p + 1] == '\t' || text[p + 1] == ' ' || IsBreak(Byte(text, p + 1))));
                 if (ends) {

@@ -5,20 +5,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/char_class.h"
 #include "text/text_internal.h"
 #include "vsglex/utility.h"
 
 using vsg::text::Byte;
+using vsg::IsWideLetterTrail;
 using vsg::text::IsChineseLead;
 
 namespace {
 
-// The 18 single-byte delimiters, in the order of the class definition.
-constexpr char kSingleDelimiters[] = ".,;:?!%(){+}[]/=\"'";
-
 bool IsAsciiLetter(unsigned b) { return (b >= 'a' && b <= 'z') || (b >= 'A' && b <= 'Z'); }
-
-bool IsWideLetterTrail(unsigned b) { return (b >= 0xC1 && b <= 0xDA) || (b >= 0xE1 && b <= 0xFA); }
 
 // Writes one line "<b1><b2>,<b1>,<b2>" per code of the given ranges.
 int32_t WriteCodeTable(const char *path, unsigned firstLead) {
@@ -36,23 +33,7 @@ int32_t WriteCodeTable(const char *path, unsigned firstLead) {
 
 extern "C" {
 
-int32_t charType(const char *s) {
-    const unsigned b0 = Byte(s, 0);
-    if (b0 < 0x80) {
-        // strchr also finds the terminator, so the empty string is class 12.
-        if (std::strchr(kSingleDelimiters, static_cast<int>(b0)) != nullptr) return CT_SINGLE_DELIMITER;
-        return (b0 >= '0' && b0 <= '9') ? CT_SINGLE_NUM : CT_SINGLE;
-    }
-    if (b0 == 0xA2) return CT_INDEX;
-    if (b0 == 0xA3) {
-        const unsigned b1 = Byte(s, 1);
-        if (b1 >= 0xB0 && b1 <= 0xB9) return CT_NUM;
-        if (IsWideLetterTrail(b1)) return CT_LETTER;
-        return CT_DELIMITER;
-    }
-    if (b0 == 0xA1) return CT_DELIMITER;
-    return IsChineseLead(b0) ? CT_CHINESE : CT_OTHER;
-}
+int32_t charType(const char *s) { return vsg::CharClass(s); }
 
 int32_t Getchar(const char *src, char *out) {
     out[0] = src[0];
