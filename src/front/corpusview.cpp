@@ -149,6 +149,13 @@ double NameNeighbours::PlaceEvidence(std::string_view before, std::string_view a
     return evidence;
 }
 
+double NameNeighbours::BeforePerson(std::string_view word) const {
+    auto it = words_.find(std::string(word));
+    return it == words_.end() ? 0.0 : it->second.beforePerson;
+}
+
+bool IsTransliterationChar(const char *p) { return InList(text::kForeignSetA, p) || InList(text::kForeignSetB, p); }
+
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
                   const PieceTags &tags, std::vector<Piece> &out) {
     auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };

@@ -99,6 +99,9 @@ public:
     // string with the word `before` right before it and `after` right after
     // it (either may be empty: no evidence from that side).
     double PlaceEvidence(std::string_view before, std::string_view after) const;
+    // Times the word stood right before a transliterated person name in the
+    // training days (总统 普京); 0 for a word not counted.
+    double BeforePerson(std::string_view word) const;
 
 private:
     struct Counts {
@@ -107,6 +110,10 @@ private:
     std::unordered_map<std::string, Counts> words_;
     Counts totals_;
 };
+
+// Whether the two-byte GB character at p is one of the transliteration
+// characters (the general list or the second style's).
+bool IsTransliterationChar(const char *p);
 
 // Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`
 // holds the ends (byte offsets in the word) of the cut words the engine

@@ -280,6 +280,16 @@ TEST_F(WordFormsApiTest, PlaceAndOneCharacterSuffixAreOnePlace) {
     vsglex_result_free(r);
 }
 
+TEST_F(WordFormsApiTest, ForeignNameOfTwoCharactersAfterATitle) {
+    // After a word that mostly stands before foreign persons, two
+    // transliteration characters are one name; other words after such a
+    // title, and the same characters elsewhere, stay as they are.
+    auto w = Words("俄罗斯总统普京会见了他。");
+    EXPECT_TRUE(Has(w, "普京/nrf")) << Texts(w);
+    w = Words("总统大选在即，总统说了话。普京剧团演出。");
+    for (const std::string &word : w) EXPECT_EQ(word.find("/nrf"), std::string::npos) << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
     const char *pairs[][2] = {
         {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},
