@@ -239,6 +239,7 @@ private:
     // Places found in this text so far (GB text), and the stems of those
     // that end in an administrative unit (象山 of 象山县).
     std::unordered_set<std::string> places_;
+    std::vector<bool> placeFirsts_;  // by the first character's two bytes
 };
 
 void Analysis::Run(const char *text, size_t length, int charset) {
@@ -1018,21 +1019,28 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         return std::string_view(gb.data() + items_[s.first].start,
                                 items_[s.last].start + items_[s.last].length - items_[s.first].start);
     };
+    const auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
     for (const Span &s : spans) {
         if (!IsPlaceTag(s.tag)) continue;
         const std::string_view t = text(s);
         if (t.size() < 4 || t.size() > 16 || !ChineseText(t.data(), t.size())) continue;
+        if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
+        placeFirsts_[key(t.data())] = true;
         places_.emplace(t);
         if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
     }
     if (places_.empty()) return;
+    // Most words are turned down by the first character before any lookup.
     for (Span &s : spans) {
-        if (s.first != s.last || s.tag < 0 || IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 ||
-            s.partCount != 0)
-            continue;
-        const std::string_view t = text(s);
-        if (!ShortChineseWord(t.data(), t.size()) || places_.count(std::string(t)) == 0 ||
-            CoreWordCount(&shared_.engine->models(), t.data(), t.size()) != 0.0)
+        const Item &a = items_[s.first];
+        const char *w = gb.data() + a.start;
+        if (s.first != s.last || (a.length != 4 && a.length != 6) || !placeFirsts_[key(w)] ||
+            !ShortChineseWord(w, a.length) || s.tag < 0 ||
+            IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
+            places_.count(std::string(w, a.length)) == 0 ||
+            CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0)
             continue;
         s.tag = kPlaceTag;
     }
