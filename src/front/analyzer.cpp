@@ -17,6 +17,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "common/sentences.h"
@@ -60,6 +61,7 @@ struct Shared {
     int placeCompounds = 2;
     bool placeSuffixes = true;  // VSGLEX_PLACE_SUFFIXES=0 (measurement switch): off
     bool titledNames = true;    // VSGLEX_TITLED_NAMES=0 (measurement switch): off
+    bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -174,6 +176,7 @@ private:
     void NameAfterTitles(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
+    void RepeatPlaces(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
     const char *TagName(int32_t tag) const {
@@ -237,6 +240,10 @@ private:
     size_t longestName_ = 0;  // bytes
     std::vector<bool> nameStarts_;  // by the first character's two bytes
     std::vector<bool> nameEnds_;    // by the last character's two bytes
+    // Places found in this text so far (GB text), and the stems of those
+    // that end in an administrative unit (象山 of 象山县).
+    std::unordered_set<std::string> places_;
+    std::vector<bool> placeFirsts_;  // by the first character's two bytes
 };
 
 void Analysis::Run(const char *text, size_t length, int charset) {
@@ -589,6 +596,7 @@ void Analysis::Flush() {
     RetagPlaces(spans);
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
+    RepeatPlaces(spans);
     for (const Span &span : spans) EmitEngineWord(span);
     items_.clear();
 }
@@ -990,12 +998,29 @@ bool StemSuffix(const char *word, size_t length) {
     return false;
 }
 
-// True when GB text[0..length) is two or three Chinese characters.
-bool ShortChineseWord(const char *text, size_t length) {
-    if (length != 4 && length != 6) return false;
+// The administrative units among them: the stem of such a place is its
+// short name (象山 of 象山县, 信宜 of 信宜市), while the stem of a village
+// or a feature of the land is often a common word (花灯 of 花灯村, 牛头 of
+// 牛头山).
+constexpr char kUnitSuffixes[] = "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2";  // 省市县区乡镇
+
+bool UnitSuffix(const char *p) {
+    for (size_t k = 0; k + 1 < sizeof kUnitSuffixes; k += 2)
+        if (p[0] == kUnitSuffixes[k] && p[1] == kUnitSuffixes[k + 1]) return true;
+    return false;
+}
+
+// True when GB text[0..length) is Chinese characters of GB2312 only.
+bool ChineseText(const char *text, size_t length) {
+    if (length % 2 != 0) return false;
     for (size_t i = 0; i < length; i += 2)
         if (static_cast<unsigned char>(text[i]) < 0xB0 || static_cast<unsigned char>(text[i + 1]) < 0xA1) return false;
     return true;
+}
+
+// True when GB text[0..length) is two or three Chinese characters.
+bool ShortChineseWord(const char *text, size_t length) {
+    return (length == 4 || length == 6) && ChineseText(text, length);
 }
 
 }  // namespace
@@ -1042,6 +1067,47 @@ void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
         spans[out++] = s;
     }
     spans.resize(out);
+}
+
+// A word the core dictionary lacks, of two or three characters, is a place
+// where this text names it as one elsewhere: the engine found the same
+// string as a place, or a place that is the string and the suffix of an
+// administrative unit (象山县, and then 象山 alone). The part-of-speech
+// tagger never gives a new word a place tag, and the place recogniser
+// joins single characters only. The places of the batch are taken first,
+// so an earlier mention profits from a later one; only the tag changes.
+void Analysis::RepeatPlaces(std::vector<Span> &spans) {
+    if (!shared_.repeatPlaces) return;
+    const std::string &gb = work_.gb;
+    auto text = [&](const Span &s) {
+        return std::string_view(gb.data() + items_[s.first].start,
+                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    const auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
+    for (const Span &s : spans) {
+        if (!IsPlaceTag(s.tag)) continue;
+        const std::string_view t = text(s);
+        if (t.size() < 4 || t.size() > 16 || !ChineseText(t.data(), t.size())) continue;
+        if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
+        placeFirsts_[key(t.data())] = true;
+        places_.emplace(t);
+        if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
+    }
+    if (places_.empty()) return;
+    // Most words are turned down by the first character before any lookup.
+    for (Span &s : spans) {
+        const Item &a = items_[s.first];
+        const char *w = gb.data() + a.start;
+        if (s.first != s.last || (a.length != 4 && a.length != 6) || !placeFirsts_[key(w)] ||
+            !ShortChineseWord(w, a.length) || s.tag < 0 ||
+            IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
+            places_.count(std::string(w, a.length)) == 0 ||
+            CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0)
+            continue;
+        s.tag = kPlaceTag;
+    }
 }
 
 void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
@@ -1206,6 +1272,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->titledNames = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')
         set->placeSuffixes = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_REPEAT_PLACES"); v != nullptr && *v != '\0')
+        set->repeatPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     set->engine = std::move(engine);

@@ -290,6 +290,26 @@ TEST_F(WordFormsApiTest, ForeignNameOfTwoCharactersAfterATitle) {
     for (const std::string &word : w) EXPECT_EQ(word.find("/nrf"), std::string::npos) << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, UnknownWordsTheTextNamesAsPlacesArePlaces) {
+    // The stem of a county found in the same text, before or after it, is a
+    // place in both views; the stem of a village is not, and neither is an
+    // unknown word the text never names as a place (each text is its own
+    // call: nothing carries over).
+    struct Case {
+        const char *text, *want;
+    } cases[] = {
+        {"涞源县位于山区。涞源的经济发展很快。", "涞源/ns"},
+        {"嵊泗的渔业很发达，嵊泗县位于海上。", "嵊泗/ns"},
+        {"婺源村位于山区。婺源的经济发展很快。", "婺源/n"},
+        {"婺源的经济发展很快。", "婺源/n"},
+    };
+    for (const Case &c : cases)
+        for (bool pieces : {false, true}) {
+            auto w = Words(c.text, pieces);
+            EXPECT_TRUE(Has(w, c.want)) << c.want << " in " << Texts(w);
+        }
+}
+
 TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
     const char *pairs[][2] = {
         {"1998年12月31日，增长3.5%，共55.6亿元。", "１９９８年１２月３１日，增长３．５％，共５５．６亿元。"},

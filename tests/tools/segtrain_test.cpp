@@ -100,6 +100,26 @@ TEST(SegTrainTest, EngineCutCanKeepTransliteratedPlacesWhole) {
     EXPECT_EQ(cut(true), "帕米尔/和/温/州/市/的/穆/萨/到/伊朗/。/");
 }
 
+TEST(SegTrainTest, EngineCutCanKeepShortRarePlacesWhole) {
+    vsgtrain::Paragraph p;
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  象山/ns  和/c  温州市/ns  的/u  李/nr  鹏/nr  到/v  [中亚/ns  地区/n]ns  。/w", &p));
+    const std::vector<vsgtrain::Unit> units = vsgtrain::BuildUnits(p);
+    const std::vector<std::pair<std::string, int32_t>> places = {{Gb("温州市"), 1}};
+    auto cut = [&](int chars, int cutMax) {
+        std::string text, out;
+        std::vector<uint32_t> b = vsgtrain::EngineBoundaries(units, places, cutMax, &text, false, chars);
+        for (size_t i = 1; i < b.size(); ++i) out += Utf8(text.substr(b[i - 1], b[i] - b[i - 1])) + "/";
+        return out;
+    };
+    // Rare places up to the length stay whole (the place inside a compound
+    // too), longer ones and persons are cut whatever the length.
+    EXPECT_EQ(cut(0, 1), "象/山/和/温/州/市/的/李/鹏/到/中/亚/地区/。/");
+    EXPECT_EQ(cut(2, 1), "象山/和/温/州/市/的/李/鹏/到/中亚/地区/。/");
+    EXPECT_EQ(cut(3, 1), "象山/和/温州市/的/李/鹏/到/中亚/地区/。/");
+    EXPECT_EQ(cut(2, 0), "象山/和/温州市/的/李/鹏/到/中亚/地区/。/");
+}
+
 TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;

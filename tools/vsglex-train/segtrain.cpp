@@ -58,11 +58,12 @@ struct ParagraphRuns {
 };
 
 void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
-               int placeCutMax, bool keepForeignPlaces, ParagraphRuns *out) {
+               int placeCutMax, bool keepForeignPlaces, int wholePlaceChars, ParagraphRuns *out) {
     out->atoms.clear();
     out->runs.clear();
     out->labels.clear();
-    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text, keepForeignPlaces);
+    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text, keepForeignPlaces,
+                                                   wholePlaceChars);
     std::vector<char> isBound(out->text.size() + 1, 0);
     for (uint32_t b : bounds) isBound[b] = 1;
     vsg::front::Atomise(out->text.data(), 0, out->text.size(), out->atoms);
@@ -102,7 +103,8 @@ std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::
 
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
-                                       int placeCutMax, std::string *text, bool keepForeignPlaces) {
+                                       int placeCutMax, std::string *text, bool keepForeignPlaces,
+                                       int wholePlaceChars) {
     text->clear();
     std::vector<uint32_t> bounds = {0};
     for (const Unit &u : units) {
@@ -112,8 +114,10 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
             int32_t count = it != placeCount.end() && it->first == u.text ? it->second : 0;
             cut = count <= placeCutMax;
         }
+        std::vector<std::string> chars = SplitChars(u.text);
+        if (cut && u.kind == UnitKind::Place && static_cast<int>(chars.size()) <= wholePlaceChars) cut = false;
         if (cut) {
-            for (const std::string &c : SplitChars(u.text)) {
+            for (const std::string &c : chars) {
                 *text += c;
                 bounds.push_back(static_cast<uint32_t>(text->size()));
             }
@@ -165,7 +169,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
             for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
-                BuildRuns(all[p], placeCount, opt.placeCutMax, opt.keepForeignPlaces, &pr);
+                BuildRuns(all[p], placeCount, opt.placeCutMax, opt.keepForeignPlaces, opt.wholePlaceChars, &pr);
                 for (const auto &r : pr.runs) {
                     size_t n = r.second - r.first;
                     const Atom *atoms = pr.atoms.data() + r.first;

@@ -26,6 +26,10 @@ struct SegTrainOptions {
     // target: cut into characters, the person recogniser's foreign-name
     // rule joins them back as a person.
     bool keepForeignPlaces = false;
+    // Rare places of at most this many characters stay whole in the target
+    // (0: none). The place recogniser's patterns join three characters or
+    // more, so a rare two-character place cut into characters is lost.
+    int wholePlaceChars = 0;
 };
 
 struct SegTrainSummary {
@@ -42,10 +46,12 @@ struct SegTrainSummary {
 // concatenated unit texts (0 and the length included): known words whole,
 // person names and places seen at most `placeCutMax` times (per
 // `placeCount`, sorted by text) one character a word, except transliterated
-// places when `keepForeignPlaces`.
+// places when `keepForeignPlaces` and places of at most `wholePlaceChars`
+// characters.
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
-                                       int placeCutMax, std::string *text, bool keepForeignPlaces = false);
+                                       int placeCutMax, std::string *text, bool keepForeignPlaces = false,
+                                       int wholePlaceChars = 0);
 
 // Counts of the place units (sorted by text).
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
