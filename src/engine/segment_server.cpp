@@ -228,8 +228,9 @@ int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_
     }
     if (n == 0) return 1;
 
-    // The items as views: their text up to the first NUL of the field.
-    // The sentence key is sentence and extra as one 32-bit value.
+    // The items as views: their whole text field, which the pipeline reads
+    // up to its first NUL (the field's length lets it copy a word in one
+    // block). The sentence key is sentence and extra as one 32-bit value.
     thread_local std::vector<vsg::engine::WordView> views;
     try {
         views.resize(static_cast<size_t>(n));
@@ -241,7 +242,7 @@ int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_
     for (int32_t i = 0; i < n; ++i) {
         const WordItem &item = items[i];
         views[static_cast<size_t>(i)] = vsg::engine::WordView{
-            item.text, static_cast<uint32_t>(strnlen(item.text, sizeof item.text)),
+            item.text, static_cast<uint32_t>(sizeof item.text),
             (static_cast<uint32_t>(item.sentence) << 16) | item.extra};
     }
     OutputSink sink(input, output);
