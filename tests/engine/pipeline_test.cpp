@@ -387,3 +387,36 @@ TEST_F(Pipeline, OutputTextsEndInZeroBytes) {
         }
     }
 }
+
+// Hosts reuse their items: the bytes after a text's terminator are left
+// from longer words. They take no part in the analysis (merged names, long
+// words, words ending at byte 15 or 16, a field with no terminator at all).
+TEST_F(Pipeline, BytesAfterTextTerminatorAreIgnored) {
+    Input clean = ManySentences();
+    clean.AddWords({"张", "伟", "说", "中华人民共和国", "人民代表大会", "鲁迅", "。"}, 500);
+    clean.AddWords({"华", "星", "公司", "常务委员会委员长会议纪要", "，"}, 501);
+    Input dirty = clean;
+    uint8_t fill = 0xB0;
+    for (WordItem &w : dirty.items) {
+        const size_t n = strlen(w.text);
+        for (size_t b = n + 1; b < sizeof w.text; ++b) w.text[b] = static_cast<char>(fill++ | 0x80);
+    }
+    // A field filled to its end has no terminator: its text is the whole
+    // field (cut at the last whole character), the same either way.
+    WordItem full{};
+    memset(full.text, 0xB0, sizeof full.text);
+    full.sentence = 502;
+    clean.items.push_back(full);
+    dirty.items.push_back(full);
+    WordList cleanList = clean.List();
+    WordList dirtyList = dirty.List();
+    for (int mode = 0; mode < 4; ++mode) {
+        Output a, b;
+        ASSERT_EQ(VSG_SegmentForServer(&cleanList, &a.list, mode, engine_), 1);
+        ASSERT_EQ(VSG_SegmentForServer(&dirtyList, &b.list, mode, engine_), 1);
+        EXPECT_TRUE(SameItems(a.list, b.list)) << "mode " << mode;
+    }
+    Output out;
+    ASSERT_EQ(VSG_SegmentForServer(&dirtyList, &out.list, 1, engine_), 1);
+    EXPECT_NE(out.Find("张伟"), nullptr);
+}
