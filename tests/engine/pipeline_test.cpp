@@ -420,3 +420,38 @@ TEST_F(Pipeline, BytesAfterTextTerminatorAreIgnored) {
     ASSERT_EQ(VSG_SegmentForServer(&dirtyList, &out.list, 1, engine_), 1);
     EXPECT_NE(out.Find("张伟"), nullptr);
 }
+
+// Result blocks are reused from call to call (a freed block is kept by the
+// freeing thread): results stay the same whatever block a call gets, larger
+// or smaller, freed on this thread or another.
+TEST_F(Pipeline, ResultsIndependentOfFreedBlocks) {
+    Input large = ManySentences();  // thousands of items: a block of hundreds of KB
+    Input small;                    // about a thousand items (some 100 KB)
+    for (size_t i = 0; i < 1000; ++i) small.items.push_back(large.items[i * 3]);
+    WordList largeList = large.List();
+    WordList smallList = small.List();
+    Output largeRef, smallRef;
+    ASSERT_EQ(VSG_SegmentForServer(&largeList, &largeRef.list, 0, engine_), 1);
+    ASSERT_EQ(VSG_SegmentForServer(&smallList, &smallRef.list, 0, engine_), 1);
+    for (WordList *first : {&smallList, &largeList}) {
+        for (WordList *second : {&smallList, &largeList}) {
+            WordList out{0, nullptr};
+            ASSERT_EQ(VSG_SegmentForServer(first, &out, 0, engine_), 1);
+            VSG_SegmentForServerFree(&out);
+            EXPECT_EQ(out.items, nullptr);
+            ASSERT_EQ(VSG_SegmentForServer(second, &out, 0, engine_), 1);
+            EXPECT_TRUE(SameItems(out, second == &largeList ? largeRef.list : smallRef.list));
+            // Freed by another thread, which then makes a call of its own.
+            bool same = false;
+            std::thread other([&] {
+                VSG_SegmentForServerFree(&out);
+                WordList again{0, nullptr};
+                VSG_SegmentForServer(first, &again, 0, engine_);
+                same = SameItems(again, first == &largeList ? largeRef.list : smallRef.list);
+                VSG_SegmentForServerFree(&again);
+            });
+            other.join();
+            EXPECT_TRUE(same);
+        }
+    }
+}
