@@ -48,7 +48,14 @@ public:
     KeptItems() = default;
     KeptItems(const KeptItems &) = delete;
     KeptItems &operator=(const KeptItems &) = delete;
-    ~KeptItems() { free(items_); }
+    // A block freed later in the thread's exit (by another thread-local
+    // object's destructor) is then freed at once.
+    ~KeptItems() {
+        free(items_);
+        items_ = nullptr;
+        capacity_ = 0;
+        ended_ = true;
+    }
 
     // A block of at least `bytes`: the kept one when it is large enough.
     WordItem *Take(size_t bytes) {
@@ -63,7 +70,7 @@ public:
     // Frees `items`, or keeps it for a later call.
     void Give(WordItem *items) {
 #if defined(__GLIBC__)
-        const size_t capacity = malloc_usable_size(items);
+        const size_t capacity = ended_ ? 0 : malloc_usable_size(items);
         if (capacity >= kFrom && capacity <= kUpTo && capacity >= capacity_) {
             std::swap(items, items_);
             capacity_ = capacity;
@@ -79,6 +86,7 @@ private:
     static constexpr size_t kUpTo = size_t{4} << 20;
     WordItem *items_ = nullptr;
     size_t capacity_ = 0;
+    bool ended_ = false;
 };
 
 KeptItems &ThreadKeptItems() {
