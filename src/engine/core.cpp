@@ -11,6 +11,10 @@
 #include <utility>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "common/gbtext.h"
 #include "common/huge_pages.h"
 #include "common/tagset.h"
@@ -135,7 +139,25 @@ constexpr int32_t kChunkItems = 150;
 size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
     // Every field is set but the text's bytes after its terminator, which
     // nothing reads (records are reused from call to call).
-    const size_t length = CopyGbText(w->text, sizeof w->text, text, textSize);
+    size_t length;
+#if defined(__SSE2__)
+    // A word that ends within the first 16 bytes of a field of at least 16
+    // (the server's items): one block move, the bytes after the terminator
+    // cleared. One store, so that the head read back below is forwarded.
+    const __m128i block = textSize >= 16 ? _mm_loadu_si128(reinterpret_cast<const __m128i *>(text)) : __m128i{};
+    const unsigned nul =
+        textSize >= 16 ? static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()))) : 0;
+    if (nul != 0) {
+        length = static_cast<size_t>(__builtin_ctz(nul));
+        const __m128i before = _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(length)),
+                                              _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(w->text), _mm_and_si128(block, before));
+    } else {
+        length = CopyGbText(w->text, sizeof w->text, text, textSize);
+    }
+#else
+    length = CopyGbText(w->text, sizeof w->text, text, textSize);
+#endif
     memset(w->classText, 0, sizeof w->classText);
     w->weight = 1.0;
     w->frequency = 0;

@@ -9,6 +9,10 @@
 #include <new>
 #include <vector>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -33,6 +37,61 @@ namespace {
 vsg::engine::EngineTablesPtr &ServerTables() {
     static vsg::engine::EngineTablesPtr tables;
     return tables;
+}
+
+// Result blocks of a few hundred kilobytes (a batch of paragraphs) are
+// handed to the system and back on every call by the C library, and each
+// call then waits for fresh zeroed pages. Each thread keeps the last such
+// block it freed and gives it to its next call that fits in it.
+class KeptItems {
+public:
+    KeptItems() = default;
+    KeptItems(const KeptItems &) = delete;
+    KeptItems &operator=(const KeptItems &) = delete;
+    // A block freed later in the thread's exit (by another thread-local
+    // object's destructor) is then freed at once.
+    ~KeptItems() {
+        free(items_);
+        items_ = nullptr;
+        capacity_ = 0;
+        ended_ = true;
+    }
+
+    // A block of at least `bytes`: the kept one when it is large enough.
+    WordItem *Take(size_t bytes) {
+        if (items_ != nullptr && bytes <= capacity_ && bytes >= kFrom) {
+            WordItem *items = items_;
+            items_ = nullptr;
+            capacity_ = 0;
+            return items;
+        }
+        return static_cast<WordItem *>(malloc(bytes));
+    }
+    // Frees `items`, or keeps it for a later call.
+    void Give(WordItem *items) {
+#if defined(__GLIBC__)
+        const size_t capacity = ended_ ? 0 : malloc_usable_size(items);
+        if (capacity >= kFrom && capacity <= kUpTo && capacity >= capacity_) {
+            std::swap(items, items_);
+            capacity_ = capacity;
+        }
+#endif
+        free(items);
+    }
+
+private:
+    // Smaller blocks come from the heap without new pages; larger ones are
+    // rare enough not to be held.
+    static constexpr size_t kFrom = size_t{64} << 10;
+    static constexpr size_t kUpTo = size_t{4} << 20;
+    WordItem *items_ = nullptr;
+    size_t capacity_ = 0;
+    bool ended_ = false;
+};
+
+KeptItems &ThreadKeptItems() {
+    thread_local KeptItems kept;
+    return kept;
 }
 
 // Room for the directory, its separator and a model file name.
@@ -221,15 +280,16 @@ int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_
     if (mode < 0 || mode > 3) return -1;
     const int32_t n = (input->items != nullptr && input->count > 0) ? input->count : 0;
     output->count = 0;
-    output->items = static_cast<WordItem *>(malloc((static_cast<size_t>(n) + 1) * sizeof(WordItem)));
+    output->items = ThreadKeptItems().Take((static_cast<size_t>(n) + 1) * sizeof(WordItem));
     if (output->items == nullptr) {
         if (outOfMemory != nullptr) *outOfMemory = true;
         return 1;
     }
     if (n == 0) return 1;
 
-    // The items as views: their text up to the first NUL of the field.
-    // The sentence key is sentence and extra as one 32-bit value.
+    // The items as views: their whole text field, which the pipeline reads
+    // up to its first NUL (the field's length lets it copy a word in one
+    // block). The sentence key is sentence and extra as one 32-bit value.
     thread_local std::vector<vsg::engine::WordView> views;
     try {
         views.resize(static_cast<size_t>(n));
@@ -241,7 +301,7 @@ int32_t vsg::engine::SegmentCall(const WordList *input, WordList *output, int32_
     for (int32_t i = 0; i < n; ++i) {
         const WordItem &item = items[i];
         views[static_cast<size_t>(i)] = vsg::engine::WordView{
-            item.text, static_cast<uint32_t>(strnlen(item.text, sizeof item.text)),
+            item.text, static_cast<uint32_t>(sizeof item.text),
             (static_cast<uint32_t>(item.sentence) << 16) | item.extra};
     }
     OutputSink sink(input, output);
@@ -254,7 +314,7 @@ extern "C" {
 
 void VSG_SegmentForServerFree(WordList *output) {
     if (output == nullptr || output->items == nullptr) return;
-    free(output->items);
+    ThreadKeptItems().Give(output->items);
     output->items = nullptr;
 }
 

@@ -387,3 +387,71 @@ TEST_F(Pipeline, OutputTextsEndInZeroBytes) {
         }
     }
 }
+
+// Hosts reuse their items: the bytes after a text's terminator are left
+// from longer words. They take no part in the analysis (merged names, long
+// words, words ending at byte 15 or 16, a field with no terminator at all).
+TEST_F(Pipeline, BytesAfterTextTerminatorAreIgnored) {
+    Input clean = ManySentences();
+    clean.AddWords({"张", "伟", "说", "中华人民共和国", "人民代表大会", "鲁迅", "。"}, 500);
+    clean.AddWords({"华", "星", "公司", "常务委员会委员长会议纪要", "，"}, 501);
+    Input dirty = clean;
+    uint8_t fill = 0xB0;
+    for (WordItem &w : dirty.items) {
+        const size_t n = strlen(w.text);
+        for (size_t b = n + 1; b < sizeof w.text; ++b) w.text[b] = static_cast<char>(fill++ | 0x80);
+    }
+    // A field filled to its end has no terminator: its text is the whole
+    // field (cut at the last whole character), the same either way.
+    WordItem full{};
+    memset(full.text, 0xB0, sizeof full.text);
+    full.sentence = 502;
+    clean.items.push_back(full);
+    dirty.items.push_back(full);
+    WordList cleanList = clean.List();
+    WordList dirtyList = dirty.List();
+    for (int mode = 0; mode < 4; ++mode) {
+        Output a, b;
+        ASSERT_EQ(VSG_SegmentForServer(&cleanList, &a.list, mode, engine_), 1);
+        ASSERT_EQ(VSG_SegmentForServer(&dirtyList, &b.list, mode, engine_), 1);
+        EXPECT_TRUE(SameItems(a.list, b.list)) << "mode " << mode;
+    }
+    Output out;
+    ASSERT_EQ(VSG_SegmentForServer(&dirtyList, &out.list, 1, engine_), 1);
+    EXPECT_NE(out.Find("张伟"), nullptr);
+}
+
+// Result blocks are reused from call to call (a freed block is kept by the
+// freeing thread): results stay the same whatever block a call gets, larger
+// or smaller, freed on this thread or another.
+TEST_F(Pipeline, ResultsIndependentOfFreedBlocks) {
+    Input large = ManySentences();  // thousands of items: a block of hundreds of KB
+    Input small;                    // about a thousand items (some 100 KB)
+    for (size_t i = 0; i < 1000; ++i) small.items.push_back(large.items[i * 3]);
+    WordList largeList = large.List();
+    WordList smallList = small.List();
+    Output largeRef, smallRef;
+    ASSERT_EQ(VSG_SegmentForServer(&largeList, &largeRef.list, 0, engine_), 1);
+    ASSERT_EQ(VSG_SegmentForServer(&smallList, &smallRef.list, 0, engine_), 1);
+    for (WordList *first : {&smallList, &largeList}) {
+        for (WordList *second : {&smallList, &largeList}) {
+            WordList out{0, nullptr};
+            ASSERT_EQ(VSG_SegmentForServer(first, &out, 0, engine_), 1);
+            VSG_SegmentForServerFree(&out);
+            EXPECT_EQ(out.items, nullptr);
+            ASSERT_EQ(VSG_SegmentForServer(second, &out, 0, engine_), 1);
+            EXPECT_TRUE(SameItems(out, second == &largeList ? largeRef.list : smallRef.list));
+            // Freed by another thread, which then makes a call of its own.
+            bool same = false;
+            std::thread other([&] {
+                VSG_SegmentForServerFree(&out);
+                WordList again{0, nullptr};
+                VSG_SegmentForServer(first, &again, 0, engine_);
+                same = SameItems(again, first == &largeList ? largeRef.list : smallRef.list);
+                VSG_SegmentForServerFree(&again);
+            });
+            other.join();
+            EXPECT_TRUE(same);
+        }
+    }
+}
