@@ -452,21 +452,26 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
     // 来 is seen five times outside names, 刚 once: their given-name floors
     // (D E F) keep the same ratio to their default counts; the
     // transliteration floors (M N) stay flat, and a share of 0 gives flat
-    // given-name floors too. 也, an adverb seen five times, keeps the flat
-    // floor while adverbs are listed (蒋也 is no name).
+    // given-name floors too. 也, an adverb seen five times, and 万, a
+    // numeral seen five times, keep the flat floor while their classes are
+    // listed, as they are by default (蒋也, 余万元 are no names).
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
-        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w",
+        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w  "
+        "万/m  ，/w  万/m  ，/w  万/m  ，/w  万/m  ，/w  万/m  。/w",
         &ps[0]));
     struct Case {
         double share;
-        const char *flatTags;
+        const char *flatTags;  // nullptr: the default list
+        bool numeralFlat;
     };
-    for (const Case &k : {Case{0.003, "d"}, Case{0.0, "d"}, Case{0.003, ""}}) {
+    for (const Case &k : {Case{0.003, nullptr, true}, Case{0.0, "d,m", true}, Case{0.003, "d", false},
+                          Case{0.003, "", false}}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personFloorShare = k.share;
-        opt.personFlatFloorTags = k.flatTags;
+        if (k.flatTags != nullptr) opt.personFlatFloorTags = k.flatTags;
+        const std::string tags = opt.personFlatFloorTags;
         opt.foreignInnerFloor = 0.0;  // 来 is also a listed transliteration character
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
@@ -476,13 +481,16 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
         ASSERT_NE(lai, nullptr);
         ASSERT_NE(gang, nullptr);
         ASSERT_NE(ye, nullptr);
+        const DictSEntry *wan = Find(d, "万");
+        ASSERT_NE(wan, nullptr);
         EXPECT_FLOAT_EQ(lai->stats[1], std::log(6.0f));  // five times in the default role
         const float flat = std::log(static_cast<float>(opt.personRoleFloor));
         const float grown = k.share > 0 ? std::log(static_cast<float>(k.share * 5)) : flat;
         for (int role : {3, 4, 5}) {
             EXPECT_FLOAT_EQ(RowValue(lai, 1, role), grown) << role;
             EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
-            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), *k.flatTags != '\0' ? flat : grown) << role << k.flatTags;
+            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), !tags.empty() ? flat : grown) << role << tags;
+            EXPECT_FLOAT_EQ(RowValue(wan, 1, role), k.numeralFlat ? flat : grown) << role << tags;
         }
         for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
         DictionaryS_Free(&d);

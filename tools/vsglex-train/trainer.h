@@ -112,12 +112,16 @@ struct TrainOptions {
     double personFloorShare = 0.003;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
-    // (也, 就) after a lone surname must not become its given name.
-    std::string personFlatFloorTags = "d";
+    // (也, 就) after a lone surname must not become its given name, nor a
+    // numeral (万 in 三十余万元) the given name of 余.
+    std::string personFlatFloorTags = "d,m";
     // Pseudo-count of the person context roles R, S, T (before, after and
     // between names) for one-character words never seen in them (0: none;
     // like the other person floors only when personRoleFloor > 0).
     double personContextFloor = 0.0003;
+    // The context floor grows with the character's default count: at least
+    // this share of it (0: the flat floor only).
+    double personContextShare = 0.0;
     // Person role data for a lone two-character name token that the
     // training days never show as the given name after a surname (科恩,
     // 鲁迅, 利维; with mode 4 also 恩来, seen in 周恩来): cut into characters, such a
@@ -128,6 +132,16 @@ struct TrainOptions {
     // (L N); 4: these and the tokens also seen as a given name after a
     // surname (恩来 alone, which new text writes the same way).
     int personLoneNames = 4;
+    // Given-name rows (D, E, F) of a character seen in them: 0 the counted
+    // value ln(count + 1); 1 at least the character's given-name floor
+    // (max(floor, count + 1)); 2 the count plus that floor (count + 1 +
+    // floor). A common character seen once as a given name (家 in 魏哲家)
+    // otherwise scores below the floor it would get had it never been seen.
+    int personGivenSeen = 0;
+    // A lone two-character name token that the training days use as a
+    // place at least this many times as often as a name keeps the plain
+    // roles W W instead of C F (0: off).
+    double personLonePlaceRatio = 0.0;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
