@@ -454,7 +454,7 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
     // transliteration floors (M N) stay flat, and a share of 0 gives flat
     // given-name floors too. 也, an adverb seen five times, and 万, a
     // numeral seen five times, keep the flat floor while their classes are
-    // listed, as they are by default (蒋也, 余万元 are no names).
+    // listed, as they are by default (蒋也, 奥两国 are no names).
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w  "

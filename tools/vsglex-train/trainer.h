@@ -113,7 +113,7 @@ struct TrainOptions {
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
-    // numeral (万 in 三十余万元) the given name of 余.
+    // numeral (３ in 徐俊３胜, 两 in 中奥两国) part of a name.
     std::string personFlatFloorTags = "d,m";
     // Pseudo-count of the person context roles R, S, T (before, after and
     // between names) for one-character words never seen in them (0: none;
