@@ -131,8 +131,13 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.
-        const double givenFloor =
+        double givenFloor =
             flatGiven ? opt.personRoleFloor : std::max(opt.personRoleFloor, opt.personFloorShare * def);
+        // A rare character is a given name in new text far more often than
+        // its grown floor says; the characters kept flat above are the
+        // exception.
+        if (opt.personGivenFloorMax > 0.0) givenFloor = std::min(givenFloor, opt.personGivenFloorMax);
+        if (!flatGiven) givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
         // A listed transliteration character may be the inner or last
         // character of a foreign name the training days never show.
         const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
