@@ -363,7 +363,8 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
         } else {
             ASSERT_NE(rare, nullptr);
             EXPECT_FLOAT_EQ(RowValue(rare, 1, 22), std::log(2.0f));
-            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4), std::log(static_cast<float>(opt.personGivenFloorMin)));
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4),
+                            std::log(static_cast<float>(std::max(opt.personRoleFloor, opt.personGivenFloorMin))));
             EXPECT_FLOAT_EQ(RowValue(rare, 1, 21), floor);
             EXPECT_TRUE(std::isnan(RowValue(rare, 1, 2)));  // no surname row
             EXPECT_TRUE(std::isnan(RowValue(rare, 0, 2)));  // no part-of-speech rows
@@ -503,23 +504,18 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
 
 TEST(Trainer, RareCharactersGetTheGivenNameFloorMinimum) {
     // A character seen once or a few times outside names is far more often
-    // a given name in new text than a common one: by default its given-name
-    // floor (D E F) is at least the minimum, above both the flat floor and
-    // the grown one of a character seen five times (来). A character seen
-    // forty times keeps its grown floor, an adverb (也) the flat one.
+    // a given name in new text than a common one: with a minimum its
+    // given-name floor (D E F) is at least that, above both the flat floor
+    // and the grown one of a character seen five times (来). A character
+    // seen forty times keeps its grown floor, an adverb (也) the flat one.
     std::vector<vsgtrain::Paragraph> ps(1);
     std::string text = "19980101-01-001-001/m  刚/v  ，/w  来/v  来/v  来/v  来/v  来/v  也/d  也/d  。/w";
     for (int k = 0; k < 40; ++k) text += "  去/v  ，/w";
     ASSERT_TRUE(vsgtrain::ParseParagraph(text, &ps[0]));
-    for (double least : {-1.0, 0.0}) {  // -1: the default
+    for (double min : {0.06, 0.0}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
-        if (least >= 0) opt.personGivenFloorMin = least;
-        const double min = opt.personGivenFloorMin;
-        if (least < 0) {
-            ASSERT_GT(min, opt.personFloorShare * 5);
-            ASSERT_LT(min, opt.personFloorShare * 40);
-        }
+        opt.personGivenFloorMin = min;
         opt.foreignInnerFloor = 0.0;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));

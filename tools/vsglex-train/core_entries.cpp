@@ -134,10 +134,11 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         double givenFloor =
             flatGiven ? opt.personRoleFloor : std::max(opt.personRoleFloor, opt.personFloorShare * def);
         // A rare character is a given name in new text far more often than
-        // its grown floor says; the characters kept flat above are the
-        // exception.
+        // its grown floor says (with a minimum set); the characters kept
+        // flat above are the exception.
         if (opt.personGivenFloorMax > 0.0) givenFloor = std::min(givenFloor, opt.personGivenFloorMax);
-        if (!flatGiven) givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
+        if (!flatGiven && (opt.personGivenFloorMinUpTo <= 0 || def <= opt.personGivenFloorMinUpTo))
+            givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
         // A listed transliteration character may be the inner or last
         // character of a foreign name the training days never show.
         const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
