@@ -226,12 +226,15 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     const DictSEntry *kuai = Find(bin, "快");
     ASSERT_NE(kuai, nullptr);
     EXPECT_FLOAT_EQ(kuai->stats[1], std::log(2.0f));  // once in the default person role
-    // Given-name and transliteration roles never seen get the floor; seen
-    // ones keep their count; the surname role gets no floor.
+    // Given-name and transliteration roles never seen get the floor (the
+    // given-name one at least its minimum); seen ones keep their count;
+    // the surname role gets no floor.
     const float floor = std::log(static_cast<float>(opt.personRoleFloor));
-    for (int role : {3, 4, 5, 12, 13}) EXPECT_FLOAT_EQ(RowValue(kuai, 1, role), floor) << role;
+    const float givenFloor = std::log(static_cast<float>(std::max(opt.personRoleFloor, opt.personGivenFloorMin)));
+    for (int role : {3, 4, 5}) EXPECT_FLOAT_EQ(RowValue(kuai, 1, role), givenFloor) << role;
+    for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(kuai, 1, role), floor) << role;
     EXPECT_TRUE(std::isnan(RowValue(kuai, 1, 2)));
-    EXPECT_FLOAT_EQ(RowValue(Find(bin, "泽"), 1, 4), floor);
+    EXPECT_FLOAT_EQ(RowValue(Find(bin, "泽"), 1, 4), givenFloor);
     EXPECT_TRUE(std::isnan(RowValue(Find(bin, "剧本"), 1, 3)));  // only one-character words
     EXPECT_TRUE(std::isnan(RowValue(Find(bin, "。"), 1, 4)));    // no punctuation
     EXPECT_TRUE(std::isnan(RowValue(Find(bin, "在"), 1, 4)));    // no function words
@@ -360,7 +363,8 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
         } else {
             ASSERT_NE(rare, nullptr);
             EXPECT_FLOAT_EQ(RowValue(rare, 1, 22), std::log(2.0f));
-            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4), floor);
+            EXPECT_FLOAT_EQ(RowValue(rare, 1, 4),
+                            std::log(static_cast<float>(std::max(opt.personRoleFloor, opt.personGivenFloorMin))));
             EXPECT_FLOAT_EQ(RowValue(rare, 1, 21), floor);
             EXPECT_TRUE(std::isnan(RowValue(rare, 1, 2)));  // no surname row
             EXPECT_TRUE(std::isnan(RowValue(rare, 0, 2)));  // no part-of-speech rows
@@ -452,22 +456,28 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
     // 来 is seen five times outside names, 刚 once: their given-name floors
     // (D E F) keep the same ratio to their default counts; the
     // transliteration floors (M N) stay flat, and a share of 0 gives flat
-    // given-name floors too. 也, an adverb seen five times, keeps the flat
-    // floor while adverbs are listed (蒋也 is no name).
+    // given-name floors too. 也, an adverb seen five times, and 万, a
+    // numeral seen five times, keep the flat floor while their classes are
+    // listed, as they are by default (蒋也, 奥两国 are no names).
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
-        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w",
+        "19980101-01-001-001/m  来/v  来/v  刚/d  来/v  ，/w  来/v  来/v  也/d  也/d  也/d  也/d  也/d  。/w  "
+        "万/m  ，/w  万/m  ，/w  万/m  ，/w  万/m  ，/w  万/m  。/w",
         &ps[0]));
     struct Case {
         double share;
-        const char *flatTags;
+        const char *flatTags;  // nullptr: the default list
+        bool numeralFlat;
     };
-    for (const Case &k : {Case{0.003, "d"}, Case{0.0, "d"}, Case{0.003, ""}}) {
+    for (const Case &k : {Case{0.003, nullptr, true}, Case{0.0, "d,m", true}, Case{0.003, "d", false},
+                          Case{0.003, "", false}}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personFloorShare = k.share;
-        opt.personFlatFloorTags = k.flatTags;
+        if (k.flatTags != nullptr) opt.personFlatFloorTags = k.flatTags;
+        const std::string tags = opt.personFlatFloorTags;
         opt.foreignInnerFloor = 0.0;  // 来 is also a listed transliteration character
+        opt.personGivenFloorMin = 0.0;  // measured below
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         const DictSEntry *lai = Find(d, "来");
@@ -476,15 +486,53 @@ TEST(Trainer, GivenNameFloorsGrowWithTheDefaultCount) {
         ASSERT_NE(lai, nullptr);
         ASSERT_NE(gang, nullptr);
         ASSERT_NE(ye, nullptr);
+        const DictSEntry *wan = Find(d, "万");
+        ASSERT_NE(wan, nullptr);
         EXPECT_FLOAT_EQ(lai->stats[1], std::log(6.0f));  // five times in the default role
         const float flat = std::log(static_cast<float>(opt.personRoleFloor));
         const float grown = k.share > 0 ? std::log(static_cast<float>(k.share * 5)) : flat;
         for (int role : {3, 4, 5}) {
             EXPECT_FLOAT_EQ(RowValue(lai, 1, role), grown) << role;
             EXPECT_FLOAT_EQ(RowValue(gang, 1, role), flat) << role;
-            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), *k.flatTags != '\0' ? flat : grown) << role << k.flatTags;
+            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), !tags.empty() ? flat : grown) << role << tags;
+            EXPECT_FLOAT_EQ(RowValue(wan, 1, role), k.numeralFlat ? flat : grown) << role << tags;
         }
         for (int role : {12, 13}) EXPECT_FLOAT_EQ(RowValue(lai, 1, role), flat) << role;
+        DictionaryS_Free(&d);
+    }
+}
+
+TEST(Trainer, RareCharactersGetTheGivenNameFloorMinimum) {
+    // A character seen once or a few times outside names is far more often
+    // a given name in new text than a common one: with a minimum its
+    // given-name floor (D E F) is at least that, above both the flat floor
+    // and the grown one of a character seen five times (来). A character
+    // seen forty times keeps its grown floor, an adverb (也) the flat one.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    std::string text = "19980101-01-001-001/m  刚/v  ，/w  来/v  来/v  来/v  来/v  来/v  也/d  也/d  。/w";
+    for (int k = 0; k < 40; ++k) text += "  去/v  ，/w";
+    ASSERT_TRUE(vsgtrain::ParseParagraph(text, &ps[0]));
+    for (double min : {0.06, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personGivenFloorMin = min;
+        opt.foreignInnerFloor = 0.0;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const DictSEntry *gang = Find(d, "刚");
+        const DictSEntry *lai = Find(d, "来");
+        const DictSEntry *qu = Find(d, "去");
+        const DictSEntry *ye = Find(d, "也");
+        ASSERT_TRUE(gang != nullptr && lai != nullptr && qu != nullptr && ye != nullptr);
+        const double flat = opt.personRoleFloor;
+        for (int role : {3, 4, 5}) {
+            EXPECT_FLOAT_EQ(RowValue(gang, 1, role), std::log(static_cast<float>(std::max(flat, min)))) << role;
+            EXPECT_FLOAT_EQ(RowValue(lai, 1, role),
+                            std::log(static_cast<float>(std::max(opt.personFloorShare * 5, min))))
+                << role;
+            EXPECT_FLOAT_EQ(RowValue(qu, 1, role), std::log(static_cast<float>(opt.personFloorShare * 40))) << role;
+            EXPECT_FLOAT_EQ(RowValue(ye, 1, role), std::log(static_cast<float>(flat))) << role;
+        }
         DictionaryS_Free(&d);
     }
 }
@@ -914,6 +962,7 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
         opt.personBeforeNameShare = k.before;
         opt.personPlaceEndShare = k.placeEnd;
         opt.personFlatFloorTags = "";
+        opt.personGivenFloorMin = 0.0;  // the grown floors are compared here
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
         const float flat = std::log(static_cast<float>(opt.personRoleFloor));

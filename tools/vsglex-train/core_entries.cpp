@@ -131,11 +131,27 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
         // its own default count; the given-name floors grow with it.
-        const double givenFloor =
+        double givenFloor =
             flatGiven ? opt.personRoleFloor : std::max(opt.personRoleFloor, opt.personFloorShare * def);
+        // A rare character is a given name in new text far more often than
+        // its grown floor says (with a minimum set); the characters kept
+        // flat above are the exception.
+        if (opt.personGivenFloorMax > 0.0) givenFloor = std::min(givenFloor, opt.personGivenFloorMax);
+        if (!flatGiven && (opt.personGivenFloorMinUpTo <= 0 || def <= opt.personGivenFloorMinUpTo))
+            givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
         // A listed transliteration character may be the inner or last
         // character of a foreign name the training days never show.
         const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
+        // A common character seen once or twice in a given name (家 in
+        // 魏哲家) would otherwise score below the floor it gets unseen.
+        if (opt.personGivenSeen > 0)
+            for (Row &r : *rows) {
+                if (r.code != 1 || (r.subCode != kPersonGivenRoles[0] && r.subCode != kPersonGivenRoles[1] &&
+                                    r.subCode != kPersonGivenRoles[2]))
+                    continue;
+                const double count = named.at(r.subCode) + 1.0;
+                r.value = LogCount(opt.personGivenSeen == 1 ? std::max(count, givenFloor) : count + givenFloor);
+            }
         for (int r : kPersonFloorRoles) {
             const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
             const double floor = given      ? givenFloor
@@ -148,10 +164,11 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // only be a name character or the default next to one: a tiny
         // count of the context roles before, after and between names lets
         // the search close a name before it.
-        if (opt.personContextFloor > 0.0)
+        const double contextFloor = std::max(opt.personContextFloor, opt.personContextShare * def);
+        if (contextFloor > 0.0)
             for (int r : kPersonContextRoles)
                 if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
-                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personContextFloor)});
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(contextFloor)});
         // The same for the two roles of a cut place, so that an unknown
         // place (阿塞拜疆) has a path that makes no name.
         if (opt.personPlaceRoles) {

@@ -110,14 +110,31 @@ struct TrainOptions {
     // a common character (来, 成) keeps about the same odds of a given-name
     // role against the default as a rare one (0: flat floors).
     double personFloorShare = 0.003;
+    // Bounds of the given-name floor (0: none). A character the training
+    // days show rarely and never in a given name is a given name in new
+    // text far more often than the grown floor says (held-out days: given
+    // against plain about 0.13 for characters seen once, 0.006 for those
+    // seen 21 to 100 times), so the floor may be given a minimum, except
+    // for the characters that keep the flat floor; at most Max (Min wins).
+    // Off by default: it raises person F1 but loses an organisation named
+    // after a person (docs/history/models.md).
+    double personGivenFloorMin = 0.0;
+    double personGivenFloorMax = 0.0;
+    // The minimum only for characters seen at most this often in the
+    // default role (0: all).
+    int personGivenFloorMinUpTo = 5;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
-    // (也, 就) after a lone surname must not become its given name.
-    std::string personFlatFloorTags = "d";
+    // (也, 就) after a lone surname must not become its given name, nor a
+    // numeral (３ in 徐俊３胜, 两 in 中奥两国) part of a name.
+    std::string personFlatFloorTags = "d,m";
     // Pseudo-count of the person context roles R, S, T (before, after and
     // between names) for one-character words never seen in them (0: none;
     // like the other person floors only when personRoleFloor > 0).
     double personContextFloor = 0.0003;
+    // The context floor grows with the character's default count: at least
+    // this share of it (0: the flat floor only).
+    double personContextShare = 0.0;
     // Person role data for a lone two-character name token that the
     // training days never show as the given name after a surname (科恩,
     // 鲁迅, 利维; with mode 4 also 恩来, seen in 周恩来): cut into characters, such a
@@ -128,6 +145,16 @@ struct TrainOptions {
     // (L N); 4: these and the tokens also seen as a given name after a
     // surname (恩来 alone, which new text writes the same way).
     int personLoneNames = 4;
+    // Given-name rows (D, E, F) of a character seen in them: 0 the counted
+    // value ln(count + 1); 1 at least the character's given-name floor
+    // (max(floor, count + 1)); 2 the count plus that floor (count + 1 +
+    // floor). A common character seen once as a given name (家 in 魏哲家)
+    // otherwise scores below the floor it would get had it never been seen.
+    int personGivenSeen = 0;
+    // A lone two-character name token that the training days use as a
+    // place at least this many times as often as a name keeps the plain
+    // roles W W instead of C F (0: off).
+    double personLonePlaceRatio = 0.0;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
