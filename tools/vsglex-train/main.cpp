@@ -27,7 +27,7 @@ void Usage() {
                  "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
                  "  --person-lone-names 0|1|2|3|4  lone two-character names never seen as given names train as C F (1: first character a listed surname, 2: given-name-like ones, 3: these and transliterated ones, 4: these and those seen as given names too; default 4)\n"
                  "  --person-context-share X  context roles R S T of a character never seen in them: at least X times its default count (default 0)\n"
-                 "  --person-given-floor-min X, --person-given-floor-max X  bounds of the given-name floor, the minimum not for characters that keep the flat floor (default 0: none)\n"
+                 "  --person-given-floor-min X, --person-given-floor-max X  bounds of the given-name floor, the minimum not for characters that keep the flat floor (default min 0.06, max 0: none)\n"
                  "  --person-given-floor-min-upto N  the minimum only for characters seen at most N times in the default role (default 5, 0: all)\n"
                  "  --person-given-seen 0|1|2  given-name rows of a character seen in them: 0 counted, 1 at least its given-name floor, 2 count plus floor (default 0)\n"
                  "  --person-lone-place-ratio X  lone two-character names used as places at least X times as often as names keep plain roles (default 0: off)\n"
