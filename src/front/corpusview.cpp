@@ -154,7 +154,28 @@ double NameNeighbours::BeforePerson(std::string_view word) const {
     return it == words_.end() ? 0.0 : it->second.beforePerson;
 }
 
-bool IsTransliterationChar(const char *p) { return InList(text::kForeignSetA, p) || InList(text::kForeignSetB, p); }
+namespace {
+
+// Bit c is set when the two-byte GB character c is in one of the two
+// transliteration lists: the test runs for most words of a text.
+struct TransliterationBits {
+    uint64_t bits[1024] = {};
+    constexpr TransliterationBits() {
+        for (const char *list : {text::kForeignSetA, text::kForeignSetB})
+            for (; list[0] != '\0' && list[1] != '\0'; list += 2) {
+                const unsigned c = (static_cast<unsigned char>(list[0]) << 8) | static_cast<unsigned char>(list[1]);
+                bits[c >> 6] |= uint64_t{1} << (c & 63);
+            }
+    }
+};
+constexpr TransliterationBits kTransliterationBits{};
+
+}  // namespace
+
+bool IsTransliterationChar(const char *p) {
+    const unsigned c = (static_cast<unsigned char>(p[0]) << 8) | static_cast<unsigned char>(p[1]);
+    return (kTransliterationBits.bits[c >> 6] >> (c & 63)) & 1;
+}
 
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
                   const PieceTags &tags, std::vector<Piece> &out) {
