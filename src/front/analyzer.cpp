@@ -873,7 +873,11 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
     for (size_t i = 0; i < spans.size(); ++i) {
         spans[out++] = spans[i];
         const Span &title = spans[i];
-        if (i + 2 >= spans.size() || IsNameTag(title.tag) || bytes(title) < 4 || HoldsFixedItem(title)) continue;
+        if (i + 2 >= spans.size()) continue;
+        // Most words are turned down by the first character after them.
+        const char *next = gb.data() + items_[spans[i + 1].first].start;
+        if (static_cast<unsigned char>(next[0]) < 0xB0 || !IsTransliterationChar(next)) continue;
+        if (IsNameTag(title.tag) || bytes(title) < 4 || HoldsFixedItem(title)) continue;
         // The run after the word.
         size_t j = i + 1, chars = 0;
         while (j < spans.size() && items_[spans[j].first].sentence == items_[title.first].sentence &&
