@@ -13,6 +13,7 @@
 #include <unordered_set>
 
 #include "charlists.h"
+#include "common/gb_lists.h"
 #include "common/gbtext.h"
 #include "lexclasses.h"
 
@@ -61,6 +62,13 @@ std::unordered_set<std::string> CharSet(const char *utf8) {
     return set;
 }
 
+// The characters of a GB list.
+std::unordered_set<std::string> GbCharSet(const char *gb) {
+    std::unordered_set<std::string> set;
+    for (const std::string &ch : SplitChars(gb)) set.insert(ch);
+    return set;
+}
+
 // The pieces of `width` bytes of a GB string.
 std::unordered_set<std::string> FixedWidthSet(const char *gb, size_t width) {
     std::unordered_set<std::string> set;
@@ -77,10 +85,10 @@ std::unordered_set<std::string> WordSet(std::initializer_list<const char *> word
 
 // Lazily built GB forms of every list the unit builder and tag mapping use.
 struct Lists {
-    std::unordered_set<std::string> placeSuffix = CharSet(kPlaceSuffixChars);
+    std::unordered_set<std::string> placeSuffix = GbCharSet(vsg::text::kPlaceSuffixes);
     std::unordered_set<std::string> surnames = CharSet(kSurnameChars);
-    std::unordered_set<std::string> sets[3] = {CharSet(kForeignSetA), CharSet(kForeignSetB),
-                                               CharSet(kJapaneseSetC)};
+    std::unordered_set<std::string> sets[3] = {GbCharSet(vsg::text::kForeignSetA), GbCharSet(vsg::text::kForeignSetB),
+                                               GbCharSet(vsg::text::kForeignSetC)};
     std::vector<std::string> suffixes;
     std::unordered_set<std::string> compoundSurnames = FixedWidthSet(vsg::kCompoundSurnames, 4);
     std::unordered_set<std::string> japaneseSurnames = FixedWidthSet(Gb(kJapaneseSurnames).c_str(), 4);
@@ -103,7 +111,7 @@ struct Lists {
     std::unordered_map<std::string, int> punct;       // punctuation word -> number
 
     Lists() {
-        for (const std::string &ch : SplitChars(Gb(kPlaceSuffixChars))) suffixes.push_back(ch);
+        for (const std::string &ch : SplitChars(vsg::text::kPlaceSuffixes)) suffixes.push_back(ch);
         for (const char *w : kPlaceSuffixWords) suffixes.push_back(Gb(w));
         auto add = [this](const char *tag, std::initializer_list<const char *> words, int num) {
             for (const char *w : words) exactWords[std::string(tag) + "|" + Gb(w)] = num;
