@@ -59,6 +59,7 @@ struct Shared {
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
+    int32_t nounTag = -1, markTag = -1;  // tags "n" and "w" of the tag map, or -1
     bool placeSuffixes = true;  // VSGLEX_PLACE_SUFFIXES=0 (measurement switch): off
     bool titledNames = true;    // VSGLEX_TITLED_NAMES=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
@@ -650,9 +651,7 @@ void Analysis::SplitNamesOverMarks(std::vector<Span> &spans) {
         int32_t tag = CoreWordTag(&shared_.engine->models(), wide.data(), wide.size());
         if (tag < 0) {
             int depth = 0;
-            const char *name = NamePartOf(word, items_[q].length, &depth) == NamePart::kText ? "n" : "w";
-            for (size_t k = 0; k < shared_.tagNames.size(); ++k)
-                if (shared_.tagNames[k] == name) tag = static_cast<int32_t>(k);
+            tag = NamePartOf(word, items_[q].length, &depth) == NamePart::kText ? shared_.nounTag : shared_.markTag;
         }
         out.push_back(Span{q, q, tag});
     };
@@ -995,12 +994,7 @@ constexpr char kStemSuffixes[] =
     "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
     "\xb8\xdb\xd6\xdd";                                                                   // 港州
 
-bool StemSuffix(const char *word, size_t length) {
-    if (length != 2) return false;
-    for (size_t k = 0; k + 1 < sizeof kStemSuffixes; k += 2)
-        if (word[0] == kStemSuffixes[k] && word[1] == kStemSuffixes[k + 1]) return true;
-    return false;
-}
+bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
 
 // The administrative units among them: the stem of such a place is its
 // short name (象山 of 象山县, 信宜 of 信宜市), while the stem of a village
@@ -1008,11 +1002,7 @@ bool StemSuffix(const char *word, size_t length) {
 // 牛头山).
 constexpr char kUnitSuffixes[] = "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2";  // 省市县区乡镇
 
-bool UnitSuffix(const char *p) {
-    for (size_t k = 0; k + 1 < sizeof kUnitSuffixes; k += 2)
-        if (p[0] == kUnitSuffixes[k] && p[1] == kUnitSuffixes[k + 1]) return true;
-    return false;
-}
+bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 
 // True when GB text[0..length) is Chinese characters of GB2312 only.
 bool ChineseText(const char *text, size_t length) {
@@ -1263,6 +1253,10 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->tagNames.emplace_back(tag);
     }
     set->stringTagger.Resolve(set->tagNames);
+    for (size_t k = 0; k < set->tagNames.size(); ++k) {
+        if (set->tagNames[k] == "n") set->nounTag = static_cast<int32_t>(k);
+        if (set->tagNames[k] == "w") set->markTag = static_cast<int32_t>(k);
+    }
     set->pieceTags = PieceTags(&engine->models());
     set->placeEnds.Build(engine->models().core);
     set->neighbours.Build(engine->models().core);

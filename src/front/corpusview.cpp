@@ -22,13 +22,6 @@ bool IsCompoundSurname(const char *p) {
     return false;
 }
 
-// Whether the two-byte GB character p[0..2) is a member of `list` (pairs
-// at even offsets).
-bool InList(const char *list, const char *p) {
-    for (; list[0] != '\0' && list[1] != '\0'; list += 2)
-        if (list[0] == p[0] && list[1] == p[1]) return true;
-    return false;
-}
 
 // Byte offsets of the characters of text[0..length) (with `length` last).
 std::vector<uint32_t> CharEnds(const char *text, size_t length) {
@@ -172,6 +165,12 @@ constexpr TransliterationBits kTransliterationBits{};
 
 }  // namespace
 
+bool InGbList(const char *list, const char *p) {
+    for (; list[0] != '\0' && list[1] != '\0'; list += 2)
+        if (list[0] == p[0] && list[1] == p[1]) return true;
+    return false;
+}
+
 bool IsTransliterationChar(const char *p) {
     const unsigned c = (static_cast<unsigned char>(p[0]) << 8) | static_cast<unsigned char>(p[1]);
     return (kTransliterationBits.bits[c >> 6] >> (c & 63)) & 1;
@@ -199,7 +198,7 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
         if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
         // A two-character name of transliteration characters (利维, 哈桑,
         // 库克) is one token of the corpus, not surname and given name.
-        if (chars.size() == 2 && InList(text::kForeignSetB, text) && InList(text::kForeignSetB, text + 2))
+        if (chars.size() == 2 && InGbList(text::kForeignSetB, text) && InGbList(text::kForeignSetB, text + 2))
             return whole();
         uint32_t surname = chars.size() >= 3 && IsCompoundSurname(text) ? 4 : 2;
         out.push_back(Piece{0, surname, tag});

@@ -111,6 +111,10 @@ private:
     Counts totals_;
 };
 
+// Whether the two-byte GB character at p is a member of the NUL-terminated
+// `list` of two-byte characters.
+bool InGbList(const char *list, const char *p);
+
 // Whether the two-byte GB character at p is one of the transliteration
 // characters (the general list or the second style's).
 bool IsTransliterationChar(const char *p);
