@@ -142,6 +142,10 @@ public:
 private:
     void Window(const char *src, size_t n, uint64_t base, int charset);
     void Line(size_t begin, size_t end);
+    // WidenAscii of the work text's bytes [at, at + length), with a lone
+    // ASCII double quote in the corpus's form: an opening quote at the odd
+    // and a closing quote at the even count of its line.
+    size_t Widen(size_t at, size_t length, char *out) const;
     void AddRun(const Atom *atoms, size_t n);
     void CloseSentence();
     void Flush();
@@ -198,6 +202,7 @@ private:
     std::vector<Atom> wideAtoms_;   // its atoms
     std::vector<Item> items_;        // items of the pending batch
     std::vector<uint32_t> cuts_;     // sentence starts within a line
+    std::vector<uint32_t> closingQuotes_;  // work offsets of the ASCII double quotes that close, ascending
     bool sentenceOpen_ = false;
     SentenceSpan open_{0, 0};
     size_t openItems_ = 0;  // words of the open sentence so far
@@ -266,14 +271,31 @@ void Analysis::Window(const char *src, size_t n, uint64_t base, int charset) {
     src_ = src;
     ToWorkText(src, n, charset, work_, invalid_, base, (flags_ & VSGLEX_T2S) != 0);
     const std::string &gb = work_.gb;
+    closingQuotes_.clear();
     size_t lineStart = 0;
     while (lineStart < gb.size()) {
         const void *nl = std::memchr(gb.data() + lineStart, '\n', gb.size() - lineStart);
         size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - gb.data()) : gb.size();
+        bool open = false;
+        for (const char *q = gb.data() + lineStart;
+             (q = static_cast<const char *>(std::memchr(q, '"', gb.data() + lineEnd - q))) != nullptr; ++q) {
+            if (open) closingQuotes_.push_back(static_cast<uint32_t>(q - gb.data()));
+            open = !open;
+        }
         Line(lineStart, lineEnd);
         lineStart = lineEnd + 1;
     }
     Flush();
+}
+
+size_t Analysis::Widen(size_t at, size_t length, char *out) const {
+    if (length == 1 && work_.gb[at] == '"') {
+        const bool closing = std::binary_search(closingQuotes_.begin(), closingQuotes_.end(), at);
+        out[0] = '\xA1';
+        out[1] = closing ? '\xB1' : '\xB0';  // ” or “
+        return 2;
+    }
+    return WidenAscii(work_.gb.data() + at, length, out);
 }
 
 void Analysis::Line(size_t begin, size_t end) {
@@ -383,7 +405,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         for (size_t k = 0; k < n; ++k) {
             wideAtoms_[k] = atoms[k];
             wideAtoms_[k].start = at;
-            size_t len = WidenAscii(gb.data() + atoms[k].start, atoms[k].length, &wideText_[at]);
+            size_t len = Widen(atoms[k].start, atoms[k].length, &wideText_[at]);
             wideAtoms_[k].length = static_cast<uint16_t>(len);
             at += static_cast<uint32_t>(len);
         }
@@ -520,7 +542,7 @@ void Analysis::Flush() {
     for (size_t k = 0; k < n; ++k) {
         givenAt[k] = static_cast<uint32_t>(at);
         const char *word = gb.data() + items_[k].start;
-        size_t len = WidenAscii(word, items_[k].length, &given[at]);
+        size_t len = Widen(items_[k].start, items_[k].length, &given[at]);
         if (len > kMaxAtomBytes) {
             len = items_[k].length;
             std::memcpy(&given[at], word, len);
@@ -647,7 +669,7 @@ void Analysis::SplitNamesOverMarks(std::vector<Span> &spans) {
     auto alone = [&](size_t q) {
         const char *word = work_.gb.data() + items_[q].start;
         std::string wide(2 * size_t{items_[q].length}, '\0');
-        wide.resize(WidenAscii(word, items_[q].length, wide.data()));
+        wide.resize(Widen(items_[q].start, items_[q].length, wide.data()));
         int32_t tag = CoreWordTag(&shared_.engine->models(), wide.data(), wide.size());
         if (tag < 0) {
             int depth = 0;

@@ -246,6 +246,19 @@ TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
     EXPECT_TRUE(Has(w, url + "/nx")) << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, AsciiDoubleQuotesOpenAndCloseInTurn) {
+    // ASCII double quotes are read as the corpus's quotes, opening and
+    // closing in turn within each line (a new line starts with an opening
+    // one), so that they get quote tags and the words inside are cut as
+    // they would be between “ and ”.
+    auto w = Words("台风\"杜苏芮\"将于28日登陆，他说\"好\"。\n\"明天\"见\"");
+    std::string quotes;
+    for (const std::string &word : w)
+        if (word.rfind("\"/", 0) == 0) quotes += word.substr(2) + " ";
+    EXPECT_EQ(quotes, "wyz wyy wyz wyy wyz wyy wyz ") << Texts(w);
+    EXPECT_TRUE(Has(w, "台风/n")) << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, NamesHoldNeitherWhiteSpaceNorMarks) {
     // The engine takes 和 for a surname and marks for given names; such a
     // name is broken up again, and no word spans white space.
