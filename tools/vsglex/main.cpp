@@ -166,6 +166,16 @@ struct Piece {
 };
 
 // `"file":NAME,` when several files are read.
+// `"text":...,"tag":...,"offset":N,"length":M` of a word or of a piece.
+void JsonWordFields(std::string &out, const char *text, const char *tag, uint64_t offset, uint64_t length) {
+    out += "\"text\":";
+    JsonString(out, text);
+    out += ",\"tag\":";
+    JsonString(out, tag);
+    out += ',';
+    JsonSpan(out, offset, length);
+}
+
 void JsonFile(std::string &out, const Piece &p) {
     if (p.file == nullptr) return;
     out += "\"file\":";
@@ -311,12 +321,8 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
             for (uint32_t k = sen.first_word; k < sen.first_word + sen.word_count; ++k) {
                 const vsglex_word &w = r.words[k];
                 if (k != sen.first_word) out += ',';
-                out += "{\"text\":";
-                JsonString(out, w.text);
-                out += ",\"tag\":";
-                JsonString(out, w.tag_name);
-                out += ',';
-                JsonSpan(out, p.base + w.offset, w.length);
+                out += '{';
+                JsonWordFields(out, w.text, w.tag_name, p.base + w.offset, w.length);
                 if (w.name_class != VSGLEX_NAME_NONE) {
                     out += ",\"name\":\"";
                     out += vsglex_name_class_name(w.name_class);
@@ -328,12 +334,8 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
                     for (uint32_t q = w.part_first; q < w.part_first + w.part_count && q < r.part_count; ++q) {
                         const vsglex_part &part = r.parts[q];
                         if (q != w.part_first) out += ',';
-                        out += "{\"text\":";
-                        JsonString(out, part.text);
-                        out += ",\"tag\":";
-                        JsonString(out, part.tag_name);
-                        out += ',';
-                        JsonSpan(out, p.base + part.offset, part.length);
+                        out += '{';
+                        JsonWordFields(out, part.text, part.tag_name, p.base + part.offset, part.length);
                         out += '}';
                     }
                     out += ']';
