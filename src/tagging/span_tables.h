@@ -52,29 +52,34 @@ public:
     const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
-    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry);
-    // false when it does not, and the rows must be read. At least 16 tags
-    // and an even number of costs can be read from where they start (the
-    // following entries' candidates, or padding), for block copies.
-    bool Cands(const SpanWord &w, const uint8_t **tags, const double **costs, int32_t *n) const {
+    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry):
+    // their tags and their rows' values; candidate i costs
+    // Singles()[tags[i]] - values[i], the fill's formula. False when `w`
+    // does not carry its entry, and the rows must be read. At least 16 tags
+    // and an even number of values can be read from where they start (the
+    // entry's other candidates, the following entries', or padding), for
+    // block copies; values may be unaligned.
+    bool Cands(const SpanWord &w, const uint8_t **tags, const unsigned char **values, int32_t *n) const {
         const uint32_t at = static_cast<uint32_t>(w.reserved[0]) - 1u;
         if (at >= static_cast<uint32_t>(count_) || entries_[at].posList != w.posList ||
             entries_[at].posCount != w.posCount)
             return false;
-        // Entry e's candidates of this set are [places_[e * stride_],
-        // places_[e * stride_ + 1]) of tags_/costs_.
-        const uint32_t *place = places_ + static_cast<size_t>(at) * stride_;
-        const uint32_t first = place[0];
-        *tags = tags_ + first;
-        *costs = costs_ + first;
-        *n = static_cast<int32_t>(place[1] - first);
+        const Place &place = places_[at];
+        const uint32_t first = setIndex_ == 0 ? 0u : place.end[setIndex_ - 1];
+        const uint32_t all = place.end[stride_ - 1];
+        const unsigned char *entry = data_ + place.at;
+        *tags = entry + first;
+        *values = entry + all + 4 * first;
+        *n = static_cast<int32_t>(place.end[setIndex_] - first);
         return true;
     }
+    // The single value of each tag (0 for tags beyond the model's table).
+    const double *Singles() const { return singles_; }
 
     // Start loading where Cands finds core entry `at`'s candidates (after
     // BuildSets, those of every set).
     void PrefetchPlace(uint32_t at) const {
-        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + static_cast<size_t>(at) * stride_);
+        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + at);
     }
 
     // Tags readable past the last entry's candidates.
@@ -85,8 +90,9 @@ private:
     bool Start(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
     // Candidates entry e has in this set.
     int32_t CandCount(const DictSEntry &entry) const;
-    // Appends entry e's candidates of this set at tags/costs; returns how many.
-    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, double *costs) const;
+    // Appends entry e's candidates of this set at tags (their rows' values
+    // at values, unaligned); returns how many.
+    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, unsigned char *values) const;
     // Builds `count` sets, which Start has prepared, in one block held by
     // sets[0].
     static bool Fill(SpanTables *sets, int count) noexcept;
@@ -103,12 +109,20 @@ private:
     const double *rows_[256] = {};
     const double *wide_[256] = {};
     std::vector<double> wideCosts_;  // the model's rows, widened
-    // Where the candidates are (in the block of the set that holds it).
-    const uint32_t *places_ = nullptr;
-    size_t stride_ = 1;
-    const uint8_t *tags_ = nullptr;
-    const double *costs_ = nullptr;
-    // The block: places, costs, tags (see Fill).
+    // Where each entry's candidates are (in the block of the set that holds
+    // it): the entry's record starts at byte `at` of data_ and holds the tags
+    // of every set of the block, then their rows' values (4-byte floats);
+    // end[s] counts the candidates of the block's sets 0..s.
+    struct Place {
+        uint32_t at;
+        uint8_t end[kSets];
+    };
+    const Place *places_ = nullptr;
+    const unsigned char *data_ = nullptr;
+    uint32_t setIndex_ = 0;  // this set's index in its block
+    uint32_t stride_ = 1;    // sets in the block
+    double singles_[256] = {};
+    // The block: places, then the entries' records (see Fill).
     vsg::HugeTable<uint64_t> block_;
 };
 
