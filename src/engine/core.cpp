@@ -568,6 +568,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         // places, cost more instructions than it saved time.)
         if (index != nullptr) {
             for (int32_t k = 1; k <= words; ++k) tables->byType[0].PrefetchPlace(found[k]);
+            for (int32_t k = 1; k <= words; ++k) tables->byType[0].PrefetchCands(found[k]);
         }
         if (words > 0) {
             a[words + 1] = endWord;

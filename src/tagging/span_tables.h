@@ -82,6 +82,12 @@ public:
         if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + at);
     }
 
+    // Start loading core entry `at`'s candidates (of every set of the block);
+    // its place should be loaded or on its way (PrefetchPlace).
+    void PrefetchCands(uint32_t at) const {
+        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(data_ + places_[at].at);
+    }
+
     // Tags readable past the last entry's candidates.
     static constexpr size_t kCopyPad = 16;
 
