@@ -52,7 +52,8 @@ public:
     const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
-    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry):
+    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry;
+    // the entry must be one of the dictionary the tables were built from):
     // their tags and their rows' values; candidate i costs
     // Singles()[tags[i]] - values[i], the fill's formula. False when `w`
     // does not carry its entry, and the rows must be read. At least 16 tags
@@ -61,9 +62,7 @@ public:
     // block copies; values may be unaligned.
     bool Cands(const SpanWord &w, const uint8_t **tags, const unsigned char **values, int32_t *n) const {
         const uint32_t at = static_cast<uint32_t>(w.reserved[0]) - 1u;
-        if (at >= static_cast<uint32_t>(count_) || entries_[at].posList != w.posList ||
-            entries_[at].posCount != w.posCount)
-            return false;
+        if (at >= static_cast<uint32_t>(count_)) return false;
         const Place &place = places_[at];
         const uint32_t first = setIndex_ == 0 ? 0u : place.end[setIndex_ - 1];
         const uint32_t all = place.end[stride_ - 1];
@@ -134,7 +133,11 @@ private:
 
 // Records in `w` that it holds the rows of core-dictionary entry `at`, so
 // that SpanTables::Cands finds its candidates without reading the rows.
+// Whatever gives a record of a word array other rows (posList, posCount)
+// marks their entry or clears the mark; copies of whole records keep it.
 inline void MarkEntry(SpanWord *w, int32_t at) { w->reserved[0] = at + 1; }
+// Records in `w` that its rows are no dictionary entry's (they are read).
+inline void ClearEntry(SpanWord *w) { w->reserved[0] = 0; }
 
 }  // namespace vsg::tagging
 
