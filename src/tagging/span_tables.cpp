@@ -1,6 +1,7 @@
 // Builds the per-set tables a span reads (see span_tables.h).
 #include "tagging/span_tables.h"
 
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -34,10 +35,10 @@ bool SpanTables::Start(const DictionaryS &core, const ContextStat &model, int32_
     single_ = model.singleValue;
     tagCount_ = model.tagCount;
     set_ = set;
-    places_ = nullptr;
+    records_ = nullptr;
     data_ = nullptr;
+    dataSize_ = 0;
     setIndex_ = 0;
-    stride_ = 1;
     block_ = {};
     for (uint32_t t = 0; t < 256; ++t) singles_[t] = (single_ != nullptr && t < tagCount_) ? single_[t] : 0.0;
     // The same choice the forward pass makes per predecessor.
@@ -84,48 +85,49 @@ int32_t SpanTables::PutCands(const DictSEntry &entry, uint8_t *tags, unsigned ch
 }
 
 bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
-    // The block: the places (one of 8 bytes per entry), then each entry's
-    // record: the tags of its candidates in sets 0..count-1, then their
-    // values, 5 bytes per candidate (a row's value is kept rather than its
-    // cost, which takes 8: the fill adds the single value, a small table).
-    // Padding at the end for the block copies (16 tags, two values).
+    // The block: each entry's record offset (4 bytes), then the records: the
+    // counts, the tags of the entry's candidates in sets 0..count-1, then
+    // their values, 5 bytes per candidate (a row's value is kept rather than
+    // its cost, which takes 8: the fill adds the single value, a small
+    // table). Padding at the end for the block copies (16 tags, two values).
     const size_t entries = static_cast<size_t>(sets[0].count_);
     size_t total = 0;
     for (size_t e = 0; e < entries; ++e)
         for (int s = 0; s < count; ++s) total += static_cast<size_t>(sets[s].CandCount(sets[0].entries_[e]));
-    const size_t placeWords = entries;  // a Place is 8 bytes
-    const size_t dataWords = (5 * total + kCopyPad + 7) / 8;
+    const size_t recordWords = (entries + 1) / 2;
+    const size_t dataBytes = kSets * entries + 5 * total;
+    if (dataBytes >= UINT32_MAX - kCopyPad) return false;
+    const size_t dataWords = (dataBytes + kCopyPad + 7) / 8;
     SpanTables &holder = sets[0];
     try {
-        holder.block_.assign(placeWords + dataWords, 0);
+        holder.block_.assign(recordWords + dataWords, 0);
     } catch (const std::bad_alloc &) {
         return false;
     }
-    static_assert(sizeof(Place) == 8, "a place is one word of the block");
-    Place *places = reinterpret_cast<Place *>(holder.block_.data());
-    unsigned char *data = reinterpret_cast<unsigned char *>(holder.block_.data() + placeWords);
+    uint32_t *records = reinterpret_cast<uint32_t *>(holder.block_.data());
+    unsigned char *data = reinterpret_cast<unsigned char *>(holder.block_.data() + recordWords);
     uint32_t at = 0;
     uint8_t tags[kSets * kMaxCands];
     unsigned char values[4 * kSets * kMaxCands];
     for (size_t e = 0; e < entries; ++e) {
-        Place &place = places[e];
-        place.at = at;
+        records[e] = at;
+        unsigned char *record = data + at;
         uint32_t n = 0;
         for (int s = 0; s < count; ++s) {
             n += static_cast<uint32_t>(sets[s].PutCands(sets[0].entries_[e], tags + n, values + 4 * n));
-            place.end[s] = static_cast<uint8_t>(n);
+            record[s] = static_cast<uint8_t>(n);
         }
-        for (int s = count; s < kSets; ++s) place.end[s] = static_cast<uint8_t>(n);
-        memcpy(data + at, tags, n);
-        memcpy(data + at + n, values, 4 * n);
-        at += 5 * n;
+        for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(n);
+        memcpy(record + kSets, tags, n);
+        memcpy(record + kSets + n, values, 4 * n);
+        at += kSets + 5 * n;
     }
     memset(data + at, kNoTag, kCopyPad);
     for (int s = 0; s < count; ++s) {
-        sets[s].places_ = places;
+        sets[s].records_ = records;
         sets[s].data_ = data;
+        sets[s].dataSize_ = at;
         sets[s].setIndex_ = static_cast<uint32_t>(s);
-        sets[s].stride_ = static_cast<uint32_t>(count);
         sets[s].built_ = true;
     }
     return true;

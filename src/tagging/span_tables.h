@@ -52,42 +52,47 @@ public:
     const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
-    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry;
-    // the entry must be one of the dictionary the tables were built from):
-    // their tags and their rows' values; candidate i costs
-    // Singles()[tags[i]] - values[i], the fill's formula. False when `w`
-    // does not carry its entry, and the rows must be read. At least 16 tags
-    // and an even number of values can be read from where they start (the
-    // entry's other candidates, the following entries', or padding), for
-    // block copies; values may be unaligned.
+    // kSpanCands - 1, in row order) when `w` carries its entry's record (see
+    // Mark; marked by these tables or others of their block): their tags and
+    // their rows' values; candidate i costs Singles()[tags[i]] - values[i],
+    // the fill's formula. False when `w` carries none, and the rows must be
+    // read. At least 16 tags and an even number of values can be read from
+    // where they start (the entry's other candidates, the following
+    // records, or padding), for block copies; values may be unaligned.
     bool Cands(const SpanWord &w, const uint8_t **tags, const unsigned char **values, int32_t *n) const {
-        const uint32_t at = static_cast<uint32_t>(w.reserved[0]) - 1u;
-        if (at >= static_cast<uint32_t>(count_)) return false;
-        const Place &place = places_[at];
-        const uint32_t first = setIndex_ == 0 ? 0u : place.end[setIndex_ - 1];
-        const uint32_t all = place.end[stride_ - 1];
-        const unsigned char *entry = data_ + place.at;
-        *tags = entry + first;
-        *values = entry + all + 4 * first;
-        *n = static_cast<int32_t>(place.end[setIndex_] - first);
+        const uint32_t at = static_cast<uint32_t>(w.reserved[1]) - 1u;
+        if (at >= dataSize_) return false;
+        const unsigned char *record = data_ + at;
+        const uint32_t first = setIndex_ == 0 ? 0u : record[setIndex_ - 1];
+        const uint32_t all = record[kSets - 1];
+        *tags = record + kSets + first;
+        *values = record + kSets + all + 4 * first;
+        *n = static_cast<int32_t>(record[setIndex_] - first);
         return true;
     }
     // The single value of each tag (0 for tags beyond the model's table).
     const double *Singles() const { return singles_; }
 
-    // Start loading where Cands finds core entry `at`'s candidates (after
-    // BuildSets, those of every set).
-    void PrefetchPlace(uint32_t at) const {
-        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + at);
+    // Records in `w`, which holds the rows of core-dictionary entry `at`
+    // (posList, posCount), where its candidates are, so that Cands finds
+    // them without reading the rows or the entry. Whatever gives a record
+    // of a word array other rows marks them again or clears the mark
+    // (ClearMark); copies of whole records keep it.
+    void Mark(SpanWord *w, int32_t at) const {
+        w->reserved[0] = at + 1;
+        w->reserved[1] = static_cast<int32_t>(MarkOf(at));
+    }
+    // The mark of entry `at` (what Mark stores; 0 for none).
+    uint32_t MarkOf(int32_t at) const {
+        return (at >= 0 && at < count_ && records_ != nullptr) ? records_[at] + 1 : 0;
+    }
+    // Start loading the candidates (of every set of the block) of the entry
+    // whose mark is `mark`.
+    void PrefetchMarked(uint32_t mark) const {
+        if (mark - 1u < dataSize_) __builtin_prefetch(data_ + (mark - 1u));
     }
 
-    // Start loading core entry `at`'s candidates (of every set of the block);
-    // its place should be loaded or on its way (PrefetchPlace).
-    void PrefetchCands(uint32_t at) const {
-        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(data_ + places_[at].at);
-    }
-
-    // Tags readable past the last entry's candidates.
+    // Bytes readable past the last entry's record.
     static constexpr size_t kCopyPad = 16;
 
 private:
@@ -114,30 +119,25 @@ private:
     const double *rows_[256] = {};
     const double *wide_[256] = {};
     std::vector<double> wideCosts_;  // the model's rows, widened
-    // Where each entry's candidates are (in the block of the set that holds
-    // it): the entry's record starts at byte `at` of data_ and holds the tags
-    // of every set of the block, then their rows' values (4-byte floats);
-    // end[s] counts the candidates of the block's sets 0..s.
-    struct Place {
-        uint32_t at;
-        uint8_t end[kSets];
-    };
-    const Place *places_ = nullptr;
+    // Where each entry's record starts in data_ (in the block of the set
+    // that holds it). A record holds kSets bytes of counts (the candidates
+    // of the block's sets 0..s, for each s; the total for s past the block's
+    // sets), the tags of every set of the block, then their rows' values
+    // (4-byte floats).
+    const uint32_t *records_ = nullptr;
     const unsigned char *data_ = nullptr;
+    uint32_t dataSize_ = 0;  // bytes of records in data_
     uint32_t setIndex_ = 0;  // this set's index in its block
-    uint32_t stride_ = 1;    // sets in the block
     double singles_[256] = {};
-    // The block: places, then the entries' records (see Fill).
+    // The block: record offsets, then the records (see Fill).
     vsg::HugeTable<uint64_t> block_;
 };
 
-// Records in `w` that it holds the rows of core-dictionary entry `at`, so
-// that SpanTables::Cands finds its candidates without reading the rows.
-// Whatever gives a record of a word array other rows (posList, posCount)
-// marks their entry or clears the mark; copies of whole records keep it.
-inline void MarkEntry(SpanWord *w, int32_t at) { w->reserved[0] = at + 1; }
-// Records in `w` that its rows are no dictionary entry's (they are read).
-inline void ClearEntry(SpanWord *w) { w->reserved[0] = 0; }
+// Records in `w` that its candidates are to be read from its rows.
+inline void ClearMark(SpanWord *w) {
+    w->reserved[0] = 0;
+    w->reserved[1] = 0;
+}
 
 }  // namespace vsg::tagging
 

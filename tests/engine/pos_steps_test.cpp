@@ -120,7 +120,7 @@ struct Fixture {
                 w.posCount = entry.posCount;
                 w.posList = entry.posList;
                 memcpy(w.stats, entry.stats, sizeof w.stats);
-                vsg::tagging::MarkEntry(&w, at);
+                tables[0].Mark(&w, at);
             }
         };
         add(0, vsg::kStartWord, nullptr, -1, 1.0);
@@ -202,7 +202,11 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
         std::vector<SpanWord> words = f.Words(s, rng, &pairs);
         for (int tt = 0; tt < 8; ++tt) {
             const int t = tt % 4;
-            SpanPtr fromTables = NewSpan(f.model(t), tt < 4 ? &f.tables[t] : &f.shared[t], static_cast<uint32_t>(t));
+            const vsg::tagging::SpanTables &used = tt < 4 ? f.tables[t] : f.shared[t];
+            // Marks are those of the tables' block.
+            for (SpanWord &w : words)
+                if (w.reserved[0] > 0) used.Mark(&w, w.reserved[0] - 1);
+            SpanPtr fromTables = NewSpan(f.model(t), &used, static_cast<uint32_t>(t));
             SpanPtr fromRows = NewSpan(f.model(t), nullptr, static_cast<uint32_t>(t));
             ASSERT_TRUE(fromTables && fromRows);
             int32_t start = 0;
