@@ -60,8 +60,8 @@ bool SpanTables::Start(const DictionaryS &core, const ContextStat &model, int32_
     return true;
 }
 
-// An entry's rows of this set, costed single value minus row value as the
-// fill costs them, the first kMaxCands in row order.
+// How many of an entry's rows of this set become candidates: the first
+// kMaxCands in row order, as in the fill.
 int32_t SpanTables::CandCount(const DictSEntry &entry) const {
     if (entry.posList == nullptr) return 0;
     int32_t n = 0;

@@ -29,9 +29,10 @@ public:
     // tables are then unusable).
     bool Build(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
     // Builds the tables of the kSets sets (set t from models[t]) in one
-    // block held by sets[0], each entry's candidate places of all sets side
-    // by side: one cache line gives a word's places in every set, and the
-    // block sits in large pages. The same tables as Build gives per set.
+    // block held by sets[0], one record per entry holding its candidates of
+    // every set: one cache line usually gives a word's candidates in every
+    // set, and the block sits in large pages. The same candidates as Build
+    // gives per set (marks, though, are those of the block: see Mark).
     static bool BuildSets(SpanTables (&sets)[kSets], const DictionaryS &core,
                           const ContextStat *const (&models)[kSets]) noexcept;
     // True when built from exactly these records as they are now.
