@@ -28,9 +28,10 @@ inline size_t HugeTableBytes(size_t bytes) {
     return (bytes + kHugePageBytes - 1) & ~(kHugePageBytes - 1);
 }
 
-// `bytes` of memory, not cleared; nullptr when there is none. Free with
-// HugeTableFree and the same size.
-inline void *HugeTableAllocate(size_t bytes) noexcept {
+// `bytes` of memory aligned to `align` (a power of two, at most 2 MB), not
+// cleared; nullptr when there is none. Free with HugeTableFree and the same
+// size and alignment.
+inline void *HugeTableAllocate(size_t bytes, size_t align = alignof(std::max_align_t)) noexcept {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     if (bytes >= kHugeTableFrom && bytes <= SIZE_MAX / 2) {
         const size_t size = HugeTableBytes(bytes);
@@ -48,10 +49,12 @@ inline void *HugeTableAllocate(size_t bytes) noexcept {
         return table;
     }
 #endif
+    if (align > __STDCPP_DEFAULT_NEW_ALIGNMENT__)
+        return ::operator new(bytes == 0 ? 1 : bytes, std::align_val_t(align), std::nothrow);
     return ::operator new(bytes == 0 ? 1 : bytes, std::nothrow);
 }
 
-inline void HugeTableFree(void *table, size_t bytes) noexcept {
+inline void HugeTableFree(void *table, size_t bytes, size_t align = alignof(std::max_align_t)) noexcept {
     if (table == nullptr) return;
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     if (bytes >= kHugeTableFrom && bytes <= SIZE_MAX / 2) {
@@ -59,6 +62,10 @@ inline void HugeTableFree(void *table, size_t bytes) noexcept {
         return;
     }
 #endif
+    if (align > __STDCPP_DEFAULT_NEW_ALIGNMENT__) {
+        ::operator delete(table, std::align_val_t(align));
+        return;
+    }
     ::operator delete(table);
 }
 
@@ -96,11 +103,11 @@ struct HugeTableAllocator {
     HugeTableAllocator(const HugeTableAllocator<U> &) noexcept {}
     T *allocate(size_t n) {
         if (n > SIZE_MAX / sizeof(T)) throw std::bad_alloc();
-        void *p = HugeTableAllocate(n * sizeof(T));
+        void *p = HugeTableAllocate(n * sizeof(T), alignof(T));
         if (p == nullptr) throw std::bad_alloc();
         return static_cast<T *>(p);
     }
-    void deallocate(T *p, size_t n) noexcept { HugeTableFree(p, n * sizeof(T)); }
+    void deallocate(T *p, size_t n) noexcept { HugeTableFree(p, n * sizeof(T), alignof(T)); }
     template <class U>
     bool operator==(const HugeTableAllocator<U> &) const noexcept { return true; }
     template <class U>

@@ -27,10 +27,15 @@ namespace vsg::engine {
 
 // An index over the core dictionary's words that answers, for any word,
 // exactly what DictionaryS_GetCoreInfo answers (each word's answer is asked
-// once at build time), without its per-byte division and bucket scan.
+// once at build time), without its per-byte division and bucket scan. A
+// slot (one cache line) also holds what a word record takes from that
+// entry and the entry's mark in the span tables, so that a look-up waits
+// on one line instead of a chain of three (slot, entry, candidates' place).
 class CoreIndex {
 public:
-    bool Build(const DictionaryS &core) noexcept {
+    // The answer of a look-up: the entry and what a record takes from it.
+    struct Slot;
+    bool Build(const DictionaryS &core, const vsg::tagging::SpanTables *marks) noexcept {
         core_ = &core;
         entries_ = core.entries;
         count_ = core.count;
@@ -39,7 +44,7 @@ public:
         size_t size = 16;
         while (size < 2 * words) size *= 2;
         try {
-            slots_.assign(size, Slot{0, -1, -1, 0, 0});
+            slots_.assign(size, Slot{});
         } catch (const std::bad_alloc &) {
             return false;
         }
@@ -53,26 +58,38 @@ public:
             size_t at = hash & mask_;
             while (slots_[at].key >= 0 && !Matches(slots_[at], hash, head, word, length)) at = (at + 1) & mask_;
             if (slots_[at].key >= 0) continue;  // a word seen before
-            slots_[at] = Slot{hash, static_cast<int32_t>(e), DictionaryS_GetCoreInfo(word, &core),
-                              static_cast<uint32_t>(length), head};
+            Slot &slot = slots_[at];
+            slot.hash = hash;
+            slot.key = static_cast<int32_t>(e);
+            slot.result = DictionaryS_GetCoreInfo(word, &core);
+            slot.length = static_cast<uint32_t>(length);
+            slot.head = head;
+            if (slot.result >= 0 && slot.result < count_) {
+                const DictSEntry &entry = entries_[slot.result];
+                slot.posList = entry.posList;
+                slot.posCount = entry.posCount;
+                memcpy(slot.stats, entry.stats, sizeof slot.stats);
+                slot.mark = marks != nullptr ? marks->MarkOf(slot.result) : 0;
+            }
         }
         return true;
     }
     bool BuiltFrom(const DictionaryS &core) const {
         return core_ == &core && entries_ == core.entries && count_ == core.count && buckets_ == core.buckets;
     }
-    // DictionaryS_GetCoreInfo(word) for `word` of `length` bytes, NUL-terminated.
-    int32_t Find(const char *word, size_t length) const {
+    // The slot of `word` of `length` bytes, NUL-terminated, whose result is
+    // DictionaryS_GetCoreInfo(word); null when the word is not there (-1).
+    const Slot *Find(const char *word, size_t length) const {
         const uint64_t head = Head(word, length);
         return Find(word, length, head, Hash(word, length, head));
     }
     // The same with the word's head (Head or FieldHead) and HashOf given.
-    int32_t Find(const char *word, size_t length, uint64_t head, uint32_t hash) const {
-        if (length == 0) return -1;
+    const Slot *Find(const char *word, size_t length, uint64_t head, uint32_t hash) const {
+        if (length == 0) return nullptr;
         for (size_t at = hash & mask_;; at = (at + 1) & mask_) {
             const Slot &slot = slots_[at];
-            if (slot.key < 0) return -1;
-            if (Matches(slot, hash, head, word, length)) return slot.result;
+            if (slot.key < 0) return nullptr;
+            if (Matches(slot, hash, head, word, length)) return &slot;
         }
     }
 
@@ -89,14 +106,20 @@ public:
     // Starts loading the slot a word of this hash is probed at first.
     void Prefetch(uint32_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
 
-private:
-    struct Slot {
-        uint32_t hash;
-        int32_t key;     // an entry holding the word, -1 for an empty slot
-        int32_t result;  // DictionaryS_GetCoreInfo of the word
-        uint32_t length; // the word's length in bytes
-        uint64_t head;   // its first eight bytes, zero-padded (see Head)
+    struct alignas(64) Slot {
+        uint32_t hash = 0;
+        int32_t key = -1;     // an entry holding the word, -1 for an empty slot
+        int32_t result = -1;  // DictionaryS_GetCoreInfo of the word (-1 out of the table)
+        uint32_t length = 0;  // the word's length in bytes
+        uint64_t head = 0;    // its first eight bytes, zero-padded (see Head)
+        // Of entry `result`: its rows, statistics and mark in the span tables.
+        const DictSRow *posList = nullptr;
+        int32_t posCount = 0;
+        float stats[4] = {};
+        uint32_t mark = 0;
     };
+
+private:
     // The first eight bytes of a word, zero-padded: words of up to eight
     // bytes (four GB characters) are compared in the slot alone, without
     // reading the entry's text.
@@ -123,6 +146,8 @@ private:
     vsg::HugeTable<Slot> slots_;
     size_t mask_ = 0;
 };
+
+static_assert(sizeof(CoreIndex::Slot) == 64, "a slot is one cache line");
 
 struct EngineTables {
     vsg::tagging::SpanTables byType[4];
@@ -176,14 +201,27 @@ size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
     return length;
 }
 
-// Gives a started word the rows of core entry `at` (none when negative).
+// Gives a started word the rows of core entry `at` (none when negative),
+// without a mark in the span tables (its candidates are read from the rows).
 void SetEntry(SpanWord *w, const DictionaryS *core, int32_t at) {
     if (at >= 0 && core->entries != nullptr && at < core->count) {
         const DictSEntry &entry = core->entries[at];
         w->posCount = entry.posCount;
         memcpy(w->stats, entry.stats, sizeof w->stats);
         w->posList = entry.posList;
-        vsg::tagging::MarkEntry(w, at);
+        w->reserved[0] = at + 1;
+    }
+}
+
+// The same from the index's slot of the word (null when not found), which
+// holds what the entry would give and its mark in the span tables.
+void SetEntry(SpanWord *w, const DictionaryS *core, const CoreIndex::Slot *slot) {
+    if (slot != nullptr && slot->result >= 0 && core->entries != nullptr && slot->result < core->count) {
+        w->posCount = slot->posCount;
+        memcpy(w->stats, slot->stats, sizeof w->stats);
+        w->posList = slot->posList;
+        w->reserved[0] = slot->result + 1;
+        w->reserved[1] = static_cast<int32_t>(slot->mark);
     }
 }
 
@@ -191,7 +229,10 @@ void SetEntry(SpanWord *w, const DictionaryS *core, int32_t at) {
 // (built from `core`), else in `core` itself.
 void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS *core, const CoreIndex *index) {
     const size_t length = StartWord(w, text, textSize);
-    SetEntry(w, core, index != nullptr ? index->Find(w->text, length) : DictionaryS_GetCoreInfo(w->text, core));
+    if (index != nullptr)
+        SetEntry(w, core, index->Find(w->text, length));
+    else
+        SetEntry(w, core, DictionaryS_GetCoreInfo(w->text, core));
 }
 
 // Marks long dictionary words whose rows score as names with the class word
@@ -227,8 +268,9 @@ struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
     SpanWord *secondary = nullptr;
-    // Per word of a chunk: its index hash, then its core entry; its length.
+    // Per word of a chunk: its index hash, its index slot, its length.
     uint32_t found[kChunkItems + 1] = {};
+    const CoreIndex::Slot *slots[kChunkItems + 1] = {};
     uint32_t lengths[kChunkItems + 1] = {};
     uint64_t heads[kChunkItems + 1] = {};  // CoreIndex::FieldHead of each word
 
@@ -481,13 +523,17 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
         &models.tagModels[0].model, &models.tagModels[1].model, &models.tagModels[2].model,
         &models.tagModels[3].model};
     if (!vsg::tagging::SpanTables::BuildSets(tables->byType, models.core, sets)) return nullptr;
-    if (!tables->core.Build(models.core)) return nullptr;
+    if (!tables->core.Build(models.core, &tables->byType[0])) return nullptr;
     BackDictionary(models.core);
     return tables;
 }
 
 int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t length) {
-    if (length >= 128) return tables.core.Find(word, length);
+    const CoreIndex::Slot *slot;
+    if (length >= 128) {
+        slot = tables.core.Find(word, length);
+        return slot != nullptr ? slot->result : -1;
+    }
     // As the pipeline asks: from a record's text field whose bytes after
     // the word hold what earlier words left there.
     char field[128];
@@ -495,7 +541,8 @@ int32_t IndexedCoreEntry(const EngineTables &tables, const char *word, size_t le
     memcpy(field, word, length);
     field[length] = '\0';
     const uint64_t head = CoreIndex::FieldHead(field, length);
-    return tables.core.Find(field, length, head, CoreIndex::HashOf(field, length, head));
+    slot = tables.core.Find(field, length, head, CoreIndex::HashOf(field, length, head));
+    return slot != nullptr ? slot->result : -1;
 }
 
 bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, int32_t mode, ChunkSink &sink,
@@ -523,9 +570,10 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         SpanWord *a = work.primary;
         a[0] = startWord;
         int32_t words = 0;
-        // Three passes over the chunk's words, so that the cache misses of
-        // the index's slots, then of the entries, overlap: copy the texts
-        // and fetch their slots, find the entries and fetch them, fill.
+        // Passes over the chunk's words, so that the cache misses of the
+        // index's slots, then of the rows and candidates, overlap: copy the
+        // texts and fetch their slots, find the slots and fetch what they
+        // point to, fill.
         uint32_t *found = work.found;
         for (int32_t i = s; i < e; ++i) {
             const WordView &view = views[i];
@@ -545,29 +593,23 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
                 found[words] = static_cast<uint32_t>(length);
             }
         }
-        for (int32_t k = 1; k <= words; ++k) {
-            SpanWord *w = &a[k];
-            int32_t at;
-            if (index != nullptr) {
-                at = index->Find(w->text, work.lengths[k], work.heads[k], found[k]);
-                if (at >= 0 && at < core->count && core->entries != nullptr) __builtin_prefetch(&core->entries[at]);
-            } else {
-                at = DictionaryS_GetCoreInfo(w->text, core);
-            }
-            found[k] = static_cast<uint32_t>(at);
-        }
-        // The entries' rows are read by the class assignment and the
-        // organisation scan: fetched now too.
-        for (int32_t k = 1; k <= words; ++k) {
-            SetEntry(&a[k], core, static_cast<int32_t>(found[k]));
-            if (a[k].posList != nullptr) __builtin_prefetch(a[k].posList);
-        }
-        // Where the span tables keep these entries' candidates, read when
-        // the chunk is tagged: the places of all four sets sit together.
-        // (Prefetching the candidates themselves as well, which needs these
-        // places, cost more instructions than it saved time.)
         if (index != nullptr) {
-            for (int32_t k = 1; k <= words; ++k) tables->byType[0].PrefetchPlace(found[k]);
+            // Each slot holds what the record takes from its entry: the
+            // rows, read by the class assignment and the organisation scan,
+            // and the candidates, read when the chunk is tagged, are fetched
+            // as soon as it is found.
+            const vsg::tagging::SpanTables &marks = tables->byType[0];
+            for (int32_t k = 1; k <= words; ++k) {
+                const CoreIndex::Slot *slot = index->Find(a[k].text, work.lengths[k], work.heads[k], found[k]);
+                work.slots[k] = slot;
+                if (slot != nullptr) {
+                    if (slot->posList != nullptr) __builtin_prefetch(slot->posList);
+                    marks.PrefetchMarked(slot->mark);
+                }
+            }
+            for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, work.slots[k]);
+        } else {
+            for (int32_t k = 1; k <= words; ++k) SetEntry(&a[k], core, DictionaryS_GetCoreInfo(a[k].text, core));
         }
         if (words > 0) {
             a[words + 1] = endWord;

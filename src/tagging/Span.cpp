@@ -158,27 +158,36 @@ struct RowOfSet {
 int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
     const vsg::tagging::SpanTables *tables = span->tables;
     const uint8_t *tags = nullptr;
-    const double *costs = nullptr;
+    const unsigned char *values = nullptr;
     int32_t n = 0;
     if (tables != nullptr && tables->set() == set && tables->model() == span->model &&
-        tables->Cands(w, &tags, &costs, &n)) {
+        tables->Cands(w, &tags, &values, &n)) {
+        // Each cost as the fill computes it from the row: single value
+        // minus the row's value.
+        const double *single = tables->Singles();
 #if defined(__SSE2__)
-        // Block copies: costs two at a time, tags 16 at once. What they
+        // Block copies: tags 16 at once, costs two at a time. What they
         // write past the n candidates is never read: the caller ends the
         // row at n, the forward pass reads costs of candidates only, and a
         // back index past a row (kNoBack) reads no further than index 1 of
         // the next row, a candidate or the terminator when n >= 1.
         if (n > 0 && n < 16) {
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(span->cand[k]),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i *>(tags)));
-            for (int32_t i = 0; i < n; i += 2)
-                _mm_storeu_pd(&span->score[k][i], _mm_loadu_pd(costs + i));
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(tags));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(span->cand[k]), block);
+            for (int32_t i = 0; i < n; i += 2) {
+                const __m128d value = _mm_cvtps_pd(
+                    _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(values + 4 * i))));
+                const __m128d base = _mm_loadh_pd(_mm_load_sd(single + tags[i]), single + tags[i + 1]);
+                _mm_storeu_pd(&span->score[k][i], _mm_sub_pd(base, value));
+            }
             return n;
         }
 #endif
         for (int32_t i = 0; i < n; ++i) {
+            float value;
+            memcpy(&value, values + 4 * i, sizeof value);
             span->cand[k][i] = tags[i];
-            span->score[k][i] = costs[i];
+            span->score[k][i] = single[tags[i]] - static_cast<double>(value);
         }
         return n;
     }

@@ -1,6 +1,8 @@
 // Shared pieces of the name recognisers.
 #include "tagging/Span_names.h"
 
+#include "tagging/span_tables.h"
+
 #include <cstring>
 
 namespace vsg::names {
@@ -103,10 +105,12 @@ void WriteNameRecord(SpanWord *record, const char *name, const NameClass &values
         record->posCount = entry.posCount;
         std::memcpy(record->stats, entry.stats, sizeof record->stats);
         record->posList = entry.posList;
+        vsg::tagging::ClearMark(record);  // read from the rows: names are few
     } else {
         record->posCount = 0;
         std::memset(record->stats, 0, sizeof record->stats);
         record->posList = nullptr;
+        vsg::tagging::ClearMark(record);
     }
 }
 

@@ -1,6 +1,8 @@
 // Builds the per-set tables a span reads (see span_tables.h).
 #include "tagging/span_tables.h"
 
+#include <cstdint>
+#include <cstring>
 #include <new>
 
 #include "tagging/Span.h"
@@ -33,10 +35,12 @@ bool SpanTables::Start(const DictionaryS &core, const ContextStat &model, int32_
     single_ = model.singleValue;
     tagCount_ = model.tagCount;
     set_ = set;
-    places_ = nullptr;
-    tags_ = nullptr;
-    costs_ = nullptr;
+    records_ = nullptr;
+    data_ = nullptr;
+    dataSize_ = 0;
+    setIndex_ = 0;
     block_ = {};
+    for (uint32_t t = 0; t < 256; ++t) singles_[t] = (single_ != nullptr && t < tagCount_) ? single_[t] : 0.0;
     // The same choice the forward pass makes per predecessor.
     const uint32_t rowCount = (possibility_ != nullptr) ? tagCount_ : 0;
     for (uint32_t t = 0; t < 256; ++t)
@@ -56,8 +60,8 @@ bool SpanTables::Start(const DictionaryS &core, const ContextStat &model, int32_
     return true;
 }
 
-// An entry's rows of this set, costed single value minus row value as the
-// fill costs them, the first kMaxCands in row order.
+// How many of an entry's rows of this set become candidates: the first
+// kMaxCands in row order, as in the fill.
 int32_t SpanTables::CandCount(const DictSEntry &entry) const {
     if (entry.posList == nullptr) return 0;
     int32_t n = 0;
@@ -66,56 +70,64 @@ int32_t SpanTables::CandCount(const DictSEntry &entry) const {
     return n;
 }
 
-int32_t SpanTables::PutCands(const DictSEntry &entry, uint8_t *tags, double *costs) const {
+int32_t SpanTables::PutCands(const DictSEntry &entry, uint8_t *tags, unsigned char *values) const {
     if (entry.posList == nullptr) return 0;
-    const uint32_t singles = (single_ != nullptr) ? tagCount_ : 0;
     int32_t n = 0;
     for (int32_t r = 0; r < entry.posCount && n < kMaxCands; ++r) {
         const DictSRow &row = entry.posList[r];
         if (row.code != set_) continue;
-        const uint8_t tag = row.subCode;
-        tags[n] = tag;
-        costs[n] = (tag < singles ? single_[tag] : 0.0) - static_cast<double>(row.value);
+        tags[n] = row.subCode;
+        const float value = row.value;
+        memcpy(values + 4 * n, &value, sizeof value);
         ++n;
     }
     return n;
 }
 
 bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
-    // The block, in 8-byte words: the places (entry-major, one per set, and
-    // a last one: entries * count + 1 of 4 bytes), the costs (one more, for
-    // the two-at-a-time copies), the tags (kCopyPad more, for the 16-byte
-    // copies). Set s of entry e has [place[e * count + s], place[e * count
-    // + s + 1]) of both.
+    // The block: each entry's record offset (4 bytes), then the records: the
+    // counts, the tags of the entry's candidates in sets 0..count-1, then
+    // their values, 5 bytes per candidate (a row's value is kept rather than
+    // its cost, which takes 8: the fill adds the single value, a small
+    // table). Padding at the end for the block copies (16 tags, two values).
     const size_t entries = static_cast<size_t>(sets[0].count_);
     size_t total = 0;
     for (size_t e = 0; e < entries; ++e)
         for (int s = 0; s < count; ++s) total += static_cast<size_t>(sets[s].CandCount(sets[0].entries_[e]));
-    const size_t placeWords = (entries * count + 1 + 1) / 2;
-    const size_t costWords = total + 1;
-    const size_t tagWords = (total + kCopyPad + 7) / 8;
+    const size_t recordWords = (entries + 1) / 2;
+    const size_t dataBytes = kSets * entries + 5 * total;
+    if (dataBytes >= UINT32_MAX - kCopyPad) return false;
+    const size_t dataWords = (dataBytes + kCopyPad + 7) / 8;
     SpanTables &holder = sets[0];
     try {
-        holder.block_.assign(placeWords + costWords + tagWords, 0);
+        holder.block_.assign(recordWords + dataWords, 0);
     } catch (const std::bad_alloc &) {
         return false;
     }
-    uint32_t *places = reinterpret_cast<uint32_t *>(holder.block_.data());
-    double *costs = reinterpret_cast<double *>(holder.block_.data() + placeWords);
-    uint8_t *tags = reinterpret_cast<uint8_t *>(holder.block_.data() + placeWords + costWords);
+    uint32_t *records = reinterpret_cast<uint32_t *>(holder.block_.data());
+    unsigned char *data = reinterpret_cast<unsigned char *>(holder.block_.data() + recordWords);
     uint32_t at = 0;
-    for (size_t e = 0; e < entries; ++e)
+    uint8_t tags[kSets * kMaxCands];
+    unsigned char values[4 * kSets * kMaxCands];
+    for (size_t e = 0; e < entries; ++e) {
+        records[e] = at;
+        unsigned char *record = data + at;
+        uint32_t n = 0;
         for (int s = 0; s < count; ++s) {
-            places[e * count + s] = at;
-            at += static_cast<uint32_t>(sets[s].PutCands(sets[0].entries_[e], tags + at, costs + at));
+            n += static_cast<uint32_t>(sets[s].PutCands(sets[0].entries_[e], tags + n, values + 4 * n));
+            record[s] = static_cast<uint8_t>(n);
         }
-    places[entries * count] = at;
-    for (size_t k = at; k < at + kCopyPad; ++k) tags[k] = kNoTag;
+        for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(n);
+        memcpy(record + kSets, tags, n);
+        memcpy(record + kSets + n, values, 4 * n);
+        at += kSets + 5 * n;
+    }
+    memset(data + at, kNoTag, kCopyPad);
     for (int s = 0; s < count; ++s) {
-        sets[s].places_ = places + s;
-        sets[s].stride_ = static_cast<size_t>(count);
-        sets[s].tags_ = tags;
-        sets[s].costs_ = costs;
+        sets[s].records_ = records;
+        sets[s].data_ = data;
+        sets[s].dataSize_ = at;
+        sets[s].setIndex_ = static_cast<uint32_t>(s);
         sets[s].built_ = true;
     }
     return true;

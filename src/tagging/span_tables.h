@@ -29,9 +29,10 @@ public:
     // tables are then unusable).
     bool Build(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
     // Builds the tables of the kSets sets (set t from models[t]) in one
-    // block held by sets[0], each entry's candidate places of all sets side
-    // by side: one cache line gives a word's places in every set, and the
-    // block sits in large pages. The same tables as Build gives per set.
+    // block held by sets[0], one record per entry holding its candidates of
+    // every set: one cache line usually gives a word's candidates in every
+    // set, and the block sits in large pages. The same candidates as Build
+    // gives per set (marks, though, are those of the block: see Mark).
     static bool BuildSets(SpanTables (&sets)[kSets], const DictionaryS &core,
                           const ContextStat *const (&models)[kSets]) noexcept;
     // True when built from exactly these records as they are now.
@@ -52,32 +53,47 @@ public:
     const double *const *WideRows() const { return wide_; }
 
     // The candidates of word `w`'s dictionary rows of this set (at most
-    // kSpanCands - 1, in row order) when `w` carries its entry (see MarkEntry);
-    // false when it does not, and the rows must be read. At least 16 tags
-    // and an even number of costs can be read from where they start (the
-    // following entries' candidates, or padding), for block copies.
-    bool Cands(const SpanWord &w, const uint8_t **tags, const double **costs, int32_t *n) const {
-        const uint32_t at = static_cast<uint32_t>(w.reserved[0]) - 1u;
-        if (at >= static_cast<uint32_t>(count_) || entries_[at].posList != w.posList ||
-            entries_[at].posCount != w.posCount)
-            return false;
-        // Entry e's candidates of this set are [places_[e * stride_],
-        // places_[e * stride_ + 1]) of tags_/costs_.
-        const uint32_t *place = places_ + static_cast<size_t>(at) * stride_;
-        const uint32_t first = place[0];
-        *tags = tags_ + first;
-        *costs = costs_ + first;
-        *n = static_cast<int32_t>(place[1] - first);
+    // kSpanCands - 1, in row order) when `w` carries its entry's record (see
+    // Mark; marked by these tables or others of their block): their tags and
+    // their rows' values; candidate i costs Singles()[tags[i]] - values[i],
+    // the fill's formula. False when `w` carries none, and the rows must be
+    // read. At least 16 tags and an even number of values can be read from
+    // where they start (the entry's other candidates, the following
+    // records, or padding), for block copies; values may be unaligned.
+    bool Cands(const SpanWord &w, const uint8_t **tags, const unsigned char **values, int32_t *n) const {
+        const uint32_t at = static_cast<uint32_t>(w.reserved[1]) - 1u;
+        if (at >= dataSize_) return false;
+        const unsigned char *record = data_ + at;
+        const uint32_t first = setIndex_ == 0 ? 0u : record[setIndex_ - 1];
+        const uint32_t all = record[kSets - 1];
+        *tags = record + kSets + first;
+        *values = record + kSets + all + 4 * first;
+        *n = static_cast<int32_t>(record[setIndex_] - first);
         return true;
     }
+    // The single value of each tag (0 for tags beyond the model's table).
+    const double *Singles() const { return singles_; }
 
-    // Start loading where Cands finds core entry `at`'s candidates (after
-    // BuildSets, those of every set).
-    void PrefetchPlace(uint32_t at) const {
-        if (at < static_cast<uint32_t>(count_)) __builtin_prefetch(places_ + static_cast<size_t>(at) * stride_);
+    // Records in `w`, which holds the rows of core-dictionary entry `at`
+    // (posList, posCount), where its candidates are, so that Cands finds
+    // them without reading the rows or the entry. Whatever gives a record
+    // of a word array other rows marks them again or clears the mark
+    // (ClearMark); copies of whole records keep it.
+    void Mark(SpanWord *w, int32_t at) const {
+        w->reserved[0] = at + 1;
+        w->reserved[1] = static_cast<int32_t>(MarkOf(at));
+    }
+    // The mark of entry `at` (what Mark stores; 0 for none).
+    uint32_t MarkOf(int32_t at) const {
+        return (at >= 0 && at < count_ && records_ != nullptr) ? records_[at] + 1 : 0;
+    }
+    // Start loading the candidates (of every set of the block) of the entry
+    // whose mark is `mark`.
+    void PrefetchMarked(uint32_t mark) const {
+        if (mark - 1u < dataSize_) __builtin_prefetch(data_ + (mark - 1u));
     }
 
-    // Tags readable past the last entry's candidates.
+    // Bytes readable past the last entry's record.
     static constexpr size_t kCopyPad = 16;
 
 private:
@@ -85,8 +101,9 @@ private:
     bool Start(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
     // Candidates entry e has in this set.
     int32_t CandCount(const DictSEntry &entry) const;
-    // Appends entry e's candidates of this set at tags/costs; returns how many.
-    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, double *costs) const;
+    // Appends entry e's candidates of this set at tags (their rows' values
+    // at values, unaligned); returns how many.
+    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, unsigned char *values) const;
     // Builds `count` sets, which Start has prepared, in one block held by
     // sets[0].
     static bool Fill(SpanTables *sets, int count) noexcept;
@@ -103,18 +120,25 @@ private:
     const double *rows_[256] = {};
     const double *wide_[256] = {};
     std::vector<double> wideCosts_;  // the model's rows, widened
-    // Where the candidates are (in the block of the set that holds it).
-    const uint32_t *places_ = nullptr;
-    size_t stride_ = 1;
-    const uint8_t *tags_ = nullptr;
-    const double *costs_ = nullptr;
-    // The block: places, costs, tags (see Fill).
+    // Where each entry's record starts in data_ (in the block of the set
+    // that holds it). A record holds kSets bytes of counts (the candidates
+    // of the block's sets 0..s, for each s; the total for s past the block's
+    // sets), the tags of every set of the block, then their rows' values
+    // (4-byte floats).
+    const uint32_t *records_ = nullptr;
+    const unsigned char *data_ = nullptr;
+    uint32_t dataSize_ = 0;  // bytes of records in data_
+    uint32_t setIndex_ = 0;  // this set's index in its block
+    double singles_[256] = {};
+    // The block: record offsets, then the records (see Fill).
     vsg::HugeTable<uint64_t> block_;
 };
 
-// Records in `w` that it holds the rows of core-dictionary entry `at`, so
-// that SpanTables::Cands finds its candidates without reading the rows.
-inline void MarkEntry(SpanWord *w, int32_t at) { w->reserved[0] = at + 1; }
+// Records in `w` that its candidates are to be read from its rows.
+inline void ClearMark(SpanWord *w) {
+    w->reserved[0] = 0;
+    w->reserved[1] = 0;
+}
 
 }  // namespace vsg::tagging
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/huge_pages.h"
 #include "engine/core.h"
 #include "engine/instance.h"
 #include "support/support.h"
@@ -259,4 +260,19 @@ TEST(EngineCore, CopyGbTextStopsAtTheEndAndCutsWholeCharacters) {
     // A field of one byte holds the terminator only.
     EXPECT_EQ(Copied("abc", 3, 1, &n), "");
     EXPECT_EQ(n, 0u);
+}
+
+// The load-time tables keep records of one cache line (the core index's
+// slots) in vectors over the large-page allocator: small tables (a small
+// model set's) come from the heap and must be as aligned as their records,
+// large ones from their own mapping.
+TEST(EngineCore, LargeTableVectorsKeepTheirRecordsAlignment) {
+    struct alignas(64) Line {
+        char bytes[64];
+    };
+    std::vector<vsg::HugeTable<Line>> tables;
+    for (size_t n : {size_t{1}, size_t{3}, size_t{7}, size_t{100}, size_t{1000}, (vsg::kHugeTableFrom / 64) + 5})
+        for (int copy = 0; copy < 4; ++copy) tables.emplace_back(n);
+    for (const vsg::HugeTable<Line> &t : tables)
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(t.data()) % alignof(Line), 0u) << t.size() << " records";
 }

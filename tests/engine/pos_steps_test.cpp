@@ -19,6 +19,7 @@
 #include "engine/instance.h"
 #include "support/support.h"
 #include "tagging/Span.h"
+#include "tagging/Span_names.h"
 #include "tagging/span_tables.h"
 
 using vsgtest::Gb;
@@ -120,7 +121,7 @@ struct Fixture {
                 w.posCount = entry.posCount;
                 w.posList = entry.posList;
                 memcpy(w.stats, entry.stats, sizeof w.stats);
-                vsg::tagging::MarkEntry(&w, at);
+                tables[0].Mark(&w, at);
             }
         };
         add(0, vsg::kStartWord, nullptr, -1, 1.0);
@@ -202,7 +203,11 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
         std::vector<SpanWord> words = f.Words(s, rng, &pairs);
         for (int tt = 0; tt < 8; ++tt) {
             const int t = tt % 4;
-            SpanPtr fromTables = NewSpan(f.model(t), tt < 4 ? &f.tables[t] : &f.shared[t], static_cast<uint32_t>(t));
+            const vsg::tagging::SpanTables &used = tt < 4 ? f.tables[t] : f.shared[t];
+            // Marks are those of the tables' block.
+            for (SpanWord &w : words)
+                if (w.reserved[0] > 0) used.Mark(&w, w.reserved[0] - 1);
+            SpanPtr fromTables = NewSpan(f.model(t), &used, static_cast<uint32_t>(t));
             SpanPtr fromRows = NewSpan(f.model(t), nullptr, static_cast<uint32_t>(t));
             ASSERT_TRUE(fromTables && fromRows);
             int32_t start = 0;
@@ -232,4 +237,66 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
         }
     }
     EXPECT_GT(compared, 1000u);
+}
+
+// A record that a recogniser gives the rows of a class entry (a name record)
+// is filled from those rows, not from the candidates of the entry its word
+// was looked up under: in every set, the tables give what the rows give.
+TEST(SpanTablesFill, RecordsGivenOtherRowsAreFilledFromThem) {
+    Fixture f;
+    if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
+    const DictionaryS &core = f.core();
+    ASSERT_GE(core.personIndex, 0);
+    const DictSEntry &cls = core.entries[core.personIndex];
+    // A one-character word with person rows.
+    int32_t at = -1;
+    for (int32_t e = 0; e < core.count && at < 0; ++e) {
+        const DictSEntry &entry = core.entries[e];
+        if (entry.word == nullptr || strlen(entry.word) != 2 || entry.posList == nullptr || entry.posList == cls.posList)
+            continue;
+        for (int32_t r = 0; r < entry.posCount; ++r)
+            if (entry.posList[r].code == 1) at = e;
+    }
+    ASSERT_GE(at, 0);
+    auto record = [&](const char *text, int32_t entry) {
+        SpanWord w;
+        memset(&w, 0, sizeof w);
+        snprintf(w.text, sizeof w.text, "%s", text);
+        w.tag = -1;
+        w.weight = 1.0;
+        if (entry >= 0) {
+            w.posCount = core.entries[entry].posCount;
+            w.posList = core.entries[entry].posList;
+            memcpy(w.stats, core.entries[entry].stats, sizeof w.stats);
+            f.shared[0].Mark(&w, entry);
+        }
+        return w;
+    };
+    std::vector<SpanWord> words = {record(vsg::kStartWord, DictionaryS_GetCoreInfo(vsg::kStartWord, &core)),
+                                   record(core.entries[at].word, at),
+                                   record(vsg::kEndWord, DictionaryS_GetCoreInfo(vsg::kEndWord, &core)),
+                                   record("", -1)};
+    vsg::names::WriteNameRecord(&words[1], nullptr, vsg::names::NameClass{"", -1, 0, 1.0}, 2, &core,
+                                vsg::names::CoreClass::kPerson);
+    ASSERT_EQ(words[1].posList, cls.posList);
+    for (int t = 0; t < 4; ++t) {
+        SpanPtr fromTables = NewSpan(f.model(t), &f.shared[t], static_cast<uint32_t>(t));
+        SpanPtr fromRows = NewSpan(f.model(t), nullptr, static_cast<uint32_t>(t));
+        ASSERT_TRUE(fromTables && fromRows);
+        for (CSpan *span : {fromTables.get(), fromRows.get()}) {
+            CSpan_Reset(span, 0);
+            if (t == 0)
+                CSpan_GetFrom0(span, words.data(), 0, &core);
+            else
+                CSpan_GetFrom1(span, words.data(), 0, t, kDefaultRole[t]);
+        }
+        ASSERT_EQ(fromTables->count, fromRows->count);
+        for (int j = 0; j < kSpanCands; ++j) {
+            ASSERT_EQ(fromTables->cand[2][j], fromRows->cand[2][j]) << "type " << t << " candidate " << j;
+            if (fromRows->cand[2][j] == kNoTag) break;
+            ASSERT_EQ(memcmp(&fromTables->score[2][j], &fromRows->score[2][j], sizeof(double)), 0) << "type " << t;
+        }
+    }
 }
