@@ -123,6 +123,20 @@ struct TrainOptions {
     // The minimum only for characters seen at most this often in the
     // default role (0: all).
     int personGivenFloorMinUpTo = 5;
+    // Given-name floor of the characters the training days never show
+    // (0: the floor above). Held-out days show such a character in a given
+    // name far more often than one seen a few times.
+    double personUnseenGivenFloor = 0.0;
+    // A lone two-character given name trains as C F, so its first
+    // character needs a surname row: a character seen as the first of a
+    // two-character given name gets a surname count of at least this
+    // share of that count (0: none).
+    double personLoneGivenShare = 0.0;
+    // A character seen after a name at least this many times as often as
+    // in a given-name role (摄 in 戴浩摄, ） in 王璐）) has that given-name
+    // row lowered to the flat floor: its few given-name counts are rare
+    // names or tagging slips, and they let names run on into it (0: off).
+    double personGivenAfterRatio = 0.0;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
