@@ -31,7 +31,7 @@ void Usage() {
                  "  --person-given-floor-min-upto N  the minimum only for characters seen at most N times in the default role (default 5, 0: all)\n"
                  "  --person-unseen-given-floor X  given-name floor of characters the training days never show (default 0: the general floor)\n"
                  "  --person-lone-given-share X  surname count of at least X times a character's count as the first of a two-character given name (default 0: off)\n"
-                 "  --person-given-after-ratio X  given-name rows of a character seen after a name at least X times as often drop to the flat floor (default 0: off)\n"
+                 "  --person-given-after-ratio X  given-name rows of a character seen after a name at least X times as often drop to the flat floor (default 100, 0: off)\n"
                  "  --person-given-seen 0|1|2  given-name rows of a character seen in them: 0 counted, 1 at least its given-name floor, 2 count plus floor (default 0)\n"
                  "  --person-lone-place-ratio X  lone two-character names used as places at least X times as often as names keep plain roles (default 0: off)\n"
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d,m, empty: none)\n"

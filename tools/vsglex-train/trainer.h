@@ -136,7 +136,7 @@ struct TrainOptions {
     // in a given-name role (摄 in 戴浩摄, ） in 王璐）) has that given-name
     // row lowered to the flat floor: its few given-name counts are rare
     // names or tagging slips, and they let names run on into it (0: off).
-    double personGivenAfterRatio = 0.0;
+    double personGivenAfterRatio = 100.0;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
