@@ -61,7 +61,8 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional, bool punct,
-               bool flatGiven, bool orgEnding, bool unseen, const TrainOptions &opt, std::vector<Row> *rows) {
+               bool flatGiven, bool orgEnding, bool unseen, bool noPlaceFloor, const TrainOptions &opt,
+               std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -204,7 +205,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     // the roles before a place suffix, so that a suffix after it can make
     // a place. The roles of places without a suffix get none (floors there
     // made places of ordinary words).
-    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional) {
+    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional && !noPlaceFloor) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
@@ -329,7 +330,8 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             for (int set = 0; set < 3; ++set)
                 e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), MainTagIsPunct(wc.pos),
                                             MainTagIn(wc.pos, opt.personFlatFloorTags),
-                                            c.orgSuffixChars.count(w) != 0, unseen, opt, &e.rows);
+                                            c.orgSuffixChars.count(w) != 0, unseen,
+                                            MainTagIn(wc.pos, opt.placeFloorSkipTags), opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

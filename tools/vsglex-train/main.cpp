@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-unseen-given-floor X] [--person-lone-given-share X] [--person-given-after-ratio X] [--person-context-floor X] [--person-context-share X] [--person-lone-names 0|1|2|3|4] [--person-given-seen 0|1|2] [--person-lone-place-ratio X] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-unseen-given-floor X] [--person-lone-given-share X] [--person-given-after-ratio X] [--person-context-floor X] [--person-context-share X] [--person-lone-names 0|1|2|3|4] [--person-given-seen 0|1|2] [--person-lone-place-ratio X] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--place-floor-skip-tags LIST] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -45,6 +45,7 @@ void Usage() {
                  "  --person-place-end-share X  the same for characters seen ending a cut place (default 0: off)\n"
                  "  --person-punct-after-share X  a punctuation mark's after-name count is at least X times its default count (default 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
+                 "  --place-floor-skip-tags LIST  part-of-speech classes whose characters get no place stem floor (default none)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
                  "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
@@ -129,6 +130,8 @@ int main(int argc, char **argv) {
             opt.foreignFirstFloor = std::atof(argv[++i]);
         } else if (a == "--place-floor" && i + 1 < argc) {
             opt.placeRoleFloor = std::atof(argv[++i]);
+        } else if (a == "--place-floor-skip-tags" && i + 1 < argc) {
+            opt.placeFloorSkipTags = argv[++i];
         } else if (a == "--org-suffix-add" && i + 1 < argc) {
             opt.orgSuffixAdd = std::atof(argv[++i]);
         } else if (a == "--org-floor" && i + 1 < argc) {

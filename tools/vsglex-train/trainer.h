@@ -76,6 +76,9 @@ struct TrainOptions {
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
     double placeRoleFloor = 0.001;
+    // Comma-separated part-of-speech classes whose characters get no place
+    // stem floor (empty: none).
+    std::string placeFloorSkipTags;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
     // With 2.05 a word that ends organisation names once in the training
