@@ -84,14 +84,20 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
     // A character that mostly follows names (摄, ）) keeps only the flat
     // floor in the given-name roles it was seen in a few times.
-    if (set == 0 && opt.personGivenAfterRatio > 0.0 && opt.personRoleFloor > 0.0) {
+    // The same for a character that mostly ends cut places (州 of 徐州).
+    if (set == 0 && opt.personRoleFloor > 0.0 &&
+        (opt.personGivenAfterRatio > 0.0 || opt.personGivenPlaceEndRatio > 0.0)) {
         const auto after = named.find(kPersonAfterRole);
+        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
         for (Row &r : *rows) {
-            if (after == named.end() || r.code != 1 ||
-                std::find(std::begin(kPersonGivenRoles), std::end(kPersonGivenRoles), r.subCode) ==
-                    std::end(kPersonGivenRoles))
+            if (r.code != 1 || std::find(std::begin(kPersonGivenRoles), std::end(kPersonGivenRoles), r.subCode) ==
+                                   std::end(kPersonGivenRoles))
                 continue;
-            if (after->second >= opt.personGivenAfterRatio * named.at(r.subCode))
+            const int32_t seen = named.at(r.subCode);
+            if ((opt.personGivenAfterRatio > 0.0 && after != named.end() &&
+                 after->second >= opt.personGivenAfterRatio * seen) ||
+                (opt.personGivenPlaceEndRatio > 0.0 && placeEnd != named.end() &&
+                 placeEnd->second >= opt.personGivenPlaceEndRatio * seen))
                 r.value = LogCount(opt.personRoleFloor);
         }
     }

@@ -140,6 +140,9 @@ struct TrainOptions {
     // row lowered to the flat floor: its few given-name counts are rare
     // names or tagging slips, and they let names run on into it (0: off).
     double personGivenAfterRatio = 100.0;
+    // The same for a character seen ending a cut place (V) at least this
+    // many times as often as in a given-name role (0: off).
+    double personGivenPlaceEndRatio = 0.0;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
