@@ -985,3 +985,35 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Trainer, GivenNameRowsOfCharactersThatMostlyFollowNames) {
+    // 摄 follows a name three times and is a one-character given name once
+    // (李摄): with the ratio 3 its given-name row drops to the flat floor,
+    // so that 王刚摄 does not run into it. 平 follows a name once and is a
+    // given name once, and keeps its counted row either way.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  王/nr  刚/nr  摄/v  。/w  张/nr  力/nr  摄/v  。/w  赵/nr  明/nr  摄/v  。/w  "
+        "李/nr  摄/nr  来/v  。/w  钱/nr  平/nr  来/v  。/w  孙/nr  红/nr  平/v  。/w",
+        &ps[0]));
+    for (double ratio : {3.0, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.personGivenAfterRatio = ratio;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const DictSEntry *she = Find(d, "摄");
+        const DictSEntry *ping = Find(d, "平");
+        ASSERT_TRUE(she != nullptr && ping != nullptr);
+        const int oneCharGiven = 5, after = 18;
+        EXPECT_FLOAT_EQ(RowValue(she, 1, after), std::log(4.0f));  // seen three times
+        EXPECT_FLOAT_EQ(RowValue(she, 1, oneCharGiven),
+                        ratio > 0 ? std::log(static_cast<float>(opt.personRoleFloor)) : std::log(2.0f));
+        EXPECT_FLOAT_EQ(RowValue(ping, 1, oneCharGiven), std::log(2.0f));
+        DictionaryS_Free(&d);
+    }
+}
+
+}  // namespace

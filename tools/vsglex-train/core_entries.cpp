@@ -2,6 +2,7 @@
 // rows, its role rows and its statistics, and the entries of the class
 // words.
 #include <algorithm>
+#include <iterator>
 
 #include "common/gbtext.h"
 #include "steps.h"
@@ -60,7 +61,8 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional, bool punct,
-               bool flatGiven, bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
+               bool flatGiven, bool orgEnding, bool unseen, bool noPlaceFloor, const TrainOptions &opt,
+               std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -80,6 +82,25 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     }
     for (const auto &rc : TopCounts(named, kMaxRows - 1))
         rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
+    // A character that mostly follows names (摄, ）) keeps only the flat
+    // floor in the given-name roles it was seen in a few times.
+    // The same for a character that mostly ends cut places (州 of 徐州).
+    if (set == 0 && opt.personRoleFloor > 0.0 &&
+        (opt.personGivenAfterRatio > 0.0 || opt.personGivenPlaceEndRatio > 0.0)) {
+        const auto after = named.find(kPersonAfterRole);
+        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
+        for (Row &r : *rows) {
+            if (r.code != 1 || std::find(std::begin(kPersonGivenRoles), std::end(kPersonGivenRoles), r.subCode) ==
+                                   std::end(kPersonGivenRoles))
+                continue;
+            const int32_t seen = named.at(r.subCode);
+            if ((opt.personGivenAfterRatio > 0.0 && after != named.end() &&
+                 after->second >= opt.personGivenAfterRatio * seen) ||
+                (opt.personGivenPlaceEndRatio > 0.0 && placeEnd != named.end() &&
+                 placeEnd->second >= opt.personGivenPlaceEndRatio * seen))
+                r.value = LogCount(opt.personRoleFloor);
+        }
+    }
     // Function words and punctuation marks get none (褚、乔 is no name).
     // Names are full of characters the training days never show in a name
     // (吴昌期, 普里马科夫): every character gets a small floor for the roles of
@@ -95,8 +116,12 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A listed surname that is also a common word (经, 班, 盛) is seen
         // as a surname far less often than it is used: its surname count
         // grows with its default count.
-        const double surnameLeast =
-            IsSurnameChar(word) ? std::max(opt.surnameFloor, opt.surnameFloorShare * def) : 0.0;
+        double surnameLeast = IsSurnameChar(word) ? std::max(opt.surnameFloor, opt.surnameFloorShare * def) : 0.0;
+        // A lone given name (玉荣 alone) trains as C F: the first character
+        // of two-character given names may begin one in new text.
+        const auto firstGiven = named.find(kPersonGivenRoles[0]);
+        if (opt.personLoneGivenShare > 0.0 && firstGiven != named.end())
+            surnameLeast = std::max(surnameLeast, opt.personLoneGivenShare * firstGiven->second);
         if (surnameLeast > 0.0 && named.count(kPersonSurnameRole)) {
             for (Row &r : *rows)
                 if (r.code == 1 && r.subCode == kPersonSurnameRole)
@@ -139,6 +164,9 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.personGivenFloorMax > 0.0) givenFloor = std::min(givenFloor, opt.personGivenFloorMax);
         if (!flatGiven && (opt.personGivenFloorMinUpTo <= 0 || def <= opt.personGivenFloorMinUpTo))
             givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
+        // A character the training days never show has no count to grow
+        // from; held-out days put it in a given name far more often.
+        if (unseen && opt.personUnseenGivenFloor > 0.0) givenFloor = opt.personUnseenGivenFloor;
         // A listed transliteration character may be the inner or last
         // character of a foreign name the training days never show.
         const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
@@ -183,7 +211,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     // the roles before a place suffix, so that a suffix after it can make
     // a place. The roles of places without a suffix get none (floors there
     // made places of ordinary words).
-    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional) {
+    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional && !noPlaceFloor) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
@@ -301,10 +329,15 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
             }
         } else {
+            // Only the unseen-character rows gave it an entry.
+            const bool unseen = wc.pos.empty() && wc.roles[1].empty() && wc.roles[2].empty() &&
+                                wc.roles[0].size() == 1 && wc.roles[0].count(kPersonDefault) != 0 &&
+                                wc.roles[0].at(kPersonDefault) == kUnseenCharCount;
             for (int set = 0; set < 3; ++set)
                 e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), MainTagIsPunct(wc.pos),
                                             MainTagIn(wc.pos, opt.personFlatFloorTags),
-                                            c.orgSuffixChars.count(w) != 0, opt, &e.rows);
+                                            c.orgSuffixChars.count(w) != 0, unseen,
+                                            MainTagIn(wc.pos, opt.placeFloorSkipTags), opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

@@ -76,6 +76,9 @@ struct TrainOptions {
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
     double placeRoleFloor = 0.001;
+    // Comma-separated part-of-speech classes whose characters get no place
+    // stem floor (empty: none).
+    std::string placeFloorSkipTags;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
     // With 2.05 a word that ends organisation names once in the training
@@ -123,6 +126,23 @@ struct TrainOptions {
     // The minimum only for characters seen at most this often in the
     // default role (0: all).
     int personGivenFloorMinUpTo = 5;
+    // Given-name floor of the characters the training days never show
+    // (0: the floor above). Held-out days show such a character in a given
+    // name far more often than one seen a few times.
+    double personUnseenGivenFloor = 0.0;
+    // A lone two-character given name trains as C F, so its first
+    // character needs a surname row: a character seen as the first of a
+    // two-character given name gets a surname count of at least this
+    // share of that count (0: none).
+    double personLoneGivenShare = 0.0;
+    // A character seen after a name at least this many times as often as
+    // in a given-name role (摄 in 戴浩摄, ） in 王璐）) has that given-name
+    // row lowered to the flat floor: its few given-name counts are rare
+    // names or tagging slips, and they let names run on into it (0: off).
+    double personGivenAfterRatio = 100.0;
+    // The same for a character seen ending a cut place (V) at least this
+    // many times as often as in a given-name role (0: off).
+    double personGivenPlaceEndRatio = 0.0;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
