@@ -383,21 +383,19 @@ TEST(Trainer, PersonDataForCutPlacesAndUnseenCharacters) {
 TEST(Trainer, FrequentTransliteratedPlacesInThePersonData) {
     // 卢旺达 (transliterated) and 杨宋镇 (suffixed) occur twice each: above a
     // person cut limit of 1 both stay whole words, unless transliterated
-    // places have a cut limit of their own or count their characters.
+    // places have a cut limit of their own.
     std::vector<vsgtrain::Paragraph> ps(2);
     for (auto &p : ps)
         ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  卢旺达/ns  和/c  杨宋镇/ns  。/w", &p));
     struct Case {
         int foreignCut;
-        bool chars;
         bool cutsForeign, countsForeign;
-    } cases[] = {{1, false, false, false}, {5, false, true, true}, {1, true, false, true}};
+    } cases[] = {{1, false, false}, {5, true, true}};
     for (const Case &k : cases) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personPlaceCutMax = 1;
         opt.personForeignPlaceCutMax = k.foreignCut;
-        opt.personForeignPlaceChars = k.chars;
         opt.personPlaceFloor = 0.02;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
@@ -571,8 +569,8 @@ namespace {
 
 TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
     // 克 begins 克林顿 (counted); 斯 is a listed transliteration character
-    // never seen first and gets the pseudo-counts of roles L (11) and, when
-    // asked, C (2); 鹏 is not listed and gets none. 斯 and 克, never inner
+    // never seen first and gets the pseudo-count of role L (11); 鹏 is not
+    // listed and gets none. 斯 and 克, never inner
     // or last, get the larger floor of M (12) and N (13); 鹏 the general
     // one.
     std::vector<vsgtrain::Paragraph> ps(1);
@@ -582,7 +580,6 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.foreignFirstFloor = floor;
-        opt.foreignSurnameFloor = floor / 3;
         opt.foreignInnerFloor = floor;
         DictionaryS d;
         ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
@@ -594,15 +591,10 @@ TEST(Trainer, ListedTransliterationCharactersMayBeginAForeignName) {
             EXPECT_FLOAT_EQ(RowValue(Find(d, "鹏"), 1, role), std::log(static_cast<float>(opt.personRoleFloor)))
                 << role;
         }
-        // The surname pseudo-count (C, 2) of the same characters: a lone
-        // two-character foreign name (培根) trains as C F.
-        for (int role : {11, 2}) {
-            const float si = RowValue(Find(d, "斯"), 1, role);
-            const double want = role == 11 ? opt.foreignFirstFloor : opt.foreignSurnameFloor;
-            if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(want))) << role;
-            else EXPECT_TRUE(std::isnan(si)) << role;
-            EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, role))) << role;
-        }
+        const float si = RowValue(Find(d, "斯"), 1, 11);
+        if (floor > 0) EXPECT_FLOAT_EQ(si, std::log(static_cast<float>(opt.foreignFirstFloor)));
+        else EXPECT_TRUE(std::isnan(si));
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 1, 11)));
         DictionaryS_Free(&d);
     }
 }
@@ -944,23 +936,20 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
     // a name and stands five times. With the after-name share 说 keeps the
     // flat given-name floor (邱说 is no name) while 来's floor still grows
     // with its default count; without it both grow. The before-name share
-    // does the same for 请, seen once before a name and twice elsewhere,
-    // and the place-end share for 庄, which ends a cut place.
+    // does the same for 请, seen once before a name and twice elsewhere.
     std::vector<vsgtrain::Paragraph> ps(1);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  李/nr  鹏/nr  说/v  ，/w  来/v  来/v  来/v  来/v  来/v  说/v  ，/w  "
-        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w  "
-        "在/p  薛庄/ns  ，/w  庄/n  。/w  庄/n  。/w",
+        "王/nr  刚/nr  说/v  ，/w  说/v  。/w  请/v  请/v  ，/w  请/v  张/nr  力/nr  。/w",
         &ps[0]));
     struct Case {
-        double after, before, placeEnd;
+        double after, before;
     };
-    for (const Case &k : {Case{0.5, 0.0, 0.0}, Case{0.0, 0.0, 0.0}, Case{0.0, 0.2, 0.3}}) {
+    for (const Case &k : {Case{0.5, 0.0}, Case{0.0, 0.0}, Case{0.0, 0.2}}) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
         opt.personAfterNameShare = k.after;
         opt.personBeforeNameShare = k.before;
-        opt.personPlaceEndShare = k.placeEnd;
         opt.personFlatFloorTags = "";
         opt.personGivenFloorMin = 0.0;  // the grown floors are compared here
         DictionaryS d;
@@ -977,8 +966,6 @@ TEST(Trainer, CharactersThatOftenFollowANameKeepFlatGivenNameFloors) {
             EXPECT_FLOAT_EQ(RowValue(shuo, 1, role), k.after > 0 ? flat : grown(2)) << role;
             EXPECT_FLOAT_EQ(RowValue(qing, 1, role), k.before > 0 ? flat : grown(2)) << role;
             EXPECT_FLOAT_EQ(RowValue(Find(d, "来"), 1, role), grown(5)) << role;
-            // 庄 ends the cut place 薛庄 once and stands twice.
-            EXPECT_FLOAT_EQ(RowValue(Find(d, "庄"), 1, role), k.placeEnd > 0 ? flat : grown(2)) << role;
         }
         DictionaryS_Free(&d);
     }

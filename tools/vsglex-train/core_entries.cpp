@@ -39,13 +39,6 @@ bool MainTagIsFunctional(const std::map<int, int32_t> &pos) {
     return best >= 0 && vsg::IsFunctionOrPunctTag(best);
 }
 
-// Whether the most frequent part-of-speech tag of a word is a punctuation
-// mark.
-bool MainTagIsPunct(const std::map<int, int32_t> &pos) {
-    const int best = MainTag(pos);
-    return best >= 0 && vsg::IsPunctTag(best);
-}
-
 // Whether the most frequent tag of a word, its class name without the
 // "#k" of a one-word class, is one of the comma-separated `names`.
 bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
@@ -60,9 +53,8 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
 // 1 place, 2 organisation) from its role counts and returns its `stats`
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
-float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional, bool punct,
-               bool flatGiven, bool orgEnding, bool unseen, bool noPlaceFloor, const TrainOptions &opt,
-               std::vector<Row> *rows) {
+float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
+               bool flatGiven, bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -70,35 +62,17 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (rc.first == defaults[set]) def = rc.second;
         else named.insert(rc);
     }
-    // A punctuation mark closes a name about as often as a word does, but
-    // it is so frequent elsewhere that its own after-name count makes it
-    // evidence against a name ending before it (默克尔。). Its after-name
-    // role gets at least a share of its default count.
-    if (set == 0 && punct && opt.personPunctAfterShare > 0.0) {
-        const int32_t least = static_cast<int32_t>(opt.personPunctAfterShare * def);
-        int32_t &after = named[kPersonAfterRole];
-        after = std::max(after, least);
-        if (after == 0) named.erase(kPersonAfterRole);
-    }
     for (const auto &rc : TopCounts(named, kMaxRows - 1))
         rows->push_back({static_cast<uint16_t>(set + 1), static_cast<uint8_t>(rc.first), LogCount(rc.second + 1.0)});
     // A character that mostly follows names (摄, ）) keeps only the flat
     // floor in the given-name roles it was seen in a few times.
-    // The same for a character that mostly ends cut places (州 of 徐州).
-    if (set == 0 && opt.personRoleFloor > 0.0 &&
-        (opt.personGivenAfterRatio > 0.0 || opt.personGivenPlaceEndRatio > 0.0)) {
-        const auto after = named.find(kPersonAfterRole);
-        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
+    const auto after = named.find(kPersonAfterRole);
+    if (set == 0 && opt.personRoleFloor > 0.0 && opt.personGivenAfterRatio > 0.0 && after != named.end()) {
         for (Row &r : *rows) {
             if (r.code != 1 || std::find(std::begin(kPersonGivenRoles), std::end(kPersonGivenRoles), r.subCode) ==
                                    std::end(kPersonGivenRoles))
                 continue;
-            const int32_t seen = named.at(r.subCode);
-            if ((opt.personGivenAfterRatio > 0.0 && after != named.end() &&
-                 after->second >= opt.personGivenAfterRatio * seen) ||
-                (opt.personGivenPlaceEndRatio > 0.0 && placeEnd != named.end() &&
-                 placeEnd->second >= opt.personGivenPlaceEndRatio * seen))
-                r.value = LogCount(opt.personRoleFloor);
+            if (after->second >= opt.personGivenAfterRatio * named.at(r.subCode)) r.value = LogCount(opt.personRoleFloor);
         }
     }
     // Function words and punctuation marks get none (褚、乔 is no name).
@@ -113,15 +87,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // A listed surname never seen as one (臧, 粟) gets a small surname
         // count: a flat surname floor on every character made names of
         // common characters before common words.
-        // A listed surname that is also a common word (经, 班, 盛) is seen
-        // as a surname far less often than it is used: its surname count
-        // grows with its default count.
-        double surnameLeast = IsSurnameChar(word) ? std::max(opt.surnameFloor, opt.surnameFloorShare * def) : 0.0;
-        // A lone given name (玉荣 alone) trains as C F: the first character
-        // of two-character given names may begin one in new text.
-        const auto firstGiven = named.find(kPersonGivenRoles[0]);
-        if (opt.personLoneGivenShare > 0.0 && firstGiven != named.end())
-            surnameLeast = std::max(surnameLeast, opt.personLoneGivenShare * firstGiven->second);
+        const double surnameLeast = IsSurnameChar(word) ? opt.surnameFloor : 0.0;
         if (surnameLeast > 0.0 && named.count(kPersonSurnameRole)) {
             for (Row &r : *rows)
                 if (r.code == 1 && r.subCode == kPersonSurnameRole)
@@ -135,23 +101,13 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) &&
             CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
             rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
-        if (opt.foreignSurnameFloor > 0.0 && !named.count(kPersonSurnameRole) && !IsSurnameChar(word) &&
-            CharsInSet(word, 0) + CharsInSet(word, 1) > 0 && ++n < static_cast<size_t>(kMaxRows))
-            rows->push_back({1, static_cast<uint8_t>(kPersonSurnameRole), LogCount(opt.foreignSurnameFloor)});
         // A character that often follows a name is evidence for closing it.
-        const auto after = named.find(kPersonAfterRole);
         if (opt.personAfterNameShare > 0.0 && after != named.end() &&
             after->second >= opt.personAfterNameShare * def)
             flatGiven = true;
         const auto before = named.find(kPersonBeforeRole);
         if (opt.personBeforeNameShare > 0.0 && before != named.end() &&
             before->second >= opt.personBeforeNameShare * def)
-            flatGiven = true;
-        // Likewise a character that often ends a cut place (庄, 乡 after a
-        // surname make 袁庄, 程海乡).
-        const auto placeEnd = named.find(kPersonPlaceFloorRoles[1]);
-        if (opt.personPlaceEndShare > 0.0 && placeEnd != named.end() &&
-            placeEnd->second >= opt.personPlaceEndShare * def)
             flatGiven = true;
         // A flat floor would leave a common character (来 in 周恩来, 成 in
         // 刘我成) far less likely in a given name than a rare one against
@@ -164,22 +120,9 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.personGivenFloorMax > 0.0) givenFloor = std::min(givenFloor, opt.personGivenFloorMax);
         if (!flatGiven && (opt.personGivenFloorMinUpTo <= 0 || def <= opt.personGivenFloorMinUpTo))
             givenFloor = std::max(givenFloor, opt.personGivenFloorMin);
-        // A character the training days never show has no count to grow
-        // from; held-out days put it in a given name far more often.
-        if (unseen && opt.personUnseenGivenFloor > 0.0) givenFloor = opt.personUnseenGivenFloor;
         // A listed transliteration character may be the inner or last
         // character of a foreign name the training days never show.
         const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
-        // A common character seen once or twice in a given name (家 in
-        // 魏哲家) would otherwise score below the floor it gets unseen.
-        if (opt.personGivenSeen > 0)
-            for (Row &r : *rows) {
-                if (r.code != 1 || (r.subCode != kPersonGivenRoles[0] && r.subCode != kPersonGivenRoles[1] &&
-                                    r.subCode != kPersonGivenRoles[2]))
-                    continue;
-                const double count = named.at(r.subCode) + 1.0;
-                r.value = LogCount(opt.personGivenSeen == 1 ? std::max(count, givenFloor) : count + givenFloor);
-            }
         for (int r : kPersonFloorRoles) {
             const bool given = r == kPersonGivenRoles[0] || r == kPersonGivenRoles[1] || r == kPersonGivenRoles[2];
             const double floor = given      ? givenFloor
@@ -192,11 +135,10 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         // only be a name character or the default next to one: a tiny
         // count of the context roles before, after and between names lets
         // the search close a name before it.
-        const double contextFloor = std::max(opt.personContextFloor, opt.personContextShare * def);
-        if (contextFloor > 0.0)
+        if (opt.personContextFloor > 0.0)
             for (int r : kPersonContextRoles)
                 if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
-                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(contextFloor)});
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.personContextFloor)});
         // The same for the two roles of a cut place, so that an unknown
         // place (阿塞拜疆) has a path that makes no name.
         if (opt.personPlaceRoles) {
@@ -211,7 +153,7 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     // the roles before a place suffix, so that a suffix after it can make
     // a place. The roles of places without a suffix get none (floors there
     // made places of ordinary words).
-    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional && !noPlaceFloor) {
+    if (set == 1 && opt.placeRoleFloor > 0.0 && !functional) {
         size_t n = std::min(named.size(), static_cast<size_t>(kMaxRows - 1));
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
@@ -329,15 +271,10 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
                 e.rows.push_back({3, static_cast<uint8_t>(rc.first), LogCount(rc.second + add)});
             }
         } else {
-            // Only the unseen-character rows gave it an entry.
-            const bool unseen = wc.pos.empty() && wc.roles[1].empty() && wc.roles[2].empty() &&
-                                wc.roles[0].size() == 1 && wc.roles[0].count(kPersonDefault) != 0 &&
-                                wc.roles[0].at(kPersonDefault) == kUnseenCharCount;
             for (int set = 0; set < 3; ++set)
-                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos), MainTagIsPunct(wc.pos),
+                e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
                                             MainTagIn(wc.pos, opt.personFlatFloorTags),
-                                            c.orgSuffixChars.count(w) != 0, unseen,
-                                            MainTagIn(wc.pos, opt.placeFloorSkipTags), opt, &e.rows);
+                                            c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

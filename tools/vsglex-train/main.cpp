@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-unseen-given-floor X] [--person-lone-given-share X] [--person-given-after-ratio X] [--person-given-place-end-ratio X] [--person-context-floor X] [--person-context-share X] [--person-lone-names 0|1|2|3|4] [--person-given-seen 0|1|2] [--person-lone-place-ratio X] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--place-floor-skip-tags LIST] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -21,32 +21,20 @@ void Usage() {
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-foreign-place-cut N  the same for transliterated places in the person data (default 30)\n"
-                 "  --person-foreign-place-chars 0|1  transliterated places not cut still count U, V for their characters (default 0)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
                  "  --person-floor-share X  given-name floors of at least X times the default count (default 0.003)\n"
                  "  --person-context-floor X  pseudo-count of unseen context roles R, S, T (default 0.0003, 0: none)\n"
                  "  --person-lone-names 0|1|2|3|4  lone two-character names never seen as given names train as C F (1: first character a listed surname, 2: given-name-like ones, 3: these and transliterated ones, 4: these and those seen as given names too; default 4)\n"
-                 "  --person-context-share X  context roles R S T of a character never seen in them: at least X times its default count (default 0)\n"
                  "  --person-given-floor-min X, --person-given-floor-max X  bounds of the given-name floor, the minimum not for characters that keep the flat floor (default min 0.06, max 0: none)\n"
                  "  --person-given-floor-min-upto N  the minimum only for characters seen at most N times in the default role (default 5, 0: all)\n"
-                 "  --person-unseen-given-floor X  given-name floor of characters the training days never show (default 0: the general floor)\n"
-                 "  --person-lone-given-share X  surname count of at least X times a character's count as the first of a two-character given name (default 0: off)\n"
                  "  --person-given-after-ratio X  given-name rows of a character seen after a name at least X times as often drop to the flat floor (default 100, 0: off)\n"
-                 "  --person-given-place-end-ratio X  the same for a character seen ending a cut place X times as often (default 0: off)\n"
-                 "  --person-given-seen 0|1|2  given-name rows of a character seen in them: 0 counted, 1 at least its given-name floor, 2 count plus floor (default 0)\n"
-                 "  --person-lone-place-ratio X  lone two-character names used as places at least X times as often as names keep plain roles (default 0: off)\n"
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d,m, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
-                 "  --surname-floor-share X  a listed surname's count is at least X times its default count (default 0: off)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.1)\n"
                  "  --foreign-inner-floor X  inner and last transliteration roles (M, N) of listed transliteration characters never seen in them (default 0.03; the general floor if higher)\n"
-                 "  --foreign-surname-floor X  surname pseudo-count of listed transliteration characters (default 0: none)\n"
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
                  "  --person-before-name-share X  the same for characters seen before a name (default 0.01, 0: off)\n"
-                 "  --person-place-end-share X  the same for characters seen ending a cut place (default 0: off)\n"
-                 "  --person-punct-after-share X  a punctuation mark's after-name count is at least X times its default count (default 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
-                 "  --place-floor-skip-tags LIST  part-of-speech classes whose characters get no place stem floor (default none)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
                  "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
@@ -117,8 +105,6 @@ int main(int argc, char **argv) {
             opt.personPlaceCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-foreign-place-cut" && i + 1 < argc) {
             opt.personForeignPlaceCutMax = std::atoi(argv[++i]);
-        } else if (a == "--person-foreign-place-chars" && i + 1 < argc) {
-            opt.personForeignPlaceChars = std::atoi(argv[++i]) != 0;
         } else if (a == "--person-place-floor" && i + 1 < argc) {
             opt.personPlaceFloor = std::atof(argv[++i]);
         } else if (a == "--person-place-roles" && i + 1 < argc) {
@@ -131,8 +117,6 @@ int main(int argc, char **argv) {
             opt.foreignFirstFloor = std::atof(argv[++i]);
         } else if (a == "--place-floor" && i + 1 < argc) {
             opt.placeRoleFloor = std::atof(argv[++i]);
-        } else if (a == "--place-floor-skip-tags" && i + 1 < argc) {
-            opt.placeFloorSkipTags = argv[++i];
         } else if (a == "--org-suffix-add" && i + 1 < argc) {
             opt.orgSuffixAdd = std::atof(argv[++i]);
         } else if (a == "--org-floor" && i + 1 < argc) {
@@ -143,42 +127,22 @@ int main(int argc, char **argv) {
             opt.orgSuffixPlaceEnd = std::atoi(argv[++i]) != 0;
         } else if (a == "--surname-floor" && i + 1 < argc) {
             opt.surnameFloor = std::atof(argv[++i]);
-        } else if (a == "--foreign-surname-floor" && i + 1 < argc) {
-            opt.foreignSurnameFloor = std::atof(argv[++i]);
         } else if (a == "--person-before-name-share" && i + 1 < argc) {
             opt.personBeforeNameShare = std::atof(argv[++i]);
-        } else if (a == "--person-place-end-share" && i + 1 < argc) {
-            opt.personPlaceEndShare = std::atof(argv[++i]);
-        } else if (a == "--person-punct-after-share" && i + 1 < argc) {
-            opt.personPunctAfterShare = std::atof(argv[++i]);
         } else if (a == "--person-after-name-share" && i + 1 < argc) {
             opt.personAfterNameShare = std::atof(argv[++i]);
         } else if (a == "--person-context-floor" && i + 1 < argc) {
             opt.personContextFloor = std::atof(argv[++i]);
         } else if (a == "--foreign-inner-floor" && i + 1 < argc) {
             opt.foreignInnerFloor = std::atof(argv[++i]);
-        } else if (a == "--surname-floor-share" && i + 1 < argc) {
-            opt.surnameFloorShare = std::atof(argv[++i]);
-        } else if (a == "--person-context-share" && i + 1 < argc) {
-            opt.personContextShare = std::atof(argv[++i]);
         } else if (a == "--person-given-floor-min" && i + 1 < argc) {
             opt.personGivenFloorMin = std::atof(argv[++i]);
         } else if (a == "--person-given-floor-min-upto" && i + 1 < argc) {
             opt.personGivenFloorMinUpTo = std::atoi(argv[++i]);
-        } else if (a == "--person-unseen-given-floor" && i + 1 < argc) {
-            opt.personUnseenGivenFloor = std::atof(argv[++i]);
-        } else if (a == "--person-lone-given-share" && i + 1 < argc) {
-            opt.personLoneGivenShare = std::atof(argv[++i]);
         } else if (a == "--person-given-after-ratio" && i + 1 < argc) {
             opt.personGivenAfterRatio = std::atof(argv[++i]);
-        } else if (a == "--person-given-place-end-ratio" && i + 1 < argc) {
-            opt.personGivenPlaceEndRatio = std::atof(argv[++i]);
         } else if (a == "--person-given-floor-max" && i + 1 < argc) {
             opt.personGivenFloorMax = std::atof(argv[++i]);
-        } else if (a == "--person-given-seen" && i + 1 < argc) {
-            opt.personGivenSeen = std::atoi(argv[++i]);
-        } else if (a == "--person-lone-place-ratio" && i + 1 < argc) {
-            opt.personLonePlaceRatio = std::atof(argv[++i]);
         } else if (a == "--person-lone-names" && i + 1 < argc) {
             opt.personLoneNames = std::atoi(argv[++i]);
         } else if (a == "--person-flat-floor-tags" && i + 1 < argc) {

@@ -26,26 +26,6 @@ std::set<std::string> GivenNamesAfterSurname(const std::vector<std::vector<Unit>
     return given;
 }
 
-// Texts of lone two-character name tokens that the training days use as a
-// place at least `ratio` times as often as a name (长春, 西安 alone).
-std::set<std::string> PlaceLikeLoneNames(const std::vector<std::vector<Unit>> &all, double ratio) {
-    std::map<std::string, std::pair<int, int>> counts;  // as a lone name, as a place
-    for (const std::vector<Unit> &units : all)
-        for (const Unit &u : units) {
-            if (u.kind == UnitKind::Person && u.roles.size() == 2 && SplitChars(u.text).size() == 2) ++counts[u.text].first;
-        }
-    for (const std::vector<Unit> &units : all)
-        for (const Unit &u : units) {
-            if (u.kind != UnitKind::Place) continue;
-            auto it = counts.find(u.text);
-            if (it != counts.end()) ++it->second.second;
-        }
-    std::set<std::string> placeLike;
-    for (const auto &tc : counts)
-        if (tc.second.second >= ratio * tc.second.first) placeLike.insert(tc.first);
-    return placeLike;
-}
-
 }  // namespace
 
 // Roles a lone two-character name token trains with (see
@@ -67,9 +47,6 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
     const int roleSurname = RoleOf(names, 'C');  // surname
     const std::set<std::string> givenNames =
         opt.personLoneNames > 0 ? GivenNamesAfterSurname(c->units) : std::set<std::string>();
-    const std::set<std::string> placeLike = opt.personLonePlaceRatio > 0.0
-                                                ? PlaceLikeLoneNames(c->units, opt.personLonePlaceRatio)
-                                                : std::set<std::string>();
 
     for (const std::vector<Unit> &units : c->units) {
         std::vector<RoleWord> seq;
@@ -106,22 +83,11 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c) {
                         // toward sequences the recogniser cannot use. The
                         // part-of-speech data still tags them as names.
                         if (roles == "C" || roles == "DE") w.role = kPersonDefault;
-                        // Nor does a lone name that the training days mostly
-                        // use as a place (长春, 西安 alone): as C F it
-                        // taught the search to make names of places.
-                        if (roles.size() == 2 && placeLike.count(u.text) != 0) w.role = kPersonDefault;
                     }
                     seq.push_back(w);
                     inName.push_back(u.kind == UnitKind::Person && w.role != kPersonDefault ? 1 : 0);
                 }
             } else {
-                // A frequent transliterated place stays one word, but its
-                // characters may still count as place characters (U, V).
-                if (foreignPlace && opt.personForeignPlaceChars && opt.personPlaceRoles) {
-                    std::vector<std::string> chars = SplitChars(u.text);
-                    for (size_t k = 0; k < chars.size(); ++k)
-                        ++c->words[chars[k]].roles[0][k + 1 == chars.size() ? rolePlaceEnd : rolePlaceInner];
-                }
                 RoleWord w;
                 w.text = u.text;
                 w.single = IsSingle(u.text);

@@ -36,18 +36,12 @@ struct TrainOptions {
     // the cut-place roles U and V, which speak against the transliteration
     // roles for an unseen foreign place made of the same characters.
     int personForeignPlaceCutMax = 30;
-    // Of the transliterated places not cut, each occurrence still adds the
-    // U and V counts of its characters (without entering the sequence).
-    bool personForeignPlaceChars = false;
     // Pseudo-count of the given-name and transliteration roles (D, E, F, M,
     // N) of a one-character word never seen in them (0: no such rows).
     double personRoleFloor = 0.003;
     // Surname pseudo-count of a character of the surname list never seen as
     // a surname (0: no such rows).
     double surnameFloor = 0.03;
-    // A listed surname's count is at least this share of its default
-    // count (0: the floor above only).
-    double surnameFloorShare = 0.0;
     // Pseudo-count of the first-character role of a transliteration (L) for
     // characters of the transliteration lists never seen in it (0: none).
     double foreignFirstFloor = 0.1;
@@ -55,10 +49,6 @@ struct TrainOptions {
     // transliteration characters never seen in them (the general floor
     // personRoleFloor when that is higher).
     double foreignInnerFloor = 0.03;
-    // Surname pseudo-count (C) of a character of the transliteration lists
-    // never seen as a surname (0: none): a lone two-character foreign name
-    // trains as C F, so an unseen one (培根) needs its first character as C.
-    double foreignSurnameFloor = 0.0;
     // A character seen after a name (role S) at least this share of its
     // default count keeps the flat given-name floor: a word that often
     // closes a name (说, 摄) must not become its given name after a lone
@@ -67,18 +57,10 @@ struct TrainOptions {
     double personAfterNameShare = 0.005;
     // The same for a character seen before a name (role R).
     double personBeforeNameShare = 0.01;
-    // The after-name role (S) of a punctuation mark gets at least this
-    // share of its default count (0: its own count only).
-    double personPunctAfterShare = 0.0;
-    // The same for a character seen ending a cut place (role V).
-    double personPlaceEndShare = 0.0;
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
     double placeRoleFloor = 0.001;
-    // Comma-separated part-of-speech classes whose characters get no place
-    // stem floor (empty: none).
-    std::string placeFloorSkipTags;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
     // With 2.05 a word that ends organisation names once in the training
@@ -126,23 +108,11 @@ struct TrainOptions {
     // The minimum only for characters seen at most this often in the
     // default role (0: all).
     int personGivenFloorMinUpTo = 5;
-    // Given-name floor of the characters the training days never show
-    // (0: the floor above). Held-out days show such a character in a given
-    // name far more often than one seen a few times.
-    double personUnseenGivenFloor = 0.0;
-    // A lone two-character given name trains as C F, so its first
-    // character needs a surname row: a character seen as the first of a
-    // two-character given name gets a surname count of at least this
-    // share of that count (0: none).
-    double personLoneGivenShare = 0.0;
     // A character seen after a name at least this many times as often as
     // in a given-name role (摄 in 戴浩摄, ） in 王璐）) has that given-name
     // row lowered to the flat floor: its few given-name counts are rare
     // names or tagging slips, and they let names run on into it (0: off).
     double personGivenAfterRatio = 100.0;
-    // The same for a character seen ending a cut place (V) at least this
-    // many times as often as in a given-name role (0: off).
-    double personGivenPlaceEndRatio = 0.0;
     // Comma-separated part-of-speech classes (tag names without "#k")
     // whose characters keep the flat given-name floor: a frequent adverb
     // (也, 就) after a lone surname must not become its given name, nor a
@@ -152,9 +122,6 @@ struct TrainOptions {
     // between names) for one-character words never seen in them (0: none;
     // like the other person floors only when personRoleFloor > 0).
     double personContextFloor = 0.0003;
-    // The context floor grows with the character's default count: at least
-    // this share of it (0: the flat floor only).
-    double personContextShare = 0.0;
     // Person role data for a lone two-character name token that the
     // training days never show as the given name after a surname (科恩,
     // 鲁迅, 利维; with mode 4 also 恩来, seen in 周恩来): cut into characters, such a
@@ -165,16 +132,6 @@ struct TrainOptions {
     // (L N); 4: these and the tokens also seen as a given name after a
     // surname (恩来 alone, which new text writes the same way).
     int personLoneNames = 4;
-    // Given-name rows (D, E, F) of a character seen in them: 0 the counted
-    // value ln(count + 1); 1 at least the character's given-name floor
-    // (max(floor, count + 1)); 2 the count plus that floor (count + 1 +
-    // floor). A common character seen once as a given name (家 in 魏哲家)
-    // otherwise scores below the floor it would get had it never been seen.
-    int personGivenSeen = 0;
-    // A lone two-character name token that the training days use as a
-    // place at least this many times as often as a name keeps the plain
-    // roles W W instead of C F (0: off).
-    double personLonePlaceRatio = 0.0;
     // Averaged-perceptron passes that refine the part-of-speech costs (0:
     // counted costs only) and the cost step of one update.
     int posEpochs = 4;
