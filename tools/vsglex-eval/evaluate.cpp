@@ -183,9 +183,34 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
     return words;
 }
 
+// For each tag of the model's map, the number the corpus units use for it
+// (vsgtrain::PosTagNames): the tag of the same name, else, for a class of
+// the trainer's own choosing ("v#n"), the tag its name starts with. A map
+// the trainer wrote with its fixed tag set maps every tag to itself.
+std::vector<int> OutputToGoldTags(const POSmap &map) {
+    const auto &names = vsgtrain::PosTagNames();
+    auto find = [&names](const std::string &name) {
+        for (size_t k = 0; k < names.size(); ++k)
+            if (names[k] == name) return static_cast<int>(k);
+        return -1;
+    };
+    std::vector<int> to;
+    char tag[256];
+    for (int32_t k = 0; k < map.count && k < 256; ++k) {
+        tag[0] = '\0';
+        POSmap_GetPOS(k, tag, &map);
+        std::string name(tag);
+        int at = find(name);
+        if (at < 0 && name.find('#') != std::string::npos) at = find(name.substr(0, name.find('#')));
+        to.push_back(at >= 0 ? at : k);
+    }
+    return to;
+}
+
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
                     size_t examples, const std::vector<std::vector<std::string>> *inputs, bool posErrors) {
     EvalResult r;
+    const std::vector<int> goldTagOf = OutputToGoldTags(engine->tagModels[VSG_TAG_POS].map);
     const size_t batch = 64;
     for (size_t first = 0; first < paragraphs.size(); first += batch) {
         size_t last = std::min(paragraphs.size(), first + batch);
@@ -212,7 +237,8 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         for (int32_t k = 0; k < out.count; ++k) {
             const WordItem &o = out.items[k];
             size_t key = static_cast<size_t>(o.sentence) | (static_cast<size_t>(o.extra) << 16);
-            if (key < outputs.size()) outputs[key].emplace_back(std::string(o.text), o.tag);
+            const int tag = static_cast<size_t>(o.tag) < goldTagOf.size() ? goldTagOf[o.tag] : o.tag;
+            if (key < outputs.size()) outputs[key].emplace_back(std::string(o.text), tag);
         }
         VSG_SegmentForServerFree(&out);
         for (size_t g = 0; g < golds.size(); ++g) {

@@ -165,6 +165,21 @@ const Lists &L() {
     return lists;
 }
 
+// Classes of the trainer's own choosing after the fixed tag set: number by
+// "corpus tag|word", and the names of the numbers from the first one on.
+struct ExtraClasses {
+    std::unordered_map<std::string, int> byWord;
+    std::vector<std::string> names;
+};
+
+ExtraClasses &Extra() {
+    static ExtraClasses extra;
+    return extra;
+}
+
+// The fixed tag set (see PosTagNames).
+std::vector<std::string> FixedPosTagNames();
+
 int CharCount(const std::string &gb) { return static_cast<int>(SplitChars(gb).size()); }
 
 bool AllInSet(const std::string &gb, int set) { return CharsInSet(gb, set) == CharCount(gb); }
@@ -453,8 +468,10 @@ std::vector<Unit> BuildUnits(const Paragraph &p) {
 
 // ---- Tag sets ------------------------------------------------------------
 
-const std::vector<std::string> &PosTagNames() {
-    static const std::vector<std::string> names = [] {
+namespace {
+
+std::vector<std::string> FixedPosTagNames() {
+    {
         std::vector<std::string> n = {
             "bos",  "eos",  "n",     "v",     "a",     "d",     "m",    "q",    "r",    "p",     // 0-9
             "c",    "t",    "f",     "s",     "u",     "vn",    "an",   "ad",   "vd",   "b",     // 10-19
@@ -474,14 +491,47 @@ const std::vector<std::string> &PosTagNames() {
             n.push_back(tag + "#" + std::to_string(++perTag[tag]));
         }
         return n;
-    }();
+    }
+}
+
+std::vector<std::string> &Names() {
+    static std::vector<std::string> names = FixedPosTagNames();
     return names;
+}
+
+}  // namespace
+
+const std::vector<std::string> &PosTagNames() { return Names(); }
+
+size_t FixedPosTagCount() {
+    static const size_t count = FixedPosTagNames().size();
+    return count;
+}
+
+bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes) {
+    std::vector<std::string> names = FixedPosTagNames();
+    if (names.size() + classes.size() > kMaxPosTags) return false;
+    ExtraClasses &extra = Extra();
+    extra.byWord.clear();
+    extra.names.clear();
+    for (const ExtraPosClass &c : classes) {
+        const int number = static_cast<int>(names.size());
+        names.push_back(c.name);
+        for (const std::string &w : c.words) extra.byWord[c.corpusTag + "|" + w] = number;
+    }
+    Names() = std::move(names);
+    return true;
 }
 
 int PosTagOf(const std::string &gbWord, const std::string &corpusTag) {
     const Lists &l = L();
     auto exact = l.exactWords.find(corpusTag + "|" + gbWord);
     if (exact != l.exactWords.end()) return exact->second;
+    const ExtraClasses &extra = Extra();
+    if (!extra.byWord.empty()) {
+        auto chosen = extra.byWord.find(corpusTag + "|" + gbWord);
+        if (chosen != extra.byWord.end()) return chosen->second;
+    }
     static const std::unordered_map<std::string, int> coarse = {
         {"n", 2},   {"v", 3},   {"a", 4},   {"d", 5},   {"m", 6},   {"q", 7},   {"r", 8},
         {"p", 9},   {"c", 10},  {"t", 11},  {"f", 12},  {"s", 13},  {"u", 14},  {"vn", 15},

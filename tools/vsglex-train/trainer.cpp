@@ -12,6 +12,11 @@ namespace vsgtrain {
 bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &outDir, const TrainOptions &opt,
                  TrainSummary *summary, std::string *error) {
     *summary = TrainSummary();
+    // The tag set first: the counts are sized by it.
+    if (!SetExtraPosClasses(ChoosePosClasses(paragraphs, opt))) {
+        *error = "too many part-of-speech classes";
+        return false;
+    }
     TrainCounts counts;
 
     // Counting.
