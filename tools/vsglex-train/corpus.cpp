@@ -517,7 +517,7 @@ bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes) {
     for (const ExtraPosClass &c : classes) {
         const int number = static_cast<int>(names.size());
         names.push_back(c.name);
-        for (const std::string &w : c.words) extra.byWord[c.corpusTag + "|" + w] = number;
+        for (const std::string &w : c.words) extra.byWord.emplace(c.corpusTag + "|" + w, number);  // first class wins
     }
     Names() = std::move(names);
     return true;

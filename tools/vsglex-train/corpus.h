@@ -108,7 +108,8 @@ struct ExtraPosClass {
     std::vector<std::string> words;
 };
 // Replaces the chosen classes: they take the numbers after the fixed tag
-// set, in order (none: the fixed set alone). False when the map would hold
+// set, in order (none: the fixed set alone); a word listed by two classes
+// of the same corpus tag takes the first. False when the map would hold
 // more than kMaxPosTags tags.
 bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes);
 // True for the numbers of the function-word (stop-word) classes.

@@ -229,7 +229,8 @@ CompanionShares CountCompanionShares(const TrainCounts &c, const TrainOptions &o
 // Word classes of the part-of-speech tag set chosen from the training
 // days (pos_classes.cpp): the verbs seen at least posClassMinCount times
 // of which at least posVerbObjectShare stand before a verbal noun form the
-// class "v#n" (none when the share is 0).
+// class "v#n" (none when the share is 0); then the ambiguity classes of
+// posAmbiguityPairs.
 std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt);
 
 void AddCompanionRows(const TrainCounts &c, const TrainOptions &opt, const CompanionShares &shares,

@@ -169,8 +169,14 @@ struct TrainOptions {
     // Verbs seen at least posClassMinCount times of which at least this
     // share stands before a verbal noun form a class of their own, "v#n"
     // (0: none).
-    double posVerbObjectShare = 0.0;
-    int64_t posClassMinCount = 20;
+    double posVerbObjectShare = 0.5;
+    int64_t posClassMinCount = 10;
+    // Ambiguity classes: for each pair "T:U" of the list (by commas), the
+    // words seen at least posClassMinCount times with T or U that take U
+    // at least this share of those times form the class "T#U" in place
+    // of T (0: none).
+    double posAmbiguityShare = 0.0;
+    std::string posAmbiguityPairs = "v:vn,vn:v";
     // Companion rows: a word whose tags are all content tags gets, for each
     // tag that makes up at least posCompanionMinShare of the occurrences of
     // the words sharing its main tag (among words seen posCompanionMinCount
