@@ -108,6 +108,7 @@ struct Lists {
     std::unordered_set<std::string> coordinators =
         WordSet({"和", "与", "及", "以及", "或", "或者", "并", "跟", "同", "或是", "及其"});
     std::unordered_map<std::string, int> exactWords;  // (tag|word) -> number
+    std::unordered_map<std::string, int> lexWords;    // (tag|word) -> number of the listed one-word classes
     std::unordered_map<std::string, int> punct;       // punctuation word -> number
 
     Lists() {
@@ -138,7 +139,7 @@ struct Lists {
         int lex = kFirstLexClass;
         for (const LexClass &c : kLexClasses) {
             if (lex - kFirstLexClass >= kLexClassLimit) break;
-            exactWords[std::string(c.tag) + "|" + Gb(c.word)] = lex++;
+            lexWords[std::string(c.tag) + "|" + Gb(c.word)] = lex++;
         }
         auto addp = [this](std::initializer_list<const char *> words, int num) {
             for (const char *w : words) punct[Gb(w)] = num;
@@ -170,6 +171,7 @@ const Lists &L() {
 struct ExtraClasses {
     std::unordered_map<std::string, int> byWord;
     std::vector<std::string> names;
+    bool listed = true;  // false: the listed one-word classes are left out
 };
 
 ExtraClasses &Extra() {
@@ -503,17 +505,14 @@ std::vector<std::string> &Names() {
 
 const std::vector<std::string> &PosTagNames() { return Names(); }
 
-size_t FixedPosTagCount() {
-    static const size_t count = FixedPosTagNames().size();
-    return count;
-}
-
-bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes) {
+bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes, bool listed) {
     std::vector<std::string> names = FixedPosTagNames();
+    if (!listed) names.resize(kFirstLexClass);
     if (names.size() + classes.size() > kMaxPosTags) return false;
     ExtraClasses &extra = Extra();
     extra.byWord.clear();
     extra.names.clear();
+    extra.listed = listed;
     for (const ExtraPosClass &c : classes) {
         const int number = static_cast<int>(names.size());
         names.push_back(c.name);
@@ -528,6 +527,10 @@ int PosTagOf(const std::string &gbWord, const std::string &corpusTag) {
     auto exact = l.exactWords.find(corpusTag + "|" + gbWord);
     if (exact != l.exactWords.end()) return exact->second;
     const ExtraClasses &extra = Extra();
+    if (extra.listed) {
+        auto listed = l.lexWords.find(corpusTag + "|" + gbWord);
+        if (listed != l.lexWords.end()) return listed->second;
+    }
     if (!extra.byWord.empty()) {
         auto chosen = extra.byWord.find(corpusTag + "|" + gbWord);
         if (chosen != extra.byWord.end()) return chosen->second;

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-context-floor X] [--person-context-share X] [--person-lone-names 0|1|2|3|4] [--person-given-seen 0|1|2] [--person-lone-place-ratio X] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-class-backoff X] [--pos-verb-object-share X] [--pos-class-min N] [--pos-ambiguity-share X] [--pos-ambiguity-pairs T:U,...] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-foreign-place-chars 0|1] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-context-floor X] [--person-context-share X] [--person-lone-names 0|1|2|3|4] [--person-given-seen 0|1|2] [--person-lone-place-ratio X] [--person-flat-floor-tags LIST] [--surname-floor X] [--surname-floor-share X] [--foreign-first-floor X] [--foreign-inner-floor X] [--foreign-surname-floor X] [--person-after-name-share X] [--person-before-name-share X] [--person-place-end-share X] [--person-punct-after-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-class-backoff X] [--pos-verb-object-share X] [--pos-class-min N] [--pos-word-classes N] [--pos-ambiguity-share X] [--pos-ambiguity-pairs T:U,...] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -57,6 +57,8 @@ void Usage() {
                  "  --pos-verb-object-share X  verbs of which at least this share stands before a verbal\n"
                  "                  noun form the tag class v#n (default 0.5; 0: none)\n"
                  "  --pos-class-min N  least count of such a verb (default 10)\n"
+                 "  --pos-word-classes N  classes of one word chosen from the training days by the gain\n"
+                 "                  of their transitions, in place of the listed ones (default 0: listed)\n"
                  "  --pos-ambiguity-share X  words of tag T that take tag U at least this share of the\n"
                  "                  time form the class T#U (default 0: none)\n"
                  "  --pos-ambiguity-pairs T:U,...  the pairs of those classes (default v:vn,vn:v)\n"
@@ -188,6 +190,8 @@ int main(int argc, char **argv) {
             opt.posClassBackoff = std::atof(argv[++i]);
         } else if (a == "--pos-verb-object-share" && i + 1 < argc) {
             opt.posVerbObjectShare = std::atof(argv[++i]);
+        } else if (a == "--pos-word-classes" && i + 1 < argc) {
+            opt.posWordClasses = std::atoi(argv[++i]);
         } else if (a == "--pos-ambiguity-share" && i + 1 < argc) {
             opt.posAmbiguityShare = std::atof(argv[++i]);
         } else if (a == "--pos-ambiguity-pairs" && i + 1 < argc) {

@@ -9,6 +9,7 @@
 //   the transitions around T are learned apart for the words where the
 //   choice between T and U is made.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <map>
 
@@ -37,6 +38,73 @@ std::string Coarse(const std::string &name) {
     return hash == std::string::npos || hash == 0 ? name : name.substr(0, hash);
 }
 
+// The coarse tags whose frequent words may form a class of one word.
+bool TakesWordClass(int tag) {
+    switch (tag) {
+    case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 11: case 12: case 13: case 15: case 17: case 19:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Classes of one word chosen by how far the word's neighbours differ from
+// those of its tag: for a word w with tag t seen C(w, t) times, the gain
+// of a class of its own is the log-likelihood its tag transitions gain,
+//   sum_j C(w t -> j) ln(P(j | w t) / P(j | t)) + sum_i C(i -> w t) ln(P(i | w t) / P(i | t)),
+// over its following tags j and preceding tags i (the units counted with
+// the coarse tags). The posWordClasses words of the highest gain among
+// those seen posClassMinCount times or more become classes "t#k", k
+// running by tag in the order of gain.
+std::vector<ExtraPosClass> ChooseWordClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt) {
+    const std::vector<std::string> &names = PosTagNames();
+    const size_t n = names.size();
+    std::vector<std::vector<double>> next(n, std::vector<double>(n, 0.0)), prev = next;  // tag -> tag counts
+    std::vector<double> freq(n, 0.0);
+    struct Word {
+        double count = 0;
+        std::map<int, double> next, prev;
+    };
+    std::map<std::pair<int, std::string>, Word> words;
+    for (const Paragraph &p : paragraphs) {
+        if (ExcludedDay(opt, p.date)) continue;
+        const std::vector<Unit> units = BuildUnits(p);
+        std::vector<int> tags = {kPosBegin};
+        for (const Unit &u : units) tags.push_back(u.tag);
+        tags.push_back(kPosEnd);
+        for (size_t i = 1; i + 1 < tags.size(); ++i) {
+            const size_t t = static_cast<size_t>(tags[i]);
+            freq[t] += 1;
+            next[t][static_cast<size_t>(tags[i + 1])] += 1;
+            prev[t][static_cast<size_t>(tags[i - 1])] += 1;
+            if (!TakesWordClass(tags[i]) || units[i - 1].kind != UnitKind::Plain) continue;
+            Word &w = words[{tags[i], units[i - 1].text}];
+            w.count += 1;
+            w.next[tags[i + 1]] += 1;
+            w.prev[tags[i - 1]] += 1;
+        }
+    }
+    std::vector<std::pair<double, std::pair<int, std::string>>> gains;
+    for (const auto &w : words) {
+        if (w.second.count < static_cast<double>(opt.posClassMinCount)) continue;
+        const size_t t = static_cast<size_t>(w.first.first);
+        double gain = 0;
+        for (const auto &j : w.second.next)
+            gain += j.second * std::log((j.second / w.second.count) / (next[t][static_cast<size_t>(j.first)] / freq[t]));
+        for (const auto &i : w.second.prev)
+            gain += i.second * std::log((i.second / w.second.count) / (prev[t][static_cast<size_t>(i.first)] / freq[t]));
+        gains.push_back({-gain, w.first});
+    }
+    std::sort(gains.begin(), gains.end());
+    std::vector<ExtraPosClass> classes;
+    std::map<std::string, int> perTag;
+    for (size_t k = 0; k < gains.size() && static_cast<int>(k) < opt.posWordClasses; ++k) {
+        const std::string &tag = names[static_cast<size_t>(gains[k].second.first)];
+        classes.push_back({tag + "#" + std::to_string(++perTag[tag]), tag, {gains[k].second.second}});
+    }
+    return classes;
+}
+
 }  // namespace
 
 std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt) {
@@ -44,8 +112,10 @@ std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragr
     const bool object = opt.posVerbObjectShare > 0.0;
     const std::vector<std::string> pairs = SplitOn(opt.posAmbiguityPairs, ',');
     const bool ambiguity = opt.posAmbiguityShare > 0.0 && !pairs.empty();
-    if (!object && !ambiguity) return classes;
-    SetExtraPosClasses({});
+    const bool chosen = opt.posWordClasses > 0;
+    if (!object && !ambiguity && !chosen) return classes;
+    SetExtraPosClasses({}, !chosen);
+    if (chosen) classes = ChooseWordClasses(paragraphs, opt);
     const std::vector<std::string> &names = PosTagNames();
     struct Seen {
         int64_t total = 0, beforeVerbalNoun = 0;
@@ -93,6 +163,7 @@ std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragr
             if (!cls.words.empty()) classes.push_back(std::move(cls));
         }
     }
+    if (classes.size() + static_cast<size_t>(chosen ? kFirstWordClass : 0) > kMaxPosTags) classes.resize(kMaxPosTags - kFirstWordClass);
     return classes;
 }
 

@@ -13,7 +13,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
                  TrainSummary *summary, std::string *error) {
     *summary = TrainSummary();
     // The tag set first: the counts are sized by it.
-    if (!SetExtraPosClasses(ChoosePosClasses(paragraphs, opt))) {
+    if (!SetExtraPosClasses(ChoosePosClasses(paragraphs, opt), opt.posWordClasses <= 0)) {
         *error = "too many part-of-speech classes";
         return false;
     }

@@ -176,6 +176,10 @@ struct TrainOptions {
     // at least this share of those times form the class "T#U" in place
     // of T (0: none).
     double posAmbiguityShare = 0.0;
+    // Classes of one word chosen from the training days in place of the
+    // listed ones (lexclasses.h), by the gain of their tag transitions
+    // (0: the listed classes).
+    int posWordClasses = 0;
     std::string posAmbiguityPairs = "v:vn,vn:v";
     // Companion rows: a word whose tags are all content tags gets, for each
     // tag that makes up at least posCompanionMinShare of the occurrences of
