@@ -169,7 +169,7 @@ struct TrainOptions {
     // Verbs seen at least posClassMinCount times of which at least this
     // share stands before a verbal noun form a class of their own, "v#n"
     // (0: none).
-    double posVerbObjectShare = 0.5;
+    double posVerbObjectShare = 0.0;
     int64_t posClassMinCount = 10;
     // Ambiguity classes: for each pair "T:U" of the list (by commas), the
     // words seen at least posClassMinCount times with T or U that take U
@@ -179,7 +179,7 @@ struct TrainOptions {
     // Classes of one word chosen from the training days in place of the
     // listed ones (lexclasses.h), by the gain of their tag transitions
     // (0: the listed classes).
-    int posWordClasses = 0;
+    int posWordClasses = 150;
     std::string posAmbiguityPairs = "v:vn,vn:v";
     // Companion rows: a word whose tags are all content tags gets, for each
     // tag that makes up at least posCompanionMinShare of the occurrences of
