@@ -245,6 +245,11 @@ int main(int argc, char **argv) {
     std::printf("core dictionary entries %lld, part-of-speech tags in use %lld of %zu\n",
                 static_cast<long long>(s.entries), static_cast<long long>(s.posTagsUsed),
                 vsgtrain::PosTagNames().size());
+    if (!s.posClasses.empty()) {
+        std::printf("part-of-speech classes chosen %zu:", s.posClasses.size());
+        for (const std::string &c : s.posClasses) std::printf(" %s", c.c_str());
+        std::printf("\n");
+    }
     std::printf("person names %lld (Chinese %lld, transliterated %lld, Japanese %lld)\n",
                 static_cast<long long>(s.persons[0] + s.persons[1] + s.persons[2]),
                 static_cast<long long>(s.persons[0]), static_cast<long long>(s.persons[1]),

@@ -205,6 +205,7 @@ struct TrainSummary {
     int64_t units = 0;
     int64_t entries = 0;       // core dictionary entries (class words included)
     int64_t posTagsUsed = 0;   // part-of-speech tags that occur
+    std::vector<std::string> posClasses;  // chosen classes, "name=word,word..." (UTF-8)
     int64_t persons[3] = {0, 0, 0};  // Chinese, transliterated, Japanese
     int64_t places[2] = {0, 0};      // place, transliterated place
     int64_t orgs = 0;          // organisation tokens and bracketed compounds
