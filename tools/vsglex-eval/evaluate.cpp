@@ -107,6 +107,26 @@ std::string PosErrorLine(const std::string &word, int gold, int tag, const Dicti
            names[static_cast<size_t>(tag) % names.size()];
 }
 
+// The coarse tag of every tag of the corpus units: for a class of one
+// word ("v#3") the tag its name starts with, else the tag itself. A class
+// is a function of the word and its corpus tag, so a word is tagged right
+// when its coarse tag is.
+int CoarseTag(int tag) {
+    static const std::vector<int> coarse = [] {
+        const auto &names = vsgtrain::PosTagNames();
+        std::vector<int> to(names.size());
+        for (size_t k = 0; k < names.size(); ++k) {
+            to[k] = static_cast<int>(k);
+            const size_t hash = names[k].find('#');
+            if (hash == std::string::npos || hash == 0) continue;
+            for (size_t p = 0; p < names.size(); ++p)
+                if (names[p] == names[k].substr(0, hash)) to[k] = static_cast<int>(p);
+        }
+        return to;
+    }();
+    return tag >= 0 && static_cast<size_t>(tag) < coarse.size() ? coarse[static_cast<size_t>(tag)] : tag;
+}
+
 void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, const DictionaryS *core,
            size_t examples, bool posErrors, EvalResult *r) {
     std::string joined;
@@ -126,14 +146,14 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, c
         auto it = g.tags.find(s);
         if (it != g.tags.end()) {
             ++r->posCompared;
-            if (it->second == out[i].second) ++r->posCorrect;
+            if (CoarseTag(it->second) == CoarseTag(out[i].second)) ++r->posCorrect;
             else {
                 ++r->confusion[{it->second, out[i].second}];
                 if (posErrors) r->posErrors.push_back(PosErrorLine(out[i].first, it->second, out[i].second, core));
             }
             if (DictionaryS_GetCoreInfo(out[i].first.c_str(), core) < 0) {
                 ++r->unknownCompared;
-                if (it->second == out[i].second) ++r->unknownCorrect;
+                if (CoarseTag(it->second) == CoarseTag(out[i].second)) ++r->unknownCorrect;
             }
         }
         int cls = ClassOf(out[i].second);
@@ -183,9 +203,34 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
     return words;
 }
 
+// For each tag of the model's map, the number the corpus units use for it
+// (vsgtrain::PosTagNames): the tag of the same name, else, for a class of
+// the trainer's own choosing ("v#n"), the tag its name starts with. A map
+// the trainer wrote with its fixed tag set maps every tag to itself.
+std::vector<int> OutputToGoldTags(const POSmap &map) {
+    const auto &names = vsgtrain::PosTagNames();
+    auto find = [&names](const std::string &name) {
+        for (size_t k = 0; k < names.size(); ++k)
+            if (names[k] == name) return static_cast<int>(k);
+        return -1;
+    };
+    std::vector<int> to;
+    char tag[256];
+    for (int32_t k = 0; k < map.count && k < 256; ++k) {
+        tag[0] = '\0';
+        POSmap_GetPOS(k, tag, &map);
+        std::string name(tag);
+        int at = find(name);
+        if (at < 0 && name.find('#') != std::string::npos) at = find(name.substr(0, name.find('#')));
+        to.push_back(at >= 0 ? at : k);
+    }
+    return to;
+}
+
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
                     size_t examples, const std::vector<std::vector<std::string>> *inputs, bool posErrors) {
     EvalResult r;
+    const std::vector<int> goldTagOf = OutputToGoldTags(engine->tagModels[VSG_TAG_POS].map);
     const size_t batch = 64;
     for (size_t first = 0; first < paragraphs.size(); first += batch) {
         size_t last = std::min(paragraphs.size(), first + batch);
@@ -212,7 +257,8 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         for (int32_t k = 0; k < out.count; ++k) {
             const WordItem &o = out.items[k];
             size_t key = static_cast<size_t>(o.sentence) | (static_cast<size_t>(o.extra) << 16);
-            if (key < outputs.size()) outputs[key].emplace_back(std::string(o.text), o.tag);
+            const int tag = static_cast<size_t>(o.tag) < goldTagOf.size() ? goldTagOf[o.tag] : o.tag;
+            if (key < outputs.size()) outputs[key].emplace_back(std::string(o.text), tag);
         }
         VSG_SegmentForServerFree(&out);
         for (size_t g = 0; g < golds.size(); ++g) {

@@ -108,6 +108,7 @@ struct Lists {
     std::unordered_set<std::string> coordinators =
         WordSet({"和", "与", "及", "以及", "或", "或者", "并", "跟", "同", "或是", "及其"});
     std::unordered_map<std::string, int> exactWords;  // (tag|word) -> number
+    std::unordered_map<std::string, int> lexWords;    // (tag|word) -> number of the listed one-word classes
     std::unordered_map<std::string, int> punct;       // punctuation word -> number
 
     Lists() {
@@ -138,7 +139,7 @@ struct Lists {
         int lex = kFirstLexClass;
         for (const LexClass &c : kLexClasses) {
             if (lex - kFirstLexClass >= kLexClassLimit) break;
-            exactWords[std::string(c.tag) + "|" + Gb(c.word)] = lex++;
+            lexWords[std::string(c.tag) + "|" + Gb(c.word)] = lex++;
         }
         auto addp = [this](std::initializer_list<const char *> words, int num) {
             for (const char *w : words) punct[Gb(w)] = num;
@@ -164,6 +165,22 @@ const Lists &L() {
     static const Lists lists;
     return lists;
 }
+
+// Classes of the trainer's own choosing after the fixed tag set: number by
+// "corpus tag|word", and the names of the numbers from the first one on.
+struct ExtraClasses {
+    std::unordered_map<std::string, int> byWord;
+    std::vector<std::string> names;
+    bool listed = true;  // false: the listed one-word classes are left out
+};
+
+ExtraClasses &Extra() {
+    static ExtraClasses extra;
+    return extra;
+}
+
+// The fixed tag set (see PosTagNames).
+std::vector<std::string> FixedPosTagNames();
 
 int CharCount(const std::string &gb) { return static_cast<int>(SplitChars(gb).size()); }
 
@@ -453,8 +470,10 @@ std::vector<Unit> BuildUnits(const Paragraph &p) {
 
 // ---- Tag sets ------------------------------------------------------------
 
-const std::vector<std::string> &PosTagNames() {
-    static const std::vector<std::string> names = [] {
+namespace {
+
+std::vector<std::string> FixedPosTagNames() {
+    {
         std::vector<std::string> n = {
             "bos",  "eos",  "n",     "v",     "a",     "d",     "m",    "q",    "r",    "p",     // 0-9
             "c",    "t",    "f",     "s",     "u",     "vn",    "an",   "ad",   "vd",   "b",     // 10-19
@@ -474,14 +493,48 @@ const std::vector<std::string> &PosTagNames() {
             n.push_back(tag + "#" + std::to_string(++perTag[tag]));
         }
         return n;
-    }();
+    }
+}
+
+std::vector<std::string> &Names() {
+    static std::vector<std::string> names = FixedPosTagNames();
     return names;
+}
+
+}  // namespace
+
+const std::vector<std::string> &PosTagNames() { return Names(); }
+
+bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes, bool listed) {
+    std::vector<std::string> names = FixedPosTagNames();
+    if (!listed) names.resize(kFirstLexClass);
+    if (names.size() + classes.size() > kMaxPosTags) return false;
+    ExtraClasses &extra = Extra();
+    extra.byWord.clear();
+    extra.names.clear();
+    extra.listed = listed;
+    for (const ExtraPosClass &c : classes) {
+        const int number = static_cast<int>(names.size());
+        names.push_back(c.name);
+        for (const std::string &w : c.words) extra.byWord.emplace(c.corpusTag + "|" + w, number);  // first class wins
+    }
+    Names() = std::move(names);
+    return true;
 }
 
 int PosTagOf(const std::string &gbWord, const std::string &corpusTag) {
     const Lists &l = L();
     auto exact = l.exactWords.find(corpusTag + "|" + gbWord);
     if (exact != l.exactWords.end()) return exact->second;
+    const ExtraClasses &extra = Extra();
+    if (extra.listed) {
+        auto listed = l.lexWords.find(corpusTag + "|" + gbWord);
+        if (listed != l.lexWords.end()) return listed->second;
+    }
+    if (!extra.byWord.empty()) {
+        auto chosen = extra.byWord.find(corpusTag + "|" + gbWord);
+        if (chosen != extra.byWord.end()) return chosen->second;
+    }
     static const std::unordered_map<std::string, int> coarse = {
         {"n", 2},   {"v", 3},   {"a", 4},   {"d", 5},   {"m", 6},   {"q", 7},   {"r", 8},
         {"p", 9},   {"c", 10},  {"t", 11},  {"f", 12},  {"s", 13},  {"u", 14},  {"vn", 15},

@@ -90,8 +90,30 @@ enum PosTag : int {
     kPosPunctLast = vsg::kPunctLastTag,
 };
 
-// The part-of-speech tag names; line k of "zyrpos30.map" is entry k.
+// The part-of-speech tag names; line k of "zyrpos30.map" is entry k: the
+// fixed tag set, then the classes set by SetExtraPosClasses.
 const std::vector<std::string> &PosTagNames();
+// Most tags a map can hold: the engine ends a tag list with 255.
+constexpr size_t kMaxPosTags = 255;
+// Number of the first one-word class of the fixed tag set.
+constexpr int kFirstWordClass = 95;
+
+// A class of words the trainer chose from its training days: the words
+// (GB) that take it in place of their corpus tag, and its name, which
+// starts with that tag and "#" ("v#n"), so that hosts and the evaluator
+// read the corpus tag.
+struct ExtraPosClass {
+    std::string name;
+    std::string corpusTag;
+    std::vector<std::string> words;
+};
+// Replaces the chosen classes: they take the numbers after the fixed tag
+// set, in order (none: the fixed set alone); a word listed by two classes
+// of the same corpus tag takes the first. False when the map would hold
+// more than kMaxPosTags tags.
+// With `listed` false the fixed set's listed one-word classes (95 on) are
+// left out and the chosen classes take their numbers.
+bool SetExtraPosClasses(const std::vector<ExtraPosClass> &classes, bool listed = true);
 // True for the numbers of the function-word (stop-word) classes.
 constexpr bool IsStopTag(int tag) { return vsg::IsFunctionWordTag(tag); }
 

@@ -1,7 +1,9 @@
 // Frequent content words that form part-of-speech classes of their own
 // (numbers 95 onward, in this order): a word with its corpus tag. Chosen
 // by frequency in the training days 1-24 of the corpus; a class of one
-// word sharpens the transition statistics around that word.
+// word sharpens the transition statistics around that word. The trainer
+// writes this list with --pos-word-classes 0; by default it chooses the
+// classes from its own training days (pos_classes.cpp).
 #ifndef VSGLEX_TOOLS_TRAIN_LEXCLASSES_H
 #define VSGLEX_TOOLS_TRAIN_LEXCLASSES_H
 

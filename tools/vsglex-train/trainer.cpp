@@ -12,6 +12,17 @@ namespace vsgtrain {
 bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &outDir, const TrainOptions &opt,
                  TrainSummary *summary, std::string *error) {
     *summary = TrainSummary();
+    // The tag set first: the counts are sized by it.
+    const std::vector<ExtraPosClass> classes = ChoosePosClasses(paragraphs, opt);
+    if (!SetExtraPosClasses(classes, opt.posWordClasses <= 0)) {
+        *error = "too many part-of-speech classes";
+        return false;
+    }
+    for (const ExtraPosClass &c : classes) {
+        std::string line = c.name + "=";
+        for (size_t k = 0; k < c.words.size(); ++k) line += (k > 0 ? "," : "") + GbToUtf8(c.words[k]);
+        summary->posClasses.push_back(line);
+    }
     TrainCounts counts;
 
     // Counting.
