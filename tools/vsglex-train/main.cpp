@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-backoff X] [--pos-verb-object-share X] [--pos-class-min N] [--pos-word-classes N] [--pos-ambiguity-share X] [--pos-ambiguity-pairs T:U,...] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -45,16 +45,9 @@ void Usage() {
                  "  --pos-epochs N  perceptron passes refining the part-of-speech costs (default 4, 0: counted costs)\n"
                  "  --pos-rate X    cost step of one perceptron update (default 0.2)\n"
                  "  --pos-margin X  cost advantage of wrong tags while training (default 1)\n"
-                 "  --pos-class-backoff X  pseudo-occurrences drawing the starting transitions of the\n"
-                 "                  one-word classes toward those of their coarse tag (default 0: off)\n"
-                 "  --pos-verb-object-share X  verbs of which at least this share stands before a verbal\n"
-                 "                  noun form the tag class v#n (default 0: none)\n"
-                 "  --pos-class-min N  least count of such a verb (default 10)\n"
                  "  --pos-word-classes N  classes of one word chosen from the training days by the gain\n"
                  "                  of their transitions, in place of the listed ones (default 150; 0: the listed ones)\n"
-                 "  --pos-ambiguity-share X  words of tag T that take tag U at least this share of the\n"
-                 "                  time form the class T#U (default 0: none)\n"
-                 "  --pos-ambiguity-pairs T:U,...  the pairs of those classes (default v:vn,vn:v)\n"
+                 "  --pos-class-min N  least count of a (word, tag) pair for such a class (default 10)\n"
                  "  --pos-companion X  count x share of the rows of tags that words of a word's main tag share (default 1, 0: none)\n"
                  "  --pos-companion-share X  least share of such a tag (default 0.05)\n"
                  "  --pos-companion-min N  words seen at least N times give the shares (default 5)\n"
@@ -165,16 +158,8 @@ int main(int argc, char **argv) {
             opt.posRate = std::atof(argv[++i]);
         } else if (a == "--pos-margin" && i + 1 < argc) {
             opt.posMargin = std::atof(argv[++i]);
-        } else if (a == "--pos-class-backoff" && i + 1 < argc) {
-            opt.posClassBackoff = std::atof(argv[++i]);
-        } else if (a == "--pos-verb-object-share" && i + 1 < argc) {
-            opt.posVerbObjectShare = std::atof(argv[++i]);
         } else if (a == "--pos-word-classes" && i + 1 < argc) {
             opt.posWordClasses = std::atoi(argv[++i]);
-        } else if (a == "--pos-ambiguity-share" && i + 1 < argc) {
-            opt.posAmbiguityShare = std::atof(argv[++i]);
-        } else if (a == "--pos-ambiguity-pairs" && i + 1 < argc) {
-            opt.posAmbiguityPairs = argv[++i];
         } else if (a == "--pos-class-min" && i + 1 < argc) {
             opt.posClassMinCount = std::atoll(argv[++i]);
         } else if (a == "--pos-companion" && i + 1 < argc) {

@@ -1,16 +1,10 @@
-// Part-of-speech classes chosen from the training days, numbered after the
-// fixed tag set:
-// - verbs that mostly stand before a verbal noun (有所 改进, 予以 表彰)
-//   form the class "v#n", so that the first-order search learns that a
-//   verb-or-noun word after them is mostly the noun;
-// - ambiguity classes: for a pair of tags T:U, the words that take T and
-//   take U at least a given share of the time form the class "T#U" in
-//   place of T (the verbs that are often verbal nouns, "v#vn"), so that
-//   the transitions around T are learned apart for the words where the
-//   choice between T and U is made.
+// Part-of-speech classes of one word chosen from the training days,
+// numbered after the fixed tag set: the (word, tag) pairs whose
+// neighbouring tags differ most from those of their tag get a class of
+// their own, so that the first-order search learns transitions apart
+// where that word's context matters.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 
 #include "steps.h"
@@ -18,25 +12,6 @@
 namespace vsgtrain {
 
 namespace {
-
-bool StartsWith(const std::string &s, const char *prefix) { return s.compare(0, std::strlen(prefix), prefix) == 0; }
-
-std::vector<std::string> SplitOn(const std::string &s, char sep) {
-    std::vector<std::string> parts;
-    for (size_t at = 0; at <= s.size();) {
-        size_t end = s.find(sep, at);
-        if (end == std::string::npos) end = s.size();
-        if (end > at) parts.push_back(s.substr(at, end - at));
-        at = end + 1;
-    }
-    return parts;
-}
-
-// Coarse name of a tag: its name up to "#" ("v#3" is "v").
-std::string Coarse(const std::string &name) {
-    const size_t hash = name.find('#');
-    return hash == std::string::npos || hash == 0 ? name : name.substr(0, hash);
-}
 
 // The coarse tags whose frequent words may form a class of one word.
 bool TakesWordClass(int tag) {
@@ -108,62 +83,11 @@ std::vector<ExtraPosClass> ChooseWordClasses(const std::vector<Paragraph> &parag
 }  // namespace
 
 std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt) {
-    std::vector<ExtraPosClass> classes;
-    const bool object = opt.posVerbObjectShare > 0.0;
-    const std::vector<std::string> pairs = SplitOn(opt.posAmbiguityPairs, ',');
-    const bool ambiguity = opt.posAmbiguityShare > 0.0 && !pairs.empty();
-    const bool chosen = opt.posWordClasses > 0;
-    if (!object && !ambiguity && !chosen) return classes;
-    SetExtraPosClasses({}, !chosen);
-    if (chosen) classes = ChooseWordClasses(paragraphs, opt);
-    const std::vector<std::string> &names = PosTagNames();
-    struct Seen {
-        int64_t total = 0, beforeVerbalNoun = 0;
-    };
-    std::map<std::string, Seen> verbs;                          // sorted: classes list their words in order
-    std::map<std::string, std::map<std::string, int64_t>> tagsOf;  // word -> corpus tag (coarse) -> count
-    for (const Paragraph &p : paragraphs) {
-        if (ExcludedDay(opt, p.date)) continue;
-        const std::vector<Unit> units = BuildUnits(p);
-        for (size_t i = 0; i < units.size(); ++i) {
-            const std::string &name = names[static_cast<size_t>(units[i].tag)];
-            if (units[i].kind == UnitKind::Plain) ++tagsOf[units[i].text][Coarse(name)];
-            if (name != "v") continue;
-            Seen &s = verbs[units[i].text];
-            ++s.total;
-            if (i + 1 < units.size() && StartsWith(names[static_cast<size_t>(units[i + 1].tag)], "vn")) ++s.beforeVerbalNoun;
-        }
-    }
-    if (object) {
-        ExtraPosClass before{"v#n", "v", {}};
-        for (const auto &v : verbs)
-            if (v.second.total >= opt.posClassMinCount &&
-                static_cast<double>(v.second.beforeVerbalNoun) >=
-                    opt.posVerbObjectShare * static_cast<double>(v.second.total))
-                before.words.push_back(v.first);
-        if (!before.words.empty()) classes.push_back(std::move(before));
-    }
-    if (ambiguity) {
-        std::map<std::string, bool> taken;  // a word's tag joins the first class of the list it fits
-        for (const std::string &pair : pairs) {
-            const std::vector<std::string> tu = SplitOn(pair, ':');
-            if (tu.size() != 2) continue;
-            ExtraPosClass cls{tu[0] + "#" + tu[1], tu[0], {}};
-            for (const auto &w : tagsOf) {
-                auto t = w.second.find(tu[0]), u = w.second.find(tu[1]);
-                if (t == w.second.end() || u == w.second.end()) continue;
-                const double both = static_cast<double>(t->second + u->second);
-                if (t->second + u->second < opt.posClassMinCount || u->second < opt.posAmbiguityShare * both) continue;
-                // A word with a class of its own for T keeps it.
-                if (names[static_cast<size_t>(PosTagOf(w.first, tu[0]))] != tu[0]) continue;
-                if (taken[tu[0] + "|" + w.first]) continue;
-                taken[tu[0] + "|" + w.first] = true;
-                cls.words.push_back(w.first);
-            }
-            if (!cls.words.empty()) classes.push_back(std::move(cls));
-        }
-    }
-    if (classes.size() + static_cast<size_t>(chosen ? kFirstWordClass : 0) > kMaxPosTags) classes.resize(kMaxPosTags - kFirstWordClass);
+    if (opt.posWordClasses <= 0) return {};
+    // The gains are counted under the coarse tags: no listed classes.
+    SetExtraPosClasses({}, false);
+    std::vector<ExtraPosClass> classes = ChooseWordClasses(paragraphs, opt);
+    if (classes.size() + kFirstWordClass > kMaxPosTags) classes.resize(kMaxPosTags - kFirstWordClass);
     return classes;
 }
 

@@ -39,55 +39,6 @@ int ClassAssignedTag(const std::string &word, const std::vector<Row> &rows) {
     return tag;
 }
 
-// Transition cost of a pair count that need not be whole, by the engine's
-// formula (TagPairCost) over `total`.
-double FractionalPairCost(double count, int32_t freq, int32_t total) {
-    if (freq <= 0 || !(count > 0.0)) return vsg::model::kUnseenPairCost;
-    const double f = freq;
-    return -0.999999 * std::log(0.9 * count / f + 0.1 * f / static_cast<double>(total)) + 0.000001;
-}
-
-// Coarse tag of every part-of-speech tag: for a one-word class ("v#3") the
-// tag its name starts with ("v"), else -1.
-std::vector<int> CoarseTags() {
-    const std::vector<std::string> &names = PosTagNames();
-    std::vector<int> coarse(names.size(), -1);
-    for (size_t c = 0; c < names.size(); ++c) {
-        const size_t hash = names[c].find('#');
-        if (hash == std::string::npos || hash == 0) continue;
-        for (size_t p = 0; p < names.size(); ++p)
-            if (names[p] == names[c].substr(0, hash)) {
-                coarse[c] = static_cast<int>(p);
-                break;
-            }
-    }
-    return coarse;
-}
-
-// Draws the starting transitions of each one-word class toward those of
-// its coarse tag: with the class c of frequency F(c), its coarse tag p and
-// r = F(c) / F(p), the pair count C(c, j) becomes λ C(c, j) + (1 − λ) r
-// C(p, j) and C(i, c) becomes λ C(i, c) + (1 − λ) r C(i, p), with λ =
-// F(c) / (F(c) + k). The rows keep their totals; a class seen a few hundred
-// times thus gets a cost for the neighbours it never met from its coarse
-// tag's.
-void BackOffClassTransitions(const ContextCounts &ctx, double k, int32_t total, PosCosts *costs) {
-    const std::vector<int> coarse = CoarseTags();
-    const size_t n = ctx.freq.size();
-    for (size_t c = 0; c < n && c < coarse.size(); ++c) {
-        const int p = coarse[c];
-        if (p < 0 || ctx.freq[c] <= 0 || ctx.freq[static_cast<size_t>(p)] <= 0) continue;
-        const size_t pp = static_cast<size_t>(p);
-        const double fc = ctx.freq[c], r = fc / ctx.freq[pp], lambda = fc / (fc + k);
-        for (size_t j = 0; j < n; ++j) {
-            const double out = lambda * ctx.matrix[c][j] + (1.0 - lambda) * r * ctx.matrix[pp][j];
-            costs->Transition(c, j) = FractionalPairCost(out, ctx.freq[c], total);
-            const double in = lambda * ctx.matrix[j][c] + (1.0 - lambda) * r * ctx.matrix[j][pp];
-            costs->Transition(j, c) = FractionalPairCost(in, ctx.freq[j], total);
-        }
-    }
-}
-
 // Single value of a tag as the engine derives it from the frequencies.
 double SingleValue(const ContextCounts &c, size_t tag) { return TagSingleValue(c.freq[tag]); }
 
@@ -111,7 +62,6 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const std::vector<int3
     for (size_t i = 0; i < nPos; ++i)
         for (size_t j = 0; j < nPos; ++j)
             costs.Transition(i, j) = TagPairCost(posCtx->matrix[i][j], posCtx->freq[i], total);
-    if (opt.posClassBackoff > 0.0) BackOffClassTransitions(*posCtx, opt.posClassBackoff, total, &costs);
     // Candidate list (or fixed tag) of every entry with code 0 rows.
     std::unordered_map<std::string, int32_t> listOf;  // word -> list
     std::unordered_map<std::string, int> fixedOf;     // word -> class-assigned tag

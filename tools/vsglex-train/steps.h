@@ -222,17 +222,14 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
 
 // Main tag -> other tag -> share of the other tag among the occurrences of
 // words with that main tag.
+// One-word classes of the part-of-speech tag set chosen from the training
+// days by the gain of their tag transitions (pos_classes.cpp); none when
+// posWordClasses is 0 (the listed classes stay).
+std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt);
 using CompanionShares = std::map<int, std::map<int, double>>;
 CompanionShares CountCompanionShares(const TrainCounts &c, const TrainOptions &opt);
 // Adds to every word with content tags only a row of each companion tag of
 // its main tag that it lacks, of count posCompanion x share.
-// Word classes of the part-of-speech tag set chosen from the training
-// days (pos_classes.cpp): the verbs seen at least posClassMinCount times
-// of which at least posVerbObjectShare stand before a verbal noun form the
-// class "v#n" (none when the share is 0); then the ambiguity classes of
-// posAmbiguityPairs.
-std::vector<ExtraPosClass> ChoosePosClasses(const std::vector<Paragraph> &paragraphs, const TrainOptions &opt);
-
 void AddCompanionRows(const TrainCounts &c, const TrainOptions &opt, const CompanionShares &shares,
                       std::vector<Entry> *entries);
 // Rows of the unseen-word entry from the seen-once counts.

@@ -137,27 +137,12 @@ struct TrainOptions {
     int posEpochs = 4;
     double posRate = 0.2;
     double posMargin = 1.0;  // cost advantage of wrong tags while training
-    // Starting transitions of the one-word classes ("v#3") drawn toward
-    // those of the class's coarse tag ("v") by this many pseudo-occurrences
-    // (0: counted only). A class seen a few hundred times has never seen
-    // most of its neighbours; backed off, they cost what they cost its
-    // coarse tag instead of the unseen-pair cost.
-    double posClassBackoff = 0.0;
-    // Verbs seen at least posClassMinCount times of which at least this
-    // share stands before a verbal noun form a class of their own, "v#n"
-    // (0: none).
-    double posVerbObjectShare = 0.0;
-    int64_t posClassMinCount = 10;
-    // Ambiguity classes: for each pair "T:U" of the list (by commas), the
-    // words seen at least posClassMinCount times with T or U that take U
-    // at least this share of those times form the class "T#U" in place
-    // of T (0: none).
-    double posAmbiguityShare = 0.0;
     // Classes of one word chosen from the training days in place of the
     // listed ones (lexclasses.h), by the gain of their tag transitions
-    // (0: the listed classes).
+    // (0: the listed classes), among the (word, tag) pairs seen at least
+    // posClassMinCount times.
     int posWordClasses = 150;
-    std::string posAmbiguityPairs = "v:vn,vn:v";
+    int64_t posClassMinCount = 10;
     // Companion rows: a word whose tags are all content tags gets, for each
     // tag that makes up at least posCompanionMinShare of the occurrences of
     // the words sharing its main tag (among words seen posCompanionMinCount
