@@ -192,7 +192,9 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     // Groups of the features seen often enough, numbered in key order.
     std::vector<uint64_t> keys;
     for (const auto &kv : keyCount)
-        if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount))) keys.push_back(kv.first);
+        if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount)) &&
+            !((opt.dropTemplates >> vsg::front::SegKeyTemplate(kv.first)) & 1u))
+            keys.push_back(kv.first);
     std::sort(keys.begin(), keys.end());
     std::unordered_map<uint64_t, uint32_t> groupOf;
     groupOf.reserve(keys.size() * 2);
@@ -225,6 +227,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     double step = 1.0;
     std::vector<float> scores;
     std::vector<uint8_t> labels, back;
+    std::vector<std::pair<uint32_t, float>> delta;
     std::vector<uint32_t> order(runs.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
     Lcg rng{0x5E65E6ull};
@@ -254,10 +257,9 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     ++errors;
                 }
             if (wrong) {
-                auto update = [&](size_t idx, float d) {
-                    w[idx] += d;
-                    u[idx] += step * d;
-                };
+                // The difference of the gold and found feature vectors,
+                // gathered per weight so that a weight hit twice counts once.
+                delta.clear();
                 for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
                     const Ref &ref = refs[k];
                     const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
@@ -267,17 +269,54 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                         auto a = static_cast<size_t>(i);
                         if (labels[a] == g[a]) continue;
                         size_t base = offset[ref.group] + row * kSegLabels;
-                        update(base + g[a], 1.0f);
-                        update(base + labels[a], -1.0f);
+                        delta.push_back({static_cast<uint32_t>(base + g[a]), 1.0f});
+                        delta.push_back({static_cast<uint32_t>(base + labels[a]), -1.0f});
                     }
                 }
+                float transDelta[kSegLabels][kSegLabels] = {};
                 for (size_t i = 1; i < n; ++i) {
                     if (labels[i] == g[i] && labels[i - 1] == g[i - 1]) continue;
-                    trans[g[i - 1]][g[i]] += 1.0f;
-                    transU[g[i - 1]][g[i]] += step;
-                    trans[labels[i - 1]][labels[i]] -= 1.0f;
-                    transU[labels[i - 1]][labels[i]] -= step;
+                    transDelta[g[i - 1]][g[i]] += 1.0f;
+                    transDelta[labels[i - 1]][labels[i]] -= 1.0f;
                 }
+                float rate = 1.0f;
+                if (opt.paCap > 0.0) {
+                    std::sort(delta.begin(), delta.end(),
+                              [](const auto &a, const auto &b) { return a.first < b.first; });
+                    size_t m = 0;
+                    for (size_t i = 0; i < delta.size(); ++i) {
+                        if (m > 0 && delta[m - 1].first == delta[i].first)
+                            delta[m - 1].second += delta[i].second;
+                        else
+                            delta[m++] = delta[i];
+                    }
+                    delta.resize(m);
+                    // Margin of the gold labels over the found ones (<= 0:
+                    // the search preferred the found ones) and |delta|^2.
+                    double margin = 0.0, norm = 0.0;
+                    for (const auto &d : delta) {
+                        margin += static_cast<double>(d.second) * w[d.first];
+                        norm += static_cast<double>(d.second) * d.second;
+                    }
+                    for (int p = 0; p < kSegLabels; ++p)
+                        for (int l = 0; l < kSegLabels; ++l) {
+                            margin += static_cast<double>(transDelta[p][l]) * trans[p][l];
+                            norm += static_cast<double>(transDelta[p][l]) * transDelta[p][l];
+                        }
+                    size_t loss = 0;
+                    for (size_t i = 0; i < n; ++i) loss += labels[i] != g[i];
+                    double tau = norm > 0.0 ? (static_cast<double>(loss) - margin) / norm : 0.0;
+                    rate = static_cast<float>(std::clamp(tau, 0.0, opt.paCap));
+                }
+                for (const auto &d : delta) {
+                    w[d.first] += rate * d.second;
+                    u[d.first] += step * rate * d.second;
+                }
+                for (int p = 0; p < kSegLabels; ++p)
+                    for (int l = 0; l < kSegLabels; ++l) {
+                        trans[p][l] += rate * transDelta[p][l];
+                        transU[p][l] += step * rate * transDelta[p][l];
+                    }
             }
             step += 1.0;
         }

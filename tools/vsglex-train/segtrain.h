@@ -30,6 +30,14 @@ struct SegTrainOptions {
     // (0: none). The place recogniser's patterns join three characters or
     // more, so a rare two-character place cut into characters is lost.
     int wholePlaceChars = 0;
+    // Step of an update: 0 the perceptron's (every differing weight moves
+    // by 1); above 0 a passive-aggressive step, just large enough for the
+    // gold labels to beat the found ones by their number of wrong atoms,
+    // at most this value.
+    double paCap = 0.0;
+    // Feature templates left out of training (bit t: template t), to
+    // measure what a template brings.
+    uint32_t dropTemplates = 0;
 };
 
 struct SegTrainSummary {
