@@ -120,11 +120,28 @@ TEST(SegTrainTest, EngineCutCanKeepShortRarePlacesWhole) {
     EXPECT_EQ(cut(2, 0), "象山/和/温州市/的/李/鹏/到/中亚/地区/。/");
 }
 
+// The lexicon the front end would build from the dictionary trained on
+// these paragraphs.
+vsg::front::Lexicon LexiconOf(const std::vector<std::vector<vsgtrain::Unit>> &all) {
+    std::map<std::string, double> counts;
+    for (const auto &units : all)
+        for (const vsgtrain::Unit &u : units) counts[u.text] += 1.0;
+    std::vector<vsg::front::LexiconWord> words;
+    for (const auto &kv : counts) words.push_back({kv.first, kv.second, 0.0});
+    vsg::front::Lexicon lex;
+    EXPECT_TRUE(lex.Build(words));
+    return lex;
+}
+
 TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
+  // Perceptron steps and passive-aggressive steps alike.
+  for (double pa : {0.0, 0.1}) {
+    SCOPED_TRACE(pa);
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;
     opt.minCount = 1;
     opt.epochs = 8;
+    opt.paCap = pa;
     vsgtrain::SegTrainSummary s1, s2;
     std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
     std::string b = vsgtrain::TrainSegmenter(all, opt, &s2);
@@ -137,14 +154,7 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     vsg::front::SegModel m;
     std::string error;
     ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
-    // The lexicon the front end would build from the trained dictionary.
-    std::map<std::string, double> counts;
-    for (const auto &units : all)
-        for (const vsgtrain::Unit &u : units) counts[u.text] += 1.0;
-    std::vector<vsg::front::LexiconWord> words;
-    for (const auto &kv : counts) words.push_back({kv.first, kv.second, 0.0});
-    vsg::front::Lexicon lex;
-    ASSERT_TRUE(lex.Build(words));
+    const vsg::front::Lexicon lex = LexiconOf(all);
     // Known words whole, person names one character a word.
     EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
     EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
@@ -154,6 +164,49 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     EXPECT_NE(vsgtrain::TrainSegmenter(all, opt, &s1), a);
     opt.epochs = 0;
     EXPECT_TRUE(vsgtrain::TrainSegmenter(all, opt, &s1).empty());
+    // The two kinds of step give two models.
+    if (pa > 0.0) {
+        opt.epochs = 8;
+        opt.paCap = 0.0;
+        EXPECT_NE(vsgtrain::TrainSegmenter(all, opt, &s1), a);
+    }
+  }
+}
+
+TEST(SegTrainTest, ModelHoldsTheAtomAndPairStatisticsOfTheTargetCut) {
+    // 48 paragraphs: 了 is always a word alone (40 times), 北京 always one
+    // word (40 times), the person 江泽民 always in characters (8 times), and
+    // 京 before 会 (16 times, 北京 会见) never inside a word.
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 2;
+    vsgtrain::SegTrainSummary summary;
+    const std::string bytes = vsgtrain::TrainSegmenter(all, opt, &summary);
+    vsg::front::SegModel m;
+    std::string error;
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+    const std::string t = Gb("江泽民在北京会见了");
+    std::vector<vsg::front::Atom> atoms;
+    vsg::front::Atomise(t.data(), 0, t.size(), atoms);
+    ASSERT_EQ(atoms.size(), 9u);
+    std::vector<uint8_t> atomBins, pairBins;
+    m.StatBins(t.data(), atoms.data(), atoms.size(), atomBins, pairBins);
+    using vsg::front::SegStatBin;
+    EXPECT_EQ(atomBins[8], SegStatBin(40, 40));  // 了
+    EXPECT_EQ(atomBins[4], SegStatBin(0, 40));   // 北
+    EXPECT_EQ(pairBins[5], SegStatBin(40, 40));  // 北京
+    EXPECT_EQ(pairBins[6], SegStatBin(0, 16));   // 京会
+    EXPECT_EQ(pairBins[1], SegStatBin(0, 8));    // 江泽
+    EXPECT_EQ(pairBins[7], SegStatBin(24, 24));  // 会见
+    EXPECT_EQ(pairBins[0], vsg::front::kSegStatOutside);
+    EXPECT_EQ(pairBins[9], vsg::front::kSegStatOutside);
+    // A pair the text never shows has no statistic.
+    const std::string u = Gb("北了");
+    atoms.clear();
+    vsg::front::Atomise(u.data(), 0, u.size(), atoms);
+    m.StatBins(u.data(), atoms.data(), atoms.size(), atomBins, pairBins);
+    EXPECT_EQ(pairBins[1], 0);
 }
 
 }  // namespace
