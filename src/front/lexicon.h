@@ -66,7 +66,6 @@ struct CutScratch {
     std::vector<int32_t> score;
     std::vector<uint8_t> path;
     std::vector<uint8_t> labels;
-    std::vector<uint8_t> bins;  // statistic bins of the model cutter
 };
 
 // A read-only word lexicon with costs; safe to share between threads.

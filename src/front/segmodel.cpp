@@ -110,15 +110,6 @@ inline uint64_t FeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
     return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
 }
 
-// Values of the statistic features of atom k (bins as in SegFeatures).
-constexpr uint32_t kStatValues = kSegStatBins + 1;
-inline uint32_t AtomStatValue(const uint8_t *atomBins, const uint8_t *pairBins, size_t k) {
-    return (uint32_t{atomBins[k]} * kStatValues + pairBins[k]) * kStatValues + pairBins[k + 1];
-}
-inline uint32_t PairStatsValue(const uint8_t *pairBins, size_t k) {
-    return uint32_t{pairBins[k]} * kStatValues + pairBins[k + 1];
-}
-
 // Keys of the positions before and after a run.
 constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0x5EC0000000000003ull,
                                  0x5EC0000000000004ull};
@@ -131,22 +122,17 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 //  12  u32      slot bits b: the table has 2^b slots
 //  16  u32      weight count w
 //  20  u32      feature set (kFeatureSet: templates and dictionary cap)
-//  24  u32      statistic slot bits s: that table has 2^s slots
-//  28  36 x i32 transition weights [previous][next] (kSegLabels^2)
-// 172  u64      checksum of everything after the header
-// 180  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
+//  24  36 x i32 transition weights [previous][next] (kSegLabels^2)
+// 168  u64      checksum of everything after the header
+// 176  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
-//      2^s x u32 statistic slots: the key's high 32 bits with the low five
-//               replaced by the bin (1 .. kSegStatBins - 1); 0 empty
-// A key's slot is (key >> 4) & (2^b - 1) (statistics: 2^s - 1), probed
-// linearly; its fingerprint is the key's high 32 bits with the low four
-// replaced by template + 1.
+// A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
+// is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
-constexpr uint32_t kVersion = 3;
-constexpr uint32_t kFeatureSet = 0x500u | kSegDictCap;
-constexpr size_t kStatBitsAt = 24;
-constexpr size_t kTransitionsAt = 28;
+constexpr uint32_t kVersion = 2;
+constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
+constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
 constexpr size_t kHeaderBytes = kChecksumAt + 8;
 static_assert(kHeaderBytes == kSegHeaderBytes, "the header size the header announces");
@@ -194,18 +180,8 @@ uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, s
 
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) { return FeatureKey(t, a, b); }
 
-void SegAtomIds(const char *text, const Atom *atoms, size_t n, std::vector<uint64_t> &ids) {
-    ids.resize(n);
-    for (size_t k = 0; k < n; ++k) ids[k] = AtomId(text, atoms[k]);
-}
-
-// The statistics share the key hash of the features (own template numbers),
-// in a table of their own.
-uint64_t SegAtomStatKey(uint64_t id) { return FeatureKey(kSegAtomStat, id, 0); }
-uint64_t SegPairStatKey(uint64_t first, uint64_t second) { return FeatureKey(kSegPairStats, first, second); }
-
-void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, const uint8_t *atomBins,
-                 const uint8_t *pairBins, std::vector<uint64_t> &ids, std::vector<SegFeature> &out) {
+void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                 std::vector<SegFeature> &out) {
     out.clear();
     if (n == 0) return;
     // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1.
@@ -242,13 +218,10 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
         out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
-        out.push_back({SegFeatureKey(kSegAtomStat, AtomStatValue(atomBins, pairBins, k), 0), p});
-        out.push_back({SegFeatureKey(kSegPairStats, PairStatsValue(pairBins, k), 0), p});
     }
 }
 
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           std::vector<SegStat> stats) {
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
     std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
     float top = 0.0f;
     for (const SegGroup &g : groups)
@@ -288,37 +261,16 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
         if (!shadowed) slots[i] = (uint64_t{fp} << 32) | kv.second;
     }
 
-    // Statistics: bin 0 is what a missing key reads as.
-    std::sort(stats.begin(), stats.end(), [](const SegStat &a, const SegStat &b) { return a.key < b.key; });
-    stats.erase(std::remove_if(stats.begin(), stats.end(),
-                               [](const SegStat &x) { return x.bin == 0 || x.bin >= kSegStatBins; }),
-                stats.end());
-    uint32_t statBits = kMinSlotBits;
-    while (statBits < kMaxSlotBits && (size_t{1} << statBits) * 7 / 10 < stats.size() + 1) ++statBits;
-    std::vector<uint32_t> statSlots(size_t{1} << statBits, 0);
-    for (const SegStat &x : stats) {
-        const uint32_t tag = static_cast<uint32_t>(x.key >> 32) & ~31u;
-        size_t i = (x.key >> 4) & (statSlots.size() - 1);
-        bool shadowed = false;
-        while (statSlots[i] != 0) {
-            if ((statSlots[i] & ~31u) == tag) shadowed = true;
-            i = (i + 1) & (statSlots.size() - 1);
-        }
-        if (!shadowed) statSlots[i] = tag | x.bin;
-    }
-
     std::string payload;
-    payload.reserve(slots.size() * 8 + weights.size() * 2 + statSlots.size() * 4);
+    payload.reserve(slots.size() * 8 + weights.size() * 2);
     for (uint64_t s : slots) Put(payload, s);
     for (int16_t w : weights) Put(payload, w);
-    for (uint32_t s : statSlots) Put(payload, s);
 
     std::string out(kMagic, sizeof kMagic);
     Put(out, kVersion);
     Put(out, bits);
     Put(out, static_cast<uint32_t>(weights.size()));
     Put(out, kFeatureSet);
-    Put(out, statBits);
     for (int p = 0; p < kSegLabels; ++p)
         for (int l = 0; l < kSegLabels; ++l) {
             double v = std::nearbyint(static_cast<double>(transitions[p][l]) * scale);
@@ -341,16 +293,14 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     }
     uint32_t version = Get<uint32_t>(data + 8);
     if (version != kVersion) {
-        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) +
-                 "; retrain the model set with vsglex-train)";
+        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) + ")";
         return false;
     }
     uint32_t bits = Get<uint32_t>(data + 12);
     uint32_t nWeights = Get<uint32_t>(data + 16);
     uint32_t features = Get<uint32_t>(data + 20);
     if (features != kFeatureSet) {
-        *error = "made for another feature set (" + std::to_string(features) + ", expected " +
-                 std::to_string(kFeatureSet) + "; retrain the model set with vsglex-train)";
+        *error = "made for another feature set (" + std::to_string(features) + ")";
         return false;
     }
     if (bits < kMinSlotBits || bits > kMaxSlotBits) {
@@ -361,14 +311,8 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         *error = "bad weight count " + std::to_string(nWeights);
         return false;
     }
-    const uint32_t statBits = Get<uint32_t>(data + kStatBitsAt);
-    if (statBits < kMinSlotBits || statBits > kMaxSlotBits) {
-        *error = "bad statistics table size (2^" + std::to_string(statBits) + " slots)";
-        return false;
-    }
     const size_t nSlots = size_t{1} << bits;
-    const size_t nStatSlots = size_t{1} << statBits;
-    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2 + nStatSlots * 4;
+    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
     if (size != expected) {
         *error = (size < expected ? "truncated (" : "trailing bytes (") + std::to_string(size) + " bytes, expected " +
                  std::to_string(expected) + ")";
@@ -424,27 +368,6 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         *error = "feature table has no empty slot";
         return false;
     }
-    const uint8_t *statBytes = slotBytes + nSlots * 8 + size_t{nWeights} * 2;
-    vsg::HugeTable<uint32_t> stats;
-    stats.reserve(nStatSlots);
-    size_t emptyStats = 0;
-    for (size_t i = 0; i < nStatSlots; ++i) {
-        const uint32_t s = Get<uint32_t>(statBytes + 4 * i);
-        if (s == 0) ++emptyStats;
-        else if ((s & 31u) == 0 || (s & 31u) >= kSegStatBins) {
-            *this = SegModel();
-            *error = "bad statistic slot (bin " + std::to_string(s & 31u) + ")";
-            return false;
-        }
-        stats.push_back(s);
-    }
-    if (emptyStats == 0) {
-        *this = SegModel();
-        *error = "statistics table has no empty slot";
-        return false;
-    }
-    stats_ = std::move(stats);
-    statMask_ = nStatSlots - 1;
     // In memory the rows follow the zero rows that missing features point
     // to.
     weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
@@ -506,28 +429,6 @@ const int16_t *SegModel::Find(uint64_t key) const {
     return offset == kNone ? nullptr : weights_.data() + offset;
 }
 
-uint8_t SegModel::StatOf(uint64_t key) const {
-    const uint32_t tag = StatTag(key);
-    for (size_t i = StatSlot(key);; i = (i + 1) & statMask_) {
-        const uint32_t s = stats_[i];
-        if (s == 0) return 0;
-        if ((s & ~31u) == tag) return static_cast<uint8_t>(s & 31u);
-    }
-}
-
-void SegModel::StatBins(const char *text, const Atom *atoms, size_t n, std::vector<uint8_t> &atomBins,
-                        std::vector<uint8_t> &pairBins) const {
-    atomBins.assign(n, 0);
-    pairBins.assign(n + 1, kSegStatOutside);
-    if (stats_.empty()) return;
-    std::vector<uint64_t> ids;
-    SegAtomIds(text, atoms, n, ids);
-    for (size_t k = 0; k < n; ++k) {
-        atomBins[k] = StatOf(SegAtomStatKey(ids[k]));
-        if (k > 0) pairBins[k] = StatOf(SegPairStatKey(ids[k - 1], ids[k]));
-    }
-}
-
 uint32_t SegModel::OffsetOf(uint64_t key) const {
     const uint32_t fp = Fingerprint(key);
     for (size_t i = (key >> 4) & mask_;; i = (i + 1) & mask_) {
@@ -539,7 +440,6 @@ uint32_t SegModel::OffsetOf(uint64_t key) const {
 
 void SegModel::BuildDirect() {
     unigram_.assign(0x10100, kNone);
-    atomBin_.assign(0x10100, 0);
     char bytes[2];
     for (uint32_t c = 0; c < 0x10100; ++c) {
         Atom a{0, 2, AtomKind::kOther};
@@ -550,9 +450,7 @@ void SegModel::BuildDirect() {
             bytes[0] = static_cast<char>(c & 0xFF);
             a.length = 1;
         }
-        const uint64_t id = AtomId(bytes, a);
-        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, id, 0));
-        atomBin_[c] = StatOf(SegAtomStatKey(id));
+        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
     }
     for (int k = 0; k < 4; ++k) padUnigram_[k] = OffsetOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
     classes_.assign(512, kNone);
@@ -564,10 +462,6 @@ void SegModel::BuildDirect() {
     }
     startCost_.assign((kSegDictCap + 1) * kWordCostClasses, kNone);
     for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
-    atomStat_.assign(kStatValues * kStatValues * kStatValues, kNone);
-    for (uint32_t v = 0; v < atomStat_.size(); ++v) atomStat_[v] = OffsetOf(SegFeatureKey(kSegAtomStat, v, 0));
-    pairStats_.assign(kStatValues * kStatValues, kNone);
-    for (uint32_t v = 0; v < pairStats_.size(); ++v) pairStats_[v] = OffsetOf(SegFeatureKey(kSegPairStats, v, 0));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -665,7 +559,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     const size_t nUnigrams = n + 4;
     const size_t nBigrams = n + 3;
     const size_t nKeys = nBigrams + 3 * n;
-    scratch.keys.resize(nKeys + n);  // and the keys of the pairs' statistics
+    scratch.keys.resize(nKeys);
     scratch.offsets.resize(nUnigrams + nKeys);
     uint64_t *keys = scratch.keys.data();
     uint32_t *uni = scratch.offsets.data();
@@ -687,24 +581,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         uni[k + 2] = r;
         __builtin_prefetch(row(r));
         __builtin_prefetch(row(r) + 5 * kSegLabels - 1);
-    }
-    // Statistic bins: of the atoms (atomBins[k]) and of the pairs of atoms
-    // k-1 and k (pairBins[k], outside the run at 0 and n). The pairs' slots
-    // are fetched first and probed after the other keys are made.
-    scratch.bins.resize(2 * n + 1);
-    uint8_t *atomBins = scratch.bins.data();
-    uint8_t *pairBins = atomBins + n;
-    pairBins[0] = pairBins[n] = kSegStatOutside;
-    for (size_t k = 0; k < n; ++k) {
-        const Atom &a = atoms[k];
-        if (a.length == 2) atomBins[k] = atomBin_[(bytes[a.start] << 8) | bytes[a.start + 1]];
-        else if (a.length == 1) atomBins[k] = atomBin_[0x10000 + bytes[a.start]];
-        else atomBins[k] = StatOf(SegAtomStatKey(id[k + 2]));
-    }
-    uint64_t *pairKeys = keys + nKeys;
-    for (size_t k = 1; k < n; ++k) {
-        pairKeys[k] = SegPairStatKey(id[k + 1], id[k + 2]);
-        __builtin_prefetch(&stats_[StatSlot(pairKeys[k])]);
     }
     for (size_t j = 0; j < nBigrams; ++j) keys[j] = FeatureKey(kSegBigram, id[j], id[j + 1]);
     uint64_t mixedPrev = Mix(id[1]);
@@ -737,8 +613,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         __builtin_prefetch(row(bi[k]));
     }
 
-    for (size_t k = 1; k < n; ++k) pairBins[k] = StatOf(pairKeys[k]);
-
     // Each atom's scores: the rows that fall on it, summed in registers.
     // A feature the model lacks has row kNone, whose rows are all zero.
     constexpr uint32_t kValues = kSegDictCap + 1;
@@ -761,7 +635,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         sum.AddPair(row(dict_[1][m.ends]), row(dict_[2][m.inside]));
         sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
                     row(startCost_[m.starts * kWordCostClasses + m.startCost]));
-        sum.AddPair(row(atomStat_[AtomStatValue(atomBins, pairBins, k)]), row(pairStats_[PairStatsValue(pairBins, k)]));
         sum.Store(score + k * kSegLabels);
     }
 }

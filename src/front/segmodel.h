@@ -53,31 +53,12 @@ enum SegTemplate : uint8_t {
     kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
     kSegDictStartCost,  // longest word starting at k with its cost class
-    kSegAtomStat,     // statistic bins of atom k and of the pairs (k-1, k), (k, k+1)
-    kSegPairStats,    // statistic bins of the pairs (k-1, k), (k, k+1)
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
-
-// Statistics of the training text that carry over to words it lacks: how
-// often an atom is a word alone, and how often two atoms side by side lie
-// inside one word, each as a bin of its count and share (SegStatBin). Bin 0:
-// seen fewer than kSegStatMinCount times; kSegStatOutside: a pair with an
-// atom outside the run.
-inline constexpr uint32_t kSegStatMinCount = 2;
-inline constexpr uint8_t kSegStatBins = 16;
-inline constexpr uint8_t kSegStatOutside = kSegStatBins;
-// Bin of `hits` out of `total` (three count classes times five shares).
-constexpr uint8_t SegStatBin(uint32_t hits, uint32_t total) {
-    if (total < kSegStatMinCount) return 0;
-    const uint32_t countClass = total < 5 ? 0 : total < 20 ? 1 : 2;
-    const uint32_t share = hits == 0 ? 0 : hits >= total ? 4 : 3 * hits < total ? 1 : 3 * hits < 2 * total ? 2 : 3;
-    return static_cast<uint8_t>(1 + countClass * 5 + share);
-}
-static_assert(SegStatBin(1000, 1000) < kSegStatBins, "bins fit");
 
 // Key of a feature: a hash of the template and two values, with the
 // template in the low four bits.
@@ -87,23 +68,9 @@ inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate
 
 // The features of atoms[0..n) of `text`. Half-width ASCII atoms have the
 // keys of their full-width forms. `marks` are the lexicon's word marks of the
-// run (capped at kSegDictCap). `atomBins` (n) and `pairBins` (n + 1: the pair
-// of atoms k-1 and k at k, kSegStatOutside at 0 and n) are the statistic
-// bins. `ids` is working memory.
-void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, const uint8_t *atomBins,
-                 const uint8_t *pairBins, std::vector<uint64_t> &ids, std::vector<SegFeature> &out);
-
-// Identities of atoms[0..n) as the features see them (half-width ASCII as
-// full-width), and the keys of the statistics of an atom and of a pair.
-void SegAtomIds(const char *text, const Atom *atoms, size_t n, std::vector<uint64_t> &ids);
-uint64_t SegAtomStatKey(uint64_t id);
-uint64_t SegPairStatKey(uint64_t first, uint64_t second);
-
-// A statistic of the model file: its key and bin (1 .. kSegStatBins - 1).
-struct SegStat {
-    uint64_t key;
-    uint8_t bin;
-};
+// run (capped at kSegDictCap). `ids` is working memory.
+void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                 std::vector<SegFeature> &out);
 
 // Whether label `next` may follow label `prev` (a word is S, B E, B B2 E,
 // B B2 B3 E or B B2 B3 M* E).
@@ -184,13 +151,11 @@ struct SegGroup {
 };
 
 // Encodes a model file: groups (any order; keys unique) and the transition
-// weights, quantised to 16 bits with one scale, and the statistics (any
-// order; keys unique; bin 0 left out). Deterministic.
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           std::vector<SegStat> stats = {});
+// weights, quantised to 16 bits with one scale. Deterministic.
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
 // Size of the model file's header.
-inline constexpr size_t kSegHeaderBytes = 28 + 4 * kSegLabels * kSegLabels + 8;
+inline constexpr size_t kSegHeaderBytes = 24 + 4 * kSegLabels * kSegLabels + 8;
 
 // Checksum of a model file's bytes after the header, as the header holds it.
 uint64_t SegChecksum(const uint8_t *data, size_t size);
@@ -227,10 +192,6 @@ public:
     // The same scores from a feature list by plain look-ups (reference for
     // the tests).
     void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
-    // Statistic bins of atoms[0..n) for SegFeatures (the reference of what
-    // Score uses).
-    void StatBins(const char *text, const Atom *atoms, size_t n, std::vector<uint8_t> &atomBins,
-                  std::vector<uint8_t> &pairBins) const;
     // Best labels under scores (n x kSegLabels) and the model's transitions.
     // The same labels as SegViterbi<int32_t, int64_t>, by a search written
     // out for the six labels.
@@ -257,11 +218,6 @@ private:
     void BuildDirect();
     // Offset of a key's weights in weights_, or kNone.
     uint32_t OffsetOf(uint64_t key) const;
-    // Bin of a statistic's key, or 0.
-    uint8_t StatOf(uint64_t key) const;
-    // Statistic slot of a key and the bits a slot holds of it.
-    size_t StatSlot(uint64_t key) const { return (key >> 4) & statMask_; }
-    static uint32_t StatTag(uint64_t key) { return static_cast<uint32_t>(key >> 32) & ~31u; }
 
     vsg::HugeTable<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
     vsg::HugeTable<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
@@ -273,12 +229,6 @@ private:
     std::vector<uint32_t> classes_;
     std::vector<uint32_t> dict_[4];
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
-    std::vector<uint32_t> atomStat_;   // by the value of the kSegAtomStat feature
-    std::vector<uint32_t> pairStats_;  // by the value of the kSegPairStats feature
-    // Statistics: slots of a key's high bits (StatTag) | its bin; 0 empty.
-    vsg::HugeTable<uint32_t> stats_;
-    uint64_t statMask_ = 0;
-    std::vector<uint8_t> atomBin_;     // bins of one- and two-byte atoms, as unigram_
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a

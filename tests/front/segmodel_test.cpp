@@ -44,63 +44,24 @@ Lexicon SmallLexicon() {
     return lex;
 }
 
-// Statistic bins of a text's atoms and pairs from a list of statistics, as
-// the model file defines them (missing: 0; pairs outside the run:
-// kSegStatOutside).
-void BinsFrom(const std::vector<SegStat> &stats, const std::string &t, const std::vector<Atom> &atoms,
-              std::vector<uint8_t> &atomBins, std::vector<uint8_t> &pairBins) {
-    std::vector<uint64_t> ids;
-    SegAtomIds(t.data(), atoms.data(), atoms.size(), ids);
-    auto bin = [&](uint64_t key) -> uint8_t {
-        for (const SegStat &x : stats)
-            if (x.key == key) return x.bin;
-        return 0;
-    };
-    atomBins.assign(atoms.size(), 0);
-    pairBins.assign(atoms.size() + 1, kSegStatOutside);
-    for (size_t k = 0; k < atoms.size(); ++k) {
-        atomBins[k] = bin(SegAtomStatKey(ids[k]));
-        if (k > 0) pairBins[k] = bin(SegPairStatKey(ids[k - 1], ids[k]));
-    }
-}
-
 // A model with a random weight group for every feature the texts have (and
-// some they lack), and random statistics for most of their atoms and pairs,
-// so that every path of the scorer is used.
+// some they lack), so that every path of the scorer is used.
 SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng,
-                     std::vector<SegGroup> *kept = nullptr, std::vector<SegStat> *keptStats = nullptr) {
+                     std::vector<SegGroup> *kept = nullptr) {
     std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
     std::bernoulli_distribution keep(0.85);
-    std::vector<SegStat> stats;
-    std::vector<uint64_t> ids;
-    std::vector<Atom> atoms;
-    auto addStat = [&](uint64_t key) {
-        for (const SegStat &x : stats)
-            if (x.key == key) return;
-        if (keep(rng)) stats.push_back({key, static_cast<uint8_t>(1 + rng() % (kSegStatBins - 1))});
-    };
-    for (const std::string &t : texts) {
-        atoms.clear();
-        Atomise(t.data(), 0, t.size(), atoms);
-        SegAtomIds(t.data(), atoms.data(), atoms.size(), ids);
-        for (size_t k = 0; k < atoms.size(); ++k) {
-            addStat(SegAtomStatKey(ids[k]));
-            if (k > 0) addStat(SegPairStatKey(ids[k - 1], ids[k]));
-        }
-    }
     std::vector<SegGroup> groups;
     std::vector<uint64_t> seen;
+    std::vector<Atom> atoms;
     std::vector<WordMarks> marks;
-    std::vector<uint8_t> atomBins, pairBins;
+    std::vector<uint64_t> ids;
     std::vector<SegFeature> features;
     for (const std::string &t : texts) {
         atoms.clear();
         Atomise(t.data(), 0, t.size(), atoms);
         marks.resize(atoms.size());
         lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
-        BinsFrom(stats, t, atoms, atomBins, pairBins);
-        SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), atomBins.data(), pairBins.data(), ids,
-                    features);
+        SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
         for (const SegFeature &f : features) {
             if (std::find(seen.begin(), seen.end(), f.key) != seen.end()) continue;
             seen.push_back(f.key);
@@ -113,12 +74,11 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
     float trans[kSegLabels][kSegLabels];
     for (auto &row : trans)
         for (float &t : row) t = weight(rng);
-    std::string bytes = EncodeSegModel(groups, trans, stats);
+    std::string bytes = EncodeSegModel(groups, trans);
     SegModel m;
     std::string error;
     EXPECT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
     if (kept != nullptr) *kept = groups;
-    if (keptStats != nullptr) *keptStats = stats;
     return m;
 }
 
@@ -184,8 +144,7 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             texts.push_back(s);
         }
         std::vector<SegGroup> groups;
-        std::vector<SegStat> stats;
-        SegModel m = RandomModel(texts, lex, rng, &groups, &stats);
+        SegModel m = RandomModel(texts, lex, rng, &groups);
         int32_t transitions[kSegLabels][kSegLabels];
         for (int p = 0; p < kSegLabels; ++p)
             for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = m.Transition(p, l);
@@ -203,13 +162,7 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             m.Score(t.data(), atoms.data(), n, lex, scratch);
             std::vector<WordMarks> marks(n);
             lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
-            // The model's statistic bins are those it was given.
-            std::vector<uint8_t> atomBins, pairBins, expectAtom, expectPair;
-            m.StatBins(t.data(), atoms.data(), n, atomBins, pairBins);
-            BinsFrom(stats, t, atoms, expectAtom, expectPair);
-            ASSERT_EQ(atomBins, expectAtom) << vsgtest::Utf8(t);
-            ASSERT_EQ(pairBins, expectPair) << vsgtest::Utf8(t);
-            SegFeatures(t.data(), atoms.data(), n, marks.data(), atomBins.data(), pairBins.data(), ids, features);
+            SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features);
             m.ScoreFeatures(features, n, plain);
             ASSERT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
             ASSERT_EQ(plain, GroupScores(groups, features, n)) << vsgtest::Utf8(t);
@@ -340,8 +293,7 @@ TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
         std::vector<WordMarks> m(at.size());
         lex.MarkWords(text.data(), at.data(), at.size(), kSegDictCap, m.data());
         std::vector<SegFeature> all;
-        const std::vector<uint8_t> atomBins(at.size(), 0), pairBins(at.size() + 1, kSegStatOutside);
-        SegFeatures(text.data(), at.data(), at.size(), m.data(), atomBins.data(), pairBins.data(), ids, all);
+        SegFeatures(text.data(), at.data(), at.size(), m.data(), ids, all);
         out.clear();
         for (const SegFeature &f : all)
             if (SegKeyTemplate(f.key) == kSegDictStartCost) out.push_back(f);
@@ -364,13 +316,11 @@ std::string SmallModelBytes() {
     float trans[kSegLabels][kSegLabels];
     for (int p = 0; p < kSegLabels; ++p)
         for (int l = 0; l < kSegLabels; ++l) trans[p][l] = static_cast<float>((p * 5 + l * 3) % 4);
-    std::vector<SegStat> stats;
-    for (uint64_t v = 1; v <= 20; ++v) stats.push_back({SegAtomStatKey(v * 31), static_cast<uint8_t>(v % 16)});
-    return EncodeSegModel(groups, trans, stats);
+    return EncodeSegModel(groups, trans);
 }
 
 // Header size of the model file: fields, transition weights, checksum.
-constexpr size_t kHeader = 28 + 4 * kSegLabels * kSegLabels + 8;
+constexpr size_t kHeader = 24 + 4 * kSegLabels * kSegLabels + 8;
 static_assert(kHeader == kSegHeaderBytes, "the header the file format describes");
 
 TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
@@ -395,23 +345,14 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
         size_t at;
         uint32_t value;
         const char *reason;
-    } fields[] = {{0, 0x58475356u, "magic"},     {8, 2, "version"},           {12, 40, "table size"},
+    } fields[] = {{0, 0x58475356u, "magic"},     {8, 1, "version"},           {12, 40, "table size"},
                   {12, 0, "table size"},         {16, 0x7FFFFFFFu, "weight count"}, {16, 3, "weight count"},
-                  {20, 0x405, "feature set"},    {24, 3, "statistics table size"}, {24, 27, "statistics table size"},
-                  {28, 0x7FFFFFFFu, "transition"}};
+                  {20, 9, "feature set"},        {24, 0x7FFFFFFFu, "transition"}};
     for (const Field &f : fields) {
         std::string bad = good;
         std::memcpy(&bad[f.at], &f.value, 4);
         EXPECT_FALSE(load(bad, &error)) << f.at;
         EXPECT_NE(error.find(f.reason), std::string::npos) << f.at << ": " << error;
-    }
-    // A file of an older format tells how to get a new one.
-    {
-        std::string old = good;
-        const uint32_t version = 2;
-        std::memcpy(&old[8], &version, 4);
-        EXPECT_FALSE(load(old, &error));
-        EXPECT_NE(error.find("retrain"), std::string::npos) << error;
     }
     // A header that claims a table larger than the file.
     {
@@ -445,27 +386,6 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
         std::memcpy(&bad[kHeader - 8], &sum, 8);
         EXPECT_FALSE(load(bad, &error));
         EXPECT_NE(error.find("past the weights"), std::string::npos) << error;
-    }
-    // A statistic slot without a bin, with a matching checksum (the
-    // statistics end the file).
-    {
-        std::string bad = good;
-        uint32_t statBits;
-        std::memcpy(&statBits, bad.data() + 24, 4);
-        bool changed = false;
-        for (size_t at = bad.size() - (size_t{4} << statBits); at < bad.size() && !changed; at += 4) {
-            uint32_t slot;
-            std::memcpy(&slot, bad.data() + at, 4);
-            if (slot == 0) continue;
-            slot &= ~31u;
-            std::memcpy(&bad[at], &slot, 4);
-            changed = true;
-        }
-        ASSERT_TRUE(changed);
-        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + kHeader, bad.size() - kHeader);
-        std::memcpy(&bad[kHeader - 8], &sum, 8);
-        EXPECT_FALSE(load(bad, &error));
-        EXPECT_NE(error.find("bad statistic slot"), std::string::npos) << error;
     }
 
     // Files: the message names the file; directories and missing files fail.

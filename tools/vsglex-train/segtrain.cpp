@@ -143,60 +143,11 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     std::vector<std::vector<SegFeature>> perRun;  // keys before indexing
     std::unordered_map<uint64_t, uint32_t> keyCount;
     keyCount.reserve(4u << 20);
-    // Statistics of the atoms (a word alone) and of the atom pairs (inside
-    // one word) on the target cut, per fold and in all: the bins of a
-    // paragraph come from the other folds, like its dictionary marks, and
-    // the file holds those of all paragraphs.
-    struct Hits {
-        uint32_t hits = 0, total = 0;
-    };
-    std::vector<std::unordered_map<uint64_t, Hits>> foldStats(static_cast<size_t>(folds));
-    std::unordered_map<uint64_t, Hits> allStats;
     {
-        const std::vector<std::pair<std::string, int32_t>> placeAll = CountPlaces(all);
         ParagraphRuns pr;
         std::vector<uint64_t> ids;
-        for (size_t p = 0; p < all.size(); ++p) {
-            BuildRuns(all[p], placeAll, opt.placeCutMax, opt.keepForeignPlaces, opt.wholePlaceChars, &pr);
-            auto &fold = foldStats[p % static_cast<size_t>(folds)];
-            auto add = [&](uint64_t key, bool hit) {
-                Hits &a = allStats[key], &b = fold[key];
-                a.hits += hit;
-                b.hits += hit;
-                ++a.total;
-                ++b.total;
-            };
-            for (const auto &r : pr.runs) {
-                const size_t n = r.second - r.first;
-                vsg::front::SegAtomIds(pr.text.data(), pr.atoms.data() + r.first, n, ids);
-                const uint8_t *label = pr.labels.data() + r.first;
-                for (size_t k = 0; k < n; ++k) {
-                    add(vsg::front::SegAtomStatKey(ids[k]), label[k] == vsg::front::kSegSingle);
-                    if (k > 0)
-                        add(vsg::front::SegPairStatKey(ids[k - 1], ids[k]),
-                            label[k] != vsg::front::kSegBegin && label[k] != vsg::front::kSegSingle);
-                }
-            }
-        }
-    }
-    {
-        ParagraphRuns pr;
-        std::vector<uint64_t> ids, atomIds;
-        std::vector<uint8_t> atomBins, pairBins;
         std::vector<vsg::front::WordMarks> marks;
         for (int f = 0; f < folds; ++f) {
-            const auto &fold = foldStats[static_cast<size_t>(f)];
-            auto bin = [&](uint64_t key) -> uint8_t {
-                auto a = allStats.find(key);
-                if (a == allStats.end()) return 0;
-                Hits h = a->second;
-                auto b = folds > 1 ? fold.find(key) : fold.end();
-                if (b != fold.end()) {
-                    h.hits -= b->second.hits;
-                    h.total -= b->second.total;
-                }
-                return vsg::front::SegStatBin(h.hits, h.total);
-            };
             std::unordered_map<std::string, std::pair<double, double>> counts;
             std::unordered_map<std::string, int32_t> places;
             for (size_t p = 0; p < all.size(); ++p) {
@@ -224,16 +175,8 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     const Atom *atoms = pr.atoms.data() + r.first;
                     marks.resize(n);
                     lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
-                    vsg::front::SegAtomIds(pr.text.data(), atoms, n, atomIds);
-                    atomBins.resize(n);
-                    pairBins.assign(n + 1, vsg::front::kSegStatOutside);
-                    for (size_t k = 0; k < n; ++k) {
-                        atomBins[k] = bin(vsg::front::SegAtomStatKey(atomIds[k]));
-                        if (k > 0) pairBins[k] = bin(vsg::front::SegPairStatKey(atomIds[k - 1], atomIds[k]));
-                    }
                     perRun.emplace_back();
-                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), atomBins.data(), pairBins.data(),
-                                            ids, perRun.back());
+                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
                     for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
                     Run run;
                     run.length = static_cast<uint32_t>(n);
@@ -401,13 +344,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         groups.push_back({keys[g], std::vector<float>(w.begin() + offset[g], w.begin() + offset[g + 1])});
     }
     summary->groups = static_cast<int64_t>(groups.size());
-    std::vector<vsg::front::SegStat> stats;
-    for (const auto &kv : allStats) {
-        const uint8_t b = vsg::front::SegStatBin(kv.second.hits, kv.second.total);
-        if (b != 0) stats.push_back({kv.first, b});
-    }
-    std::vector<std::unordered_map<uint64_t, Hits>>().swap(foldStats);
-    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans, std::move(stats));
+    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);
     summary->bytes = static_cast<int64_t>(bytes.size());
     return bytes;
 }
