@@ -176,4 +176,23 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     CheckTraining(0.1);
 }
 
+TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 2;
+    vsgtrain::SegTrainSummary full, noPairs, noneAtAll;
+    const std::string a = vsgtrain::TrainSegmenter(all, opt, &full);
+    opt.dropTemplates = 1u << vsg::front::kSegBigram;
+    const std::string b = vsgtrain::TrainSegmenter(all, opt, &noPairs);
+    EXPECT_LT(noPairs.features, full.features);
+    EXPECT_GT(noPairs.features, 0);
+    EXPECT_NE(a, b);
+    // Every template left out: nothing to learn but the transitions.
+    opt.dropTemplates = (1u << vsg::front::kSegTemplates) - 1;
+    vsgtrain::TrainSegmenter(all, opt, &noneAtAll);
+    EXPECT_EQ(noneAtAll.features, 0);
+    EXPECT_EQ(noneAtAll.groups, 0);
+}
+
 }  // namespace
