@@ -57,10 +57,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (m.Load(path, &error)) Exercise(m);
     else vsgfuzz::Require(error.find(path) != std::string::npos && !m.Loaded());
 
-    if (size >= 96) {
+    constexpr size_t kHeader = vsg::front::kSegHeaderBytes;
+    if (size >= kHeader) {
         std::vector<uint8_t> fixed(data, data + size);
-        uint64_t sum = vsg::front::SegChecksum(fixed.data() + 96, size - 96);
-        std::memcpy(fixed.data() + 88, &sum, 8);
+        uint64_t sum = vsg::front::SegChecksum(fixed.data() + kHeader, size - kHeader);
+        std::memcpy(fixed.data() + kHeader - 8, &sum, 8);
         if (m.LoadBytes(fixed.data(), fixed.size(), &error)) Exercise(m);
         else vsgfuzz::Require(!error.empty() && !m.Loaded());
     }

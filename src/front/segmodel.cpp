@@ -135,6 +135,7 @@ constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
 constexpr size_t kHeaderBytes = kChecksumAt + 8;
+static_assert(kHeaderBytes == kSegHeaderBytes, "the header size the header announces");
 constexpr uint32_t kMinSlotBits = 4;
 constexpr uint32_t kMaxSlotBits = 26;
 constexpr uint32_t kMaxWeights = 1u << 28;

@@ -154,6 +154,9 @@ struct SegGroup {
 // weights, quantised to 16 bits with one scale. Deterministic.
 std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
+// Size of the model file's header.
+inline constexpr size_t kSegHeaderBytes = 24 + 4 * kSegLabels * kSegLabels + 8;
+
 // Checksum of a model file's bytes after the header, as the header holds it.
 uint64_t SegChecksum(const uint8_t *data, size_t size);
 

@@ -321,6 +321,7 @@ std::string SmallModelBytes() {
 
 // Header size of the model file: fields, transition weights, checksum.
 constexpr size_t kHeader = 24 + 4 * kSegLabels * kSegLabels + 8;
+static_assert(kHeader == kSegHeaderBytes, "the header the file format describes");
 
 TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
     const std::string good = SmallModelBytes();

@@ -120,6 +120,19 @@ TEST(SegTrainTest, EngineCutCanKeepShortRarePlacesWhole) {
     EXPECT_EQ(cut(2, 0), "象山/和/温州市/的/李/鹏/到/中亚/地区/。/");
 }
 
+// The lexicon the front end would build from the dictionary trained on
+// these paragraphs.
+vsg::front::Lexicon LexiconOf(const std::vector<std::vector<vsgtrain::Unit>> &all) {
+    std::map<std::string, double> counts;
+    for (const auto &units : all)
+        for (const vsgtrain::Unit &u : units) counts[u.text] += 1.0;
+    std::vector<vsg::front::LexiconWord> words;
+    for (const auto &kv : counts) words.push_back({kv.first, kv.second, 0.0});
+    vsg::front::Lexicon lex;
+    EXPECT_TRUE(lex.Build(words));
+    return lex;
+}
+
 TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;
@@ -137,14 +150,7 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     vsg::front::SegModel m;
     std::string error;
     ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
-    // The lexicon the front end would build from the trained dictionary.
-    std::map<std::string, double> counts;
-    for (const auto &units : all)
-        for (const vsgtrain::Unit &u : units) counts[u.text] += 1.0;
-    std::vector<vsg::front::LexiconWord> words;
-    for (const auto &kv : counts) words.push_back({kv.first, kv.second, 0.0});
-    vsg::front::Lexicon lex;
-    ASSERT_TRUE(lex.Build(words));
+    const vsg::front::Lexicon lex = LexiconOf(all);
     // Known words whole, person names one character a word.
     EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
     EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
@@ -154,6 +160,25 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     EXPECT_NE(vsgtrain::TrainSegmenter(all, opt, &s1), a);
     opt.epochs = 0;
     EXPECT_TRUE(vsgtrain::TrainSegmenter(all, opt, &s1).empty());
+}
+
+TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 2;
+    vsgtrain::SegTrainSummary full, noPairs, noneAtAll;
+    const std::string a = vsgtrain::TrainSegmenter(all, opt, &full);
+    opt.dropTemplates = 1u << vsg::front::kSegBigram;
+    const std::string b = vsgtrain::TrainSegmenter(all, opt, &noPairs);
+    EXPECT_LT(noPairs.features, full.features);
+    EXPECT_GT(noPairs.features, 0);
+    EXPECT_NE(a, b);
+    // Every template left out: nothing to learn but the transitions.
+    opt.dropTemplates = (1u << vsg::front::kSegTemplates) - 1;
+    vsgtrain::TrainSegmenter(all, opt, &noneAtAll);
+    EXPECT_EQ(noneAtAll.features, 0);
+    EXPECT_EQ(noneAtAll.groups, 0);
 }
 
 }  // namespace

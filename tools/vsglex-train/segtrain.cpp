@@ -192,7 +192,9 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     // Groups of the features seen often enough, numbered in key order.
     std::vector<uint64_t> keys;
     for (const auto &kv : keyCount)
-        if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount))) keys.push_back(kv.first);
+        if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount)) &&
+            !((opt.dropTemplates >> vsg::front::SegKeyTemplate(kv.first)) & 1u))
+            keys.push_back(kv.first);
     std::sort(keys.begin(), keys.end());
     std::unordered_map<uint64_t, uint32_t> groupOf;
     groupOf.reserve(keys.size() * 2);
@@ -225,6 +227,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     double step = 1.0;
     std::vector<float> scores;
     std::vector<uint8_t> labels, back;
+    std::vector<std::pair<uint32_t, float>> delta;
     std::vector<uint32_t> order(runs.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
     Lcg rng{0x5E65E6ull};
@@ -254,10 +257,9 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     ++errors;
                 }
             if (wrong) {
-                auto update = [&](size_t idx, float d) {
-                    w[idx] += d;
-                    u[idx] += step * d;
-                };
+                // The difference of the gold and found feature vectors,
+                // gathered per weight so that a weight hit twice counts once.
+                delta.clear();
                 for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
                     const Ref &ref = refs[k];
                     const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
@@ -267,17 +269,25 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                         auto a = static_cast<size_t>(i);
                         if (labels[a] == g[a]) continue;
                         size_t base = offset[ref.group] + row * kSegLabels;
-                        update(base + g[a], 1.0f);
-                        update(base + labels[a], -1.0f);
+                        delta.push_back({static_cast<uint32_t>(base + g[a]), 1.0f});
+                        delta.push_back({static_cast<uint32_t>(base + labels[a]), -1.0f});
                     }
                 }
+                float transDelta[kSegLabels][kSegLabels] = {};
                 for (size_t i = 1; i < n; ++i) {
                     if (labels[i] == g[i] && labels[i - 1] == g[i - 1]) continue;
-                    trans[g[i - 1]][g[i]] += 1.0f;
-                    transU[g[i - 1]][g[i]] += step;
-                    trans[labels[i - 1]][labels[i]] -= 1.0f;
-                    transU[labels[i - 1]][labels[i]] -= step;
+                    transDelta[g[i - 1]][g[i]] += 1.0f;
+                    transDelta[labels[i - 1]][labels[i]] -= 1.0f;
                 }
+                for (const auto &d : delta) {
+                    w[d.first] += d.second;
+                    u[d.first] += step * d.second;
+                }
+                for (int p = 0; p < kSegLabels; ++p)
+                    for (int l = 0; l < kSegLabels; ++l) {
+                        trans[p][l] += transDelta[p][l];
+                        transU[p][l] += step * transDelta[p][l];
+                    }
             }
             step += 1.0;
         }

@@ -30,6 +30,9 @@ struct SegTrainOptions {
     // (0: none). The place recogniser's patterns join three characters or
     // more, so a rare two-character place cut into characters is lost.
     int wholePlaceChars = 0;
+    // Feature templates left out of training (bit t: template t), to
+    // measure what a template brings.
+    uint32_t dropTemplates = 0;
 };
 
 struct SegTrainSummary {
