@@ -701,6 +701,9 @@ bool MayWrite(const CSpan *span, const SpanWord *results, const POSmap *map, int
         if (texts[tag][0] == 'T') letterT[tag >> 6] |= bit;
         if (texts[tag][0] == 'D') letterD[tag >> 6] |= bit;
     }
+    // A run that starts at or past the end record has an empty role
+    // string. From record 0 the loop below stops at the end record itself.
+    if (start > 0 && start >= vsg::names::ArrayLength(results)) return false;
     for (int32_t i = 1; i < kSpanSlots && span->bestTag[i] != kNoTag && start + i - 1 < VSG_SPAN_WORDS; ++i) {
         const SpanWord &r = results[start + i - 1];
         const char *text = r.text;
