@@ -44,6 +44,29 @@ bool RoleString::HasAt(int32_t i, const char *pattern) const {
     return len == 0 ? i >= 0 && i <= n : HasAt(i, pattern, len);
 }
 
+bool AnyRoleLetter(const CSpan *span, const POSmap *map, const char *letters) {
+    // The letters, then the tags whose letter is one of them, as 256-bit
+    // sets (a tag the map has no text for has no letter).
+    uint64_t letterSet[4] = {};
+    for (const char *p = letters; *p != '\0'; ++p) {
+        const uint8_t c = static_cast<uint8_t>(*p);
+        letterSet[c >> 6] |= uint64_t{1} << (c & 63);
+    }
+    uint64_t wanted[4] = {};
+    const char *const *texts = (map != nullptr) ? map->tags : nullptr;
+    const int32_t count = (texts != nullptr) ? map->count : 0;
+    for (int32_t tag = 0; tag < count && tag < 256; ++tag) {
+        if (texts[tag] == nullptr) continue;
+        const uint8_t c = static_cast<uint8_t>(texts[tag][0]);
+        if ((letterSet[c >> 6] >> (c & 63)) & 1) wanted[tag >> 6] |= uint64_t{1} << (tag & 63);
+    }
+    for (int32_t i = 1; i < kSpanSlots && span->bestTag[i] != kNoTag; ++i) {
+        const uint8_t tag = span->bestTag[i];
+        if ((wanted[tag >> 6] >> (tag & 63)) & 1) return true;
+    }
+    return false;
+}
+
 void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
                      int32_t arrayLength, RoleString *out) {
     out->letter[0] = lead;

@@ -43,6 +43,12 @@ struct RoleString {
     }
 };
 
+// Whether some best role of the run held in `span` (slots 1.. before the
+// first end mark, at most slot 199) maps to one of `letters` in `map`. The
+// role string of the run holds a prefix of these roles' letters, so when
+// this is false none of its letters is one of `letters`.
+bool AnyRoleLetter(const CSpan *span, const POSmap *map, const char *letters);
+
 // Builds the role string of the run held in `span` (see RoleString).
 void BuildRoleString(const CSpan *span, const POSmap *map, char lead, int32_t start,
                      int32_t arrayLength, RoleString *out);

@@ -676,11 +676,57 @@ bool OrgScan::Extend(int32_t s) {
     return false;
 }
 
+// Whether the scan of the run held in `span` could write anything. It
+// writes only by marking a T word (at once, or when the name holding it is
+// dropped), at an unknown multi-character word made of a place and a suffix
+// character, and when it accepts a name at a slot that can close one: one
+// whose IsSuffix can hold (a D word or a multi-character word, with an
+// organisation suffix row of at least kMinSuffixValue, or a
+// multi-character word without rows, judged by its last character), or a
+// multi-character word with an organisation part-of-speech row (the second
+// word after a place or an abbreviation). So a run without a T letter, a D
+// word with such a row and a multi-character word of these kinds cannot
+// change the array. The slots looked at are those of the role string and
+// possibly more (up to the end record), which only makes this say yes more
+// often.
+bool MayWrite(const CSpan *span, const SpanWord *results, const POSmap *map, int32_t start) {
+    // Tags whose letter is T or D.
+    uint64_t letterT[4] = {};
+    uint64_t letterD[4] = {};
+    const char *const *texts = map->tags;
+    const int32_t count = texts != nullptr ? map->count : 0;
+    for (int32_t tag = 0; tag < count && tag < 256; ++tag) {
+        if (texts[tag] == nullptr) continue;
+        const uint64_t bit = uint64_t{1} << (tag & 63);
+        if (texts[tag][0] == 'T') letterT[tag >> 6] |= bit;
+        if (texts[tag][0] == 'D') letterD[tag >> 6] |= bit;
+    }
+    // A run that starts at or past the end record has an empty role
+    // string. From record 0 the loop below stops at the end record itself.
+    if (start > 0 && start >= vsg::names::ArrayLength(results)) return false;
+    for (int32_t i = 1; i < kSpanSlots && span->bestTag[i] != kNoTag && start + i - 1 < VSG_SPAN_WORDS; ++i) {
+        const SpanWord &r = results[start + i - 1];
+        const char *text = r.text;
+        if (text[0] == '\0') break;  // the end record: the role string stops before it
+        const uint8_t tag = span->bestTag[i];
+        if ((letterT[tag >> 6] >> (tag & 63)) & 1) return true;
+        const bool multiChar = text[1] != '\0' && text[2] != '\0';
+        if (multiChar) {
+            if (r.posList == nullptr || r.posCount <= 0) return true;
+            if (HasPosRow(r, kPosOrg) || HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return true;
+        } else if (((letterD[tag >> 6] >> (tag & 63)) & 1) && HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 int32_t CSpan_OrgRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                            int32_t start, WordGraph *graph) {
     if (span == nullptr || results == nullptr || engine == nullptr || start < 0) return 1;
+    if (!MayWrite(span, results, &engine->tagModels[VSG_TAG_ORG].map, start)) return 1;
     OrgScan(span, results, engine, start, graph).Run();
     return 1;
 }

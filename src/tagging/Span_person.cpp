@@ -210,6 +210,13 @@ void PersonScan::Run() {
 int32_t CSpan_PersonRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                               int32_t start, WordGraph *graph) {
     if (span == nullptr || results == nullptr || engine == nullptr || start < 0) return 1;
+    // Most runs hold no name. The scan writes only when a pattern matches
+    // (its first letter is C, D, F, G, I or J) or a foreign name begins (L
+    // or O); at every other letter it moves on and writes nothing (the role
+    // string is its own). A run whose best roles have none of these letters
+    // is passed over: same result, without the array count, role string and
+    // scan.
+    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PERSON].map, "CDFGIJLO")) return 1;
     PersonScan(span, results, engine, start, graph).Run();
     return 1;
 }

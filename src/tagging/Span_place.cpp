@@ -203,6 +203,12 @@ void PlaceScan::Run() {
 int32_t CSpan_PlaceRecognize(CSpan *span, SpanWord *results, const SegmentEngine *engine,
                              int32_t start, WordGraph *graph) {
     if (span == nullptr || results == nullptr || engine == nullptr || start < 0) return 1;
+    // Nearly every run holds no place name. Only a form beginning at S, C or
+    // H fills the name buffer; at any other letter the scan moves on with
+    // the buffer empty, so it accepts nothing and writes nothing (the S/C
+    // flag lives in the scan). A run whose best roles have none of these
+    // letters is passed over: same result, without the scan's set-up.
+    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PLACE].map, "SCH")) return 1;
     PlaceScan(span, results, engine, start, graph).Run();
     return 1;
 }

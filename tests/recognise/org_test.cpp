@@ -507,3 +507,36 @@ TEST(OrgRecognize, UnknownPlaceAndSuffixCharacterWords) {
 }
 
 }  // namespace
+
+// Runs where no slot can be marked or close a name are passed over before
+// the scan. Here the boundary words are known words, as in a loaded model
+// set, and each run holds just one slot that can write: a T word, a
+// one-character D suffix, a word whose organisation row is not its main
+// one after an abbreviation, or one used mostly as an organisation name
+// after a place.
+TEST(OrgRecognize, RunsWithOneSlotThatCanWriteAreStillScanned) {
+    Engine e;
+    const float seldom = std::log(21.0f);
+    Sentence t({{"^", kPlain}, {"说", kPlain}, {"党"}, {"$", kPlain}});
+    Org(e, t, "AzTZ");
+    ExpectOrg(e, t, 2, "党", 0);
+
+    Sentence d({{"^", kPlain}, {"华联", kFirst}, {"电子", kInner}, {"厂", kSuffix}, {"说", kPlain}, {"$", kPlain}});
+    Org(e, d, "AAADzZ");
+    ExpectOrg(e, d, 1, "华联电子厂", 2);
+    Sentence notD({{"^", kPlain}, {"华联", kFirst}, {"电子", kInner}, {"厂", kSuffix}, {"说", kPlain}, {"$", kPlain}});
+    Org(e, notD, "AAAEzZ");
+    EXPECT_TRUE(Untouched(notD));
+
+    const std::vector<DictSRow> abbreviation = {{0, 21, 3.0f, 1}, {0, 29, 1.0f, 1}};
+    const std::vector<DictSRow> ministry = {{0, 2, 3.0f, 1}, {0, 31, 2.0f, 1}};
+    Sentence a({{"^", kPlain}, {"说", kPlain}, {"俄", abbreviation}, {"外交部", ministry, seldom}, {"认为", kPlain}, {"$", kPlain}});
+    Org(e, a, "AzCAzZ");
+    ExpectOrg(e, a, 2, "俄外交部", 1);
+
+    const std::vector<DictSRow> opener = {{0, 29, 3.0f, 1}, {3, 2, 2.0f, 1}};
+    const std::vector<DictSRow> org = {{0, 31, 3.0f, 1}};
+    Sentence p({{"^", kPlain}, {"中国", opener, seldom}, {"国务院", org, seldom}, {"说", kPlain}, {"$", kPlain}});
+    Org(e, p, "AAAzZ");
+    ExpectOrg(e, p, 1, "中国国务院", 1);
+}

@@ -169,3 +169,41 @@ TEST(PersonRecognize, NameIsLinkedIntoAGivenGraph) {
 }
 
 }  // namespace
+
+// Runs without an opening letter are passed over before the scan; these
+// runs sit at the edges of that test: the only opening letter in the last
+// slot, or the tag of the letter far into the map, or a role text whose
+// first byte is the letter.
+TEST(PersonRecognize, RunsWithOneOpeningLetterAtTheEdgesStillMakeNames) {
+    Engine e;
+    Sentence last({{"^"}, {"说"}, {"欧阳修"}});
+    Person(e, last, 0, "AWJ");
+    EXPECT_EQ(last.Text(2), "欧阳修");
+    EXPECT_STREQ(last[2].classText, vsg::kPersonClass);
+
+    Sentence none({{"^"}, {"说"}, {"欧阳修"}, {"$"}});
+    Person(e, none, 0, "AWKB");
+    EXPECT_EQ(none[2].classText[0], '\0');
+
+    // A map of 80 roles: "J" is tag 70, "Lx", "M" and "N" tags 75-77.
+    std::vector<std::string> lines(80, "W");
+    lines[0] = "A";
+    lines[70] = "J";
+    lines[75] = "Lx";
+    lines[76] = "M";
+    lines[77] = "N";
+    rectest::RoleMap wide(lines);
+    SegmentEngine copy = *e.get();
+    copy.tagModels[VSG_TAG_PERSON].map = wide.map();
+    Sentence far({{"^"}, {"说"}, {"欧阳修"}, {"$"}});
+    auto span = MakeSpan(far, 0, "AWJW", wide);
+    EXPECT_EQ(CSpan_PersonRecognize(span.get(), far.data(), &copy, 0, nullptr), 1);
+    EXPECT_STREQ(far[2].classText, vsg::kPersonClass);
+
+    Sentence foreign({{"^"}, {"约"}, {"翰"}, {"逊"}, {"$"}});
+    span = MakeSpan(foreign, 0, "AWMN", wide);
+    span->bestTag[2] = 75;  // "Lx", on 约
+    EXPECT_EQ(CSpan_PersonRecognize(span.get(), foreign.data(), &copy, 0, nullptr), 1);
+    EXPECT_EQ(foreign.Text(1), "约翰逊");
+    EXPECT_EQ(foreign[1].tag, 27);
+}

@@ -139,3 +139,33 @@ TEST(PlaceRecognize, LaterRunsMarkFromTheArrayStartAndLinkTheGraph) {
 }
 
 }  // namespace
+
+// Runs without an opening letter (S, C, H) are passed over before the
+// scan; these runs have one only at its edges: in the last slot, as the
+// rarely used H, or as a tag far into the map.
+TEST(PlaceRecognize, RunsWithOneOpeningLetterAtTheEdgesStillMakeNames) {
+    Engine e;
+    Sentence last({{"^"}, {"说"}, {"京"}});
+    Place(e, last, 0, "ARS");
+    EXPECT_EQ(last[2].tag, 29);
+
+    Sentence h({{"^"}, {"说"}, {"乌"}, {"兰"}, {"浩"}, {"$"}});
+    Place(e, h, 0, "ARHKLB");
+    EXPECT_EQ(h.Text(2), "乌兰浩");
+    EXPECT_EQ(h[3].state, VSG_STATE_MERGED);
+
+    Sentence none({{"^"}, {"说"}, {"乌"}, {"兰"}, {"浩"}, {"$"}});
+    Place(e, none, 0, "ARDEFB");
+    EXPECT_TRUE(Untouched(none, 5));
+
+    std::vector<std::string> lines(90, "R");
+    lines[0] = "A";
+    lines[88] = "S";
+    rectest::RoleMap wide(lines);
+    SegmentEngine copy = *e.get();
+    copy.tagModels[VSG_TAG_PLACE].map = wide.map();
+    Sentence far({{"^"}, {"说"}, {"京"}, {"$"}});
+    auto span = MakeSpan(far, 0, "ARSR", wide);
+    EXPECT_EQ(CSpan_PlaceRecognize(span.get(), far.data(), &copy, 0, nullptr), 1);
+    EXPECT_EQ(far[2].tag, 29);
+}
