@@ -205,7 +205,7 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
 
 // For each tag of the model's map, the number the corpus units use for it
 // (vsgtrain::PosTagNames): the tag of the same name, else, for a class of
-// the trainer's own choosing ("v#n"), the tag its name starts with. A map
+// the trainer's own choosing ("v#12"), the tag its name starts with. A map
 // the trainer wrote with its fixed tag set maps every tag to itself.
 std::vector<int> OutputToGoldTags(const POSmap &map) {
     const auto &names = vsgtrain::PosTagNames();

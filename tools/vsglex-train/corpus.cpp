@@ -473,27 +473,25 @@ std::vector<Unit> BuildUnits(const Paragraph &p) {
 namespace {
 
 std::vector<std::string> FixedPosTagNames() {
-    {
-        std::vector<std::string> n = {
-            "bos",  "eos",  "n",     "v",     "a",     "d",     "m",    "q",    "r",    "p",     // 0-9
-            "c",    "t",    "f",     "s",     "u",     "vn",    "an",   "ad",   "vd",   "b",     // 10-19
-            "z",    "j",    "l",     "i",     "nr",    "nz",    "nx",   "nrf",  "nrj",  "ns",    // 20-29
-            "nsf",  "nt",   "k",     "h",     "y",     "e",     "o",    "Ng",   "Vg",   "Ag",    // 30-39
-            "Tg",   "Dg",   "Rg",    "ude1",  "ude2",  "ude3",  "uzhe", "Bg",   "Mg",   "vshi",  // 40-49
-            "vyou", "rr",   "rz",    "ry",    "ule",   "uguo",  "usuo", "udeng", "uzhi", "uyy",  // 50-59
-            "ulai", "pzai", "pba",   "pbei",  "pdui",  "pcong", "cc",   "yle",  "dbu",  "x69",   // 60-69
-            "x70",  "x71",  "x72",   "x73",   "x74",   "x75",   "x76",  "x77",  "wj",   "wd",    // 70-79
-            "wn",   "wf",   "wm",    "wt",    "ww",    "wyz",   "wyy",  "wkz",  "wky",  "wp",    // 80-89
-            "ws",   "wh",   "w",     "x93",   "yg"};                                              // 90-94
-        // One-word classes are named after their corpus tag: "v#3" is the
-        // third one-word verb class.
-        std::map<std::string, int> perTag;
-        for (int i = 0; i < kLexClassLimit && i < static_cast<int>(sizeof kLexClasses / sizeof kLexClasses[0]); ++i) {
-            const std::string tag = kLexClasses[i].tag;
-            n.push_back(tag + "#" + std::to_string(++perTag[tag]));
-        }
-        return n;
+    std::vector<std::string> n = {
+        "bos",  "eos",  "n",     "v",     "a",     "d",     "m",    "q",    "r",    "p",     // 0-9
+        "c",    "t",    "f",     "s",     "u",     "vn",    "an",   "ad",   "vd",   "b",     // 10-19
+        "z",    "j",    "l",     "i",     "nr",    "nz",    "nx",   "nrf",  "nrj",  "ns",    // 20-29
+        "nsf",  "nt",   "k",     "h",     "y",     "e",     "o",    "Ng",   "Vg",   "Ag",    // 30-39
+        "Tg",   "Dg",   "Rg",    "ude1",  "ude2",  "ude3",  "uzhe", "Bg",   "Mg",   "vshi",  // 40-49
+        "vyou", "rr",   "rz",    "ry",    "ule",   "uguo",  "usuo", "udeng", "uzhi", "uyy",  // 50-59
+        "ulai", "pzai", "pba",   "pbei",  "pdui",  "pcong", "cc",   "yle",  "dbu",  "x69",   // 60-69
+        "x70",  "x71",  "x72",   "x73",   "x74",   "x75",   "x76",  "x77",  "wj",   "wd",    // 70-79
+        "wn",   "wf",   "wm",    "wt",    "ww",    "wyz",   "wyy",  "wkz",  "wky",  "wp",    // 80-89
+        "ws",   "wh",   "w",     "x93",   "yg"};                                              // 90-94
+    // One-word classes are named after their corpus tag: "v#3" is the
+    // third one-word verb class.
+    std::map<std::string, int> perTag;
+    for (int i = 0; i < kLexClassLimit && i < static_cast<int>(sizeof kLexClasses / sizeof kLexClasses[0]); ++i) {
+        const std::string tag = kLexClasses[i].tag;
+        n.push_back(tag + "#" + std::to_string(++perTag[tag]));
     }
+    return n;
 }
 
 std::vector<std::string> &Names() {

@@ -100,7 +100,7 @@ constexpr int kFirstWordClass = 95;
 
 // A class of words the trainer chose from its training days: the words
 // (GB) that take it in place of their corpus tag, and its name, which
-// starts with that tag and "#" ("v#n"), so that hosts and the evaluator
+// starts with that tag and "#" ("v#12"), so that hosts and the evaluator
 // read the corpus tag.
 struct ExtraPosClass {
     std::string name;
