@@ -196,8 +196,7 @@ size_t StartWord(SpanWord *w, const char *text, size_t textSize) {
     memset(w->stats, 0, sizeof w->stats);
     w->posList = nullptr;
     w->source = -1;
-    w->reserved[0] = 0;
-    w->reserved[1] = 0;
+    vsg::tagging::ClearMark(w);
     return length;
 }
 
@@ -209,7 +208,7 @@ void SetEntry(SpanWord *w, const DictionaryS *core, int32_t at) {
         w->posCount = entry.posCount;
         memcpy(w->stats, entry.stats, sizeof w->stats);
         w->posList = entry.posList;
-        w->reserved[0] = at + 1;
+        vsg::tagging::SetMark(w, at, 0);
     }
 }
 
@@ -220,8 +219,7 @@ void SetEntry(SpanWord *w, const DictionaryS *core, const CoreIndex::Slot *slot)
         w->posCount = slot->posCount;
         memcpy(w->stats, slot->stats, sizeof w->stats);
         w->posList = slot->posList;
-        w->reserved[0] = slot->result + 1;
-        w->reserved[1] = static_cast<int32_t>(slot->mark);
+        vsg::tagging::SetMark(w, slot->result, slot->mark);
     }
 }
 

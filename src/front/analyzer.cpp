@@ -882,12 +882,16 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
     auto bytes = [&](const Span &s) {
         return static_cast<size_t>(items_[s.last].start + items_[s.last].length - items_[s.first].start);
     };
+    // A Chinese character of the transliteration lists (not their marks · —).
+    auto transliterated = [](const char *p) {
+        return static_cast<unsigned char>(p[0]) >= 0xB0 && IsTransliterationChar(p);
+    };
     auto foreign = [&](const Span &s) {
         const size_t n = bytes(s);
         const char *t = gb.data() + items_[s.first].start;
         if (IsNameTag(s.tag) || HoldsFixedItem(s) || s.partCount != 0 || s.split != 0 || n % 2 != 0) return false;
         for (size_t i = 0; i < n; i += 2)
-            if (static_cast<unsigned char>(t[i]) < 0xB0 || !IsTransliterationChar(t + i)) return false;
+            if (!transliterated(t + i)) return false;
         return true;
     };
     size_t out = 0;
@@ -897,7 +901,7 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
         if (i + 2 >= spans.size()) continue;
         // Most words are turned down by the first character after them.
         const char *next = gb.data() + items_[spans[i + 1].first].start;
-        if (static_cast<unsigned char>(next[0]) < 0xB0 || !IsTransliterationChar(next)) continue;
+        if (!transliterated(next)) continue;
         if (IsNameTag(title.tag) || bytes(title) < 4 || HoldsFixedItem(title)) continue;
         // The run after the word.
         size_t j = i + 1, chars = 0;

@@ -22,7 +22,6 @@ bool IsCompoundSurname(const char *p) {
     return false;
 }
 
-
 // Byte offsets of the characters of text[0..length) (with `length` last).
 std::vector<uint32_t> CharEnds(const char *text, size_t length) {
     std::vector<uint32_t> ends;

@@ -13,6 +13,16 @@
 
 namespace vsg::tagging {
 
+// Stores in `w`, which holds the rows of core-dictionary entry `at`, the
+// mark SpanTables::MarkOf gave for it (0: none, the rows are read).
+inline void SetMark(SpanWord *w, int32_t at, uint32_t mark) {
+    w->reserved[0] = at + 1;
+    w->reserved[1] = static_cast<int32_t>(mark);
+}
+
+// Records in `w` that its candidates are to be read from its rows.
+inline void ClearMark(SpanWord *w) { SetMark(w, -1, 0); }
+
 // The tables of one tag set over one core dictionary and one context model.
 class SpanTables {
 public:
@@ -79,10 +89,7 @@ public:
     // them without reading the rows or the entry. Whatever gives a record
     // of a word array other rows marks them again or clears the mark
     // (ClearMark); copies of whole records keep it.
-    void Mark(SpanWord *w, int32_t at) const {
-        w->reserved[0] = at + 1;
-        w->reserved[1] = static_cast<int32_t>(MarkOf(at));
-    }
+    void Mark(SpanWord *w, int32_t at) const { SetMark(w, at, MarkOf(at)); }
     // The mark of entry `at` (what Mark stores; 0 for none).
     uint32_t MarkOf(int32_t at) const {
         return (at >= 0 && at < count_ && records_ != nullptr) ? records_[at] + 1 : 0;
@@ -133,12 +140,6 @@ private:
     // The block: record offsets, then the records (see Fill).
     vsg::HugeTable<uint64_t> block_;
 };
-
-// Records in `w` that its candidates are to be read from its rows.
-inline void ClearMark(SpanWord *w) {
-    w->reserved[0] = 0;
-    w->reserved[1] = 0;
-}
 
 }  // namespace vsg::tagging
 

@@ -13,14 +13,14 @@ namespace vsgtrain {
 
 namespace {
 
-// The coarse tags whose frequent words may form a class of one word.
+// The coarse tags whose frequent words may form a class of one word: the
+// content tags (是, 有, the negations and the pronouns with classes of
+// their own are tagged otherwise).
 bool TakesWordClass(int tag) {
-    switch (tag) {
-    case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 11: case 12: case 13: case 15: case 17: case 19:
-        return true;
-    default:
-        return false;
-    }
+    static const char *const kTags[] = {"n", "v", "vn", "a", "ad", "b", "d", "f", "m", "q", "r", "s", "t"};
+    const std::vector<std::string> &names = PosTagNames();
+    if (tag < 0 || static_cast<size_t>(tag) >= names.size()) return false;
+    return std::find(std::begin(kTags), std::end(kTags), names[static_cast<size_t>(tag)]) != std::end(kTags);
 }
 
 // Classes of one word chosen by how far the word's neighbours differ from
