@@ -6,6 +6,8 @@
 #   the same with VSGLEX_CUTTER=dict (the dictionary cutter),
 #   vsglex --granularity merged (names as one word: what the view changes),
 #   jieba's default cutter (a peer);
+# then part-of-speech tags of the same cuts and of jieba's part-of-speech
+# cutter, scored by posscore.py (span and tag in the corpus's tag set);
 # then the name figures of vsglex --names-only and jieba's part-of-speech
 # cutter, scored by bench/compare/score.py.
 #
@@ -104,6 +106,13 @@ for split in $splits; do
   fi
   echo "split $split: words (training days $train_days, text of days $test_days)"
   "$py" "$here/segscore.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/corpus/train.txt" "${systems[@]}"
+  tagged=("vsglex corpus=$dir/vsglex-corpus.txt" "vsglex corpus, dictionary cutter=$dir/vsglex-dict.txt")
+  if [ "$use_jieba" != 0 ]; then
+    "$py" "$here/jieba_pos.py" "$dir/test.txt" >"$dir/jieba-pos.txt"
+    tagged+=("jieba part-of-speech cutter=$dir/jieba-pos.txt")
+  fi
+  echo "split $split: part-of-speech tags (a word right when its span and its tag in the corpus's set are)"
+  "$py" "$here/posscore.py" "$dir/test.txt" "$dir/test-tagged.txt" "${tagged[@]}"
   if [ "${VSGLEX_SEGEVAL_ERRORS:-0}" != 0 ]; then
     echo "split $split: errors of vsglex corpus"
     "$py" "$here/segerrors.py" "$dir/test-tagged.txt" "$dir/corpus/train.txt" "$dir/vsglex-corpus.txt"
