@@ -108,7 +108,7 @@ for split in $splits; do
   "$py" "$here/segscore.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/corpus/train.txt" "${systems[@]}"
   tagged=("vsglex corpus=$dir/vsglex-corpus.txt" "vsglex corpus, dictionary cutter=$dir/vsglex-dict.txt")
   if [ "$use_jieba" != 0 ]; then
-    "$py" "$here/jieba_pos.py" "$dir/test.txt" >"$dir/jieba-pos.txt"
+    "$py" "$here/jieba_cut.py" --tags "$dir/test.txt" >"$dir/jieba-pos.txt"
     tagged+=("jieba part-of-speech cutter=$dir/jieba-pos.txt")
   fi
   echo "split $split: part-of-speech tags (a word right when its span and its tag in the corpus's set are)"
