@@ -149,6 +149,9 @@ struct TrainCounts {
     // Characters whose unknown words the organisation data treats as
     // suffixes (filled by CountOrgRoles).
     std::set<std::string> orgSuffixChars;
+    // Of them, the share of the different words of several characters
+    // ending in the character that end organisation names.
+    std::map<std::string, double> orgSuffixCharShare;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
     // Word of several characters right after a place unit -> how often the
     // corpus brackets the two as one place with the word last ([中亚/ns
