@@ -104,6 +104,12 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) && (listedForeign || (unseen && opt.unseenForeign == 2)) &&
             ++n < static_cast<size_t>(kMaxRows))
             rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
+        // A character of the Japanese-name list may stand in a Japanese name
+        // the training days never show (安倍晋三, 岸田文雄).
+        if (opt.japaneseFloor > 0.0 && CharsInSet(word, 2) > 0)
+            for (int r : kPersonJapaneseRoles)
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.japaneseFloor)});
         // A character that often follows a name is evidence for closing it.
         if (opt.personAfterNameShare > 0.0 && after != named.end() &&
             after->second >= opt.personAfterNameShare * def)

@@ -50,10 +50,13 @@ struct TrainOptions {
     // personRoleFloor when that is higher).
     double foreignInnerFloor = 0.03;
     // Characters the training days never show (3,418 of GB2312 on the whole
-    // corpus) take the transliteration floors of listed characters (L, M,
-    // N): new text writes foreign names with characters no list holds
-    // (0: only listed characters).
+    // corpus) take the transliteration floors of listed characters: 1 L, M
+    // and N, 2 L only (0: only listed characters). Measured, not kept.
     int unseenForeign = 0;
+    // Pseudo-count of the roles of a Japanese name (O, P, Q) for characters
+    // of the Japanese-name list never seen in them (0: none). Measured, not
+    // kept.
+    double japaneseFloor = 0.0;
     // A character seen after a name (role S) at least this share of its
     // default count keeps the flat given-name floor: a word that often
     // closes a name (说, 摄) must not become its given name after a lone
