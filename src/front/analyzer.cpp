@@ -62,6 +62,8 @@ struct Shared {
     int32_t nounTag = -1, markTag = -1;  // tags "n" and "w" of the tag map, or -1
     bool placeSuffixes = true;  // VSGLEX_PLACE_SUFFIXES=0 (measurement switch): off
     bool titledNames = true;    // VSGLEX_TITLED_NAMES=0 (measurement switch): off
+    bool particleEnds = true;    // VSGLEX_PARTICLE_ENDS=0 (measurement switch): off
+    bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
 };
 
@@ -179,6 +181,7 @@ private:
     // Joins a run of transliteration characters after a word that mostly
     // stands before foreign persons into one (总统 普 京).
     void NameAfterTitles(std::vector<Span> &spans);
+    void EndNamesBeforeParticles(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
     void RepeatPlaces(std::vector<Span> &spans);
@@ -614,6 +617,7 @@ void Analysis::Flush() {
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
     SplitNamesOverMarks(spans);
+    EndNamesBeforeParticles(spans);
     RepeatNames(spans);
     NameAfterTitles(spans);
     RetagPlaces(spans);
@@ -870,6 +874,57 @@ constexpr size_t kMinTitledNameChars = 2, kMaxTitledNameChars = 4;
 
 }  // namespace
 
+namespace {
+
+// Aspect particles (了 着 过) follow verbs and never a name: none of the
+// 59,942 names of the training corpus (persons, places, organisations,
+// other proper nouns, whole or bracketed) stands right before one.
+constexpr char kAspectParticles[] = "\xc1\xcb\xd7\xc5\xb9\xfd";  // 了着过
+
+}  // namespace
+
+// A name of three or more characters that the engine joined from
+// one-character words and that stands right before an aspect particle has
+// taken the verb in: 普京通 了电话. The verb becomes a word of its own. A
+// person name keeps the rest; a place made of the rest would be a place of
+// two characters that no pattern joins, so its words become plain again,
+// for the title step to judge (总统 普京).
+void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
+    if (!shared_.particleEnds) return;
+    const std::string &gb = work_.gb;
+    // A plain word's tag: its dictionary tag, a noun when it has none.
+    auto plain = [&](size_t q) {
+        const int32_t t = CoreWordTag(&shared_.engine->models(), gb.data() + items_[q].start, items_[q].length);
+        return Span{q, q, t >= 0 ? t : shared_.nounTag};
+    };
+    std::vector<Span> out;
+    out.reserve(spans.size() + 4);
+    for (size_t i = 0; i < spans.size(); ++i) {
+        const Span &s = spans[i];
+        bool cut = false;
+        if (IsNameTag(s.tag) && s.last >= s.first + 2 && i + 1 < spans.size() && !HoldsFixedItem(s) &&
+            s.split == 0 && s.partCount == 0) {
+            const Item &end = items_[s.last];
+            const Span &n = spans[i + 1];
+            const Item &p = items_[n.first];
+            cut = n.first == n.last && p.length == 2 && end.length == 2 && p.sentence == end.sentence &&
+                  p.start == end.start + end.length && InGbList(kAspectParticles, gb.data() + p.start);
+            for (size_t q = s.first; cut && q <= s.last; ++q) cut = items_[q].length == 2;
+        }
+        if (!cut) {
+            out.push_back(s);
+            continue;
+        }
+        if (IsPersonTag(s.tag)) {
+            out.push_back(Span{s.first, s.last - 1, s.tag});
+        } else {
+            for (size_t q = s.first; q < s.last; ++q) out.push_back(plain(q));
+        }
+        out.push_back(plain(s.last));
+    }
+    spans.swap(out);
+}
+
 // The recognisers take a foreign name of two characters for two plain words
 // (普 京), and the cutter may join two of its characters into a dictionary
 // word (马克 龙). After a word that mostly stands before a transliterated
@@ -911,9 +966,9 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
             chars += bytes(spans[j]) / 2;
             ++j;
         }
-        if (j < i + 3 || chars < kMinTitledNameChars) continue;
         // A longer run of such characters goes on: no name's end is known.
         if (j < spans.size() && foreign(spans[j])) continue;
+        if (j < i + 3 || chars < kMinTitledNameChars) continue;
         const std::string_view word(gb.data() + items_[title.first].start, bytes(title));
         const double before = shared_.neighbours.BeforePerson(word);
         if (before < kMinTitleCount) continue;
@@ -1030,6 +1085,15 @@ constexpr char kUnitSuffixes[] = "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\x
 
 bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 
+// Last characters that make a word of two characters that the dictionary
+// lacks a place by themselves: of the corpus words of two characters that
+// end in 县 or 州 and that the other three weeks never show, 103 of 117 are
+// places (most others are words the whole corpus knows: 该州, 本县, 邻县);
+// 区 市 乡 镇 end as many such words that are no place (产区, 债市, 侨乡,
+// 本镇). Words of three characters are left alone: those the cutter makes
+// on raw text are mostly its own mistakes (持有市, 基地县).
+constexpr char kPairUnitSuffixes[] = "\xcf\xd8\xd6\xdd";  // 县州
+
 // True when GB text[0..length) is Chinese characters of GB2312 only.
 bool ChineseText(const char *text, size_t length) {
     if (length % 2 != 0) return false;
@@ -1068,6 +1132,18 @@ void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
                 spans[out++] = Span{s.first, next.last, kPlaceTag};
                 ++i;
                 continue;
+            }
+        }
+        // A word of two characters that the dictionary lacks and that ends
+        // in 县 or 州 (嵊州, 沧州) is a place as a whole: the
+        // cutter kept it whole, so the place recogniser never saw its
+        // characters.
+        if (shared_.suffixedWords && s.first == s.last && !IsNameTag(s.tag) && untouched(s)) {
+            const Item &a = items_[s.first];
+            const char *w = gb.data() + a.start;
+            if (a.length == 4 && ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
+                CoreWordCount(&shared_.engine->models(), w, a.length) == 0.0) {
+                s.tag = kPlaceTag;
             }
         }
         const bool head = IsPlaceTag(s.tag) || (shared_.placeCompounds >= 2 && s.tag == kForeignPersonTag);
@@ -1294,6 +1370,10 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->knownCompounds = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_TITLED_NAMES"); v != nullptr && *v != '\0')
         set->titledNames = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PARTICLE_ENDS"); v != nullptr && *v != '\0')
+        set->particleEnds = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_SUFFIXED_WORDS"); v != nullptr && *v != '\0')
+        set->suffixedWords = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')
         set->placeSuffixes = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_REPEAT_PLACES"); v != nullptr && *v != '\0')

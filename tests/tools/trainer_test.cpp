@@ -689,6 +689,44 @@ TEST(Trainer, CharactersThatEndManyOrganisationWordsGetASuffixRow) {
     }
 }
 
+TEST(Trainer, RareNounsEndingInAnOrganisationCharacterAreSuffixes) {
+    // 厂 ends five different organisation words of the eight words ending
+    // in it. A noun ending in it seen at most twice outside a name (糖厂)
+    // gets the suffix row an unknown word would get by 厂; a frequent one
+    // (工厂, three times) and a pronoun (该厂) do not, nor does any word when
+    // the rule is off or asks for a larger share of organisation words.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  [天津/ns  纺织厂/n]nt  [北京/ns  酒厂/n]nt  [上海/ns  电厂/n]nt  [河北/ns  药厂/n]nt  "
+        "[武汉/ns  钢厂/n]nt  糖厂/n  工厂/n  工厂/n  工厂/n  该厂/r  。/w",
+        &ps[0]));
+    struct Case {
+        int upTo;
+        double share;
+        bool rows;
+    } cases[] = {{2, 0.6, true}, {0, 0.6, false}, {2, 0.7, false}};
+    for (const Case &c : cases) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.orgRareSuffixUpTo = c.upTo;
+        opt.orgRareSuffixShare = c.share;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        const float v = RowValue(Find(d, "糖厂"), 3, 5);
+        if (c.rows) {
+            EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(opt.orgCharSuffixCount)));
+            EXPECT_GE(v, 1.1f);
+        } else {
+            EXPECT_TRUE(std::isnan(v)) << c.upTo << " " << c.share;
+        }
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "工厂"), 3, 5))) << c.upTo;
+        EXPECT_TRUE(std::isnan(RowValue(Find(d, "该厂"), 3, 5))) << c.upTo;
+        // A word that ended a name keeps its counted row.
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "酒厂"), 3, 5), std::log(1.0f + static_cast<float>(opt.orgSuffixAdd)));
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, OneCharacterWordsMayStandInsideOrganisationNames) {
     // 隆 is a plain word: it gets floors of the first and inner organisation
     // roles (C 2, E 3) but not of the suffix (D 5); 厂 keeps its counted D

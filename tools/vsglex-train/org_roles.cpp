@@ -33,8 +33,10 @@ void FindOrgSuffixChars(TrainCounts *c) {
     for (const auto &kv : c->orgEndings) {
         const size_t all = std::max(wordsEnding[kv.first], kv.second.size());
         if (kv.second.size() >= kMinOrgWordsPerEnding &&
-            static_cast<double>(kv.second.size()) >= kMinOrgEndingShare * static_cast<double>(all))
+            static_cast<double>(kv.second.size()) >= kMinOrgEndingShare * static_cast<double>(all)) {
             c->orgSuffixChars.insert(kv.first);
+            c->orgSuffixCharShare[kv.first] = static_cast<double>(kv.second.size()) / static_cast<double>(all);
+        }
     }
 }
 

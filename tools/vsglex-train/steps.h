@@ -30,8 +30,10 @@ constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
 constexpr int kPersonSurnameRole = 2;
 // Person role L (first character of a transliteration).
 constexpr int kPersonForeignFirstRole = 11;
-// Of them, the given-name roles D, E, F.
+// Of the floor roles, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
+// Roles of a Japanese name: first, middle and last character (O P Q).
+constexpr int kPersonJapaneseRoles[] = {14, 15, 16};
 // Person roles R, S and T: one-character word before, after and between
 // names.
 constexpr int kPersonContextRoles[] = {17, 18, 19};
@@ -149,6 +151,9 @@ struct TrainCounts {
     // Characters whose unknown words the organisation data treats as
     // suffixes (filled by CountOrgRoles).
     std::set<std::string> orgSuffixChars;
+    // Of them, the share of the different words of several characters
+    // ending in the character that end organisation names.
+    std::map<std::string, double> orgSuffixCharShare;
     std::map<std::string, std::set<std::string>> placeEndings;  // last character -> places
     // Word of several characters right after a place unit -> how often the
     // corpus brackets the two as one place with the word last ([中亚/ns

@@ -49,6 +49,14 @@ struct TrainOptions {
     // transliteration characters never seen in them (the general floor
     // personRoleFloor when that is higher).
     double foreignInnerFloor = 0.03;
+    // Characters the training days never show (3,418 of GB2312 on the whole
+    // corpus) take the transliteration floors of listed characters: 1 L, M
+    // and N, 2 L only (0: only listed characters). Measured, not kept.
+    int unseenForeign = 0;
+    // Pseudo-count of the roles of a Japanese name (O, P, Q) for characters
+    // of the Japanese-name list never seen in them (0: none). Measured, not
+    // kept.
+    double japaneseFloor = 0.0;
     // A character seen after a name (role S) at least this share of its
     // default count keeps the flat given-name floor: a word that often
     // closes a name (说, 摄) must not become its given name after a lone
@@ -78,6 +86,16 @@ struct TrainOptions {
     // lower (0: none). The recogniser reads the row for unknown words that
     // end in the character; 3.05 passes its threshold (ln > 1.1).
     double orgCharSuffixCount = 3.05;
+    // A noun or abbreviation of several characters seen at most this often
+    // in the training days and never ending an organisation name, whose
+    // last character is such an organisation-ending character (工学院,
+    // 二轻局), gets the same suffix count as a word they never show
+    // (0: none).
+    int orgRareSuffixUpTo = 2;
+    // ... when at least this share of the different words ending in that
+    // character end organisation names (部 ends body parts and directions
+    // too: 头部, 东部).
+    double orgRareSuffixShare = 0.6;
     // Organisation role data: pseudo-count of the first and inner roles of
     // a name (C, E) for one-character words never seen in them (0: none).
     double orgRoleFloor = 0.01;
