@@ -54,7 +54,7 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
 // value (the log count of the default role). `functional`: the word's most
 // frequent part of speech is a function word or punctuation mark.
 float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &roles, bool functional,
-               bool flatGiven, bool orgEnding, bool unseen, const TrainOptions &opt, std::vector<Row> *rows) {
+               bool flatGiven, bool orgEnding, const TrainOptions &opt, std::vector<Row> *rows) {
     const int defaults[3] = {kPersonDefault, kPlaceDefault, kOrgDefault};
     int32_t def = 0;
     std::map<int, int32_t> named;
@@ -97,19 +97,11 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         }
         // Likewise the first character of a transliteration: a listed
         // transliteration character may begin a foreign name the training
-        // days never show, and so may a character they never show at all
-        // (默 of a new name) when unseenForeign is set.
-        const bool listedForeign =
-            CharsInSet(word, 0) + CharsInSet(word, 1) > 0 || (unseen && opt.unseenForeign == 1);
-        if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) && (listedForeign || (unseen && opt.unseenForeign == 2)) &&
+        // days never show.
+        const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
+        if (opt.foreignFirstFloor > 0.0 && !named.count(kPersonForeignFirstRole) && listedForeign &&
             ++n < static_cast<size_t>(kMaxRows))
             rows->push_back({1, static_cast<uint8_t>(kPersonForeignFirstRole), LogCount(opt.foreignFirstFloor)});
-        // A character of the Japanese-name list may stand in a Japanese name
-        // the training days never show (安倍晋三, 岸田文雄).
-        if (opt.japaneseFloor > 0.0 && CharsInSet(word, 2) > 0)
-            for (int r : kPersonJapaneseRoles)
-                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
-                    rows->push_back({1, static_cast<uint8_t>(r), LogCount(opt.japaneseFloor)});
         // A character that often follows a name is evidence for closing it.
         if (opt.personAfterNameShare > 0.0 && after != named.end() &&
             after->second >= opt.personAfterNameShare * def)
@@ -199,13 +191,6 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
     if (set == 0 && named.empty() && def > 0)
         rows->push_back({1, static_cast<uint8_t>(defaults[0]), LogCount(def + 1.0)});
     return LogCount(def + 1.0);
-}
-
-// A character that only AddUnseenCharRows put into the counts.
-bool IsUnseenChar(const WordCounts &wc) {
-    const std::map<int, int32_t> &person = wc.roles[0];
-    return wc.pos.empty() && person.size() == 1 && person.begin()->first == kPersonDefault &&
-           person.begin()->second == kUnseenCharCount && wc.roles[1].empty() && wc.roles[2].empty();
 }
 
 }  // namespace
@@ -301,7 +286,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             for (int set = 0; set < 3; ++set)
                 e.stats[set + 1] = RoleRows(set, w, wc.roles[set], MainTagIsFunctional(wc.pos),
                                             MainTagIn(wc.pos, opt.personFlatFloorTags),
-                                            c.orgSuffixChars.count(w) != 0, IsUnseenChar(wc), opt, &e.rows);
+                                            c.orgSuffixChars.count(w) != 0, opt, &e.rows);
         }
         if (e.rows.empty()) continue;  // the text form cannot hold a word without rows
         entries.push_back(std::move(e));

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--unseen-foreign 0|1|2] [--japanese-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -30,9 +30,6 @@ void Usage() {
                  "  --person-given-after-ratio X  given-name rows of a character seen after a name at least X times as often drop to the flat floor (default 100, 0: off)\n"
                  "  --person-flat-floor-tags LIST  part-of-speech classes whose characters keep the flat given-name floor (default d,m, empty: none)\n"
                  "  --surname-floor X      surname pseudo-count of listed surnames never seen as one (default 0.03, 0: none)\n"
-                 "  --unseen-foreign 0|1|2   characters the training days never show take the listed transliteration\n"
-                 "                           floors (1: L, M, N; 2: L only; default 0)\n"
-                 "  --japanese-floor X       O, P, Q pseudo-count of Japanese-list characters (default 0: none)\n"
                  "  --foreign-first-floor X  first-character pseudo-count of listed transliteration characters (default 0.1)\n"
                  "  --foreign-inner-floor X  inner and last transliteration roles (M, N) of listed transliteration characters never seen in them (default 0.03; the general floor if higher)\n"
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
@@ -128,10 +125,6 @@ int main(int argc, char **argv) {
             opt.orgRareSuffixShare = std::atof(argv[++i]);
         } else if (a == "--org-rare-suffix-upto" && i + 1 < argc) {
             opt.orgRareSuffixUpTo = std::atoi(argv[++i]);
-        } else if (a == "--japanese-floor" && i + 1 < argc) {
-            opt.japaneseFloor = std::atof(argv[++i]);
-        } else if (a == "--unseen-foreign" && i + 1 < argc) {
-            opt.unseenForeign = std::atoi(argv[++i]);
         } else if (a == "--foreign-first-floor" && i + 1 < argc) {
             opt.foreignFirstFloor = std::atof(argv[++i]);
         } else if (a == "--place-floor" && i + 1 < argc) {

@@ -32,8 +32,6 @@ constexpr int kPersonSurnameRole = 2;
 constexpr int kPersonForeignFirstRole = 11;
 // Of the floor roles, the given-name roles D, E, F.
 constexpr int kPersonGivenRoles[] = {3, 4, 5};
-// Roles of a Japanese name: first, middle and last character (O P Q).
-constexpr int kPersonJapaneseRoles[] = {14, 15, 16};
 // Person roles R, S and T: one-character word before, after and between
 // names.
 constexpr int kPersonContextRoles[] = {17, 18, 19};

@@ -49,14 +49,6 @@ struct TrainOptions {
     // transliteration characters never seen in them (the general floor
     // personRoleFloor when that is higher).
     double foreignInnerFloor = 0.03;
-    // Characters the training days never show (3,418 of GB2312 on the whole
-    // corpus) take the transliteration floors of listed characters: 1 L, M
-    // and N, 2 L only (0: only listed characters). Measured, not kept.
-    int unseenForeign = 0;
-    // Pseudo-count of the roles of a Japanese name (O, P, Q) for characters
-    // of the Japanese-name list never seen in them (0: none). Measured, not
-    // kept.
-    double japaneseFloor = 0.0;
     // A character seen after a name (role S) at least this share of its
     // default count keeps the flat given-name floor: a word that often
     // closes a name (说, 摄) must not become its given name after a lone
