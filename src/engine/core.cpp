@@ -319,10 +319,12 @@ Work *ThreadWork() {
 void RoleTag(Work &work, int32_t tag, SpanWord *words, const SegmentEngine *engine) {
     static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
                                                 vsg::kOrgDefaultRole};
-    CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
-    int32_t i = 0;
-    while (i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0' && words[i].state != VSG_STATE_MERGED) ++i;
-    if (i < VSG_SPAN_WORDS - 1 && words[i].text[0] == '\0') return;
+    CSpan *span = work.spans[tag];
+    CSpan_RoleTagging(span, words, tag, kDefaultRole[tag], engine, nullptr);
+    // Only the recognisers mark words merged, and the span notes the first
+    // they marked: the words before it stay where they are.
+    int32_t i = span->firstMerged;
+    if (i >= VSG_SPAN_WORDS - 1) return;
     // The survivors are moved whole (text bytes after the terminator
     // included, which nothing reads): one block move per record, into lines
     // the pass has just read. At most VSG_SPAN_WORDS - 1 words, so the end

@@ -662,6 +662,7 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
                           const SegmentEngine *engine, WordGraph *graph) {
     if (span == nullptr || results == nullptr) return 1;
     CSpan_Reset(span, 0);
+    span->firstMerged = INT32_MAX;
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);

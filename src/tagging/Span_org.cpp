@@ -550,7 +550,7 @@ void OrgScan::Accept(int32_t suffix) {
                                 span_->offset[first_], &engine_->core,
                                 CoreClass::kOrganisation);
     numbers_[first_] = -1;  // the slot's record holds the name now
-    vsg::names::MarkMerged(results_, arrayLength_, record + 1, slots - 1);
+    Merge(record + 1, slots - 1);
     vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
 }
 
