@@ -369,8 +369,9 @@ class SpanSink final : public ChunkSink {
 public:
     SpanSink(const WordView *views, int32_t n, Tagging &out) : views_(views), n_(n), out_(out) {}
 
-    void Chunk(const SpanWord *words, int32_t first, int32_t end) override {
+    void Chunk(const SpanWord *words, int32_t first, int32_t end, int32_t blanks) override {
         blank_ = first;
+        blanks_ = blanks;
         const SpanWord *pending = nullptr;
         int32_t pendingSrc = 0;
         for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
@@ -389,6 +390,7 @@ private:
     // Hands back the blank words before input word `before`, as the server
     // interface does: each before the first word from a later item.
     void BlanksBefore(int32_t before) {
+        if (blanks_ == 0) return;  // the chunk has none
         for (; blank_ < before; ++blank_)
             if (IsBlankView(views_[blank_])) AddText(static_cast<uint32_t>(blank_), 1, -1, views_[blank_].text,
                                                      views_[blank_].length);
@@ -399,7 +401,7 @@ private:
     // came from `next` (or the chunk ends there).
     void Add(const SpanWord &w, int32_t src, int32_t next) {
         int32_t last = next - 1;
-        while (last > src && IsBlankView(views_[last])) --last;
+        while (blanks_ != 0 && last > src && IsBlankView(views_[last])) --last;
         if (last < src) last = src;
         const uint32_t count = static_cast<uint32_t>(last - src + 1);
         const int32_t tag = w.tag;
@@ -443,6 +445,7 @@ private:
     int32_t n_;
     Tagging &out_;
     int32_t blank_ = 0;
+    int32_t blanks_ = 0;  // blank words in the chunk
 };
 
 }  // namespace
@@ -608,11 +611,10 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             TagRoles(work, mode, engine);
             AssignClasses(a);
             CSpan_POSTagging(work.spans[VSG_TAG_POS], a, core);
-            sink.Chunk(a, s, e);
         } else {
             a[0].text[0] = '\0';  // a chunk of blank words only
-            sink.Chunk(a, s, e);
         }
+        sink.Chunk(a, s, e, (e - s) - words);
         s = e;
     }
     return true;

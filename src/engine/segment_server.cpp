@@ -202,11 +202,12 @@ class OutputSink final : public vsg::engine::ChunkSink {
 public:
     OutputSink(const WordList *input, WordList *output) : input_(input), output_(output) {}
 
-    void Chunk(const SpanWord *words, int32_t first, int32_t end) override {
+    void Chunk(const SpanWord *words, int32_t first, int32_t end, int32_t blanks) override {
         const WordItem *items = input_->items;
         const int32_t capacity = input_->count + 1;
         int32_t blank = first;  // next input item to check for a pending blank one
         auto emitBlanksBefore = [&](int32_t before) {
+            if (blanks == 0) return;  // the chunk has none
             for (; blank < before && output_->count < capacity; ++blank)
                 if (vsg::IsBlankItem(items[blank].text, sizeof items[blank].text))
                     Append(output_, items[blank].text, sizeof items[blank].text, VSG_UNTAGGED, items[blank]);
