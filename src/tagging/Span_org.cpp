@@ -61,6 +61,8 @@
 #include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
+#include "tagging/org_rows.h"
+#include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
 namespace {
@@ -73,10 +75,10 @@ using vsg::names::RoleString;
 const NameClass kOrgName{vsg::kOrgClass, vsg::kOrgTag, 48993u, vsg::kOrgClassWeight};
 
 // Tag set code of organisation rows, and the roles read from them.
-constexpr uint16_t kOrgTagSet = 3;
+constexpr uint16_t kOrgTagSet = vsg::tagging::kOrgRowSet;
 constexpr uint8_t kRoleFirst = 2;   // C
 constexpr uint8_t kRoleInner = 3;   // E
-constexpr uint8_t kRoleSuffix = 5;  // D
+constexpr uint8_t kRoleSuffix = vsg::tagging::kOrgSuffixRole;  // D
 constexpr int32_t kDefaultRole = vsg::kOrgDefaultRole;
 // Part-of-speech tags of place, transliterated place and organisation names,
 // and of other proper nouns.
@@ -91,7 +93,7 @@ constexpr int kPosNumeral = 6;
 // Part-of-speech tag of abbreviations (俄, 菲: a country by one character).
 constexpr int kPosAbbreviation = 21;
 // A suffix row must carry at least this value (the log of its count).
-constexpr float kMinSuffixValue = 1.1f;
+constexpr float kMinSuffixValue = vsg::tagging::kMinOrgSuffixValue;
 // Single-character body letters chosen by the search.
 constexpr char kBodyLetters[] = "CEJ";
 // A two-slot name read as "JD" or "CD" must be longer than this.
@@ -169,6 +171,13 @@ bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
         if (row.code == kOrgTagSet && row.subCode == role && row.value >= min) return true;
     }
     return false;
+}
+
+// The fact bits (org_rows.h) of the record's rows: kept in the span's
+// tables for a record that carries its entry's mark, else read from the rows.
+uint8_t FactsOf(const CSpan *span, const SpanWord &record) {
+    const int32_t facts = span->tables != nullptr ? span->tables->Facts(record) : -1;
+    return facts >= 0 ? static_cast<uint8_t>(facts) : vsg::tagging::OrgRowFacts(record.posList, record.posCount);
 }
 
 // Whether the record has a part-of-speech row of a place or organisation
@@ -411,7 +420,7 @@ bool OrgScan::IsSuffix(int32_t slot) const {
         // last character is a suffix by its own rows.
         return LastCharIsSuffix(r);
     }
-    if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
+    if ((FactsOf(span_, r) & vsg::tagging::kFactOrgSuffixRow) == 0) return false;
     // A common multi-character word closes a name only when it ends one in
     // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
     if (!IsMultiChar(slot) || r.classText[0] != '\0') return true;
@@ -713,8 +722,9 @@ bool MayWrite(const CSpan *span, const SpanWord *results, const POSmap *map, int
         const bool multiChar = text[1] != '\0' && text[2] != '\0';
         if (multiChar) {
             if (r.posList == nullptr || r.posCount <= 0) return true;
-            if (HasPosRow(r, kPosOrg) || HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return true;
-        } else if (((letterD[tag >> 6] >> (tag & 63)) & 1) && HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) {
+            if (FactsOf(span, r) != 0) return true;
+        } else if (((letterD[tag >> 6] >> (tag & 63)) & 1) &&
+                   (FactsOf(span, r) & vsg::tagging::kFactOrgSuffixRow) != 0) {
             return true;
         }
     }

@@ -1,0 +1,42 @@
+// The facts of a core-dictionary entry's rows that the organisation scan
+// asks of most words before it scans (Span_org.cpp): kept once per entry in
+// the span tables' records (SpanTables::Facts), and read from the rows for a
+// word that carries none.
+#ifndef VSGLEX_SRC_TAGGING_ORG_ROWS_H
+#define VSGLEX_SRC_TAGGING_ORG_ROWS_H
+
+#include <cstdint>
+
+#include "common/tagset.h"
+#include "vsglex/model.h"
+
+namespace vsg::tagging {
+
+// Tag set code of organisation rows.
+inline constexpr uint16_t kOrgRowSet = 3;
+// Organisation role of the suffix that ends a name (D).
+inline constexpr uint8_t kOrgSuffixRole = 5;
+// A suffix row must carry at least this value (the log of its count).
+inline constexpr float kMinOrgSuffixValue = 1.1f;
+
+// Fact bits: a part-of-speech row of organisation names; an organisation
+// suffix row of at least kMinOrgSuffixValue.
+inline constexpr uint8_t kFactOrgPosRow = 1;
+inline constexpr uint8_t kFactOrgSuffixRow = 2;
+
+// The fact bits of `count` rows (at most the first 256 are looked at).
+inline uint8_t OrgRowFacts(const DictSRow *rows, int32_t count) {
+    uint8_t facts = 0;
+    if (rows == nullptr) return facts;
+    for (int32_t k = 0; k < count && k < 256; ++k) {
+        const DictSRow &row = rows[k];
+        if (row.code == 0 && row.subCode == vsg::kOrgTag) facts |= kFactOrgPosRow;
+        if (row.code == kOrgRowSet && row.subCode == kOrgSuffixRole && row.value >= kMinOrgSuffixValue)
+            facts |= kFactOrgSuffixRow;
+    }
+    return facts;
+}
+
+}  // namespace vsg::tagging
+
+#endif  // VSGLEX_SRC_TAGGING_ORG_ROWS_H
