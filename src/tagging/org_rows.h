@@ -20,20 +20,46 @@ inline constexpr uint8_t kOrgSuffixRole = 5;
 inline constexpr float kMinOrgSuffixValue = 1.1f;
 
 // Fact bits: a part-of-speech row of organisation names; an organisation
-// suffix row of at least kMinOrgSuffixValue.
-inline constexpr uint8_t kFactOrgPosRow = 1;
-inline constexpr uint8_t kFactOrgSuffixRow = 2;
+// suffix row of at least kMinOrgSuffixValue; a part-of-speech row of a
+// place, transliterated place or organisation name; a most frequent
+// part-of-speech tag (MainPosRowTag), held in bits 8-15.
+inline constexpr uint32_t kFactOrgPosRow = 1;
+inline constexpr uint32_t kFactOrgSuffixRow = 2;
+inline constexpr uint32_t kFactNameRow = 4;
+inline constexpr uint32_t kFactMainTag = 8;
+inline constexpr int kFactMainTagShift = 8;
+
+// The tag of the part-of-speech row of highest value (the first of equal
+// ones), -1 without such rows (at most the first 256 rows are looked at).
+inline int MainPosRowTag(const DictSRow *rows, int32_t count) {
+    float best = -1e9f;
+    int tag = -1;
+    if (rows == nullptr) return tag;
+    for (int32_t k = 0; k < count && k < 256; ++k) {
+        const DictSRow &row = rows[k];
+        if (row.code == 0 && row.value > best) {
+            best = row.value;
+            tag = row.subCode;
+        }
+    }
+    return tag;
+}
 
 // The fact bits of `count` rows (at most the first 256 are looked at).
-inline uint8_t OrgRowFacts(const DictSRow *rows, int32_t count) {
-    uint8_t facts = 0;
+inline uint32_t OrgRowFacts(const DictSRow *rows, int32_t count) {
+    uint32_t facts = 0;
     if (rows == nullptr) return facts;
     for (int32_t k = 0; k < count && k < 256; ++k) {
         const DictSRow &row = rows[k];
         if (row.code == 0 && row.subCode == vsg::kOrgTag) facts |= kFactOrgPosRow;
         if (row.code == kOrgRowSet && row.subCode == kOrgSuffixRole && row.value >= kMinOrgSuffixValue)
             facts |= kFactOrgSuffixRow;
+        if (row.code == 0 && (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag ||
+                              row.subCode == vsg::kOrgTag))
+            facts |= kFactNameRow;
     }
+    const int tag = MainPosRowTag(rows, count);
+    if (tag >= 0) facts |= kFactMainTag | (static_cast<uint32_t>(tag) << kFactMainTagShift);
     return facts;
 }
 

@@ -30,8 +30,8 @@ public:
     // role sets.
     static constexpr int kSets = 4;
     // Bytes before an entry's candidates in its record: the counts, then
-    // the entry's fact bits.
-    static constexpr int kHeader = kSets + 1;
+    // the entry's fact bits (two bytes).
+    static constexpr int kHeader = kSets + 2;
 
     SpanTables() = default;
     SpanTables(const SpanTables &) = delete;
@@ -88,7 +88,8 @@ public:
     // record `w` carries (see Cands), or -1 when it carries none.
     int32_t Facts(const SpanWord &w) const {
         const uint32_t at = static_cast<uint32_t>(w.reserved[1]) - 1u;
-        return at < dataSize_ ? data_[at + kSets] : -1;
+        if (at >= dataSize_) return -1;
+        return static_cast<int32_t>(data_[at + kSets] | (data_[at + kSets + 1] << 8));
     }
     // The single value of each tag (0 for tags beyond the model's table).
     const double *Singles() const { return singles_; }

@@ -250,8 +250,25 @@ TEST(SpanTablesFill, EntryFactsAsReadFromTheRows) {
     size_t withFacts[4] = {};
     for (int32_t e = 0; e < core.count; ++e) {
         const DictSEntry &entry = core.entries[e];
-        const int32_t expected = vsg::tagging::OrgRowFacts(entry.posList, entry.posCount);
+        const int32_t expected = static_cast<int32_t>(vsg::tagging::OrgRowFacts(entry.posList, entry.posCount));
         ++withFacts[expected & 3];
+        // The bits against plain scans of the rows.
+        bool orgPos = false, suffix = false, name = false;
+        for (int32_t r = 0; r < entry.posCount && entry.posList != nullptr; ++r) {
+            const DictSRow &row = entry.posList[r];
+            orgPos |= row.code == 0 && row.subCode == vsg::kOrgTag;
+            suffix |= row.code == 3 && row.subCode == 5 && row.value >= 1.1f;
+            name |= row.code == 0 && (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag ||
+                                      row.subCode == vsg::kOrgTag);
+        }
+        ASSERT_EQ((expected & vsg::tagging::kFactOrgPosRow) != 0, orgPos) << "entry " << e;
+        ASSERT_EQ((expected & vsg::tagging::kFactOrgSuffixRow) != 0, suffix) << "entry " << e;
+        ASSERT_EQ((expected & vsg::tagging::kFactNameRow) != 0, name) << "entry " << e;
+        const int main = vsg::tagging::MainPosRowTag(entry.posList, entry.posCount);
+        ASSERT_EQ((expected & vsg::tagging::kFactMainTag) != 0, main >= 0) << "entry " << e;
+        if (main >= 0) {
+            ASSERT_EQ((expected >> vsg::tagging::kFactMainTagShift) & 0xFF, main) << "entry " << e;
+        }
         SpanWord w;
         memset(&w, 0, sizeof w);
         w.posList = entry.posList;
