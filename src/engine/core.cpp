@@ -259,13 +259,12 @@ void AssignClasses(SpanWord *words) {
     }
 }
 
-// Working storage of the pipeline: four spans and two word arrays. Each
+// Working storage of the pipeline: four spans and a word array. Each
 // thread keeps one and reuses it for every call (the spans are reused
 // across chunks within a call anyway), so a call allocates nothing per word.
 struct Work {
     CSpan *spans[4] = {nullptr, nullptr, nullptr, nullptr};
     SpanWord *primary = nullptr;
-    SpanWord *secondary = nullptr;
     // Per word of a chunk: its index hash, its index slot, its length.
     uint32_t found[kChunkItems + 1] = {};
     const CoreIndex::Slot *slots[kChunkItems + 1] = {};
@@ -279,18 +278,16 @@ struct Work {
         }
         // Every record is written before it is read, so no clearing is needed.
         primary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
-        secondary = static_cast<SpanWord *>(malloc(VSG_SPAN_WORDS * sizeof(SpanWord)));
     }
     ~Work() {
         free(primary);
-        free(secondary);
         for (CSpan *s : spans) CSpan_delete(s);
     }
     Work(const Work &) = delete;
     Work &operator=(const Work &) = delete;
 
     bool ok() const {
-        return spans[0] && spans[1] && spans[2] && spans[3] && primary && secondary;
+        return spans[0] && spans[1] && spans[2] && spans[3] && primary;
     }
     // Points the spans at the context models of `engine` and at the tables
     // built from them, if any.
@@ -316,35 +313,32 @@ Work *ThreadWork() {
     return work.get();
 }
 
-// Role-tags `words` with the name role set `tag`; returns the result
-// without merged words: `words` itself when nothing was merged, else `to`,
-// into which the survivors are copied.
-SpanWord *RoleTag(Work &work, int32_t tag, SpanWord *words, SpanWord *to, const SegmentEngine *engine) {
+// Role-tags `words` with the name role set `tag`, then removes the merged
+// words from the array: the survivors after the first merged word move
+// down in place.
+void RoleTag(Work &work, int32_t tag, SpanWord *words, const SegmentEngine *engine) {
     static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
                                                 vsg::kOrgDefaultRole};
-    CSpan_RoleTagging(work.spans[tag], words, tag, kDefaultRole[tag], engine, nullptr);
-    int32_t i = 0;
-    while (i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0' && words[i].state != VSG_STATE_MERGED) ++i;
-    if (i < VSG_SPAN_WORDS - 1 && words[i].text[0] == '\0') return words;
-    // The survivors are copied whole (text bytes after the terminator
-    // included, which nothing reads): one block move per record. At most
-    // VSG_SPAN_WORDS - 1 words, so the end record fits in the array.
-    int32_t j = 0;
-    for (i = 0; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
-        if (words[i].state != VSG_STATE_MERGED) memcpy(&to[j++], &words[i], sizeof *to);
-    to[j].text[0] = '\0';
-    return to;
+    CSpan *span = work.spans[tag];
+    CSpan_RoleTagging(span, words, tag, kDefaultRole[tag], engine, nullptr);
+    // Only the recognisers mark words merged, and the span notes the first
+    // they marked: the words before it stay where they are.
+    int32_t i = span->firstMerged;
+    if (i >= VSG_SPAN_WORDS - 1) return;
+    // The survivors are moved whole (text bytes after the terminator
+    // included, which nothing reads): one block move per record, into lines
+    // the pass has just read. At most VSG_SPAN_WORDS - 1 words, so the end
+    // record fits in the array; nothing reads past its empty text.
+    int32_t j = i;
+    for (; i < VSG_SPAN_WORDS - 1 && words[i].text[0] != '\0'; ++i)
+        if (words[i].state != VSG_STATE_MERGED) memcpy(&words[j++], &words[i], sizeof *words);
+    words[j].text[0] = '\0';
 }
 
-// Role tagging of the primary array by mode; returns the array that holds
-// the result, without merged words.
-SpanWord *TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
-    SpanWord *a = work.primary;
-    SpanWord *b = work.secondary;
-    auto pass = [&](int32_t tag) {
-        SpanWord *result = RoleTag(work, tag, a, b, engine);
-        if (result == b) std::swap(a, b);
-    };
+// Role tagging of the primary array by mode; the array then holds the
+// result, without merged words.
+void TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
+    auto pass = [&](int32_t tag) { RoleTag(work, tag, work.primary, engine); };
     switch (mode) {
     case 0:
         pass(VSG_TAG_PERSON);
@@ -361,7 +355,6 @@ SpanWord *TagRoles(Work &work, int32_t mode, const SegmentEngine *engine) {
         pass(VSG_TAG_ORG);
         break;
     }
-    return a;
 }
 
 int32_t NameClassOf(int32_t tag) {
@@ -376,8 +369,9 @@ class SpanSink final : public ChunkSink {
 public:
     SpanSink(const WordView *views, int32_t n, Tagging &out) : views_(views), n_(n), out_(out) {}
 
-    void Chunk(const SpanWord *words, int32_t first, int32_t end) override {
+    void Chunk(const SpanWord *words, int32_t first, int32_t end, int32_t blanks) override {
         blank_ = first;
+        blanks_ = blanks;
         const SpanWord *pending = nullptr;
         int32_t pendingSrc = 0;
         for (const SpanWord *w = words; w->text[0] != '\0'; ++w) {
@@ -396,6 +390,7 @@ private:
     // Hands back the blank words before input word `before`, as the server
     // interface does: each before the first word from a later item.
     void BlanksBefore(int32_t before) {
+        if (blanks_ == 0) return;  // the chunk has none
         for (; blank_ < before; ++blank_)
             if (IsBlankView(views_[blank_])) AddText(static_cast<uint32_t>(blank_), 1, -1, views_[blank_].text,
                                                      views_[blank_].length);
@@ -406,7 +401,7 @@ private:
     // came from `next` (or the chunk ends there).
     void Add(const SpanWord &w, int32_t src, int32_t next) {
         int32_t last = next - 1;
-        while (last > src && IsBlankView(views_[last])) --last;
+        while (blanks_ != 0 && last > src && IsBlankView(views_[last])) --last;
         if (last < src) last = src;
         const uint32_t count = static_cast<uint32_t>(last - src + 1);
         const int32_t tag = w.tag;
@@ -450,6 +445,7 @@ private:
     int32_t n_;
     Tagging &out_;
     int32_t blank_ = 0;
+    int32_t blanks_ = 0;  // blank words in the chunk
 };
 
 }  // namespace
@@ -612,14 +608,13 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
         if (words > 0) {
             a[words + 1] = endWord;
             memset(&a[words + 2], 0, sizeof a[words + 2]);
-            SpanWord *tagged = TagRoles(work, mode, engine);
-            AssignClasses(tagged);
-            CSpan_POSTagging(work.spans[VSG_TAG_POS], tagged, core);
-            sink.Chunk(tagged, s, e);
+            TagRoles(work, mode, engine);
+            AssignClasses(a);
+            CSpan_POSTagging(work.spans[VSG_TAG_POS], a, core);
         } else {
-            work.secondary[0].text[0] = '\0';  // a chunk of blank words only
-            sink.Chunk(work.secondary, s, e);
+            a[0].text[0] = '\0';  // a chunk of blank words only
         }
+        sink.Chunk(a, s, e, (e - s) - words);
         s = e;
     }
     return true;

@@ -76,10 +76,12 @@ int32_t TagWords(const SegmentEngine &models, const WordView *words, size_t n, i
 // The pipeline under TagWords and the server call: for each chunk
 // [first, end) of the input, after tagging, Chunk() receives the word array
 // (records in order, ended by an empty text; merged and boundary records
-// included). Returns false when working storage cannot be had.
+// included) and how many of the chunk's input words are blank (IsBlankView),
+// which the array leaves out. Returns false when working storage cannot be
+// had.
 class ChunkSink {
 public:
-    virtual void Chunk(const SpanWord *words, int32_t first, int32_t end) = 0;
+    virtual void Chunk(const SpanWord *words, int32_t first, int32_t end, int32_t blanks) = 0;
 
 protected:
     ~ChunkSink() = default;

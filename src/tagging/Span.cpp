@@ -152,16 +152,27 @@ struct RowOfSet {
     bool operator()(const DictSRow &row) const { return row.code == set; }
 };
 
-// Fills row k, empty so far, with the candidates of word w's rows of tag
-// set `set`: from the span's tables when they hold them, else read from the
-// rows. Returns the candidate count.
-int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
+// The span's tables when they hold the candidates of tag set `set` for the
+// span's model, else null. Asked once per run.
+inline const vsg::tagging::SpanTables *TablesOfSet(const CSpan *span, int32_t set) {
     const vsg::tagging::SpanTables *tables = span->tables;
+    return (tables != nullptr && tables->set() == set && tables->model() == span->model) ? tables : nullptr;
+}
+
+// The rows' way of AddSetCands (words without a mark, or no tables).
+__attribute__((noinline)) int32_t AddSetRowCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
+    return AddRowCands(span, k, 0, w.posList, w.posCount, RowOfSet{set});
+}
+
+// Fills row k, empty so far, with the candidates of word w's rows of tag
+// set `set`: from `tables` (TablesOfSet of the span) when they hold them,
+// else read from the rows. Returns the candidate count.
+inline __attribute__((always_inline)) int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set,
+                                                          const vsg::tagging::SpanTables *tables) {
     const uint8_t *tags = nullptr;
     const unsigned char *values = nullptr;
     int32_t n = 0;
-    if (tables != nullptr && tables->set() == set && tables->model() == span->model &&
-        tables->Cands(w, &tags, &values, &n)) {
+    if (tables != nullptr && tables->Cands(w, &tags, &values, &n)) {
         // Each cost as the fill computes it from the row: single value
         // minus the row's value.
         const double *single = tables->Singles();
@@ -191,7 +202,7 @@ int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
         }
         return n;
     }
-    return AddRowCands(span, k, 0, w.posList, w.posCount, RowOfSet{set});
+    return AddSetRowCands(span, k, w, set);
 }
 
 // Candidates in row k before its terminator.
@@ -347,6 +358,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
     if (span == nullptr || results == nullptr || start < 0) return -1;
     const ContextStat *m = span->model;
     const double defaultValue = SingleValue(m, defaultRole);
+    const vsg::tagging::SpanTables *tables = TablesOfSet(span, tagSet);
     return FillRun(span, results, start, [&](uint32_t k, const SpanWord &w, size_t length) {
         const char *word = span->word[k];
         // Both boundary words are 6 bytes long.
@@ -357,7 +369,7 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
             // A word of several characters always takes role 0.
             n = AddCand(span, k, n, 0, 0.0);
         } else {
-            n = AddSetCands(span, k, w, tagSet);
+            n = AddSetCands(span, k, w, tagSet, tables);
             if (isStart && n == 1) {
                 span->cand[k][0] = kStartTag;
                 span->score[k][0] = 0.0;
@@ -388,7 +400,7 @@ namespace {
 // unknown-word class. True when the word ends the run.
 class PosFill {
 public:
-    PosFill(CSpan *span, const DictionaryS *core) : span_(span), m_(span->model) {
+    PosFill(CSpan *span, const DictionaryS *core) : span_(span), m_(span->model), tables_(TablesOfSet(span, 0)) {
         if (core != nullptr && core->entries != nullptr && gTaIndexNum >= 0 && gTaIndexNum < core->count)
             other_ = &core->entries[gTaIndexNum];
     }
@@ -400,7 +412,7 @@ public:
         if (fixed != kNoTag) {
             n = AddCand(span, k, n, fixed, SingleValue(m_, fixed) - w.weight);
         } else {
-            n = AddSetCands(span, k, w, 0);
+            n = AddSetCands(span, k, w, 0, tables_);
             if (n == 0 && other_ != nullptr)
                 n = AddRowCands(span, k, n, other_->posList, other_->posCount, AnyRow);
         }
@@ -412,6 +424,7 @@ public:
 private:
     CSpan *span_;
     const ContextStat *m_;
+    const vsg::tagging::SpanTables *tables_;
     // Rows of the unknown-word class, taken by words without tag rows.
     const DictSEntry *other_ = nullptr;
 };
@@ -649,6 +662,7 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
                           const SegmentEngine *engine, WordGraph *graph) {
     if (span == nullptr || results == nullptr) return 1;
     CSpan_Reset(span, 0);
+    span->firstMerged = INT32_MAX;
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);

@@ -37,6 +37,9 @@ struct CSpan {
     uint8_t back[kSpanSlots][kSpanCands];  // best predecessor of each candidate
     uint32_t count;             // slots in use, slot 0 included
     double score[kSpanSlots][kSpanCands];  // candidate costs, then path costs
+    // The lowest record of the word array that the recognisers marked merged
+    // since CSpan_RoleTagging began, INT32_MAX when none.
+    int32_t firstMerged;
 };
 
 // Creates a span ready for a new sentence, or null when memory is short.

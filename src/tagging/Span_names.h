@@ -125,6 +125,14 @@ public:
           arrayLength_(ArrayLength(results)) {}
 
 protected:
+    // MarkMerged over the scan's array, noted in the span (firstMerged).
+    void Merge(int32_t first, int32_t count) {
+        MarkMerged(results_, arrayLength_, first, count);
+        const int32_t from = first > 0 ? first : 0;
+        if (count > 0 && from < first + count && from < arrayLength_ && from < span_->firstMerged)
+            span_->firstMerged = from;
+    }
+
     CSpan *span_;
     SpanWord *results_;
     const SegmentEngine *engine_;

@@ -61,6 +61,8 @@
 #include "common/tagset.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
+#include "tagging/org_rows.h"
+#include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
 namespace {
@@ -73,10 +75,10 @@ using vsg::names::RoleString;
 const NameClass kOrgName{vsg::kOrgClass, vsg::kOrgTag, 48993u, vsg::kOrgClassWeight};
 
 // Tag set code of organisation rows, and the roles read from them.
-constexpr uint16_t kOrgTagSet = 3;
+constexpr uint16_t kOrgTagSet = vsg::tagging::kOrgRowSet;
 constexpr uint8_t kRoleFirst = 2;   // C
 constexpr uint8_t kRoleInner = 3;   // E
-constexpr uint8_t kRoleSuffix = 5;  // D
+constexpr uint8_t kRoleSuffix = vsg::tagging::kOrgSuffixRole;  // D
 constexpr int32_t kDefaultRole = vsg::kOrgDefaultRole;
 // Part-of-speech tags of place, transliterated place and organisation names,
 // and of other proper nouns.
@@ -91,7 +93,7 @@ constexpr int kPosNumeral = 6;
 // Part-of-speech tag of abbreviations (俄, 菲: a country by one character).
 constexpr int kPosAbbreviation = 21;
 // A suffix row must carry at least this value (the log of its count).
-constexpr float kMinSuffixValue = 1.1f;
+constexpr float kMinSuffixValue = vsg::tagging::kMinOrgSuffixValue;
 // Single-character body letters chosen by the search.
 constexpr char kBodyLetters[] = "CEJ";
 // A two-slot name read as "JD" or "CD" must be longer than this.
@@ -171,31 +173,28 @@ bool HasOrgRow(const SpanWord &record, uint8_t role, float min) {
     return false;
 }
 
-// Whether the record has a part-of-speech row of a place or organisation
-// name (tags 29, 30, 31).
+// The fact bits (org_rows.h) of the record's rows: kept in the span's
+// tables for a record that carries its entry's mark, else read from the rows.
+uint32_t FactsOf(const CSpan *span, const SpanWord &record) {
+    const int32_t facts = span->tables != nullptr ? span->tables->Facts(record) : -1;
+    return facts >= 0 ? static_cast<uint32_t>(facts) : vsg::tagging::OrgRowFacts(record.posList, record.posCount);
+}
+
 // Part-of-speech tags of the noun classes that fill the inside of a name:
 // noun, verbal noun, adjectival noun, distinguishing word, abbreviation,
 // other proper noun.
 constexpr uint8_t kNounTags[] = {2, 15, 16, 19, 21, 25};
 
 // The record's most frequent part-of-speech tag, -1 without such rows.
-int MainPosTag(const SpanWord &record) {
-    float best = -1e9f;
-    int tag = -1;
-    if (record.posList == nullptr) return tag;
-    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
-        const DictSRow &row = record.posList[k];
-        if (row.code == 0 && row.value > best) {
-            best = row.value;
-            tag = row.subCode;
-        }
-    }
-    return tag;
+int MainPosTag(const CSpan *span, const SpanWord &record) {
+    const uint32_t facts = FactsOf(span, record);
+    return (facts & vsg::tagging::kFactMainTag) != 0 ? static_cast<int>((facts >> vsg::tagging::kFactMainTagShift) & 0xFF)
+                                                     : -1;
 }
 
 // Whether the record's most frequent part-of-speech row is a noun class.
-bool IsNounLike(const SpanWord &record) {
-    const int tag = MainPosTag(record);
+bool IsNounLike(const CSpan *span, const SpanWord &record) {
+    const int tag = MainPosTag(span, record);
     for (uint8_t t : kNounTags) {
         if (tag == t) return true;
     }
@@ -217,15 +216,10 @@ bool IsUnknown(const SpanWord &record) {
     return record.classText[0] == '\0' && (record.posList == nullptr || record.posCount <= 0);
 }
 
-bool HasNameRow(const SpanWord &record) {
-    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
-        const DictSRow &row = record.posList[k];
-        if (row.code == 0 && (row.subCode == kPosPlace || row.subCode == kPosForeignPlace ||
-                              row.subCode == kPosOrg)) {
-            return true;
-        }
-    }
-    return false;
+// Whether the record has a part-of-speech row of a place, transliterated
+// place or organisation name.
+bool HasNameRow(const CSpan *span, const SpanWord &record) {
+    return (FactsOf(span, record) & vsg::tagging::kFactNameRow) != 0;
 }
 
 class OrgScan : private vsg::names::RunScan {
@@ -254,8 +248,9 @@ private:
     // Whether the slot holds a numeral followed by a one-character measure
     // word (第六 届, 九 届): a quantity, which no name begins with.
     bool CountsMeasure(int32_t slot) const {
-        if (slot + 1 >= roles_.n || IsMultiChar(slot + 1) || MainPosTag(Record(slot + 1)) != kPosMeasure) return false;
-        return roles_.At(slot) == 'J' || MainPosTag(Record(slot)) == kPosNumeral;
+        if (slot + 1 >= roles_.n || IsMultiChar(slot + 1) || MainPosTag(span_, Record(slot + 1)) != kPosMeasure)
+            return false;
+        return roles_.At(slot) == 'J' || MainPosTag(span_, Record(slot)) == kPosNumeral;
     }
     // Whether a common word that begins many names, though under the share
     // (人民, 国际, 世界), stands right before a suffix word (人民 检察院), or
@@ -279,22 +274,22 @@ private:
     bool AbbreviationThenOrg(int32_t slot) const {
         if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
         // The next word's rows first: organisation rows are rare.
-        if (!HasPosRow(Record(slot + 1), kPosOrg) || MainPosTag(Record(slot)) != kPosAbbreviation) return false;
-        return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(Record(slot - 1)) != kPosAbbreviation;
+        if (!HasPosRow(Record(slot + 1), kPosOrg) || MainPosTag(span_, Record(slot)) != kPosAbbreviation) return false;
+        return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(span_, Record(slot - 1)) != kPosAbbreviation;
     }
     // Whether the slot holds a merged name or a multi-character word with a
     // part-of-speech row of place or organisation name.
     bool IsNameWord(int32_t slot) const {
         if (slot < 1 || slot >= roles_.n) return false;
         const SpanWord &r = Record(slot);
-        return r.classText[0] != '\0' || (IsMultiChar(slot) && r.posList != nullptr && HasNameRow(r));
+        return r.classText[0] != '\0' || (IsMultiChar(slot) && r.posList != nullptr && HasNameRow(span_, r));
     }
     // Whether the slot holds a multi-character place: a merged place or a
     // word used mostly as a place name.
     bool IsPlaceWord(int32_t slot) const {
         if (!IsMultiChar(slot)) return false;
         const SpanWord &r = Record(slot);
-        const int tag = MainPosTag(r);
+        const int tag = MainPosTag(span_, r);
         return vsg::names::IsWord(r.classText, vsg::kPlaceClass) || tag == kPosPlace || tag == kPosForeignPlace;
     }
     // Whether a suffix word lies between the open name's first slot and slot.
@@ -362,12 +357,13 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     const SpanWord &r = Record(slot);
     // A one-character function word or punctuation mark never begins a
     // name, whatever its role (与 波音公司, （ 党组 ）).
-    if (opening && !IsMultiChar(slot) && (vsg::IsFunctionOrPunctTag(MainPosTag(r)) || IsOneOf(r.text, kOpenBrackets))) {
+    if (opening && !IsMultiChar(slot) &&
+        (vsg::IsFunctionOrPunctTag(MainPosTag(span_, r)) || IsOneOf(r.text, kOpenBrackets))) {
         return false;
     }
     // Nor does a one-character measure word (届 in 第八 届 全国 政协: the
     // number and its measure stand before the name).
-    if (opening && !IsMultiChar(slot) && MainPosTag(r) == kPosMeasure) return false;
+    if (opening && !IsMultiChar(slot) && MainPosTag(span_, r) == kPosMeasure) return false;
     if (c != '\0' && std::strchr(kBodyLetters, c) != nullptr) return true;
     if (c == 'T') return true;
     if (!IsMultiChar(slot)) return false;
@@ -382,14 +378,14 @@ bool OrgScan::IsBody(int32_t slot, bool opening) const {
     // name (超市发, 检疫站) and is taken as body.
     if (r.posList == nullptr || r.posCount <= 0) return true;
     // Place and organisation names (part-of-speech rows) begin many names.
-    if (HasNameRow(r)) return true;
+    if (HasNameRow(span_, r)) return true;
     // A proper noun of another kind (金鹏, 中远) opens names as well.
-    if (opening && MainPosTag(r) == kPosOtherProper) return true;
+    if (opening && MainPosTag(span_, r) == kPosOtherProper) return true;
     if (opening) return OrgRowShare(r, kRoleFirst) >= kMinOpenShare;
     if (HasOrgRow(r, kRoleFirst, 0.0f) || HasOrgRow(r, kRoleInner, 0.0f)) return true;
     // Inside a name any word used mostly as a noun is taken (动物 in
     // 太原市动物检疫站, 邮政 速递 in 合肥市邮政速递公司).
-    return IsNounLike(r);
+    return IsNounLike(span_, r);
 }
 
 float OrgScan::OrgRowShare(const SpanWord &r, uint8_t role) {
@@ -411,7 +407,7 @@ bool OrgScan::IsSuffix(int32_t slot) const {
         // last character is a suffix by its own rows.
         return LastCharIsSuffix(r);
     }
-    if (!HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return false;
+    if ((FactsOf(span_, r) & vsg::tagging::kFactOrgSuffixRow) == 0) return false;
     // A common multi-character word closes a name only when it ends one in
     // at least a fifth of its occurrences (公司, 委员会; not 组织, 系统).
     if (!IsMultiChar(slot) || r.classText[0] != '\0') return true;
@@ -430,8 +426,8 @@ bool OrgScan::IsSuffix(int32_t slot) const {
 bool OrgScan::IsWeakPair(int32_t first, int32_t suffix) const {
     if (!IsMultiChar(first) || !IsMultiChar(suffix)) return false;
     const SpanWord &f = Record(first);
-    if (f.classText[0] != '\0' || f.posList == nullptr || f.posCount <= 0 || HasNameRow(f) ||
-        MainPosTag(f) == kPosOtherProper) {
+    if (f.classText[0] != '\0' || f.posList == nullptr || f.posCount <= 0 || HasNameRow(span_, f) ||
+        MainPosTag(span_, f) == kPosOtherProper) {
         return false;
     }
     // A word under the opener share opened the name only because it begins
@@ -470,7 +466,7 @@ bool OrgScan::IsPlaceAndSuffix(int32_t slot) const {
     SpanWord entry{};
     entry.posList = core.entries[at].posList;
     entry.posCount = core.entries[at].posCount;
-    const int tag = MainPosTag(entry);
+    const int tag = MainPosTag(span_, entry);
     return tag == kPosPlace || tag == kPosForeignPlace;
 }
 
@@ -494,8 +490,8 @@ void OrgScan::Open(int32_t slot) {
     personLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPersonClass);
     abbrevLed_ = false;
     unknownLed_ = IsMultiChar(slot) && IsUnknown(Record(slot));
-    placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) || MainPosTag(Record(slot)) == kPosPlace ||
-                MainPosTag(Record(slot)) == kPosForeignPlace;
+    placeLed_ = vsg::names::IsWord(Record(slot).classText, vsg::kPlaceClass) ||
+                MainPosTag(span_, Record(slot)) == kPosPlace || MainPosTag(span_, Record(slot)) == kPosForeignPlace;
     name_.Clear();
     Take(slot);
 }
@@ -534,7 +530,7 @@ void OrgScan::Accept(int32_t suffix) {
     if (slots == 2 && IsWeakPair(first_, suffix)) ok = false;
     // Nor is a one-character word that is not mostly a noun, with a suffix
     // alone, a name: it qualifies a common noun (大 公司, 小 厂, 进 厂, 二 大队).
-    if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(Record(first_))) ok = false;
+    if (slots == 2 && !IsMultiChar(first_) && !IsNumber(first_) && !IsNounLike(span_, Record(first_))) ok = false;
     // A one-character suffix (厂, 处, 军) says little by itself: it closes a
     // name only when the first word is known to begin names or be one, not
     // after a word the dictionary does not know or a single character (企管
@@ -550,7 +546,7 @@ void OrgScan::Accept(int32_t suffix) {
                                 span_->offset[first_], &engine_->core,
                                 CoreClass::kOrganisation);
     numbers_[first_] = -1;  // the slot's record holds the name now
-    vsg::names::MarkMerged(results_, arrayLength_, record + 1, slots - 1);
+    Merge(record + 1, slots - 1);
     vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
 }
 
@@ -619,7 +615,7 @@ bool OrgScan::Extend(int32_t s) {
     // organisation it stands between two names (中国电信 与 美国 ..., 伊拉克 与
     // 联合国 特委会).
     if (!IsMultiChar(s) && (IsNameWord(s - 1) || IsNameWord(s + 1)) &&
-        vsg::IsFunctionOrPunctTag(MainPosTag(Record(s)))) {
+        vsg::IsFunctionOrPunctTag(MainPosTag(span_, Record(s)))) {
         Drop();
         return false;
     }
@@ -644,7 +640,7 @@ bool OrgScan::Extend(int32_t s) {
     // followed by a word with an organisation row (俄 外交部).
     const bool placeThenOrg =
         s == first_ + 1 && IsMultiChar(s) &&
-        (abbrevLed_ || (placeLed_ && MainPosTag(Record(s)) == kPosOrg &&
+        (abbrevLed_ || (placeLed_ && MainPosTag(span_, Record(s)) == kPosOrg &&
                         OrgRowShare(Record(first_), kRoleFirst) >= kMinOpenShare));
     if (placeThenOrg || IsSuffix(s)) {
         // Of consecutive suffix words (公安局 党委) the last closes the name,
@@ -713,8 +709,9 @@ bool MayWrite(const CSpan *span, const SpanWord *results, const POSmap *map, int
         const bool multiChar = text[1] != '\0' && text[2] != '\0';
         if (multiChar) {
             if (r.posList == nullptr || r.posCount <= 0) return true;
-            if (HasPosRow(r, kPosOrg) || HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) return true;
-        } else if (((letterD[tag >> 6] >> (tag & 63)) & 1) && HasOrgRow(r, kRoleSuffix, kMinSuffixValue)) {
+            if ((FactsOf(span, r) & (vsg::tagging::kFactOrgPosRow | vsg::tagging::kFactOrgSuffixRow)) != 0) return true;
+        } else if (((letterD[tag >> 6] >> (tag & 63)) & 1) &&
+                   (FactsOf(span, r) & vsg::tagging::kFactOrgSuffixRow) != 0) {
             return true;
         }
     }

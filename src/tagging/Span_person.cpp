@@ -124,7 +124,7 @@ int32_t PersonScan::ReadForeignName(int32_t x) {
             vsg::names::WriteNameRecord(&results_[record], name.Text(),
                                         begin == 'L' ? kTransliterated : kJapanese,
                                         SlotOffset(x), &engine_->core, CoreClass::kPerson);
-            vsg::names::MarkMerged(results_, arrayLength_, x, slots - 1);
+            Merge(x, slots - 1);
             vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
         }
     }
@@ -137,7 +137,7 @@ void PersonScan::WritePatternName(int32_t pos, int32_t end, const NameBuffer &na
     if (record < 0 || record >= arrayLength_) return;
     vsg::names::WriteNameRecord(&results_[record], name.Text(), kPatternName, SlotOffset(pos),
                                 &engine_->core, CoreClass::kPerson);
-    vsg::names::MarkMerged(results_, arrayLength_, record + 1, end - pos - 1);
+    Merge(record + 1, end - pos - 1);
     vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + (end - pos));
 }
 

@@ -166,7 +166,7 @@ void PlaceScan::Accept(int32_t s, int32_t i) {
                                 CoreClass::kPlace);
     // The merged records are counted from the beginning of the word array:
     // for a sentence's first run they are the rest of the name.
-    vsg::names::MarkMerged(results_, arrayLength_, s, slots - 1);
+    Merge(s, slots - 1);
     vsg::names::LinkIntoGraph(graph_, results_, arrayLength_, record, record + slots);
 }
 

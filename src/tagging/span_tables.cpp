@@ -6,6 +6,7 @@
 #include <new>
 
 #include "tagging/Span.h"
+#include "tagging/org_rows.h"
 
 namespace vsg::tagging {
 
@@ -86,16 +87,17 @@ int32_t SpanTables::PutCands(const DictSEntry &entry, uint8_t *tags, unsigned ch
 
 bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
     // The block: each entry's record offset (4 bytes), then the records: the
-    // counts, the tags of the entry's candidates in sets 0..count-1, then
-    // their values, 5 bytes per candidate (a row's value is kept rather than
-    // its cost, which takes 8: the fill adds the single value, a small
-    // table). Padding at the end for the block copies (16 tags, two values).
+    // counts, the entry's fact bits, the tags of its candidates in sets
+    // 0..count-1, then their values, 5 bytes per candidate (a row's value is
+    // kept rather than its cost, which takes 8: the fill adds the single
+    // value, a small table). Padding at the end for the block copies (16
+    // tags, two values).
     const size_t entries = static_cast<size_t>(sets[0].count_);
     size_t total = 0;
     for (size_t e = 0; e < entries; ++e)
         for (int s = 0; s < count; ++s) total += static_cast<size_t>(sets[s].CandCount(sets[0].entries_[e]));
     const size_t recordWords = (entries + 1) / 2;
-    const size_t dataBytes = kSets * entries + 5 * total;
+    const size_t dataBytes = kHeader * entries + 5 * total;
     if (dataBytes >= UINT32_MAX - kCopyPad) return false;
     const size_t dataWords = (dataBytes + kCopyPad + 7) / 8;
     SpanTables &holder = sets[0];
@@ -118,9 +120,13 @@ bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
             record[s] = static_cast<uint8_t>(n);
         }
         for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(n);
-        memcpy(record + kSets, tags, n);
-        memcpy(record + kSets + n, values, 4 * n);
-        at += kSets + 5 * n;
+        const DictSEntry &entry = sets[0].entries_[e];
+        const uint32_t facts = OrgRowFacts(entry.posList, entry.posCount);
+        record[kSets] = static_cast<uint8_t>(facts);
+        record[kSets + 1] = static_cast<uint8_t>(facts >> 8);
+        memcpy(record + kHeader, tags, n);
+        memcpy(record + kHeader + n, values, 4 * n);
+        at += kHeader + 5 * n;
     }
     memset(data + at, kNoTag, kCopyPad);
     for (int s = 0; s < count; ++s) {

@@ -29,6 +29,9 @@ public:
     // The tag sets an engine tags with: 0 part of speech, 1-3 the name
     // role sets.
     static constexpr int kSets = 4;
+    // Bytes before an entry's candidates in its record: the counts, then
+    // the entry's fact bits (two bytes).
+    static constexpr int kHeader = kSets + 2;
 
     SpanTables() = default;
     SpanTables(const SpanTables &) = delete;
@@ -76,10 +79,17 @@ public:
         const unsigned char *record = data_ + at;
         const uint32_t first = setIndex_ == 0 ? 0u : record[setIndex_ - 1];
         const uint32_t all = record[kSets - 1];
-        *tags = record + kSets + first;
-        *values = record + kSets + all + 4 * first;
+        *tags = record + kHeader + first;
+        *values = record + kHeader + all + 4 * first;
         *n = static_cast<int32_t>(record[setIndex_] - first);
         return true;
+    }
+    // The fact bits (org_rows.h: OrgRowFacts) of the rows of the entry whose
+    // record `w` carries (see Cands), or -1 when it carries none.
+    int32_t Facts(const SpanWord &w) const {
+        const uint32_t at = static_cast<uint32_t>(w.reserved[1]) - 1u;
+        if (at >= dataSize_) return -1;
+        return static_cast<int32_t>(data_[at + kSets] | (data_[at + kSets + 1] << 8));
     }
     // The single value of each tag (0 for tags beyond the model's table).
     const double *Singles() const { return singles_; }
@@ -130,8 +140,8 @@ private:
     // Where each entry's record starts in data_ (in the block of the set
     // that holds it). A record holds kSets bytes of counts (the candidates
     // of the block's sets 0..s, for each s; the total for s past the block's
-    // sets), the tags of every set of the block, then their rows' values
-    // (4-byte floats).
+    // sets), the entry's fact bits, the tags of every set of the block, then
+    // their rows' values (4-byte floats).
     const uint32_t *records_ = nullptr;
     const unsigned char *data_ = nullptr;
     uint32_t dataSize_ = 0;  // bytes of records in data_

@@ -20,6 +20,7 @@
 #include "support/support.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
+#include "tagging/org_rows.h"
 #include "tagging/span_tables.h"
 
 using vsgtest::Gb;
@@ -237,6 +238,52 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
         }
     }
     EXPECT_GT(compared, 1000u);
+}
+
+// The fact bits an entry's record keeps for the organisation scan are those
+// its rows give, in the tables of one set and in the block of four alike;
+// a word without a mark has none.
+TEST(SpanTablesFill, EntryFactsAsReadFromTheRows) {
+    Fixture f;
+    if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    const DictionaryS &core = f.core();
+    size_t withFacts[4] = {};
+    for (int32_t e = 0; e < core.count; ++e) {
+        const DictSEntry &entry = core.entries[e];
+        const int32_t expected = static_cast<int32_t>(vsg::tagging::OrgRowFacts(entry.posList, entry.posCount));
+        ++withFacts[expected & 3];
+        // The bits against plain scans of the rows.
+        bool orgPos = false, suffix = false, name = false;
+        for (int32_t r = 0; r < entry.posCount && entry.posList != nullptr; ++r) {
+            const DictSRow &row = entry.posList[r];
+            orgPos |= row.code == 0 && row.subCode == vsg::kOrgTag;
+            suffix |= row.code == 3 && row.subCode == 5 && row.value >= 1.1f;
+            name |= row.code == 0 && (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag ||
+                                      row.subCode == vsg::kOrgTag);
+        }
+        ASSERT_EQ((expected & vsg::tagging::kFactOrgPosRow) != 0, orgPos) << "entry " << e;
+        ASSERT_EQ((expected & vsg::tagging::kFactOrgSuffixRow) != 0, suffix) << "entry " << e;
+        ASSERT_EQ((expected & vsg::tagging::kFactNameRow) != 0, name) << "entry " << e;
+        const int main = vsg::tagging::MainPosRowTag(entry.posList, entry.posCount);
+        ASSERT_EQ((expected & vsg::tagging::kFactMainTag) != 0, main >= 0) << "entry " << e;
+        if (main >= 0) {
+            ASSERT_EQ((expected >> vsg::tagging::kFactMainTagShift) & 0xFF, main) << "entry " << e;
+        }
+        SpanWord w;
+        memset(&w, 0, sizeof w);
+        w.posList = entry.posList;
+        w.posCount = entry.posCount;
+        f.tables[3].Mark(&w, e);
+        ASSERT_EQ(f.tables[3].Facts(w), expected) << "entry " << e;
+        f.shared[0].Mark(&w, e);
+        ASSERT_EQ(f.shared[3].Facts(w), expected) << "entry " << e;
+        vsg::tagging::ClearMark(&w);
+        ASSERT_EQ(f.shared[3].Facts(w), -1);
+    }
+    // Entries of every kind exist, so the bits are not all equal.
+    EXPECT_GT(withFacts[0], 0u);
+    EXPECT_GT(withFacts[vsg::tagging::kFactOrgPosRow], 0u);
+    EXPECT_GT(withFacts[vsg::tagging::kFactOrgSuffixRow], 0u);
 }
 
 // A record that a recogniser gives the rows of a class entry (a name record)

@@ -451,6 +451,11 @@ TEST(SpanRoleTagging, MergesForcedNames) {
         EXPECT_EQ(name.stats[0], 0.25f);
         for (int i = 0; i < a.size(); ++i)
             EXPECT_EQ(a[i].state, (i == first + 1 || i == first + 2) ? VSG_STATE_MERGED : 0) << i;
+        // The span notes the first merged record (the pipeline compacts
+        // from there); a pass that merges nothing notes none.
+        EXPECT_EQ(span->firstMerged, first + 1) << "lead " << lead;
+        ASSERT_EQ(CSpan_RoleTagging(span.get(), a.data(), 1, 22, &mem.engine, nullptr), 1);
+        EXPECT_EQ(span->firstMerged, INT32_MAX) << "lead " << lead;
     }
 
     CSpan_SetTagType(span.get(), 2);
@@ -471,6 +476,7 @@ TEST(SpanRoleTagging, MergesForcedNames) {
     EXPECT_EQ(p[2].state, VSG_STATE_MERGED);
     EXPECT_EQ(p[3].state, VSG_STATE_MERGED);
     EXPECT_EQ(p[4].state, 0);
+    EXPECT_EQ(span->firstMerged, 2);
 }
 
 TEST(RoleString, LettersEndAtTheRunOrTheArrayAndUnknownTagsReadAsNul) {

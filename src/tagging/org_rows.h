@@ -1,0 +1,68 @@
+// The facts of a core-dictionary entry's rows that the organisation scan
+// asks of most words before it scans (Span_org.cpp): kept once per entry in
+// the span tables' records (SpanTables::Facts), and read from the rows for a
+// word that carries none.
+#ifndef VSGLEX_SRC_TAGGING_ORG_ROWS_H
+#define VSGLEX_SRC_TAGGING_ORG_ROWS_H
+
+#include <cstdint>
+
+#include "common/tagset.h"
+#include "vsglex/model.h"
+
+namespace vsg::tagging {
+
+// Tag set code of organisation rows.
+inline constexpr uint16_t kOrgRowSet = 3;
+// Organisation role of the suffix that ends a name (D).
+inline constexpr uint8_t kOrgSuffixRole = 5;
+// A suffix row must carry at least this value (the log of its count).
+inline constexpr float kMinOrgSuffixValue = 1.1f;
+
+// Fact bits: a part-of-speech row of organisation names; an organisation
+// suffix row of at least kMinOrgSuffixValue; a part-of-speech row of a
+// place, transliterated place or organisation name; a most frequent
+// part-of-speech tag (MainPosRowTag), held in bits 8-15.
+inline constexpr uint32_t kFactOrgPosRow = 1;
+inline constexpr uint32_t kFactOrgSuffixRow = 2;
+inline constexpr uint32_t kFactNameRow = 4;
+inline constexpr uint32_t kFactMainTag = 8;
+inline constexpr int kFactMainTagShift = 8;
+
+// The tag of the part-of-speech row of highest value (the first of equal
+// ones), -1 without such rows (at most the first 256 rows are looked at).
+inline int MainPosRowTag(const DictSRow *rows, int32_t count) {
+    float best = -1e9f;
+    int tag = -1;
+    if (rows == nullptr) return tag;
+    for (int32_t k = 0; k < count && k < 256; ++k) {
+        const DictSRow &row = rows[k];
+        if (row.code == 0 && row.value > best) {
+            best = row.value;
+            tag = row.subCode;
+        }
+    }
+    return tag;
+}
+
+// The fact bits of `count` rows (at most the first 256 are looked at).
+inline uint32_t OrgRowFacts(const DictSRow *rows, int32_t count) {
+    uint32_t facts = 0;
+    if (rows == nullptr) return facts;
+    for (int32_t k = 0; k < count && k < 256; ++k) {
+        const DictSRow &row = rows[k];
+        if (row.code == 0 && row.subCode == vsg::kOrgTag) facts |= kFactOrgPosRow;
+        if (row.code == kOrgRowSet && row.subCode == kOrgSuffixRole && row.value >= kMinOrgSuffixValue)
+            facts |= kFactOrgSuffixRow;
+        if (row.code == 0 && (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag ||
+                              row.subCode == vsg::kOrgTag))
+            facts |= kFactNameRow;
+    }
+    const int tag = MainPosRowTag(rows, count);
+    if (tag >= 0) facts |= kFactMainTag | (static_cast<uint32_t>(tag) << kFactMainTagShift);
+    return facts;
+}
+
+}  // namespace vsg::tagging
+
+#endif  // VSGLEX_SRC_TAGGING_ORG_ROWS_H
