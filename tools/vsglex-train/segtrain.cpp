@@ -98,10 +98,14 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
             size_t end = w;
             while (end + 1 < e && !isBound[out->atoms[end].start + out->atoms[end].length]) ++end;
             for (size_t i = w; i <= end; ++i) out->labels[i] = vsg::front::SegLabelAt(i - w, end - w + 1);
-            // A name character that is exactly one atom gets its name label.
+            // A name character that is exactly one atom gets its name label;
+            // a later one only after a name label (else it opens the name).
             if (end == w) {
                 const Atom &a = out->atoms[w];
-                const CutWord kind = kindAt[a.start + a.length];
+                CutWord kind = kindAt[a.start + a.length];
+                const bool afterName = w > k && out->labels[w - 1] >= vsg::front::kSegNameFirst;
+                if (!afterName && kind == CutWord::PersonLater) kind = CutWord::PersonFirst;
+                if (!afterName && kind == CutWord::PlaceLater) kind = CutWord::PlaceFirst;
                 if (kind != CutWord::Plain && isBound[a.start]) out->labels[w] = SingleLabel(kind, opt);
             }
             w = end + 1;
@@ -112,6 +116,16 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
 }
 
 }  // namespace
+
+void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                     const SegTrainOptions &opt, std::string *text, std::vector<vsg::front::Atom> *atoms,
+                     std::vector<uint8_t> *labels) {
+    ParagraphRuns pr;
+    BuildRuns(units, placeCount, opt, &pr);
+    *text = std::move(pr.text);
+    *atoms = std::move(pr.atoms);
+    *labels = std::move(pr.labels);
+}
 
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all) {
     std::unordered_map<std::string, int32_t> counts;

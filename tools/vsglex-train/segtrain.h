@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "front/atoms.h"
 
 namespace vsgtrain {
 
@@ -69,6 +70,12 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
                                        int placeCutMax, std::string *text, bool keepForeignPlaces = false,
                                        int wholePlaceChars = 0, std::vector<CutWord> *kinds = nullptr);
+
+// The cutter's target of one paragraph: its text (as EngineBoundaries
+// writes it), its atoms and the gold label of every atom (S on spaces).
+void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                     const SegTrainOptions &opt, std::string *text, std::vector<vsg::front::Atom> *atoms,
+                     std::vector<uint8_t> *labels);
 
 // Counts of the place units (sorted by text).
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
