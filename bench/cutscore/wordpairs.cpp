@@ -84,7 +84,8 @@ void WordPairCut(const char *text, const Atom *atoms, size_t n, const int32_t *s
     auto T = [&](int p, int l) { return static_cast<double>(transitions[p][l]); };
     auto S = [&](size_t i, int l) { return static_cast<double>(score[i * kSegLabels + l]); };
     // Label score of the word [i, j): S, B E, B B2 E, B B2 B3 E or
-    // B B2 B3 M* E with the transitions inside it.
+    // B B2 B3 M* E with the transitions inside it (a one-atom word is scored
+    // as S; the name labels are not searched).
     std::vector<double> middle(n + 1, 0.0);
     for (size_t i = 0; i < n; ++i) middle[i + 1] = middle[i] + S(i, kSegMiddle);
     auto wordScore = [&](size_t i, size_t j) {

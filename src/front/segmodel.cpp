@@ -122,15 +122,16 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 //  12  u32      slot bits b: the table has 2^b slots
 //  16  u32      weight count w
 //  20  u32      feature set (kFeatureSet: templates and dictionary cap)
-//  24  36 x i32 transition weights [previous][next] (kSegLabels^2)
-// 168  u64      checksum of everything after the header
-// 176  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
+//  24  64 x i32 transition weights [previous][next] (kSegLabels^2)
+// 280  u64      checksum of everything after the header
+// 288  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
 // A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
-constexpr uint32_t kVersion = 2;
+// Version 2 had six labels (no name labels), version 1 four.
+constexpr uint32_t kVersion = 3;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
@@ -293,7 +294,8 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     }
     uint32_t version = Get<uint32_t>(data + 8);
     if (version != kVersion) {
-        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) + ")";
+        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) +
+                 "; made by an older vsglex-train, retrain the model set)";
         return false;
     }
     uint32_t bits = Get<uint32_t>(data + 12);
@@ -492,8 +494,7 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
 namespace {
 
 // A sum of rows of label weights as eight 32-bit lanes, added two rows at a
-// time. A row is read as eight weights: the last two lanes hold the next
-// row's first weights and are never stored.
+// time; a row is one vector of eight 16-bit weights.
 #if defined(__SSE2__)
 struct RowSum {
     __m128i lo = _mm_setzero_si128();
@@ -508,9 +509,9 @@ struct RowSum {
         hi = _mm_add_epi32(hi, _mm_madd_epi16(_mm_unpackhi_epi16(x, y), ones));
     }
     void Store(int32_t *s) const {
-        static_assert(kSegLabels == 6, "four lanes and two");
+        static_assert(kSegLabels == 8, "two vectors of four lanes");
         _mm_storeu_si128(reinterpret_cast<__m128i *>(s), lo);
-        _mm_storel_epi64(reinterpret_cast<__m128i *>(s + 4), hi);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(s + 4), hi);
     }
 };
 #else
@@ -647,11 +648,12 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
     // reachable sum (each step adds at most a few times 2^24), so it never
     // wins against one, and only the first atoms have such labels.
     constexpr int64_t kOut = -(int64_t{1} << 60);
-    static_assert(kSegLabels == 6 && kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2 && kSegMiddle == 3 &&
-                      kSegEnd == 4 && kSegSingle == 5,
+    static_assert(kSegLabels == 8 && kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2 && kSegMiddle == 3 &&
+                      kSegEnd == 4 && kSegSingle == 5 && kSegNameFirst == 6 && kSegNameLater == 7,
                   "the transitions written out below");
     const auto &t = transitions_;
-    int64_t b = score[kSegBegin], b2 = kOut, b3 = kOut, m = kOut, e = kOut, s = score[kSegSingle];
+    int64_t b = score[kSegBegin], b2 = kOut, b3 = kOut, m = kOut, e = kOut, s = score[kSegSingle],
+            nf = score[kSegNameFirst], nl = kOut;
     // The larger of two candidates, the first on a tie (the lower label, as
     // in SegViterbi).
     auto pick = [](int64_t x, uint8_t xl, int64_t y, uint8_t yl, uint8_t *arg) {
@@ -662,10 +664,19 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
         *arg = xl;
         return x;
     };
+    // The best of the four labels that close a word (E, S, NF, NL) before
+    // label `next`, the lowest label on a tie.
+    auto closers = [&](int next, uint8_t *arg) {
+        uint8_t a1, a2;
+        const int64_t x = pick(e + t[kSegEnd][next], kSegEnd, s + t[kSegSingle][next], kSegSingle, &a1);
+        const int64_t y = pick(nf + t[kSegNameFirst][next], kSegNameFirst, nl + t[kSegNameLater][next], kSegNameLater,
+                               &a2);
+        return pick(x, a1, y, a2, arg);
+    };
     for (size_t i = 1; i < n; ++i) {
         const int32_t *sc = score + i * kSegLabels;
         uint8_t *bk = back.data() + i * kSegLabels;
-        const int64_t nb = pick(e + t[kSegEnd][kSegBegin], kSegEnd, s + t[kSegSingle][kSegBegin], kSegSingle, &bk[0]);
+        const int64_t nb = closers(kSegBegin, &bk[0]);
         const int64_t nb2 = b + t[kSegBegin][kSegBegin2];
         bk[1] = kSegBegin;
         const int64_t nb3 = b2 + t[kSegBegin2][kSegBegin3];
@@ -676,15 +687,25 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
         const int64_t e1 = pick(b + t[kSegBegin][kSegEnd], kSegBegin, b2 + t[kSegBegin2][kSegEnd], kSegBegin2, &a1);
         const int64_t e2 = pick(b3 + t[kSegBegin3][kSegEnd], kSegBegin3, m + t[kSegMiddle][kSegEnd], kSegMiddle, &a2);
         const int64_t ne = pick(e1, a1, e2, a2, &bk[4]);
-        const int64_t ns = pick(e + t[kSegEnd][kSegSingle], kSegEnd, s + t[kSegSingle][kSegSingle], kSegSingle, &bk[5]);
+        const int64_t ns = closers(kSegSingle, &bk[5]);
+        const int64_t nnf = closers(kSegNameFirst, &bk[6]);
+        const int64_t nnl = pick(nf + t[kSegNameFirst][kSegNameLater], kSegNameFirst,
+                                 nl + t[kSegNameLater][kSegNameLater], kSegNameLater, &bk[7]);
         b = nb + sc[kSegBegin];
         b2 = nb2 + sc[kSegBegin2];
         b3 = nb3 + sc[kSegBegin3];
         m = nm + sc[kSegMiddle];
         e = ne + sc[kSegEnd];
         s = ns + sc[kSegSingle];
+        nf = nnf + sc[kSegNameFirst];
+        nl = nnl + sc[kSegNameLater];
     }
-    int last = e > s ? kSegEnd : kSegSingle;
+    // S unless another closing label scores higher, as in SegViterbi.
+    int last = kSegSingle;
+    int64_t best = s;
+    if (e > best) last = kSegEnd, best = e;
+    if (nf > best) last = kSegNameFirst, best = nf;
+    if (nl > best) last = kSegNameLater, best = nl;
     for (size_t i = n; i-- > 0;) {
         labels[i] = static_cast<uint8_t>(last);
         if (i > 0) last = back[i * kSegLabels + last];

@@ -1,9 +1,10 @@
-// The trained word cutter: every atom of a run gets one of six labels
+// The trained word cutter: every atom of a run gets one of eight labels
 // (first, second, third atom of a word, a later middle atom, the last atom,
-// a single-atom word) from a linear model over
-// features of the atoms around it, searched with first-order label
-// transitions. The model file "segment.mdl" is written by vsglex-train; the
-// features are defined here once for the trainer and the cutter.
+// a single-atom word, first and later character of a name) from a linear
+// model over features of the atoms around it, searched with first-order
+// label transitions. The model file "segment.mdl" is written by
+// vsglex-train; the features are defined here once for the trainer and the
+// cutter.
 #ifndef VSGLEX_SRC_FRONT_SEGMODEL_H
 #define VSGLEX_SRC_FRONT_SEGMODEL_H
 
@@ -24,13 +25,26 @@ inline constexpr const char *kSegModelFile = "segment.mdl";
 
 // Labels of an atom: first, second and third atom of a word of three or
 // more atoms (kSegBegin2 and kSegBegin3 only when more atoms follow), a
-// later middle atom, the last atom, a word alone. Telling the first middle
-// atoms apart lets the model learn how long words are.
-enum SegLabel : uint8_t { kSegBegin = 0, kSegBegin2 = 1, kSegBegin3 = 2, kSegMiddle = 3, kSegEnd = 4, kSegSingle = 5 };
-inline constexpr int kSegLabels = 6;
+// later middle atom, the last atom, a word alone; and the first and a later
+// character of a name that the engine's recognisers build from single
+// characters (each such character is a word alone). Telling the first
+// middle atoms apart lets the model learn how long words are; the name
+// labels keep single name characters apart from real one-atom words, so
+// that an unfamiliar run is not taught to be single characters.
+enum SegLabel : uint8_t {
+    kSegBegin = 0,
+    kSegBegin2 = 1,
+    kSegBegin3 = 2,
+    kSegMiddle = 3,
+    kSegEnd = 4,
+    kSegSingle = 5,
+    kSegNameFirst = 6,
+    kSegNameLater = 7
+};
+inline constexpr int kSegLabels = 8;
 
 // Whether a word ends at an atom of this label.
-constexpr bool SegLabelCloses(int label) { return label == kSegEnd || label == kSegSingle; }
+constexpr bool SegLabelCloses(int label) { return label >= kSegEnd; }
 
 // Gold label of atom `i` (0-based) of a word of `length` atoms.
 constexpr uint8_t SegLabelAt(size_t i, size_t length) {
@@ -73,23 +87,37 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
                  std::vector<SegFeature> &out);
 
 // Whether label `next` may follow label `prev` (a word is S, B E, B B2 E,
-// B B2 B3 E or B B2 B3 M* E).
+// B B2 B3 E or B B2 B3 M* E; a name is NF NL*, each of its characters a
+// word alone).
 constexpr bool SegTransitionAllowed(int prev, int next) {
     switch (prev) {
     case kSegBegin: return next == kSegBegin2 || next == kSegEnd;
     case kSegBegin2: return next == kSegBegin3 || next == kSegEnd;
     case kSegBegin3:
     case kSegMiddle: return next == kSegMiddle || next == kSegEnd;
-    default: return next == kSegBegin || next == kSegSingle;
+    case kSegNameFirst:
+    case kSegNameLater: return next == kSegBegin || next >= kSegSingle;
+    default: return next == kSegBegin || next == kSegSingle || next == kSegNameFirst;
     }
+}
+
+// Whether a run may start with this label.
+constexpr bool SegLabelOpens(int label) {
+    return label == kSegBegin || label == kSegSingle || label == kSegNameFirst;
 }
 
 // The labels that may precede each label, in ascending order (the search
 // visits only these).
 inline constexpr uint8_t kSegPredecessors[kSegLabels][4] = {
-    {kSegEnd, kSegSingle}, {kSegBegin}, {kSegBegin2}, {kSegBegin3, kSegMiddle},
-    {kSegBegin, kSegBegin2, kSegBegin3, kSegMiddle}, {kSegEnd, kSegSingle}};
-inline constexpr uint8_t kSegPredecessorCount[kSegLabels] = {2, 1, 1, 2, 4, 2};
+    {kSegEnd, kSegSingle, kSegNameFirst, kSegNameLater},
+    {kSegBegin},
+    {kSegBegin2},
+    {kSegBegin3, kSegMiddle},
+    {kSegBegin, kSegBegin2, kSegBegin3, kSegMiddle},
+    {kSegEnd, kSegSingle, kSegNameFirst, kSegNameLater},
+    {kSegEnd, kSegSingle, kSegNameFirst, kSegNameLater},
+    {kSegNameFirst, kSegNameLater}};
+inline constexpr uint8_t kSegPredecessorCount[kSegLabels] = {4, 1, 1, 2, 4, 4, 4, 2};
 constexpr bool SegPredecessorsMatchTransitions() {
     for (int l = 0; l < kSegLabels; ++l)
         for (int p = 0, k = 0; p < kSegLabels; ++p) {
@@ -101,8 +129,9 @@ constexpr bool SegPredecessorsMatchTransitions() {
 }
 static_assert(SegPredecessorsMatchTransitions(), "the predecessor lists follow SegTransitionAllowed");
 
-// Best label sequence under per-atom scores (n x kSegLabels) and transition scores,
-// over the allowed transitions only (first label B or S, last E or S).
+// Best label sequence under per-atom scores (n x kSegLabels) and transition
+// scores, over the allowed transitions only (first label B, S or NF, last
+// one that closes a word).
 // `back` is working memory. Ties go to the lower label, so the result is
 // the same on every machine.
 template <typename Score, typename Sum>
@@ -114,10 +143,10 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
     constexpr Sum kNone = std::numeric_limits<Sum>::lowest();
     Sum cur[kSegLabels], next[kSegLabels];
     for (int l = 0; l < kSegLabels; ++l)
-        cur[l] = (l == kSegBegin || l == kSegSingle) ? static_cast<Sum>(scores[l]) : kNone;
+        cur[l] = SegLabelOpens(l) ? static_cast<Sum>(scores[l]) : kNone;
     for (size_t i = 1; i < n; ++i) {
         // Unrolled: the label and predecessor loops have constant bounds.
-#pragma GCC unroll 6
+#pragma GCC unroll 8
         for (int l = 0; l < kSegLabels; ++l) {
             Sum best = kNone;
             uint8_t arg = 0;
@@ -136,8 +165,11 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
         }
         for (int l = 0; l < kSegLabels; ++l) cur[l] = next[l];
     }
-    int last = cur[kSegEnd] != kNone && (cur[kSegSingle] == kNone || cur[kSegEnd] > cur[kSegSingle]) ? kSegEnd
-                                                                                                      : kSegSingle;
+    // The last label: S unless another closing label scores higher (the
+    // first of them on a tie).
+    int last = kSegSingle;
+    for (int l : {kSegEnd, kSegNameFirst, kSegNameLater})
+        if (cur[l] != kNone && (cur[last] == kNone || cur[l] > cur[last])) last = l;
     for (size_t i = n; i-- > 0;) {
         labels[i] = static_cast<uint8_t>(last);
         last = back[i * kSegLabels + last];
@@ -194,7 +226,7 @@ public:
     void ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const;
     // Best labels under scores (n x kSegLabels) and the model's transitions.
     // The same labels as SegViterbi<int32_t, int64_t>, by a search written
-    // out for the six labels.
+    // out for the eight labels.
     void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
@@ -207,9 +239,10 @@ private:
         for (uint8_t r : kSegTemplateRows) m = r > m ? r : m;
         return m;
     }();
-    // Weights after the last row, so that a row can be read as a vector of
-    // eight (the last two lanes are ignored).
+    // Weights after the last row, so that every row can be read as a vector
+    // of eight (none while a row is eight labels wide).
     static constexpr size_t kTailWeights = 8 - kSegLabels;
+    static_assert(kSegLabels <= 8, "a row is read as one vector of eight weights");
     static constexpr uint32_t kNone = 0;
 
     // Weights of a key's group, or null.

@@ -112,7 +112,7 @@ std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &s
     for (size_t i = 0; i < n; ++i) total *= kSegLabels;
     for (size_t code = 0; code < total; ++code) {
         for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
-        if (cur[0] != kSegBegin && cur[0] != kSegSingle) continue;
+        if (!SegLabelOpens(cur[0])) continue;
         if (!SegLabelCloses(cur[n - 1])) continue;
         int64_t s = 0;
         bool ok = true;
@@ -171,8 +171,8 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
             std::vector<uint8_t> generic;
             SegViterbi<int32_t, int64_t>(plain.data(), n, transitions, generic, back);
             EXPECT_EQ(labels, generic) << vsgtest::Utf8(t);
-            // Every sequence is tried on runs of up to six atoms.
-            std::vector<uint8_t> expected = n <= 6 ? BruteForce(m, plain, n) : labels;
+            // Every sequence is tried on runs of up to five atoms.
+            std::vector<uint8_t> expected = n <= 5 ? BruteForce(m, plain, n) : labels;
             // Random weights make equal best paths unlikely; compare scores
             // when they happen.
             if (labels != expected) {
@@ -184,7 +184,7 @@ TEST(SegModelTest, FastScoresAndSearchMatchPlainReferences) {
                 EXPECT_EQ(total(labels), total(expected)) << vsgtest::Utf8(t);
             }
             // The cut follows the labels under the fixed boundaries: a word
-            // ends at every E or S.
+            // ends at every E, S, NF or NL.
             std::vector<uint32_t> ends;
             m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
             SegModel::FixBoundaries(t.data(), atoms.data(), n, marks.data(), plain.data());
@@ -232,6 +232,25 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
     EXPECT_TRUE(labels[0] == kSegBegin || labels[0] == kSegSingle);
     EXPECT_TRUE(SegLabelCloses(labels[2]));
+
+    // A name is NF NL*, each character a word alone: scores for a name of
+    // three characters between two words give five words. NL cannot open a
+    // run or follow S, so scores for NL there are overruled.
+    const uint8_t name[] = {kSegSingle, kSegNameFirst, kSegNameLater, kSegNameLater, kSegBegin, kSegEnd};
+    std::vector<int32_t> nameScore(6 * kSegLabels, 0);
+    for (size_t i = 0; i < 6; ++i) nameScore[i * kSegLabels + name[i]] = 10;
+    m.Labels(nameScore.data(), 6, labels, back);
+    EXPECT_EQ(labels, std::vector<uint8_t>(name, name + 6));
+    std::vector<uint32_t> ends;
+    for (size_t i = 0; i < 6; ++i)
+        if (SegLabelCloses(labels[i])) ends.push_back(static_cast<uint32_t>(i + 1));
+    EXPECT_EQ(ends, (std::vector<uint32_t>{1, 2, 3, 4, 6}));
+    std::vector<int32_t> lone(2 * kSegLabels, 0);
+    lone[0 * kSegLabels + kSegNameLater] = 50;
+    lone[1 * kSegLabels + kSegSingle] = 5;
+    lone[1 * kSegLabels + kSegNameLater] = 9;
+    m.Labels(lone.data(), 2, labels, back);
+    EXPECT_EQ(labels, (std::vector<uint8_t>{kSegNameFirst, kSegNameLater}));
 
     // Scores and transitions of -1, 0 and 1 make many equal paths: the
     // search must break every tie as the generic search does.
@@ -399,6 +418,15 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
     EXPECT_FALSE(m.Load(dir.path(), &error));
     EXPECT_NE(error.find("not a regular file"), std::string::npos) << error;
     EXPECT_FALSE(m.Load(dir.path() + "/none.mdl", &error));
+    // A file of the earlier six-label format is refused by its version.
+    std::string older = good;
+    const uint32_t two = 2;
+    std::memcpy(&older[8], &two, 4);
+    vsgtest::WriteFile(path, older);
+    EXPECT_FALSE(m.Load(path, &error));
+    EXPECT_NE(error.find(path), std::string::npos) << error;
+    EXPECT_NE(error.find("version 2"), std::string::npos) << error;
+    EXPECT_NE(error.find("retrain"), std::string::npos) << error;
     vsgtest::WriteFile(path, good);
     EXPECT_TRUE(m.Load(path, &error)) << error;
     // The seven groups whose weights are all zero are not written.

@@ -120,6 +120,35 @@ TEST(SegTrainTest, EngineCutCanKeepShortRarePlacesWhole) {
     EXPECT_EQ(cut(2, 0), "象山/和/温州市/的/李/鹏/到/中亚/地区/。/");
 }
 
+TEST(SegTrainTest, NameCharactersGetLabelsOfTheirOwn) {
+    vsgtrain::Paragraph p;
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  王/nr  国栋/nr  在/p  象山/ns  和/c  上海/ns  见/v  了/u  李/nr  。/w", &p));
+    const std::vector<vsgtrain::Unit> units = vsgtrain::BuildUnits(p);
+    const std::vector<std::pair<std::string, int32_t>> places = {{Gb("上海"), 2}};
+    // The target's labels written as letters: b, 2, 3, m, e, s and the name
+    // labels F (first character) and L (a later one).
+    auto labels = [&](int nameLabels, bool namePlaces) {
+        vsgtrain::SegTrainOptions opt;
+        opt.nameLabels = nameLabels;
+        opt.namePlaces = namePlaces;
+        std::string text, out;
+        std::vector<vsg::front::Atom> atoms;
+        std::vector<uint8_t> l;
+        vsgtrain::SegTargetLabels(units, places, opt, &text, &atoms, &l);
+        EXPECT_EQ(atoms.size(), l.size());
+        for (uint8_t x : l) out += "b23mesFL"[x];
+        return out;
+    };
+    // 王国栋 and the unknown place 象山 are cut into characters; 上海 is
+    // known and whole; 在, 和, 见, 了 and 。 are real one-character words;
+    // the lone surname 李 is a name of one character.
+    EXPECT_EQ(labels(0, false), "sssssssbessss");
+    EXPECT_EQ(labels(2, true), "FLLsFLsbessFs");
+    EXPECT_EQ(labels(2, false), "FLLssssbessFs");
+    EXPECT_EQ(labels(1, true), "FFFsFFsbessFs");
+}
+
 // The lexicon the front end would build from the dictionary trained on
 // these paragraphs.
 vsg::front::Lexicon LexiconOf(const std::vector<std::vector<vsgtrain::Unit>> &all) {
@@ -151,7 +180,8 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     std::string error;
     ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
     const vsg::front::Lexicon lex = LexiconOf(all);
-    // Known words whole, person names one character a word.
+    // Known words whole, person names one character a word (the name
+    // labels give one-character words like S).
     EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
     EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
 

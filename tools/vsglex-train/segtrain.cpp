@@ -57,15 +57,31 @@ struct ParagraphRuns {
     std::vector<uint8_t> labels;                  // per atom
 };
 
+// The label of a one-atom word of this kind: a name label when the options
+// give such characters one, else S.
+uint8_t SingleLabel(CutWord kind, const SegTrainOptions &opt) {
+    const bool person = kind == CutWord::PersonFirst || kind == CutWord::PersonLater;
+    const bool place = kind == CutWord::PlaceFirst || kind == CutWord::PlaceLater;
+    if (opt.nameLabels <= 0 || !(person || (place && opt.namePlaces))) return vsg::front::kSegSingle;
+    const bool first = kind == CutWord::PersonFirst || kind == CutWord::PlaceFirst;
+    return first || opt.nameLabels == 1 ? vsg::front::kSegNameFirst : vsg::front::kSegNameLater;
+}
+
 void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
-               int placeCutMax, bool keepForeignPlaces, int wholePlaceChars, ParagraphRuns *out) {
+               const SegTrainOptions &opt, ParagraphRuns *out) {
     out->atoms.clear();
     out->runs.clear();
     out->labels.clear();
-    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, placeCutMax, &out->text, keepForeignPlaces,
-                                                   wholePlaceChars);
+    std::vector<CutWord> kinds;
+    std::vector<uint32_t> bounds = EngineBoundaries(units, placeCount, opt.placeCutMax, &out->text,
+                                                   opt.keepForeignPlaces, opt.wholePlaceChars, &kinds);
+    // The kind of the word ending at each boundary (Plain elsewhere).
     std::vector<char> isBound(out->text.size() + 1, 0);
-    for (uint32_t b : bounds) isBound[b] = 1;
+    std::vector<CutWord> kindAt(out->text.size() + 1, CutWord::Plain);
+    for (size_t i = 0; i < bounds.size(); ++i) {
+        isBound[bounds[i]] = 1;
+        if (i > 0) kindAt[bounds[i]] = kinds[i - 1];
+    }
     vsg::front::Atomise(out->text.data(), 0, out->text.size(), out->atoms);
     out->labels.assign(out->atoms.size(), vsg::front::kSegSingle);
     size_t k = 0;
@@ -82,6 +98,16 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
             size_t end = w;
             while (end + 1 < e && !isBound[out->atoms[end].start + out->atoms[end].length]) ++end;
             for (size_t i = w; i <= end; ++i) out->labels[i] = vsg::front::SegLabelAt(i - w, end - w + 1);
+            // A name character that is exactly one atom gets its name label;
+            // a later one only after a name label (else it opens the name).
+            if (end == w) {
+                const Atom &a = out->atoms[w];
+                CutWord kind = kindAt[a.start + a.length];
+                const bool afterName = w > k && out->labels[w - 1] >= vsg::front::kSegNameFirst;
+                if (!afterName && kind == CutWord::PersonLater) kind = CutWord::PersonFirst;
+                if (!afterName && kind == CutWord::PlaceLater) kind = CutWord::PlaceFirst;
+                if (kind != CutWord::Plain && isBound[a.start]) out->labels[w] = SingleLabel(kind, opt);
+            }
             w = end + 1;
         }
         out->runs.emplace_back(k, e);
@@ -90,6 +116,16 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
 }
 
 }  // namespace
+
+void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                     const SegTrainOptions &opt, std::string *text, std::vector<vsg::front::Atom> *atoms,
+                     std::vector<uint8_t> *labels) {
+    ParagraphRuns pr;
+    BuildRuns(units, placeCount, opt, &pr);
+    *text = std::move(pr.text);
+    *atoms = std::move(pr.atoms);
+    *labels = std::move(pr.labels);
+}
 
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all) {
     std::unordered_map<std::string, int32_t> counts;
@@ -104,8 +140,9 @@ std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
                                        int placeCutMax, std::string *text, bool keepForeignPlaces,
-                                       int wholePlaceChars) {
+                                       int wholePlaceChars, std::vector<CutWord> *kinds) {
     text->clear();
+    if (kinds != nullptr) kinds->clear();
     std::vector<uint32_t> bounds = {0};
     for (const Unit &u : units) {
         bool cut = u.kind == UnitKind::Person;
@@ -117,13 +154,18 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
         std::vector<std::string> chars = SplitChars(u.text);
         if (cut && u.kind == UnitKind::Place && static_cast<int>(chars.size()) <= wholePlaceChars) cut = false;
         if (cut) {
-            for (const std::string &c : chars) {
-                *text += c;
+            const bool person = u.kind == UnitKind::Person;
+            for (size_t i = 0; i < chars.size(); ++i) {
+                *text += chars[i];
                 bounds.push_back(static_cast<uint32_t>(text->size()));
+                if (kinds != nullptr)
+                    kinds->push_back(i == 0 ? (person ? CutWord::PersonFirst : CutWord::PlaceFirst)
+                                            : (person ? CutWord::PersonLater : CutWord::PlaceLater));
             }
         } else {
             *text += u.text;
             bounds.push_back(static_cast<uint32_t>(text->size()));
+            if (kinds != nullptr) kinds->push_back(CutWord::Plain);
         }
     }
     return bounds;
@@ -169,7 +211,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
             for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
-                BuildRuns(all[p], placeCount, opt.placeCutMax, opt.keepForeignPlaces, opt.wholePlaceChars, &pr);
+                BuildRuns(all[p], placeCount, opt, &pr);
                 for (const auto &r : pr.runs) {
                     size_t n = r.second - r.first;
                     const Atom *atoms = pr.atoms.data() + r.first;

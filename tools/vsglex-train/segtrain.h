@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "front/atoms.h"
 
 namespace vsgtrain {
 
@@ -30,6 +31,14 @@ struct SegTrainOptions {
     // (0: none). The place recogniser's patterns join three characters or
     // more, so a rare two-character place cut into characters is lost.
     int wholePlaceChars = 0;
+    // Labels of the characters that the target cuts only because they
+    // belong to a name: 0 none (they are single words, S), 1 one label (NF
+    // for every such character), 2 the first and the later characters of a
+    // name apart (NF, NL).
+    int nameLabels = 2;
+    // Whether the characters of the unknown places cut into characters get
+    // the name labels too (otherwise only person names do).
+    bool namePlaces = true;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
@@ -45,16 +54,28 @@ struct SegTrainSummary {
     int64_t bytes = 0;          // size of the model file
 };
 
+// What a word of the engine's cut is: a word of its own, or a character of
+// a person name or of a place that the cut hands over one character a word
+// (the first character of the name or a later one).
+enum class CutWord : uint8_t { Plain, PersonFirst, PersonLater, PlaceFirst, PlaceLater };
+
 // The word boundaries the engine wants from a host, as byte offsets into the
 // concatenated unit texts (0 and the length included): known words whole,
 // person names and places seen at most `placeCutMax` times (per
 // `placeCount`, sorted by text) one character a word, except transliterated
 // places when `keepForeignPlaces` and places of at most `wholePlaceChars`
-// characters.
+// characters. `kinds`, when given, receives what each word is (one entry
+// per word, after boundary 0).
 std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
                                        const std::vector<std::pair<std::string, int32_t>> &placeCount,
                                        int placeCutMax, std::string *text, bool keepForeignPlaces = false,
-                                       int wholePlaceChars = 0);
+                                       int wholePlaceChars = 0, std::vector<CutWord> *kinds = nullptr);
+
+// The cutter's target of one paragraph: its text (as EngineBoundaries
+// writes it), its atoms and the gold label of every atom (S on spaces).
+void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
+                     const SegTrainOptions &opt, std::string *text, std::vector<vsg::front::Atom> *atoms,
+                     std::vector<uint8_t> *labels);
 
 // Counts of the place units (sorted by text).
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
