@@ -110,6 +110,9 @@ TEST_F(ApiTest, Big5IsReadAsSimplifiedText) {
 TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
     // An invented name of rare characters: either merged from its three
     // characters or left as three single characters, never cut as a word.
+    // (Not every such name: the cutter labels name characters apart from
+    // one-character words, and a run of characters it has never seen can
+    // now come out as a word, 郗璇 琮; docs/models.md, "Name labels".)
     std::string text = "昨天上午，蒯玮琛在会上发言。";
     Out o = Analyze(text, VSGLEX_CHARSET_UTF8);
     bool seen = false;
