@@ -63,6 +63,11 @@ inline constexpr bool IsFunctionOrPunctTag(int tag) { return IsFunctionWordTag(t
 inline constexpr int32_t kPersonDefaultRole = 22;
 inline constexpr int32_t kPlaceDefaultRole = 17;
 inline constexpr int32_t kOrgDefaultRole = 14;
+// Organisation role D, the word that ends a name (a suffix), and the least
+// value (log count) of a suffix row that the organisation recogniser
+// accepts; the trainer writes such rows.
+inline constexpr uint8_t kOrgSuffixRole = 5;
+inline constexpr float kMinOrgSuffixValue = 1.1f;
 
 // Weights of the class words that stand for a known or recognised name.
 inline constexpr double kPersonClassWeight = 11.21;

@@ -14,10 +14,8 @@ namespace vsg::tagging {
 
 // Tag set code of organisation rows.
 inline constexpr uint16_t kOrgRowSet = 3;
-// Organisation role of the suffix that ends a name (D).
-inline constexpr uint8_t kOrgSuffixRole = 5;
-// A suffix row must carry at least this value (the log of its count).
-inline constexpr float kMinOrgSuffixValue = 1.1f;
+using vsg::kMinOrgSuffixValue;
+using vsg::kOrgSuffixRole;
 
 // Fact bits: a part-of-speech row of organisation names; an organisation
 // suffix row of at least kMinOrgSuffixValue; a part-of-speech row of a

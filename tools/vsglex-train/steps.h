@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "common/tagset.h"
 #include "corpus.h"
 #include "trainer.h"
 
@@ -69,7 +70,7 @@ constexpr int kAfterPlaceRole = 16;
 constexpr int kBeforeForeignPersonRole = 17;
 constexpr int kAfterForeignPersonRole = 18;
 // Organisation role D: the word that ends an organisation name.
-constexpr int kOrgSuffixRole = 5;
+constexpr int kOrgSuffixRole = vsg::kOrgSuffixRole;
 // Organisation roles C and E: first and inner one-character words of a
 // name, floored on every one-character word.
 constexpr int kOrgBodyRoles[] = {2, 3};
