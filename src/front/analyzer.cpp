@@ -1228,8 +1228,8 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
             s.partCount != 0 || HoldsFixedItem(s))
             continue;
         const char *w = gb.data() + a.start;
-        if (ClassOfString(w, a.length) != StringClass::kOther ||
-            CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0)
+        if (!ChineseText(w, a.length) || CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0 ||
+            ClassOfString(w, a.length) != StringClass::kOther)
             continue;
         const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
                                                                                       : kSentenceBeginTag;
@@ -1414,9 +1414,9 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->repeatPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
-    set->unknownTags.Build(engine->models(), set->tagNames);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
         set->retagUnknown = std::atoi(v) != 0;
+    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
         set->unknownMargin = std::atof(v);
     set->engine = std::move(engine);

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "common/tagset.h"
+#include "model/context_costs.h"
 
 namespace vsg::front {
 
@@ -52,6 +53,7 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
     }
     const size_t nc = candidates_.size();
     const DictionaryS &dict = models.core;
+    const double kLogRareCount = std::log(kRareCount);
     // Counts: each rare word counts once, for its most frequent tag.
     std::vector<double> firstCount, lastCount, lengthCount(kLengthRows * nc, 0.0), prior(nc, 0.0);
     charRow_.assign(1 << 16, kNoRow);
@@ -76,7 +78,8 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
             const DictSRow &row = entry.posList[r];
             if (row.code != 0 || !std::isfinite(row.value)) continue;
             if (IsNameTag(row.subCode)) name = true;
-            count += std::exp(static_cast<double>(row.value));
+            // A row above the rare count makes the word frequent.
+            count += row.value > kLogRareCount ? kRareCount + 1.0 : std::exp(static_cast<double>(row.value));
             if (row.value > best) {
                 best = row.value;
                 tag = row.subCode;
@@ -110,15 +113,23 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
         prior_[c] = all > 0.0 && freq > 0.0 ? static_cast<float>(std::log(share[c]) - std::log(freq / all)) : 0.0f;
     }
     // ln P(tag | feature) - ln P(tag), P(tag | feature) smoothed towards
-    // P(tag) by kSmoothing words.
+    // P(tag) by kSmoothing words. Most cells count nothing: their log is
+    // one per tag and row.
+    std::vector<double> logShare(nc), logPrior(nc);
+    for (size_t c = 0; c < nc; ++c) {
+        logShare[c] = std::log(share[c]);
+        logPrior[c] = std::log(kSmoothing * share[c]);
+    }
     auto ratios = [&](const std::vector<double> &counts, size_t n, std::vector<float> &out) {
         out.assign(n * nc, 0.0f);
         for (size_t r = 0; r < n; ++r) {
+            const double *row = &counts[r * nc];
             double total = 0.0;
-            for (size_t c = 0; c < nc; ++c) total += counts[r * nc + c];
+            for (size_t c = 0; c < nc; ++c) total += row[c];
+            const double logTotal = std::log(total + kSmoothing);
             for (size_t c = 0; c < nc; ++c) {
-                const double p = (counts[r * nc + c] + kSmoothing * share[c]) / (total + kSmoothing);
-                out[r * nc + c] = static_cast<float>(std::log(p) - std::log(share[c]));
+                const double logP = row[c] > 0.0 ? std::log(row[c] + kSmoothing * share[c]) : logPrior[c];
+                out[r * nc + c] = static_cast<float>(logP - logTotal - logShare[c]);
             }
         }
     };
@@ -140,7 +151,9 @@ double UnknownTags::WordScore(const char *text, size_t length, size_t c) const {
 
 double UnknownTags::Transition(int32_t from, int32_t to) const {
     if (from < 0 || to < 0) return 0.0;
-    return ContextStat_GetPossibility(from, to, context_);
+    if (from >= context_->tagCount || to >= context_->tagCount || context_->possibility == nullptr)
+        return model::kUnseenPairCost;
+    return context_->possibility[from][to];
 }
 
 int32_t UnknownTags::Retag(const char *text, size_t length, int32_t prev, int32_t tag, int32_t next,
