@@ -1228,7 +1228,7 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
             s.partCount != 0 || HoldsFixedItem(s))
             continue;
         const char *w = gb.data() + a.start;
-        if (!ChineseText(w, a.length) || CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0 ||
+        if (!ChineseText(w, a.length) || CoreWordKnown(&shared_.engine->models(), w, a.length) ||
             ClassOfString(w, a.length) != StringClass::kOther)
             continue;
         const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
