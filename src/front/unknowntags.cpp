@@ -70,7 +70,9 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
     double rare = 0.0;
     for (int32_t e = 0; e < dict.count && nc > 0; ++e) {
         const DictSEntry &entry = dict.entries[e];
-        if (entry.word == nullptr || !ChineseWord(entry.word, static_cast<size_t>(entry.length))) continue;
+        if (entry.word == nullptr || entry.posList == nullptr ||
+            !ChineseWord(entry.word, static_cast<size_t>(entry.length)))
+            continue;
         double count = 0.0, best = -INFINITY;
         int32_t tag = -1;
         bool name = false;
