@@ -15,7 +15,8 @@ namespace {
 // The tags words never seen take in the tagged corpus (names are the
 // recognisers' business, numbers and times the conventions', marks are no
 // words): of the words of several characters in a week of the corpus that
-// the other three weeks never show, about nine in ten non-names.
+// the other three weeks never show and that are no names, 87% have one of
+// these tags, 98% of those that are no number words either.
 constexpr const char *kCandidateNames[] = {"n", "v", "vn", "a", "an", "ad", "d", "b", "j",
                                            "i", "l", "nz", "z", "t", "s", "f", "vd"};
 
@@ -104,14 +105,15 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
     // Tag shares: among rare words, and among all words of the context model.
     const ContextStat &ctx = models.tagModels[VSG_TAG_POS].model;
     double all = 0.0;
-    for (int32_t t = 0; t < ctx.tagCount; ++t) all += std::max(0, ctx.tagFrequency[t]);
+    for (int32_t t = 0; t < ctx.tagCount && ctx.tagFrequency != nullptr; ++t)
+        all += std::max(0, ctx.tagFrequency[t]);
     std::vector<double> share(nc);
     prior_.resize(nc);
     for (size_t c = 0; c < nc; ++c) {
         // Half a word for a tag no rare word has keeps every log finite.
         share[c] = (prior[c] + 0.5) / (rare + 0.5 * static_cast<double>(nc));
         const int32_t t = candidates_[c];
-        const double freq = t < ctx.tagCount ? ctx.tagFrequency[t] : 0.0;
+        const double freq = all > 0.0 && t < ctx.tagCount ? ctx.tagFrequency[t] : 0.0;
         prior_[c] = all > 0.0 && freq > 0.0 ? static_cast<float>(std::log(share[c]) - std::log(freq / all)) : 0.0f;
     }
     // ln P(tag | feature) - ln P(tag), P(tag | feature) smoothed towards
