@@ -30,6 +30,7 @@
 #include "front/lexicon.h"
 #include "front/segmodel.h"
 #include "front/transcode.h"
+#include "front/unknowntags.h"
 #include "front/userdict.h"
 #include "model/model_set.h"
 #include "vsglex/engine.h"
@@ -65,6 +66,9 @@ struct Shared {
     bool particleEnds = true;    // VSGLEX_PARTICLE_ENDS=0 (measurement switch): off
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
+    UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
+    bool retagUnknown = true;   // VSGLEX_UNKNOWN_TAGS=0 (measurement switch): off
+    double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -185,6 +189,7 @@ private:
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
     void RepeatPlaces(std::vector<Span> &spans);
+    void RetagUnknownWords(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
     const char *TagName(int32_t tag) const {
@@ -624,6 +629,7 @@ void Analysis::Flush() {
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
     RepeatPlaces(spans);
+    RetagUnknownWords(spans);
     for (const Span &span : spans) EmitEngineWord(span);
     items_.clear();
 }
@@ -1206,6 +1212,34 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     }
 }
 
+// A plain word of Chinese characters that the core dictionary lacks had the
+// engine's rows of unknown words, which give it the tag its neighbours'
+// transitions favour (mostly a noun). Its characters are evidence the
+// engine could not use: the tag is decided again from them and the tags
+// of the words around it (`UnknownTags`). Names, user words, number words
+// and the words the steps above joined are left alone.
+void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
+    if (!shared_.retagUnknown || shared_.unknownTags.Empty()) return;
+    const std::string &gb = work_.gb;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span &s = spans[i];
+        const Item &a = items_[s.first];
+        if (s.first != s.last || a.length < 4 || !shared_.unknownTags.IsCandidate(s.tag) || s.split != 0 ||
+            s.partCount != 0 || HoldsFixedItem(s))
+            continue;
+        const char *w = gb.data() + a.start;
+        if (!ChineseText(w, a.length) || CoreWordKnown(&shared_.engine->models(), w, a.length) ||
+            ClassOfString(w, a.length) != StringClass::kOther)
+            continue;
+        const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
+                                                                                      : kSentenceBeginTag;
+        const int32_t next =
+            i + 1 < spans.size() && items_[spans[i + 1].first].sentence == a.sentence ? spans[i + 1].tag
+                                                                                     : kSentenceEndTag;
+        s.tag = shared_.unknownTags.Retag(w, a.length, prev, s.tag, next, shared_.unknownMargin);
+    }
+}
+
 void Analysis::ApplyUserWords(const Atom *atoms, size_t n) {
     const SegmentEngine *engine = &shared_.engine->models();
     user_->Apply(work_.gb.data(), atoms, n, ends_, userMarks_,
@@ -1380,6 +1414,11 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->repeatPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
+        set->retagUnknown = std::atoi(v) != 0;
+    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames);
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
+        set->unknownMargin = std::atof(v);
     set->engine = std::move(engine);
     return set;
 }

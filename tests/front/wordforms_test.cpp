@@ -433,3 +433,18 @@ TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
 }
 
 }  // namespace
+
+TEST_F(WordFormsApiTest, UnknownWordsAreTaggedByTheirCharacters) {
+    // Words the dictionary lacks (研判, 复盘, 勤快, 暖心) share one set of
+    // rows in the engine, which tags them nouns in these contexts; their
+    // characters make them verbs and adjectives. An adjective after 很,
+    // which the context alone gets right, stays one. A name beside them
+    // keeps its tag, and a word the dictionary knows as a noun (时尚) keeps
+    // the dictionary's tag where its characters would speak for another.
+    auto w = Words("他们研判比赛。他们复盘比赛。李国华今天研判比赛。");
+    for (const char *want : {"研判/v", "复盘/v", "李国华/nr"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    EXPECT_FALSE(Has(w, "研判/n")) << Texts(w);
+    w = Words("一位勤快的老师。一种暖心的气息。她很勤快。她们很时尚。");
+    for (const char *want : {"勤快/a", "暖心/a", "时尚/n"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    for (const char *wrong : {"勤快/n", "暖心/n", "时尚/a"}) EXPECT_FALSE(Has(w, wrong)) << wrong << " in " << Texts(w);
+}
