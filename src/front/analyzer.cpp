@@ -927,6 +927,9 @@ void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
             for (size_t q = s.first; q < s.last; ++q) out.push_back(plain(q));
         }
         out.push_back(plain(s.last));
+        // The particle was tagged after a name; after the verb it takes its
+        // dictionary tag (了/ule, not 了/v).
+        out.push_back(plain(spans[++i].first));
     }
     spans.swap(out);
 }

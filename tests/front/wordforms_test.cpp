@@ -307,13 +307,15 @@ TEST_F(WordFormsApiTest, NamesEndBeforeTheVerbOfAnAspectParticle) {
     // The recognisers join the verb before 了 into a foreign name (穆萨通,
     // 普京通); the name ends before it, and a place cut short so becomes
     // plain words again, which the title step then joins into a person.
-    // A name before a particle with no verb taken in keeps its length.
+    // A name before a particle with no verb taken in keeps its length. The
+    // particle is tagged as one after a verb.
     auto w = Words("巴勒斯坦代表穆萨通了电话。俄罗斯总统普京通了电话。王小明看着他。");
-    for (const char *want : {"穆萨/nrf", "普京/nrf", "通/v", "王小明/nr"})
+    for (const char *want : {"穆萨/nrf", "普京/nrf", "通/v", "了/ule", "王小明/nr"})
         EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
     for (const std::string &word : w) {
         const std::string text = word.substr(0, word.rfind('/'));
         EXPECT_FALSE(text.size() > 3 && text.compare(text.size() - 3, 3, "通") == 0) << Texts(w);
+        EXPECT_NE(word, "了/v") << Texts(w);
     }
 }
 
