@@ -5,6 +5,7 @@
 #define VSGLEX_SRC_ENGINE_INSTANCE_H
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -62,6 +63,19 @@ public:
     // core call, without the server interface's fixed-size items.
     int32_t Tag(const WordView *words, size_t n, int32_t mode, Tagging &out) const {
         return TagWords(*models_, words, n, mode, out, tables_.get());
+    }
+
+    // The core-dictionary entry of the GB `word` of `length` bytes (what
+    // DictionaryS_GetCoreInfo gives), or -1: through the tables' index when
+    // the engine has them, which costs one slot instead of a bucket's
+    // string comparisons.
+    int32_t CoreEntryOf(const char *word, size_t length) const {
+        if (tables_ != nullptr) return IndexedCoreEntry(*tables_, word, length);
+        if (length == 0 || length > 80) return -1;
+        char key[81];
+        memcpy(key, word, length);
+        key[length] = '\0';
+        return DictionaryS_GetCoreInfo(key, &models_->core);
     }
 
 private:

@@ -1221,6 +1221,23 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
 // engine could not use: the tag is decided again from them and the tags
 // of the words around it (`UnknownTags`). Names, user words, number words
 // and the words the steps above joined are left alone.
+namespace {
+
+// Whether the core dictionary holds the GB word with a part-of-speech row,
+// found through the engine's index (most words the step looks at are
+// known, so this look-up is its main cost).
+bool CoreWordKnown(const vsg::engine::Engine &engine, const char *word, size_t length) {
+    const SegmentEngine &models = engine.models();
+    const int32_t e = engine.CoreEntryOf(word, length);
+    if (e < 0 || e >= models.core.count) return false;
+    const DictSEntry &entry = models.core.entries[e];
+    for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
+        if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value)) return true;
+    return false;
+}
+
+}  // namespace
+
 void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
     if (!shared_.retagUnknown || shared_.unknownTags.Empty()) return;
     const std::string &gb = work_.gb;
@@ -1231,8 +1248,10 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
             s.partCount != 0 || HoldsFixedItem(s))
             continue;
         const char *w = gb.data() + a.start;
-        if (!ChineseText(w, a.length) || CoreWordKnown(&shared_.engine->models(), w, a.length) ||
-            ClassOfString(w, a.length) != StringClass::kOther)
+        // The lexicon holds every dictionary word with part-of-speech rows
+        // but short person words, so only the words it lacks are looked up.
+        if (!ChineseText(w, a.length) || ClassOfString(w, a.length) != StringClass::kOther ||
+            shared_.lexicon.HasWord(w, a.length) || CoreWordKnown(*shared_.engine, w, a.length))
             continue;
         const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
                                                                                       : kSentenceBeginTag;

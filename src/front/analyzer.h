@@ -43,9 +43,6 @@ UserWords &HandleUserWords(vsglex_handle *handle);
 // Count of a word (GB18030 bytes) in the core dictionary: the sum of its
 // part-of-speech rows; 0 when absent.
 double CoreWordCount(const SegmentEngine *engine, const char *word, size_t length);
-// Whether the core dictionary holds the word with a part-of-speech row
-// (CoreWordCount above 0, without adding the counts up).
-bool CoreWordKnown(const SegmentEngine *engine, const char *word, size_t length);
 // The word's most frequent part-of-speech tag in the core dictionary, or -1.
 int32_t CoreWordTag(const SegmentEngine *engine, const char *word, size_t length);
 

@@ -205,6 +205,14 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
     return words_ > 0;
 }
 
+bool Lexicon::HasWord(const char *text, size_t length) const {
+    if (length == 0 || length > maxBytes_) return false;
+    const uint32_t h = HashMore(kFnvBasis, text, length);
+    if (!MayHold(h)) return false;
+    const Slot *s = Find(h, text, length);
+    return s != nullptr && s->isWord;
+}
+
 void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const {
     for (size_t i = 0; i < n; ++i) marks[i] = WordMarks{};
     if (slots_.empty()) return;

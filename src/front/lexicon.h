@@ -87,6 +87,10 @@ public:
     // covering it with atoms on both sides, and the cost class of the
     // longest word starting there; marks gets n entries.
     void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
+    // Whether the GB `text` of `length` bytes, of two or more atoms, is a
+    // word of the lexicon (then the core dictionary has part-of-speech rows
+    // for it). One probe of a table the cutter keeps warm.
+    bool HasWord(const char *text, size_t length) const;
 
 private:
     // One key: keys of up to 8 bytes are held in the slot itself (most

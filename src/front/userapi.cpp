@@ -118,14 +118,6 @@ double CoreWordCount(const SegmentEngine *engine, const char *word, size_t lengt
     return count;
 }
 
-bool CoreWordKnown(const SegmentEngine *engine, const char *word, size_t length) {
-    const DictSEntry *entry = CoreEntry(engine, word, length);
-    if (entry == nullptr) return false;
-    for (int32_t r = 0; r < entry->posCount; ++r)
-        if (entry->posList[r].code == 0 && std::isfinite(entry->posList[r].value)) return true;
-    return false;
-}
-
 int32_t CoreWordTag(const SegmentEngine *engine, const char *word, size_t length) {
     const DictSEntry *entry = CoreEntry(engine, word, length);
     if (entry == nullptr) return -1;

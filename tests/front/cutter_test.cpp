@@ -86,6 +86,27 @@ TEST_F(CutterTest, ShortPersonWordsDoNotSwallowUnknownNames) {
     EXPECT_EQ(Cut(all, "李鹏飞说"), "李鹏/飞/说");
 }
 
+TEST_F(CutterTest, HasWordOnlyForWordsWithPartOfSpeechRows) {
+    // The unknown-word tags skip the dictionary look-up for what the
+    // lexicon holds: it must never hold a word without part-of-speech rows
+    // (北京 has only place-role rows), nor a prefix that is no word.
+    Lexicon lex;
+    ASSERT_TRUE(lex.Build(dict_));
+    auto has = [&](const char *utf8) {
+        const std::string gb = vsgtest::Gb(utf8);
+        return lex.HasWord(gb.data(), gb.size());
+    };
+    EXPECT_TRUE(has("中国"));
+    EXPECT_TRUE(has("中国人"));
+    EXPECT_TRUE(has("江泽民"));
+    EXPECT_TRUE(has("１２月"));
+    EXPECT_FALSE(has("北京"));
+    EXPECT_FALSE(has("中国人民"));
+    EXPECT_FALSE(has("１２"));  // a prefix of 12月 only
+    EXPECT_FALSE(has("李鹏"));  // a short person word, left out (looked up instead)
+    EXPECT_FALSE(has(""));
+}
+
 TEST(CutterEmptyTest, DictionaryWithoutWordsIsRejected) {
     DictionaryS empty{};
     Lexicon lex;
