@@ -3,6 +3,8 @@
 #ifndef VSGLEX_SRC_COMMON_GBTEXT_H
 #define VSGLEX_SRC_COMMON_GBTEXT_H
 
+#include <cstddef>
+
 namespace vsg {
 
 inline constexpr char kStartWord[] = "\xca\xbc##\xca\xbc";   // 始##始
@@ -23,6 +25,15 @@ inline constexpr char kCompoundSurnames[] =
     "\xe5\xa3\xcc\xa8\xd0\xf9\xd4\xaf\xb6\xc0\xb9\xc2\xc4\xcf\xb9\xac\xce\xf7\xc3\xc5"
     "\xc9\xea\xcd\xc0\xba\xf4\xd1\xd3\xcd\xf2\xd9\xb9\xce\xc5\xc8\xcb\xba\xd5\xc1\xac"
     "\xcd\xd8\xb0\xcf\xcd\xea\xd1\xd5\xd2\xae\xc2\xc9";
+
+// True when GB text[0..length) is Chinese characters of GB2312 only (rows
+// B0 and up, trail bytes A1 and up).
+inline bool IsGb2312ChineseText(const char *text, size_t length) {
+    if (length % 2 != 0) return false;
+    for (size_t i = 0; i < length; i += 2)
+        if (static_cast<unsigned char>(text[i]) < 0xB0 || static_cast<unsigned char>(text[i + 1]) < 0xA1) return false;
+    return true;
+}
 
 }  // namespace vsg
 

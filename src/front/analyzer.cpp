@@ -20,6 +20,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "common/gbtext.h"
 #include "common/sentences.h"
 #include "common/tagset.h"
 #include "engine/instance.h"
@@ -903,21 +904,29 @@ void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
         const int32_t t = CoreWordTag(&shared_.engine->models(), gb.data() + items_[q].start, items_[q].length);
         return Span{q, q, t >= 0 ? t : shared_.nounTag};
     };
-    std::vector<Span> out;
-    out.reserve(spans.size() + 4);
-    for (size_t i = 0; i < spans.size(); ++i) {
+    // Whether span i is such a name before such a particle.
+    auto takesVerb = [&](size_t i) {
         const Span &s = spans[i];
-        bool cut = false;
-        if (IsNameTag(s.tag) && s.last >= s.first + 2 && i + 1 < spans.size() && !HoldsFixedItem(s) &&
-            s.split == 0 && s.partCount == 0) {
-            const Item &end = items_[s.last];
-            const Span &n = spans[i + 1];
-            const Item &p = items_[n.first];
-            cut = n.first == n.last && p.length == 2 && end.length == 2 && p.sentence == end.sentence &&
-                  p.start == end.start + end.length && InGbList(kAspectParticles, gb.data() + p.start);
-            for (size_t q = s.first; cut && q <= s.last; ++q) cut = items_[q].length == 2;
-        }
-        if (!cut) {
+        if (!IsNameTag(s.tag) || s.last < s.first + 2 || i + 1 >= spans.size() || HoldsFixedItem(s) ||
+            s.split != 0 || s.partCount != 0)
+            return false;
+        const Item &end = items_[s.last];
+        const Span &n = spans[i + 1];
+        const Item &p = items_[n.first];
+        bool cut = n.first == n.last && p.length == 2 && end.length == 2 && p.sentence == end.sentence &&
+                   p.start == end.start + end.length && InGbList(kAspectParticles, gb.data() + p.start);
+        for (size_t q = s.first; cut && q <= s.last; ++q) cut = items_[q].length == 2;
+        return cut;
+    };
+    // Most batches have none: the spans are rebuilt only from the first.
+    size_t first = 0;
+    while (first < spans.size() && !takesVerb(first)) ++first;
+    if (first == spans.size()) return;
+    std::vector<Span> out(spans.begin(), spans.begin() + static_cast<std::ptrdiff_t>(first));
+    out.reserve(spans.size() + 4);
+    for (size_t i = first; i < spans.size(); ++i) {
+        const Span &s = spans[i];
+        if (!takesVerb(i)) {
             out.push_back(s);
             continue;
         }
@@ -1103,17 +1112,25 @@ bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 // on raw text are mostly its own mistakes (持有市, 基地县).
 constexpr char kPairUnitSuffixes[] = "\xcf\xd8\xd6\xdd";  // 县州
 
-// True when GB text[0..length) is Chinese characters of GB2312 only.
-bool ChineseText(const char *text, size_t length) {
-    if (length % 2 != 0) return false;
-    for (size_t i = 0; i < length; i += 2)
-        if (static_cast<unsigned char>(text[i]) < 0xB0 || static_cast<unsigned char>(text[i + 1]) < 0xA1) return false;
-    return true;
+// Whether the core dictionary holds the GB word with a part-of-speech row.
+// The lexicon holds every such word but short person words, in a table the
+// cutter keeps warm, so only the words it lacks are asked of the engine's
+// index (reading each word's entry cost the unknown-word tags 8% of an
+// analysis).
+bool KnownWord(const Shared &shared, const char *word, size_t length) {
+    if (shared.lexicon.HasWord(word, length)) return true;
+    const SegmentEngine &models = shared.engine->models();
+    const int32_t e = shared.engine->CoreEntryOf(word, length);
+    if (e < 0 || e >= models.core.count) return false;
+    const DictSEntry &entry = models.core.entries[e];
+    for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
+        if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value)) return true;
+    return false;
 }
 
 // True when GB text[0..length) is two or three Chinese characters.
 bool ShortChineseWord(const char *text, size_t length) {
-    return (length == 4 || length == 6) && ChineseText(text, length);
+    return (length == 4 || length == 6) && IsGb2312ChineseText(text, length);
 }
 
 }  // namespace
@@ -1150,8 +1167,8 @@ void Analysis::JoinPlaceCompounds(std::vector<Span> &spans) {
         if (shared_.suffixedWords && s.first == s.last && !IsNameTag(s.tag) && untouched(s)) {
             const Item &a = items_[s.first];
             const char *w = gb.data() + a.start;
-            if (a.length == 4 && ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
-                CoreWordCount(&shared_.engine->models(), w, a.length) == 0.0) {
+            if (a.length == 4 && IsGb2312ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
+                !KnownWord(shared_, w, a.length)) {
                 s.tag = kPlaceTag;
             }
         }
@@ -1194,7 +1211,7 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     for (const Span &s : spans) {
         if (!IsPlaceTag(s.tag)) continue;
         const std::string_view t = text(s);
-        if (t.size() < 4 || t.size() > 16 || !ChineseText(t.data(), t.size())) continue;
+        if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
         if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
         placeFirsts_[key(t.data())] = true;
         places_.emplace(t);
@@ -1221,23 +1238,6 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
 // engine could not use: the tag is decided again from them and the tags
 // of the words around it (`UnknownTags`). Names, user words, number words
 // and the words the steps above joined are left alone.
-namespace {
-
-// Whether the core dictionary holds the GB word with a part-of-speech row,
-// found through the engine's index (most words the step looks at are
-// known, so this look-up is its main cost).
-bool CoreWordKnown(const vsg::engine::Engine &engine, const char *word, size_t length) {
-    const SegmentEngine &models = engine.models();
-    const int32_t e = engine.CoreEntryOf(word, length);
-    if (e < 0 || e >= models.core.count) return false;
-    const DictSEntry &entry = models.core.entries[e];
-    for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
-        if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value)) return true;
-    return false;
-}
-
-}  // namespace
-
 void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
     if (!shared_.retagUnknown || shared_.unknownTags.Empty()) return;
     const std::string &gb = work_.gb;
@@ -1248,10 +1248,8 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
             s.partCount != 0 || HoldsFixedItem(s))
             continue;
         const char *w = gb.data() + a.start;
-        // The lexicon holds every dictionary word with part-of-speech rows
-        // but short person words, so only the words it lacks are looked up.
-        if (!ChineseText(w, a.length) || ClassOfString(w, a.length) != StringClass::kOther ||
-            shared_.lexicon.HasWord(w, a.length) || CoreWordKnown(*shared_.engine, w, a.length))
+        if (!IsGb2312ChineseText(w, a.length) || ClassOfString(w, a.length) != StringClass::kOther ||
+            KnownWord(shared_, w, a.length))
             continue;
         const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
                                                                                       : kSentenceBeginTag;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/gbtext.h"
 #include "common/tagset.h"
 #include "model/context_costs.h"
 
@@ -28,12 +29,7 @@ size_t CharKey(const char *p) {
 }
 
 // Whether GB text[0..length) is two or more Chinese characters of GB2312.
-bool ChineseWord(const char *text, size_t length) {
-    if (length < 4 || length % 2 != 0) return false;
-    for (size_t i = 0; i < length; i += 2)
-        if (static_cast<unsigned char>(text[i]) < 0xB0 || static_cast<unsigned char>(text[i + 1]) < 0xA1) return false;
-    return true;
-}
+bool ChineseWord(const char *text, size_t length) { return length >= 4 && IsGb2312ChineseText(text, length); }
 
 size_t LengthRow(size_t length) { return std::min(length / 2, kLengthRows + 1) - 2; }
 
