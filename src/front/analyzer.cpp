@@ -67,6 +67,9 @@ struct Shared {
     bool particleEnds = true;    // VSGLEX_PARTICLE_ENDS=0 (measurement switch): off
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
+    int nameRuns = 1;           // VSGLEX_NAME_RUNS=0 (measurement switch): off
+    size_t nameRunMax = 8;      // VSGLEX_NAME_RUN_MAX: longest run joined, in characters (measurement switch)
+    double nameRunMin = 8.0;    // VSGLEX_NAME_RUN_MIN: log gain over plain characters a person run needs
     UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
     bool retagUnknown = true;   // VSGLEX_UNKNOWN_TAGS=0 (measurement switch): off
     double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
@@ -118,9 +121,14 @@ struct Item {
     uint32_t start;    // in the work text
     uint16_t length;
     bool continues;    // a piece of the previous item's run (an over-long address or number)
+    uint8_t name = 0;  // the cutter took it for a name's character: kNameFirst or kNameLater
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };
+
+// Name marks of an item: the cutter labelled its one character as the
+// first or a later character of a name it hands to the engine in characters.
+constexpr uint8_t kNameFirst = 1, kNameLater = 2;
 
 // A sentence under construction.
 struct SentenceSpan {
@@ -162,6 +170,7 @@ private:
         size_t split = 0;     // place compounds: first item of the closing word
         int32_t headTag = 0;  // and the tag of the head
         size_t partsAt = 0, partCount = 0;  // known compounds: their words in compoundParts_
+        bool run = false;  // a name run of the cutter's joined after the engine (JoinNameRuns)
     };
     // `split`: a place compound's closing word begins at this item (its
     // pieces are the head, tagged `headTag`, and the closing word); 0: none.
@@ -186,6 +195,13 @@ private:
     // Joins a run of transliteration characters after a word that mostly
     // stands before foreign persons into one (总统 普 京).
     void NameAfterTitles(std::vector<Span> &spans);
+    // Joins the cutter's name runs that the engine left as single plain
+    // characters (象 山, 科 恩).
+    void JoinNameRuns(std::vector<Span> &spans);
+    // Tag of a name run of `chars` characters at w that the dictionary lacks.
+    bool SuffixedPlaceRun(const char *w, size_t chars) const;
+    int32_t RunTagFromRoles(const char *w, size_t chars) const;
+    double RoleShare(const char *ch, int code, int role) const;
     void EndNamesBeforeParticles(std::vector<Span> &spans);
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
@@ -377,10 +393,10 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
-    auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr) {  // atoms [a, b)
+    auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, sentence, user});
+        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -427,11 +443,19 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         shared_.lexicon.Cut(cutText, cutAtoms, n, ends_, scratch_);
     JoinNumberWords(gb.data(), atoms, n, ends_);
     if (user_ != nullptr) ApplyUserWords(atoms, n);
+    // The cutter's labels of the run, when the run's name characters are
+    // to be kept track of.
+    const uint8_t *labels =
+        shared_.segModel.Loaded() && shared_.nameRuns != 0 ? scratch_.labels.data() : nullptr;
     size_t a = 0;
     for (size_t k = 0; k < ends_.size(); ++k) {
         uint32_t b = ends_[k];
         if (b <= a || b > n) continue;
-        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr);
+        uint8_t name = 0;
+        if (labels != nullptr && b == a + 1 && atoms[a].kind == AtomKind::kHan &&
+            (labels[a] == kSegNameFirst || labels[a] == kSegNameLater))
+            name = labels[a] == kSegNameFirst ? kNameFirst : kNameLater;
+        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name);
         a = b;
     }
 }
@@ -626,6 +650,7 @@ void Analysis::Flush() {
     EndNamesBeforeParticles(spans);
     RepeatNames(spans);
     NameAfterTitles(spans);
+    JoinNameRuns(spans);
     RetagPlaces(spans);
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
@@ -1222,14 +1247,179 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     for (Span &s : spans) {
         const Item &a = items_[s.first];
         const char *w = gb.data() + a.start;
-        if (s.first != s.last || (a.length != 4 && a.length != 6) || !placeFirsts_[key(w)] ||
-            !ShortChineseWord(w, a.length) || s.tag < 0 ||
+        // One word, or a name run joined after the engine (its characters
+        // touch: its text is one stretch).
+        const size_t length = text(s).size();
+        if ((s.first != s.last && !s.run) || (length != 4 && length != 6) || !placeFirsts_[key(w)] ||
+            !ShortChineseWord(w, length) || s.tag < 0 ||
             IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
-            places_.count(std::string(w, a.length)) == 0 ||
-            CoreWordCount(&shared_.engine->models(), w, a.length) != 0.0)
+            places_.count(std::string(w, length)) == 0 ||
+            CoreWordCount(&shared_.engine->models(), w, length) != 0.0)
             continue;
         s.tag = kPlaceTag;
     }
+}
+
+// Whether a name run ends in the suffix of an administrative unit after a
+// stem that is no word of its own (费县, 三门峡市, 麦盖提乡; not 送往县,
+// 镇区). Of two characters only those in 县 or 州 are taken: 区 市 乡 镇
+// end as many plain words (每镇, 债市) as places.
+bool Analysis::SuffixedPlaceRun(const char *w, size_t chars) const {
+    const char *end = w + 2 * chars - 2;
+    if (chars == 2) return InGbList(kPairUnitSuffixes, end) && !UnitSuffix(w);
+    if (!UnitSuffix(end) && !InGbList(kPairUnitSuffixes, end)) return false;
+    const int32_t stem = CoreWordTag(&shared_.engine->models(), w, 2 * chars - 2);
+    return stem < 0 || IsPlaceTag(stem);
+}
+
+namespace {
+
+// Roles of the person role set ("nr.map") and the place role set ("ns.map").
+constexpr int
+    kPersonSurname = 2, kPersonGiven1 = 3, kPersonGiven2 = 4, kPersonGivenOnly = 5,
+    kPersonForeignFirst = 11, kPersonForeignInner = 12, kPersonForeignLast = 13,
+    kPersonCutPlace = 20, kPersonCutPlaceLast = 21, kPersonDefault = 22;
+constexpr int
+    kPlaceSuffixedFirst = 2, kPlaceSuffixedInner = 3, kPlaceSuffixedThird = 4, kPlaceSuffixedSecond = 5,
+    kPlaceSuffix = 6, kPlaceFirst = 7, kPlaceInner = 8, kPlaceThird = 9, kPlaceSecond = 10, kPlaceLast = 11,
+    kPlaceDefault = 17;
+// Added to every count, so that a role never seen has a finite share.
+constexpr double kRolePrior = 0.5;
+
+}  // namespace
+
+// ln P(character | role) of role `role` of role set `code` (1 person, 2
+// place): the character's count from its role row (ln(count + 1); a floor
+// row counts as none) over the role's count in the role sequences. The
+// default role is the character's count as a word of its own.
+double Analysis::RoleShare(const char *ch, int code, int role) const {
+    const SegmentEngine &m = shared_.engine->models();
+    const ContextStat &ctx = m.tagModels[code].model;
+    const double total = ContextStat_GetFrequency(role, &ctx);
+    if (total <= 0) return std::log(kRolePrior / 1e9);
+    double count = 0;
+    if (role == (code == 1 ? kPersonDefault : kPlaceDefault)) {
+        count = CoreWordCount(&m, ch, 2);
+    } else {
+        const int32_t e = shared_.engine->CoreEntryOf(ch, 2);
+        if (e >= 0 && e < m.core.count) {
+            const DictSEntry &entry = m.core.entries[e];
+            for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
+                if (entry.posList[r].code == code && entry.posList[r].subCode == role)
+                    count = std::max(0.0, std::exp(static_cast<double>(entry.posList[r].value)) - 1.0);
+        }
+    }
+    return std::log((count + kRolePrior) / total);
+}
+
+// The tag of a name run from the role data: the run read as a person
+// (surname and given name, or a transliteration) and as a place (with or
+// without a suffix, or a transliterated place), each against its
+// characters as plain words; the better reading wins when it beats them
+// by shared_.nameRunMin, else the run is a plain word (a noun for the
+// steps after).
+int32_t Analysis::RunTagFromRoles(const char *w, size_t chars) const {
+    const size_t bytes = 2 * chars;
+    double plainPerson = 0, plainPlace = 0;
+    bool foreign = true;
+    for (size_t k = 0; k < bytes; k += 2) {
+        plainPerson += RoleShare(w + k, 1, kPersonDefault);
+        plainPlace += RoleShare(w + k, 2, kPlaceDefault);
+        foreign = foreign && static_cast<unsigned char>(w[k]) >= 0xB0 && IsTransliterationChar(w + k);
+    }
+    const char *last = w + bytes - 2;
+    // A Chinese person: surname, then a given name of one or two characters.
+    double person = -1e300;
+    if (chars == 2) person = RoleShare(w, 1, kPersonSurname) + RoleShare(last, 1, kPersonGivenOnly);
+    else if (chars == 3)
+        person = RoleShare(w, 1, kPersonSurname) + RoleShare(w + 2, 1, kPersonGiven1) +
+                 RoleShare(last, 1, kPersonGiven2);
+    // A transliterated person, and a transliterated place (roles U V of the
+    // person set).
+    double foreignPerson = -1e300, foreignPlace = -1e300;
+    if (foreign) {
+        foreignPerson = RoleShare(w, 1, kPersonForeignFirst) + RoleShare(last, 1, kPersonForeignLast);
+        foreignPlace = RoleShare(last, 1, kPersonCutPlaceLast);
+        for (size_t k = 0; k + 2 < bytes; k += 2) foreignPlace += RoleShare(w + k, 1, kPersonCutPlace);
+        for (size_t k = 2; k + 2 < bytes; k += 2) foreignPerson += RoleShare(w + k, 1, kPersonForeignInner);
+    }
+    // A place with a suffix (C F G, C E F G ...) or without (H L, H K L ...).
+    auto place = [&](bool suffixed) {
+        double v = RoleShare(w, 2, suffixed ? kPlaceSuffixedFirst : kPlaceFirst) +
+                   RoleShare(last, 2, suffixed ? kPlaceSuffix : kPlaceLast);
+        for (size_t k = 2; k + 2 < bytes; k += 2) {
+            const size_t fromEnd = (bytes - k) / 2;  // 2: second-last, 3: third-last
+            const int role = fromEnd == 2 ? (suffixed ? kPlaceSuffixedSecond : kPlaceSecond)
+                             : fromEnd == 3 ? (suffixed ? kPlaceSuffixedThird : kPlaceThird)
+                                            : (suffixed ? kPlaceSuffixedInner : kPlaceInner);
+            v += RoleShare(w + k, 2, role);
+        }
+        return v;
+    };
+    const double chinesePlace = std::max(place(true), place(false));
+    const double personGain = std::max(person, foreignPerson) - plainPerson;
+    const double placeGain = std::max(chinesePlace - plainPlace, foreignPlace - plainPerson);
+    if (std::max(personGain, placeGain) < shared_.nameRunMin) return shared_.nounTag;
+    if (placeGain >= personGain)
+        return foreignPlace - plainPerson >= chinesePlace - plainPlace ? kForeignPlaceTag : kPlaceTag;
+    return foreignPerson >= person ? kForeignPersonTag : kPersonTag;
+}
+
+// The cutter hands the characters of what it takes for a name (a person,
+// a place it has not seen) to the engine one a word, for the recognisers to
+// build the name. Where they build nothing of such a run (two-character
+// places and transliterations no pattern joins: 象山, 科恩, 普者黑), its
+// characters came out as single words, wrong at both granularities. Such a
+// run of two or more characters, all left plain, is one word: with the
+// dictionary's tag when the dictionary holds it; a place when it ends in
+// the suffix of an administrative unit after a stem that is no word; a
+// person when the role data reads it as a person far better than as plain
+// characters and better than as a place; otherwise a noun, which the place
+// repeats and the unknown-word tags judge further.
+void Analysis::JoinNameRuns(std::vector<Span> &spans) {
+    if (shared_.nameRuns == 0 || spans.size() < 2) return;
+    const std::string &gb = work_.gb;
+    // A character of the run the engine left alone.
+    auto single = [&](const Span &s, uint8_t mark) {
+        return s.first == s.last && items_[s.first].name == mark && s.tag >= 0 && !IsNameTag(s.tag) &&
+               s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s);
+    };
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        size_t j = i + 1;
+        if (single(spans[i], kNameFirst)) {
+            while (j < spans.size() && single(spans[j], kNameLater) &&
+                   items_[spans[j].first].sentence == items_[spans[i].first].sentence)
+                ++j;
+            // The run must end here: a later character the engine claimed
+            // (part of a name of its own) leaves the run as it is.
+            const bool whole = j == spans.size() || items_[spans[j].first].name != kNameLater;
+            const size_t chars = j - i;
+            if (chars >= 2 && whole && chars <= shared_.nameRunMax) {
+                const char *w = gb.data() + items_[spans[i].first].start;
+                const size_t bytes = 2 * chars;
+                int32_t tag = CoreWordTag(&shared_.engine->models(), w, bytes);
+                if (tag < 0) {
+                    if (SuffixedPlaceRun(w, chars)) {
+                        tag = kPlaceTag;
+                    } else {
+                        // Places without a suffix are left to the place
+                        // repeats: the role data tells them from plain words
+                        // too seldom (place F1 fell on every split).
+                        tag = RunTagFromRoles(w, chars);
+                        if (!IsPersonTag(tag)) tag = shared_.nounTag;
+                    }
+                }
+                Span joined{spans[i].first, spans[j - 1].last, tag};
+                joined.run = true;
+                spans[out++] = joined;
+                i = j - 1;
+                continue;
+            }
+        }
+        spans[out++] = spans[i];
+    }
+    spans.resize(out);
 }
 
 // A plain word of Chinese characters that the core dictionary lacks had the
@@ -1244,19 +1434,21 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
     for (size_t i = 0; i < spans.size(); ++i) {
         Span &s = spans[i];
         const Item &a = items_[s.first];
-        if (s.first != s.last || a.length < 4 || !shared_.unknownTags.IsCandidate(s.tag) || s.split != 0 ||
-            s.partCount != 0 || HoldsFixedItem(s))
+        // One word, or a name run joined after the engine.
+        const size_t length = items_[s.last].start + items_[s.last].length - a.start;
+        if ((s.first != s.last && !s.run) || length < 4 || !shared_.unknownTags.IsCandidate(s.tag) ||
+            s.split != 0 || s.partCount != 0 || HoldsFixedItem(s))
             continue;
         const char *w = gb.data() + a.start;
-        if (!IsGb2312ChineseText(w, a.length) || ClassOfString(w, a.length) != StringClass::kOther ||
-            KnownWord(shared_, w, a.length))
+        if (!IsGb2312ChineseText(w, length) || ClassOfString(w, length) != StringClass::kOther ||
+            KnownWord(shared_, w, length))
             continue;
         const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
                                                                                       : kSentenceBeginTag;
         const int32_t next =
             i + 1 < spans.size() && items_[spans[i + 1].first].sentence == a.sentence ? spans[i + 1].tag
                                                                                      : kSentenceEndTag;
-        s.tag = shared_.unknownTags.Retag(w, a.length, prev, s.tag, next, shared_.unknownMargin);
+        s.tag = shared_.unknownTags.Retag(w, length, prev, s.tag, next, shared_.unknownMargin);
     }
 }
 
@@ -1432,6 +1624,12 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->placeSuffixes = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_REPEAT_PLACES"); v != nullptr && *v != '\0')
         set->repeatPlaces = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_NAME_RUNS"); v != nullptr && *v != '\0')
+        set->nameRuns = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_NAME_RUN_MIN"); v != nullptr && *v != '\0')
+        set->nameRunMin = std::atof(v);
+    if (const char *v = std::getenv("VSGLEX_NAME_RUN_MAX"); v != nullptr && *v != '\0')
+        set->nameRunMax = static_cast<size_t>(std::atoi(v));
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
