@@ -1370,7 +1370,8 @@ int32_t Analysis::RunTagFromRoles(const char *w, size_t chars) const {
 // build the name. Where they build nothing of such a run (two-character
 // places and transliterations no pattern joins: 象山, 科恩, 普者黑), its
 // characters came out as single words, wrong at both granularities. Such a
-// run of two or more characters, all left plain, is one word: with the
+// run of two or more characters, all left plain, is one word: a person when
+// the engine took its first character for a person alone; with the
 // dictionary's tag when the dictionary holds it; a place when it ends in
 // the suffix of an administrative unit after a stem that is no word; a
 // person when the role data reads it as a person far better than as plain
@@ -1381,7 +1382,11 @@ void Analysis::JoinNameRuns(std::vector<Span> &spans) {
     const std::string &gb = work_.gb;
     // A character of the run the engine left alone.
     auto single = [&](const Span &s, uint8_t mark) {
-        return s.first == s.last && items_[s.first].name == mark && s.tag >= 0 && !IsNameTag(s.tag) &&
+        const Item &it = items_[s.first];
+        // The first character may be a surname the engine took for a person
+        // alone: the run is then that person's name (张 祝, 李 道 豫).
+        const bool surname = mark == kNameFirst && s.tag == kPersonTag;
+        return s.first == s.last && it.name == mark && s.tag >= 0 && (surname || !IsNameTag(s.tag)) &&
                s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s);
     };
     size_t out = 0;
@@ -1399,6 +1404,7 @@ void Analysis::JoinNameRuns(std::vector<Span> &spans) {
                 const char *w = gb.data() + items_[spans[i].first].start;
                 const size_t bytes = 2 * chars;
                 int32_t tag = CoreWordTag(&shared_.engine->models(), w, bytes);
+                if (spans[i].tag == kPersonTag) tag = kPersonTag;
                 if (tag < 0) {
                     if (SuffixedPlaceRun(w, chars)) {
                         tag = kPlaceTag;
