@@ -169,8 +169,8 @@ private:
         int32_t tag;
         size_t split = 0;     // place compounds: first item of the closing word
         int32_t headTag = 0;  // and the tag of the head
+        bool run = false;     // a name run of the cutter's joined after the engine (JoinNameRuns)
         size_t partsAt = 0, partCount = 0;  // known compounds: their words in compoundParts_
-        bool run = false;  // a name run of the cutter's joined after the engine (JoinNameRuns)
     };
     // `split`: a place compound's closing word begins at this item (its
     // pieces are the head, tagged `headTag`, and the closing word); 0: none.
@@ -1386,11 +1386,14 @@ void Analysis::JoinNameRuns(std::vector<Span> &spans) {
         // The first character may be a surname the engine took for a person
         // alone: the run is then that person's name (张 祝, 李 道 豫).
         const bool surname = mark == kNameFirst && s.tag == kPersonTag;
-        return s.first == s.last && it.name == mark && s.tag >= 0 && (surname || !IsNameTag(s.tag)) &&
+        return s.first == s.last && it.name == mark && it.length == 2 && s.tag >= 0 && (surname || !IsNameTag(s.tag)) &&
                s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s);
     };
+    // Most batches have few runs: the spans before the first are left as
+    // they are.
     size_t out = 0;
-    for (size_t i = 0; i < spans.size(); ++i) {
+    while (out < spans.size() && items_[spans[out].first].name != kNameFirst) ++out;
+    for (size_t i = out; i < spans.size(); ++i) {
         size_t j = i + 1;
         if (single(spans[i], kNameFirst)) {
             while (j < spans.size() && single(spans[j], kNameLater) &&

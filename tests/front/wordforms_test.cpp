@@ -319,6 +319,36 @@ TEST_F(WordFormsApiTest, NamesEndBeforeTheVerbOfAnAspectParticle) {
     }
 }
 
+TEST_F(WordFormsApiTest, NameRunsTheEngineLeavesInCharactersAreOneWord) {
+    // The cutter hands these to the engine as name characters, and the
+    // recognisers build nothing of them (two characters: no pattern joins
+    // them). They are one word in both views: a transliterated person and a
+    // place of a unit suffix whole, a place the dictionary knows with its tag.
+    for (bool pieces : {false, true}) {
+        auto w = Words("董建华告诉库克：“我们欢迎你。”中波友协会长布赫出席茶话会。"
+                       "记者分赴广东省高州、郁南等地采访。其中吉林向海、黑龙江都是保护区。",
+                       pieces);
+        for (const char *want : {"库克/nr", "布赫/nr", "高州/ns", "向海/ns"})
+            EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    }
+    // A Chinese person so joined is surname and given name in the corpus view.
+    EXPECT_TRUE(Has(Words("他将永远缅怀田中先生的功绩。"), "田中/nr"));
+    auto parts = Words("他将永远缅怀田中先生的功绩。", true);
+    EXPECT_TRUE(Has(parts, "田/nr") && Has(parts, "中/nr")) << Texts(parts);
+    // A name the engine built stays as it built it; a surname it took alone
+    // is not glued to the word after it, of one character or more.
+    vsglex_result *r = nullptr;
+    const std::string built = "周恩来总理访问了非洲。";
+    ASSERT_EQ(vsglex_analyze(handle_, built.data(), built.size(), VSGLEX_CHARSET_UTF8, 0, &r), VSGLEX_OK);
+    ASSERT_GE(r->word_count, 1u);
+    EXPECT_STREQ(r->words[0].text, "周恩来");
+    EXPECT_EQ(r->words[0].merged, 3);
+    vsglex_result_free(r);
+    auto w = Words("张说今天不去了。李老师和王同学去了上海。他们在大厅张灯结彩。");
+    for (const char *want : {"张/nr", "说/v", "李/nr", "老师/n", "王/nr", "同学/n", "张灯结彩/i"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, UnknownWordOfTwoCharactersEndingInCountyOrPrefectureIsAPlace) {
     // Cut whole by the cutter, such a word never reaches the place
     // recogniser as characters; a known word ending in 县 (本县) stays.
