@@ -59,6 +59,35 @@ inline constexpr bool IsFunctionWordTag(int tag) {
 // words no floor on their person and place role rows.
 inline constexpr bool IsFunctionOrPunctTag(int tag) { return IsFunctionWordTag(tag) || IsPunctTag(tag); }
 
+// Roles of the person role set ("nr.map": line k is role k), by letter.
+inline constexpr int32_t kPersonSurnameRole = 2;        // C
+inline constexpr int32_t kPersonGivenFirstRole = 3;     // D: first of a two-character given name
+inline constexpr int32_t kPersonGivenLaterRole = 4;     // E: later character of a given name
+inline constexpr int32_t kPersonGivenOnlyRole = 5;      // F: one-character given name
+inline constexpr int32_t kPersonForeignFirstRole = 11;  // L: transliteration, first character
+inline constexpr int32_t kPersonForeignInnerRole = 12;  // M
+inline constexpr int32_t kPersonForeignLastRole = 13;   // N
+inline constexpr int32_t kPersonBeforeRole = 17;        // R: one-character word just before a name
+inline constexpr int32_t kPersonAfterRole = 18;         // S: just after one
+inline constexpr int32_t kPersonBetweenRole = 19;       // T: between two names
+inline constexpr int32_t kPersonCutPlaceRole = 20;      // U: a cut place's character but the last
+inline constexpr int32_t kPersonCutPlaceLastRole = 21;  // V: its last character
+
+// Roles of the place role set ("ns.map").
+inline constexpr int32_t kPlaceWordRole = 0;                 // A: every multi-character word
+inline constexpr int32_t kPlaceSuffixedFirstRole = 2;        // C: first character of a place with a suffix
+inline constexpr int32_t kPlaceSuffixedInnerRole = 3;        // D
+inline constexpr int32_t kPlaceSuffixedThirdLastRole = 4;    // E
+inline constexpr int32_t kPlaceSuffixedSecondLastRole = 5;   // F
+inline constexpr int32_t kPlaceSuffixRole = 6;               // G: the suffix character
+inline constexpr int32_t kPlaceFirstRole = 7;                // H: first character of a place without one
+inline constexpr int32_t kPlaceInnerRole = 8;                // I
+inline constexpr int32_t kPlaceThirdLastRole = 9;            // J
+inline constexpr int32_t kPlaceSecondLastRole = 10;          // K
+inline constexpr int32_t kPlaceLastRole = 11;                // L
+inline constexpr int32_t kPlaceBeforeKnownRole = 15;         // P: just before a whole (known) place word
+inline constexpr int32_t kPlaceAfterKnownRole = 16;          // Q: just after one
+
 // Role of a word outside any name, by name role set.
 inline constexpr int32_t kPersonDefaultRole = 22;
 inline constexpr int32_t kPlaceDefaultRole = 17;

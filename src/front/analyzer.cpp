@@ -1278,15 +1278,6 @@ bool Analysis::SuffixedPlaceRun(const char *w, size_t chars) const {
 
 namespace {
 
-// Roles of the person role set ("nr.map") and the place role set ("ns.map").
-constexpr int
-    kPersonSurname = 2, kPersonGiven1 = 3, kPersonGiven2 = 4, kPersonGivenOnly = 5,
-    kPersonForeignFirst = 11, kPersonForeignInner = 12, kPersonForeignLast = 13,
-    kPersonCutPlace = 20, kPersonCutPlaceLast = 21, kPersonDefault = 22;
-constexpr int
-    kPlaceSuffixedFirst = 2, kPlaceSuffixedInner = 3, kPlaceSuffixedThird = 4, kPlaceSuffixedSecond = 5,
-    kPlaceSuffix = 6, kPlaceFirst = 7, kPlaceInner = 8, kPlaceThird = 9, kPlaceSecond = 10, kPlaceLast = 11,
-    kPlaceDefault = 17;
 // Added to every count, so that a role never seen has a finite share.
 constexpr double kRolePrior = 0.5;
 
@@ -1302,7 +1293,7 @@ double Analysis::RoleShare(const char *ch, int code, int role) const {
     const double total = ContextStat_GetFrequency(role, &ctx);
     if (total <= 0) return std::log(kRolePrior / 1e9);
     double count = 0;
-    if (role == (code == 1 ? kPersonDefault : kPlaceDefault)) {
+    if (role == (code == 1 ? vsg::kPersonDefaultRole : vsg::kPlaceDefaultRole)) {
         count = CoreWordCount(&m, ch, 2);
     } else {
         const int32_t e = shared_.engine->CoreEntryOf(ch, 2);
@@ -1327,35 +1318,35 @@ int32_t Analysis::RunTagFromRoles(const char *w, size_t chars) const {
     double plainPerson = 0, plainPlace = 0;
     bool foreign = true;
     for (size_t k = 0; k < bytes; k += 2) {
-        plainPerson += RoleShare(w + k, 1, kPersonDefault);
-        plainPlace += RoleShare(w + k, 2, kPlaceDefault);
+        plainPerson += RoleShare(w + k, 1, vsg::kPersonDefaultRole);
+        plainPlace += RoleShare(w + k, 2, vsg::kPlaceDefaultRole);
         foreign = foreign && static_cast<unsigned char>(w[k]) >= 0xB0 && IsTransliterationChar(w + k);
     }
     const char *last = w + bytes - 2;
     // A Chinese person: surname, then a given name of one or two characters.
     double person = -1e300;
-    if (chars == 2) person = RoleShare(w, 1, kPersonSurname) + RoleShare(last, 1, kPersonGivenOnly);
+    if (chars == 2) person = RoleShare(w, 1, vsg::kPersonSurnameRole) + RoleShare(last, 1, vsg::kPersonGivenOnlyRole);
     else if (chars == 3)
-        person = RoleShare(w, 1, kPersonSurname) + RoleShare(w + 2, 1, kPersonGiven1) +
-                 RoleShare(last, 1, kPersonGiven2);
+        person = RoleShare(w, 1, vsg::kPersonSurnameRole) + RoleShare(w + 2, 1, vsg::kPersonGivenFirstRole) +
+                 RoleShare(last, 1, vsg::kPersonGivenLaterRole);
     // A transliterated person, and a transliterated place (roles U V of the
     // person set).
     double foreignPerson = -1e300, foreignPlace = -1e300;
     if (foreign) {
-        foreignPerson = RoleShare(w, 1, kPersonForeignFirst) + RoleShare(last, 1, kPersonForeignLast);
-        foreignPlace = RoleShare(last, 1, kPersonCutPlaceLast);
-        for (size_t k = 0; k + 2 < bytes; k += 2) foreignPlace += RoleShare(w + k, 1, kPersonCutPlace);
-        for (size_t k = 2; k + 2 < bytes; k += 2) foreignPerson += RoleShare(w + k, 1, kPersonForeignInner);
+        foreignPerson = RoleShare(w, 1, vsg::kPersonForeignFirstRole) + RoleShare(last, 1, vsg::kPersonForeignLastRole);
+        foreignPlace = RoleShare(last, 1, vsg::kPersonCutPlaceLastRole);
+        for (size_t k = 0; k + 2 < bytes; k += 2) foreignPlace += RoleShare(w + k, 1, vsg::kPersonCutPlaceRole);
+        for (size_t k = 2; k + 2 < bytes; k += 2) foreignPerson += RoleShare(w + k, 1, vsg::kPersonForeignInnerRole);
     }
     // A place with a suffix (C F G, C E F G ...) or without (H L, H K L ...).
     auto place = [&](bool suffixed) {
-        double v = RoleShare(w, 2, suffixed ? kPlaceSuffixedFirst : kPlaceFirst) +
-                   RoleShare(last, 2, suffixed ? kPlaceSuffix : kPlaceLast);
+        double v = RoleShare(w, 2, suffixed ? vsg::kPlaceSuffixedFirstRole : vsg::kPlaceFirstRole) +
+                   RoleShare(last, 2, suffixed ? vsg::kPlaceSuffixRole : vsg::kPlaceLastRole);
         for (size_t k = 2; k + 2 < bytes; k += 2) {
             const size_t fromEnd = (bytes - k) / 2;  // 2: second-last, 3: third-last
-            const int role = fromEnd == 2 ? (suffixed ? kPlaceSuffixedSecond : kPlaceSecond)
-                             : fromEnd == 3 ? (suffixed ? kPlaceSuffixedThird : kPlaceThird)
-                                            : (suffixed ? kPlaceSuffixedInner : kPlaceInner);
+            const int role = fromEnd == 2 ? (suffixed ? vsg::kPlaceSuffixedSecondLastRole : vsg::kPlaceSecondLastRole)
+                             : fromEnd == 3 ? (suffixed ? vsg::kPlaceSuffixedThirdLastRole : vsg::kPlaceThirdLastRole)
+                                            : (suffixed ? vsg::kPlaceSuffixedInnerRole : vsg::kPlaceInnerRole);
             v += RoleShare(w + k, 2, role);
         }
         return v;

@@ -12,6 +12,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "common/tagset.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
 
@@ -49,8 +50,8 @@ public:
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
     static constexpr double kMinCompoundJoined = 1.0;
-    static constexpr uint8_t kJoinedRole = 6;
-    static constexpr uint8_t kApartRole = 0;
+    static constexpr uint8_t kJoinedRole = vsg::kPlaceSuffixRole;
+    static constexpr uint8_t kApartRole = vsg::kPlaceWordRole;
 
     void Build(const DictionaryS &dict);
     bool Has(const char *word, size_t length) const;
@@ -88,8 +89,8 @@ private:
 // 赴 内罗毕 from 会见 内罗毕: these counts can.
 class NameNeighbours {
 public:
-    static constexpr uint8_t kBeforePlace = 15, kAfterPlace = 16;         // place rows
-    static constexpr uint8_t kBeforePerson = 17, kAfterPerson = 18;       // person rows
+    static constexpr uint8_t kBeforePlace = vsg::kPlaceBeforeKnownRole, kAfterPlace = vsg::kPlaceAfterKnownRole;         // place rows
+    static constexpr uint8_t kBeforePerson = vsg::kPersonBeforeRole, kAfterPerson = vsg::kPersonAfterRole;       // person rows
     // Added to every count, so that a word seen next to one kind only
     // still has a finite ratio.
     static constexpr double kPrior = 0.5;

@@ -26,34 +26,36 @@ namespace vsgtrain {
 constexpr size_t kMaxRows = 19;
 // Person roles that get a floor row on every one-character word: D, E, F
 // (given name) and M, N (inner and last character of a transliteration).
-constexpr int kPersonFloorRoles[] = {3, 4, 5, 12, 13};
+constexpr int kPersonFloorRoles[] = {vsg::kPersonGivenFirstRole, vsg::kPersonGivenLaterRole, vsg::kPersonGivenOnlyRole,
+                                     vsg::kPersonForeignInnerRole, vsg::kPersonForeignLastRole};
 // Person role C (surname).
-constexpr int kPersonSurnameRole = 2;
+constexpr int kPersonSurnameRole = vsg::kPersonSurnameRole;
 // Person role L (first character of a transliteration).
-constexpr int kPersonForeignFirstRole = 11;
+constexpr int kPersonForeignFirstRole = vsg::kPersonForeignFirstRole;
 // Of the floor roles, the given-name roles D, E, F.
-constexpr int kPersonGivenRoles[] = {3, 4, 5};
+constexpr int kPersonGivenRoles[] = {vsg::kPersonGivenFirstRole, vsg::kPersonGivenLaterRole, vsg::kPersonGivenOnlyRole};
 // Person roles R, S and T: one-character word before, after and between
 // names.
-constexpr int kPersonContextRoles[] = {17, 18, 19};
+constexpr int kPersonContextRoles[] = {vsg::kPersonBeforeRole, vsg::kPersonAfterRole, vsg::kPersonBetweenRole};
 // Person role S (one-character word just after a name).
-constexpr int kPersonAfterRole = 18;
+constexpr int kPersonAfterRole = vsg::kPersonAfterRole;
 // Person role R (one-character word just before a name).
-constexpr int kPersonBeforeRole = 17;
+constexpr int kPersonBeforeRole = vsg::kPersonBeforeRole;
 // Person roles U and V (inner and last character of a cut place), floored
 // as well when the person data marks cut places.
-constexpr int kPersonPlaceFloorRoles[] = {20, 21};
+constexpr int kPersonPlaceFloorRoles[] = {vsg::kPersonCutPlaceRole, vsg::kPersonCutPlaceLastRole};
 // Place roles C, D, E, F: the characters of a suffixed place before its
 // suffix.
-constexpr int kPlaceStemRoles[] = {2, 3, 4, 5};
+constexpr int kPlaceStemRoles[] = {vsg::kPlaceSuffixedFirstRole, vsg::kPlaceSuffixedInnerRole,
+                                   vsg::kPlaceSuffixedThirdLastRole, vsg::kPlaceSuffixedSecondLastRole};
 // Place rows of a word of several characters that follows places: role G
 // (the suffix) counts the times it closes a bracketed place after one, role
 // A the times it follows one outside such a compound. The role search never
 // reads them (such words always take role A); the raw-text front end joins
 // a place with a following word whose G count is large enough against its
 // A count (front/corpusview.h, PlaceCompoundEnds).
-constexpr int kPlaceCompoundEndRole = 6;
-constexpr int kPlaceCompoundApartRole = 0;
+constexpr int kPlaceCompoundEndRole = vsg::kPlaceSuffixRole;
+constexpr int kPlaceCompoundApartRole = vsg::kPlaceWordRole;
 // Bracketed places of up to this many units are counted as known compounds;
 // those seen at least kMinCompoundJoined times get an entry of their own
 // (place rows only, so the word cutter never reads them as a word). Once
@@ -65,10 +67,10 @@ constexpr int32_t kMinCompoundJoined = 1;
 // like the compound rows): place roles P and Q count the times it comes
 // before and after a transliterated place, person roles R and S the times it
 // comes before and after a transliterated person name.
-constexpr int kBeforePlaceRole = 15;
-constexpr int kAfterPlaceRole = 16;
-constexpr int kBeforeForeignPersonRole = 17;
-constexpr int kAfterForeignPersonRole = 18;
+constexpr int kBeforePlaceRole = vsg::kPlaceBeforeKnownRole;
+constexpr int kAfterPlaceRole = vsg::kPlaceAfterKnownRole;
+constexpr int kBeforeForeignPersonRole = vsg::kPersonBeforeRole;
+constexpr int kAfterForeignPersonRole = vsg::kPersonAfterRole;
 // Organisation role D: the word that ends an organisation name.
 constexpr int kOrgSuffixRole = vsg::kOrgSuffixRole;
 // Organisation roles C and E: first and inner one-character words of a
