@@ -718,6 +718,55 @@ inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row
     span->word[0][0] = '\0';
 }
 
+// The back-trace of Trace after the forward pass; false when it followed a
+// back index of kNoBack (a candidate that no predecessor reached).
+bool TraceReached(CSpan *span) {
+    const uint32_t count = span->count;
+    if (count == 0 || count > kSpanSlots) return true;
+    uint32_t j = 0;
+    bool reached = true;
+    for (uint32_t k = count - 1; k >= 1; --k) {
+        if (span->word[k][0] != '\0') span->bestTag[k] = CandAt(span, k, j);
+        j = BackAt(span, k, j);
+        reached &= j != kNoBack;
+    }
+    if (span->word[count - 1][0] == '\0')
+        span->bestTag[count - 1] = kNoTag;
+    else if (count < kSpanSlots)
+        span->bestTag[count] = kNoTag;
+    return reached;
+}
+
+// Part-of-speech tags the whole word array as one run instead of runs cut
+// at each settled word. A settled word has one candidate, so every path
+// goes through it: the run after it starts from that candidate and its path
+// cost (CSpan_Reset carries both), which is what the next slot of one long
+// run relaxes from, by the same steps; and the trace of a long run passes
+// through candidate 0 of each settled slot, where a cut run's trace starts.
+// So the tags, costs and carried state are those of the cut runs, at one
+// fill, one forward pass and one trace per array instead of per run. False,
+// with nothing tagged, when the array does not fit one run or the trace
+// meets a candidate without predecessor (whose back index would read on
+// past a cut run's end): the caller then tags it run by run.
+bool PosTagWhole(CSpan *span, SpanWord *results, const PosFill &fill) {
+    const int32_t next = FillRun(span, results, 0, [&](uint32_t k, const SpanWord &w, size_t length) {
+        fill(k, w, length);
+        return false;
+    });
+    if (next >= 0) return false;  // a full run: the array goes on
+    CSpan_Disamb(span);
+    if (!TraceReached(span)) return false;
+    if (span->bestTag[1] < kNoTag && span->count >= 2) {
+        for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
+            const uint8_t tag = span->bestTag[j + 1];
+            if (tag == kNoTag) break;
+            results[j].tag = static_cast<int8_t>(tag);
+        }
+    }
+    CSpan_Reset(span, 1);
+    return true;
+}
+
 }  // namespace
 
 int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const DictionaryS *core, bool oneSlotStep) {
@@ -731,6 +780,10 @@ int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const Dictionar
     // that a run of one settled word needs no more of the fill.
     const bool direct = wide != nullptr && gTaIndexNum >= 0;
     const PosFill fill(span, core);
+    if (direct && !IsEmpty(results[0])) {
+        if (PosTagWhole(span, results, fill)) return 1;
+        CSpan_Reset(span, 0);
+    }
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         int32_t next;
