@@ -294,6 +294,40 @@ void Trace(CSpan *span) {
         span->bestTag[count] = kNoTag;
 }
 
+// The back-trace of Trace for a span that FillRun filled: every slot holds a
+// word but for a synthetic end word, which is only ever the last slot, and
+// only the last slot can be slot 199, whose reads CandAt and BackAt bound;
+// back indices are at most kNoBack, so the other slots are read directly.
+// With Watch, false when it followed a back index of kNoBack (a candidate
+// that no predecessor reached).
+template <bool Watch>
+bool TraceFilled(CSpan *span) {
+    const uint32_t count = span->count;
+    if (count == 0 || count > kSpanSlots) return true;
+    uint32_t j = 0;
+    bool reached = true;
+    uint32_t k = count - 1;
+    if (k >= 1) {
+        if (span->word[k][0] != '\0') span->bestTag[k] = CandAt(span, k, j);
+        j = BackAt(span, k, j);
+        if (Watch) reached = j != kNoBack;
+        --k;
+    }
+    const uint8_t *cand = &span->cand[0][0];
+    const uint8_t *back = &span->back[0][0];
+    for (; k >= 1; --k) {
+        const size_t flat = static_cast<size_t>(k) * kSpanCands + j;
+        span->bestTag[k] = cand[flat];
+        j = back[flat];
+        if (Watch) reached &= j != kNoBack;
+    }
+    if (span->word[count - 1][0] == '\0')
+        span->bestTag[count - 1] = kNoTag;
+    else if (count < kSpanSlots)
+        span->bestTag[count] = kNoTag;
+    return reached;
+}
+
 }  // namespace
 
 CSpan *CSpan_new() {
@@ -646,9 +680,10 @@ int32_t CSpan_GetBestPOS0(CSpan *span) {
     return 1;
 }
 
-int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
-    if (span == nullptr) return 0;
-    Trace(span);
+namespace {
+
+// After the back-trace: 1 when more than one word left defaultRole.
+int32_t MoreThanOneNamed(const CSpan *span, int32_t defaultRole) {
     if (span->count < 2) return 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     // Only whether more than one word left the default role matters.
@@ -656,6 +691,14 @@ int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
     for (uint32_t k = 1; k < count && named < 2; ++k)
         if (span->word[k][0] != '\0' && span->bestTag[k] != defaultRole) ++named;
     return named > 1 ? 1 : 0;
+}
+
+}  // namespace
+
+int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
+    if (span == nullptr) return 0;
+    Trace(span);
+    return MoreThanOneNamed(span, defaultRole);
 }
 
 int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_t defaultRole,
@@ -666,8 +709,11 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);
-        // Runs where at most one word left the default role hold no name.
-        if (CSpan_GetBestPOS1(span, defaultRole) == 1 && engine != nullptr) {
+        // CSpan_GetBestPOS1, with the trace of a filled span. Runs where at
+        // most one word left the default role hold no name.
+        CSpan_Disamb(span);
+        TraceFilled<false>(span);
+        if (MoreThanOneNamed(span, defaultRole) == 1 && engine != nullptr) {
             switch (span->tagType) {
             case 2:
                 CSpan_PlaceRecognize(span, results, engine, start, graph);
@@ -718,25 +764,6 @@ inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row
     span->word[0][0] = '\0';
 }
 
-// The back-trace of Trace after the forward pass; false when it followed a
-// back index of kNoBack (a candidate that no predecessor reached).
-bool TraceReached(CSpan *span) {
-    const uint32_t count = span->count;
-    if (count == 0 || count > kSpanSlots) return true;
-    uint32_t j = 0;
-    bool reached = true;
-    for (uint32_t k = count - 1; k >= 1; --k) {
-        if (span->word[k][0] != '\0') span->bestTag[k] = CandAt(span, k, j);
-        j = BackAt(span, k, j);
-        reached &= j != kNoBack;
-    }
-    if (span->word[count - 1][0] == '\0')
-        span->bestTag[count - 1] = kNoTag;
-    else if (count < kSpanSlots)
-        span->bestTag[count] = kNoTag;
-    return reached;
-}
-
 // Part-of-speech tags the whole word array as one run instead of runs cut
 // at each settled word. A settled word has one candidate, so every path
 // goes through it: the run after it starts from that candidate and its path
@@ -755,7 +782,7 @@ bool PosTagWhole(CSpan *span, SpanWord *results, const PosFill &fill) {
     });
     if (next >= 0) return false;  // a full run: the array goes on
     CSpan_Disamb(span);
-    if (!TraceReached(span)) return false;
+    if (!TraceFilled<true>(span)) return false;
     if (span->bestTag[1] < kNoTag && span->count >= 2) {
         for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
             const uint8_t tag = span->bestTag[j + 1];
