@@ -484,11 +484,12 @@ namespace {
 // stores each candidate's row in `nextRows`. Returns the candidate count.
 // RelaxSlot for one predecessor (a word with one candidate, as most are in
 // the role passes): every path goes through it.
+template <bool Ended>
 inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *score, uint8_t *back,
                                                    const double *row, double before, const double *const *wide,
                                                    const double **nextRows) {
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         const double c = row[t] + before;
@@ -508,13 +509,13 @@ inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *
 // RelaxSlot for exactly sizeof...(I) predecessors: their rows and path
 // costs are read once for all candidates and the scan over them is written
 // out in full (the loop overhead and the reloads cost as much as the pairs).
-template <size_t... I>
+template <bool Ended, size_t... I>
 int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
                const double *const *wide, const double **nextRows, std::index_sequence<I...>) {
     const double *const row[] = {rows[I]...};
     const double before[] = {prevScore[I]...};
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         double best = kNoPath;
@@ -535,11 +536,12 @@ int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *
     return n;
 }
 
+template <bool Ended>
 int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
               int prevCount, const double *const *wide, const double **nextRows) {
 #define VSG_RELAX_FIXED(P)                                                                                            \
     case P:                                                                                                           \
-        return RelaxFixed(cand, score, back, rows, prevScore, wide, nextRows, std::make_index_sequence<P>{});
+        return RelaxFixed<Ended>(cand, score, back, rows, prevScore, wide, nextRows, std::make_index_sequence<P>{});
     switch (prevCount) {
         VSG_RELAX_FIXED(2)
         VSG_RELAX_FIXED(3)
@@ -557,9 +559,9 @@ int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *c
         break;
     }
 #undef VSG_RELAX_FIXED
-    if (prevCount == 1) return RelaxOne(cand, score, back, rows[0], prevScore[0], wide, nextRows);
+    if (prevCount == 1) return RelaxOne<Ended>(cand, score, back, rows[0], prevScore[0], wide, nextRows);
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         double best = kNoPath;
@@ -647,13 +649,16 @@ int32_t DisambPlain(CSpan *span) {
 
 }  // namespace
 
-int32_t CSpan_Disamb(CSpan *span) {
-    if (span == nullptr || span->count < 2) return 1;
-    const vsg::tagging::SpanTables *tables = span->tables;
-    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+namespace {
+
+// The forward pass over the tables' wide rows (the span has tables of its
+// model). With Ended, every candidate row is known to end within its 20
+// bytes (a span that FillRun filled), so its end is not checked too.
+template <bool Ended>
+void DisambWide(CSpan *span) {
     // With the tables: every row has a column for every tag, holding the
     // cost the plain pass would use for that pair.
-    const double *const *wide = tables->WideRows();
+    const double *const *wide = span->tables->WideRows();
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     const double *rowsA[kSpanCands];
     const double *rowsB[kSpanCands];
@@ -664,13 +669,31 @@ int32_t CSpan_Disamb(CSpan *span) {
         rows[prevCount] = wide[prev[prevCount]];
     for (uint32_t k = 1; k < count; ++k) {
         if (prevCount == 1)
-            prevCount = RelaxOne(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0], wide,
-                                 nextRows);
+            prevCount = RelaxOne<Ended>(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0],
+                                        wide, nextRows);
         else
-            prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount,
-                                  wide, nextRows);
+            prevCount = RelaxSlot<Ended>(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1],
+                                         prevCount, wide, nextRows);
         std::swap(rows, nextRows);
     }
+}
+
+// CSpan_Disamb for a span that FillRun filled.
+void DisambFilled(CSpan *span) {
+    if (span->count < 2) return;
+    if (span->tables == nullptr || span->tables->model() != span->model)
+        DisambPlain(span);
+    else
+        DisambWide<true>(span);
+}
+
+}  // namespace
+
+int32_t CSpan_Disamb(CSpan *span) {
+    if (span == nullptr || span->count < 2) return 1;
+    const vsg::tagging::SpanTables *tables = span->tables;
+    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+    DisambWide<false>(span);
     return 1;
 }
 
@@ -711,7 +734,7 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
         const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);
         // CSpan_GetBestPOS1, with the trace of a filled span. Runs where at
         // most one word left the default role hold no name.
-        CSpan_Disamb(span);
+        DisambFilled(span);
         TraceFilled<false>(span);
         if (MoreThanOneNamed(span, defaultRole) == 1 && engine != nullptr) {
             switch (span->tagType) {
@@ -746,7 +769,7 @@ namespace {
 inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row,
                              const double *const *wide) {
     const double *nextRow[1];
-    RelaxOne(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
+    RelaxOne<false>(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
     const uint8_t tag = span->cand[1][0];
     if (span->word[1][0] != '\0') {
         span->bestTag[1] = tag;
@@ -781,7 +804,7 @@ bool PosTagWhole(CSpan *span, SpanWord *results, const PosFill &fill) {
         return false;
     });
     if (next >= 0) return false;  // a full run: the array goes on
-    CSpan_Disamb(span);
+    DisambFilled(span);
     if (!TraceFilled<true>(span)) return false;
     if (span->bestTag[1] < kNoTag && span->count >= 2) {
         for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
