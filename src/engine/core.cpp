@@ -20,6 +20,7 @@
 #include "common/tagset.h"
 #include "engine/class_rows.h"
 #include "tagging/Span.h"
+#include "tagging/Span_names.h"
 #include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
@@ -517,6 +518,8 @@ EngineTablesPtr BuildTables(const SegmentEngine &models) {
         &models.tagModels[0].model, &models.tagModels[1].model, &models.tagModels[2].model,
         &models.tagModels[3].model};
     if (!vsg::tagging::SpanTables::BuildSets(tables->byType, models.core, sets)) return nullptr;
+    tables->byType[VSG_TAG_PERSON].SetLetterTags(models.tagModels[VSG_TAG_PERSON].map, vsg::names::kPersonOpening);
+    tables->byType[VSG_TAG_PLACE].SetLetterTags(models.tagModels[VSG_TAG_PLACE].map, vsg::names::kPlaceOpening);
     if (!tables->core.Build(models.core, &tables->byType[0])) return nullptr;
     BackDictionary(models.core);
     return tables;

@@ -294,6 +294,40 @@ void Trace(CSpan *span) {
         span->bestTag[count] = kNoTag;
 }
 
+// The back-trace of Trace for a span that FillRun filled: every slot holds a
+// word but for a synthetic end word, which is only ever the last slot, and
+// only the last slot can be slot 199, whose reads CandAt and BackAt bound;
+// back indices are at most kNoBack, so the other slots are read directly.
+// With Watch, false when it followed a back index of kNoBack (a candidate
+// that no predecessor reached).
+template <bool Watch>
+bool TraceFilled(CSpan *span) {
+    const uint32_t count = span->count;
+    if (count == 0 || count > kSpanSlots) return true;
+    uint32_t j = 0;
+    bool reached = true;
+    uint32_t k = count - 1;
+    if (k >= 1) {
+        if (span->word[k][0] != '\0') span->bestTag[k] = CandAt(span, k, j);
+        j = BackAt(span, k, j);
+        if (Watch) reached = j != kNoBack;
+        --k;
+    }
+    const uint8_t *cand = &span->cand[0][0];
+    const uint8_t *back = &span->back[0][0];
+    for (; k >= 1; --k) {
+        const size_t flat = static_cast<size_t>(k) * kSpanCands + j;
+        span->bestTag[k] = cand[flat];
+        j = back[flat];
+        if (Watch) reached &= j != kNoBack;
+    }
+    if (span->word[count - 1][0] == '\0')
+        span->bestTag[count - 1] = kNoTag;
+    else if (count < kSpanSlots)
+        span->bestTag[count] = kNoTag;
+    return reached;
+}
+
 }  // namespace
 
 CSpan *CSpan_new() {
@@ -450,11 +484,12 @@ namespace {
 // stores each candidate's row in `nextRows`. Returns the candidate count.
 // RelaxSlot for one predecessor (a word with one candidate, as most are in
 // the role passes): every path goes through it.
+template <bool Ended>
 inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *score, uint8_t *back,
                                                    const double *row, double before, const double *const *wide,
                                                    const double **nextRows) {
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         const double c = row[t] + before;
@@ -474,13 +509,13 @@ inline __attribute__((always_inline)) int RelaxOne(const uint8_t *cand, double *
 // RelaxSlot for exactly sizeof...(I) predecessors: their rows and path
 // costs are read once for all candidates and the scan over them is written
 // out in full (the loop overhead and the reloads cost as much as the pairs).
-template <size_t... I>
+template <bool Ended, size_t... I>
 int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
                const double *const *wide, const double **nextRows, std::index_sequence<I...>) {
     const double *const row[] = {rows[I]...};
     const double before[] = {prevScore[I]...};
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         double best = kNoPath;
@@ -501,11 +536,12 @@ int RelaxFixed(const uint8_t *cand, double *score, uint8_t *back, const double *
     return n;
 }
 
+template <bool Ended>
 int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *const *rows, const double *prevScore,
               int prevCount, const double *const *wide, const double **nextRows) {
 #define VSG_RELAX_FIXED(P)                                                                                            \
     case P:                                                                                                           \
-        return RelaxFixed(cand, score, back, rows, prevScore, wide, nextRows, std::make_index_sequence<P>{});
+        return RelaxFixed<Ended>(cand, score, back, rows, prevScore, wide, nextRows, std::make_index_sequence<P>{});
     switch (prevCount) {
         VSG_RELAX_FIXED(2)
         VSG_RELAX_FIXED(3)
@@ -523,9 +559,9 @@ int RelaxSlot(const uint8_t *cand, double *score, uint8_t *back, const double *c
         break;
     }
 #undef VSG_RELAX_FIXED
-    if (prevCount == 1) return RelaxOne(cand, score, back, rows[0], prevScore[0], wide, nextRows);
+    if (prevCount == 1) return RelaxOne<Ended>(cand, score, back, rows[0], prevScore[0], wide, nextRows);
     int n = 0;
-    for (; n < kSpanCands; ++n) {
+    for (; Ended || n < kSpanCands; ++n) {
         const uint8_t t = cand[n];
         if (t == kNoTag) break;
         double best = kNoPath;
@@ -613,13 +649,16 @@ int32_t DisambPlain(CSpan *span) {
 
 }  // namespace
 
-int32_t CSpan_Disamb(CSpan *span) {
-    if (span == nullptr || span->count < 2) return 1;
-    const vsg::tagging::SpanTables *tables = span->tables;
-    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+namespace {
+
+// The forward pass over the tables' wide rows (the span has tables of its
+// model). With Ended, every candidate row is known to end within its 20
+// bytes (a span that FillRun filled), so its end is not checked too.
+template <bool Ended>
+void DisambWide(CSpan *span) {
     // With the tables: every row has a column for every tag, holding the
     // cost the plain pass would use for that pair.
-    const double *const *wide = tables->WideRows();
+    const double *const *wide = span->tables->WideRows();
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     const double *rowsA[kSpanCands];
     const double *rowsB[kSpanCands];
@@ -630,13 +669,31 @@ int32_t CSpan_Disamb(CSpan *span) {
         rows[prevCount] = wide[prev[prevCount]];
     for (uint32_t k = 1; k < count; ++k) {
         if (prevCount == 1)
-            prevCount = RelaxOne(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0], wide,
-                                 nextRows);
+            prevCount = RelaxOne<Ended>(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0],
+                                        wide, nextRows);
         else
-            prevCount = RelaxSlot(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1], prevCount,
-                                  wide, nextRows);
+            prevCount = RelaxSlot<Ended>(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1],
+                                         prevCount, wide, nextRows);
         std::swap(rows, nextRows);
     }
+}
+
+// CSpan_Disamb for a span that FillRun filled.
+void DisambFilled(CSpan *span) {
+    if (span->count < 2) return;
+    if (span->tables == nullptr || span->tables->model() != span->model)
+        DisambPlain(span);
+    else
+        DisambWide<true>(span);
+}
+
+}  // namespace
+
+int32_t CSpan_Disamb(CSpan *span) {
+    if (span == nullptr || span->count < 2) return 1;
+    const vsg::tagging::SpanTables *tables = span->tables;
+    if (tables == nullptr || tables->model() != span->model) return DisambPlain(span);
+    DisambWide<false>(span);
     return 1;
 }
 
@@ -646,9 +703,10 @@ int32_t CSpan_GetBestPOS0(CSpan *span) {
     return 1;
 }
 
-int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
-    if (span == nullptr) return 0;
-    Trace(span);
+namespace {
+
+// After the back-trace: 1 when more than one word left defaultRole.
+int32_t MoreThanOneNamed(const CSpan *span, int32_t defaultRole) {
     if (span->count < 2) return 0;
     const uint32_t count = span->count > kSpanSlots ? kSpanSlots : span->count;
     // Only whether more than one word left the default role matters.
@@ -656,6 +714,14 @@ int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
     for (uint32_t k = 1; k < count && named < 2; ++k)
         if (span->word[k][0] != '\0' && span->bestTag[k] != defaultRole) ++named;
     return named > 1 ? 1 : 0;
+}
+
+}  // namespace
+
+int32_t CSpan_GetBestPOS1(CSpan *span, int32_t defaultRole) {
+    if (span == nullptr) return 0;
+    Trace(span);
+    return MoreThanOneNamed(span, defaultRole);
 }
 
 int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_t defaultRole,
@@ -666,8 +732,11 @@ int32_t CSpan_RoleTagging(CSpan *span, SpanWord *results, int32_t tagSet, int32_
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         const int32_t next = CSpan_GetFrom1(span, results, start, tagSet, defaultRole);
-        // Runs where at most one word left the default role hold no name.
-        if (CSpan_GetBestPOS1(span, defaultRole) == 1 && engine != nullptr) {
+        // CSpan_GetBestPOS1, with the trace of a filled span. Runs where at
+        // most one word left the default role hold no name.
+        DisambFilled(span);
+        TraceFilled<false>(span);
+        if (MoreThanOneNamed(span, defaultRole) == 1 && engine != nullptr) {
             switch (span->tagType) {
             case 2:
                 CSpan_PlaceRecognize(span, results, engine, start, graph);
@@ -700,7 +769,7 @@ namespace {
 inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row,
                              const double *const *wide) {
     const double *nextRow[1];
-    RelaxOne(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
+    RelaxOne<false>(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
     const uint8_t tag = span->cand[1][0];
     if (span->word[1][0] != '\0') {
         span->bestTag[1] = tag;
@@ -718,6 +787,36 @@ inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row
     span->word[0][0] = '\0';
 }
 
+// Part-of-speech tags the whole word array as one run instead of runs cut
+// at each settled word. A settled word has one candidate, so every path
+// goes through it: the run after it starts from that candidate and its path
+// cost (CSpan_Reset carries both), which is what the next slot of one long
+// run relaxes from, by the same steps; and the trace of a long run passes
+// through candidate 0 of each settled slot, where a cut run's trace starts.
+// So the tags, costs and carried state are those of the cut runs, at one
+// fill, one forward pass and one trace per array instead of per run. False,
+// with nothing tagged, when the array does not fit one run or the trace
+// meets a candidate without predecessor (whose back index would read on
+// past a cut run's end): the caller then tags it run by run.
+bool PosTagWhole(CSpan *span, SpanWord *results, const PosFill &fill) {
+    const int32_t next = FillRun(span, results, 0, [&](uint32_t k, const SpanWord &w, size_t length) {
+        fill(k, w, length);
+        return false;
+    });
+    if (next >= 0) return false;  // a full run: the array goes on
+    DisambFilled(span);
+    if (!TraceFilled<true>(span)) return false;
+    if (span->bestTag[1] < kNoTag && span->count >= 2) {
+        for (uint32_t j = 0; j + 1 < span->count && j + 1 < kSpanSlots; ++j) {
+            const uint8_t tag = span->bestTag[j + 1];
+            if (tag == kNoTag) break;
+            results[j].tag = static_cast<int8_t>(tag);
+        }
+    }
+    CSpan_Reset(span, 1);
+    return true;
+}
+
 }  // namespace
 
 int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const DictionaryS *core, bool oneSlotStep) {
@@ -731,6 +830,10 @@ int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const Dictionar
     // that a run of one settled word needs no more of the fill.
     const bool direct = wide != nullptr && gTaIndexNum >= 0;
     const PosFill fill(span, core);
+    if (direct && !IsEmpty(results[0])) {
+        if (PosTagWhole(span, results, fill)) return 1;
+        CSpan_Reset(span, 0);
+    }
     int32_t start = 0;
     while (!IsEmpty(results[start])) {
         int32_t next;

@@ -1,9 +1,9 @@
 // Shared pieces of the name recognisers.
 #include "tagging/Span_names.h"
 
-#include "tagging/span_tables.h"
-
 #include <cstring>
+
+#include "tagging/span_tables.h"
 
 namespace vsg::names {
 
@@ -44,21 +44,29 @@ bool RoleString::HasAt(int32_t i, const char *pattern) const {
     return len == 0 ? i >= 0 && i <= n : HasAt(i, pattern, len);
 }
 
-bool AnyRoleLetter(const CSpan *span, const POSmap *map, const char *letters) {
-    // The letters, then the tags whose letter is one of them, as 256-bit
-    // sets (a tag the map has no text for has no letter).
+void LetterTagSet(const POSmap *map, const char *letters, uint64_t (&tags)[4]) {
+    // The letters as a 256-bit set, then the tags whose letter is in it.
     uint64_t letterSet[4] = {};
     for (const char *p = letters; *p != '\0'; ++p) {
         const uint8_t c = static_cast<uint8_t>(*p);
         letterSet[c >> 6] |= uint64_t{1} << (c & 63);
     }
-    uint64_t wanted[4] = {};
+    for (uint64_t &t : tags) t = 0;
     const char *const *texts = (map != nullptr) ? map->tags : nullptr;
     const int32_t count = (texts != nullptr) ? map->count : 0;
     for (int32_t tag = 0; tag < count && tag < 256; ++tag) {
         if (texts[tag] == nullptr) continue;
         const uint8_t c = static_cast<uint8_t>(texts[tag][0]);
-        if ((letterSet[c >> 6] >> (c & 63)) & 1) wanted[tag >> 6] |= uint64_t{1} << (tag & 63);
+        if ((letterSet[c >> 6] >> (c & 63)) & 1) tags[tag >> 6] |= uint64_t{1} << (tag & 63);
+    }
+}
+
+bool AnyRoleLetter(const CSpan *span, const POSmap *map, const char *letters) {
+    uint64_t own[4];
+    const uint64_t *wanted = span->tables != nullptr ? span->tables->LetterTags(map, letters) : nullptr;
+    if (wanted == nullptr) {
+        LetterTagSet(map, letters, own);
+        wanted = own;
     }
     for (int32_t i = 1; i < kSpanSlots && span->bestTag[i] != kNoTag; ++i) {
         const uint8_t tag = span->bestTag[i];

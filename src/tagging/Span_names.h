@@ -43,10 +43,21 @@ struct RoleString {
     }
 };
 
+// The role letters that can begin a person name and a place form: a run
+// whose best roles hold none of them has nothing to recognise.
+inline constexpr char kPersonOpening[] = "CDFGIJLO";
+inline constexpr char kPlaceOpening[] = "SCH";
+
+// The tags whose line in `map` begins with one of `letters`, as a 256-bit
+// set (a tag the map has no text for has no letter).
+void LetterTagSet(const POSmap *map, const char *letters, uint64_t (&tags)[4]);
+
 // Whether some best role of the run held in `span` (slots 1.. before the
 // first end mark, at most slot 199) maps to one of `letters` in `map`. The
 // role string of the run holds a prefix of these roles' letters, so when
-// this is false none of its letters is one of `letters`.
+// this is false none of its letters is one of `letters`. The tag set comes
+// from the span's tables when they hold it for this map and these letters
+// (SpanTables::LetterTags), else from the map.
 bool AnyRoleLetter(const CSpan *span, const POSmap *map, const char *letters);
 
 // Builds the role string of the run held in `span` (see RoleString).

@@ -216,7 +216,7 @@ int32_t CSpan_PersonRecognize(CSpan *span, SpanWord *results, const SegmentEngin
     // string is its own). A run whose best roles have none of these letters
     // is passed over: same result, without the array count, role string and
     // scan.
-    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PERSON].map, "CDFGIJLO")) return 1;
+    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PERSON].map, vsg::names::kPersonOpening)) return 1;
     PersonScan(span, results, engine, start, graph).Run();
     return 1;
 }

@@ -208,7 +208,7 @@ int32_t CSpan_PlaceRecognize(CSpan *span, SpanWord *results, const SegmentEngine
     // the buffer empty, so it accepts nothing and writes nothing (the S/C
     // flag lives in the scan). A run whose best roles have none of these
     // letters is passed over: same result, without the scan's set-up.
-    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PLACE].map, "SCH")) return 1;
+    if (!vsg::names::AnyRoleLetter(span, &engine->tagModels[VSG_TAG_PLACE].map, vsg::names::kPlaceOpening)) return 1;
     PlaceScan(span, results, engine, start, graph).Run();
     return 1;
 }

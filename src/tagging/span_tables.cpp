@@ -6,6 +6,7 @@
 #include <new>
 
 #include "tagging/Span.h"
+#include "tagging/Span_names.h"
 #include "tagging/org_rows.h"
 
 namespace vsg::tagging {
@@ -59,6 +60,14 @@ bool SpanTables::Start(const DictionaryS &core, const ContextStat &model, int32_
         wide_[t] = row;
     }
     return true;
+}
+
+void SpanTables::SetLetterTags(const POSmap &map, const char *letters) noexcept {
+    vsg::names::LetterTagSet(&map, letters, letterTags_);
+    letterMap_ = &map;
+    letterLines_ = map.tags;
+    letterCount_ = map.count;
+    letters_ = letters;
 }
 
 // How many of an entry's rows of this set become candidates: the first

@@ -94,6 +94,19 @@ public:
     // The single value of each tag (0 for tags beyond the model's table).
     const double *Singles() const { return singles_; }
 
+    // Keeps the set of tags whose line in `map` begins with one of
+    // `letters` (vsg::names::LetterTagSet), which a recogniser asks of every
+    // run, for that map (while it keeps its lines) and that string.
+    void SetLetterTags(const POSmap &map, const char *letters) noexcept;
+    // That set when it was made for `map` as it is and for `letters` (the
+    // same string, not only the same letters), else null.
+    const uint64_t *LetterTags(const POSmap *map, const char *letters) const {
+        return (map != nullptr && map == letterMap_ && letters == letters_ && map->tags == letterLines_ &&
+                map->count == letterCount_)
+                   ? letterTags_
+                   : nullptr;
+    }
+
     // Records in `w`, which holds the rows of core-dictionary entry `at`
     // (posList, posCount), where its candidates are, so that Cands finds
     // them without reading the rows or the entry. Whatever gives a record
@@ -147,6 +160,12 @@ private:
     uint32_t dataSize_ = 0;  // bytes of records in data_
     uint32_t setIndex_ = 0;  // this set's index in its block
     double singles_[256] = {};
+    // SetLetterTags: for which map, lines, line count and letters.
+    const POSmap *letterMap_ = nullptr;
+    char **letterLines_ = nullptr;
+    int32_t letterCount_ = 0;
+    const char *letters_ = nullptr;
+    uint64_t letterTags_[4] = {};
     // The block: record offsets, then the records (see Fill).
     vsg::HugeTable<uint64_t> block_;
 };

@@ -161,11 +161,13 @@ SpanPtr NewSpan(const ContextStat &model, const vsg::tagging::SpanTables *tables
 
 }  // namespace
 
-// Tagged with and without the one-slot step by two spans that live through
-// every sentence, so that what one sentence leaves in a span reaches the
-// next: the same tags and byte for byte the same spans; and the same tags
-// as the pass without tables, which reads the rows and the model.
-TEST(PosSteps, OneSlotRunsLeaveTagsAndSpanAsThePlainPath) {
+// Tagged with and without the whole-array run (run by run, each run's
+// forward pass and trace on their own) by two spans that live through every
+// sentence, so that what one sentence leaves in a span reaches the next:
+// the same tags and the same carried state (the next sentence's slot 0 and
+// offsets); and the same tags as the pass without tables, which reads the
+// rows and the model.
+TEST(PosSteps, WholeArrayRunGivesTheTagsOfRunByRun) {
     Fixture f;
     if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
     SpanPtr plain = NewSpan(f.model(0), &f.tables[0], 0);
@@ -184,10 +186,49 @@ TEST(PosSteps, OneSlotRunsLeaveTagsAndSpanAsThePlainPath) {
             ASSERT_EQ(copy[i].tag, words[i].tag) << "sentence " << s << " word " << i;
             ASSERT_EQ(third[i].tag, words[i].tag) << "sentence " << s << " word " << i;
         }
-        ASSERT_EQ(memcmp(plain.get(), fast.get(), sizeof(CSpan)), 0) << "sentence " << s;
+        ASSERT_EQ(fast->count, plain->count) << "sentence " << s;
+        ASSERT_EQ(fast->cand[0][0], plain->cand[0][0]) << "sentence " << s;
+        ASSERT_EQ(memcmp(&fast->score[0][0], &plain->score[0][0], sizeof(double)), 0) << "sentence " << s;
+        ASSERT_EQ(fast->offset[1], plain->offset[1]) << "sentence " << s;
+        ASSERT_EQ(fast->startOffset, plain->startOffset) << "sentence " << s;
     }
-    // The text exercised the step: runs of one settled word.
+    // The text had runs cut at settled words, several in a row.
     EXPECT_GT(settledPairs, f.sentences.size() > 100 ? 1000u : 5u);
+}
+
+// The role passes' way through a span (fill, then the forward pass and
+// trace of a filled span) against the exported steps, CSpan_GetFrom1 and
+// CSpan_GetBestPOS1, on two spans of each role set: the same best roles of
+// every slot, the same answer to whether more than one word left the
+// default role, and spans left byte for byte alike.
+TEST(PosSteps, RolePassGivesTheBestRolesOfTheExportedSteps) {
+    Fixture f;
+    if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
+    static constexpr int32_t kDefaultRole[4] = {0, vsg::kPersonDefaultRole, vsg::kPlaceDefaultRole,
+                                                vsg::kOrgDefaultRole};
+    std::mt19937 rng(17);
+    size_t pairs = 0, named = 0;
+    for (int t = 1; t <= 3; ++t) {
+        SpanPtr steps = NewSpan(f.model(t), &f.tables[t], static_cast<uint32_t>(t));
+        SpanPtr pass = NewSpan(f.model(t), &f.tables[t], static_cast<uint32_t>(t));
+        ASSERT_TRUE(steps && pass);
+        for (size_t s = 0; s < f.sentences.size(); s += 2) {
+            std::vector<SpanWord> words = f.Words(s, rng, &pairs);
+            if (words.size() > 190) continue;  // one run, as below
+            for (SpanWord &w : words)
+                if (w.reserved[0] > 0) f.tables[t].Mark(&w, w.reserved[0] - 1);
+            CSpan_Reset(steps.get(), 0);
+            steps->firstMerged = INT32_MAX;
+            CSpan_GetFrom1(steps.get(), words.data(), 0, t, kDefaultRole[t]);
+            const int32_t more = CSpan_GetBestPOS1(steps.get(), kDefaultRole[t]);
+            named += static_cast<size_t>(more);
+            CSpan_Reset(steps.get(), 1);
+            // No engine: the pass runs no recogniser and leaves the words.
+            CSpan_RoleTagging(pass.get(), words.data(), t, kDefaultRole[t], nullptr, nullptr);
+            ASSERT_EQ(memcmp(steps.get(), pass.get(), sizeof(CSpan)), 0) << "type " << t << " sentence " << s;
+        }
+    }
+    EXPECT_GT(named, f.sentences.size() > 100 ? 100u : 0u);
 }
 
 // The fill of every tag type gives each slot the same candidates and costs

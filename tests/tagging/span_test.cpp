@@ -575,3 +575,78 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
         }
     }
 }
+
+// A settled word that no predecessor reaches below the dead-end cost: run by
+// run, its back index of 21 reads the terminator of its own one-candidate
+// row, which stops the run's tags there; tagging the array as one run must
+// then give way to the run-by-run tagging, so both leave the same tags, and
+// the words after that run are still tagged.
+TEST(SpanPos, WholeArrayRunGivesWayAtADeadEnd) {
+    ContextModel model(10, 0.0, 1.0);
+    for (int p = 0; p < 10; ++p) model.SetTransition(p, 5, 2e7);
+    model.SetTransition(0, 3, 0.5);
+    model.SetTransition(5, 7, 0.5);
+    const DictionaryS core{};
+    vsg::tagging::SpanTables tables;
+    ASSERT_TRUE(tables.Build(core, *model.get(), 0));
+    WordArray a, b;
+    for (WordArray *w : {&a, &b}) {
+        w->Add(kStart, {Row(0, 0, 9.0f)});
+        w->Add(Gb("工作"), {Row(0, 3, 1.0f), Row(0, 4, 1.0f)});
+        w->Add(Gb("岩"), {Row(0, 5, 1.0f)});  // settled, unreachable
+        w->Add(Gb("学生"), {Row(0, 6, 1.0f), Row(0, 7, 1.0f)});
+        w->Add(kEnd, {Row(0, 1, 9.0f)});
+        for (int i = 0; i < w->size(); ++i) (*w)[i].tag = -1;
+    }
+    SpanPtr whole = NewSpan(0, model);
+    SpanPtr runs = NewSpan(0, model);
+    whole->tables = runs->tables = &tables;
+    vsg::tagging::PosTagging(whole.get(), a.data(), &core, true);
+    vsg::tagging::PosTagging(runs.get(), b.data(), &core, false);
+    for (int i = 0; i < a.size(); ++i) EXPECT_EQ(a[i].tag, b[i].tag) << "word " << i;
+    EXPECT_EQ(b[1].tag, -1);  // the run that met the dead end stopped before it
+    EXPECT_EQ(b[3].tag, 7);   // the next run was tagged
+    EXPECT_EQ(b[4].tag, 1);
+}
+
+// The opening-role set that span tables keep for a role map serves only
+// that map as it is and that letter string, and gives the answers of the
+// set made from the map on every call.
+TEST(RoleString, OpeningRolesFromTheTablesOnlyForTheirMap) {
+    ContextModel model(8);
+    const DictionaryS core{};
+    vsg::tagging::SpanTables tables;
+    ASSERT_TRUE(tables.Build(core, *model.get(), 1));
+    vsgtest::TagMap map{vsgtest::TagMap::Letters("ABCDEFGH")};
+    vsgtest::TagMap other{vsgtest::TagMap::Letters("ABCDEFGH")};
+    tables.SetLetterTags(*map.get(), vsg::names::kPersonOpening);
+    ASSERT_NE(tables.LetterTags(map.get(), vsg::names::kPersonOpening), nullptr);
+    EXPECT_EQ(tables.LetterTags(other.get(), vsg::names::kPersonOpening), nullptr);
+    EXPECT_EQ(tables.LetterTags(map.get(), vsg::names::kPlaceOpening), nullptr);
+    const char samePerson[] = "CDFGIJLO";  // the same letters, another string
+    EXPECT_EQ(tables.LetterTags(map.get(), samePerson), nullptr);
+
+    SpanPtr with(CSpan_new());
+    SpanPtr without(CSpan_new());
+    ASSERT_TRUE(with && without);
+    with->tables = &tables;
+    std::mt19937 rng(3);
+    int hits = 0;
+    for (int round = 0; round < 200; ++round) {
+        const int n = 1 + static_cast<int>(rng() % 6);
+        for (CSpan *span : {with.get(), without.get()}) span->bestTag[n + 1] = kNoTag;
+        for (int i = 1; i <= n; ++i) {
+            const auto tag = static_cast<uint8_t>(rng() % 10);  // some past the map
+            with->bestTag[i] = without->bestTag[i] = tag;
+        }
+        const bool expected = vsg::names::AnyRoleLetter(without.get(), map.get(), vsg::names::kPersonOpening);
+        EXPECT_EQ(vsg::names::AnyRoleLetter(with.get(), map.get(), vsg::names::kPersonOpening), expected);
+        hits += expected ? 1 : 0;
+        // A map whose lines changed since is read again.
+        map.get()->count = 2;  // "A", "B": no opening letter
+        EXPECT_FALSE(vsg::names::AnyRoleLetter(with.get(), map.get(), vsg::names::kPersonOpening));
+        map.get()->count = 8;
+    }
+    EXPECT_GT(hits, 0);
+    EXPECT_LT(hits, 200);
+}
