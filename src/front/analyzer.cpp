@@ -68,6 +68,7 @@ struct Shared {
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
     int nameRuns = 1;           // VSGLEX_NAME_RUNS=0 (measurement switch): off
+    int repeatedWords = 1;      // VSGLEX_REPEATED_WORDS: whole mentions a join needs (0: off; measurement switch)
     size_t nameRunMax = 8;      // VSGLEX_NAME_RUN_MAX: longest run joined, in characters (measurement switch)
     double nameRunMin = 8.0;    // VSGLEX_NAME_RUN_MIN: log gain over plain characters a person run needs
     UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
@@ -122,6 +123,7 @@ struct Item {
     uint16_t length;
     bool continues;    // a piece of the previous item's run (an over-long address or number)
     uint8_t name = 0;  // the cutter took it for a name's character: kNameFirst or kNameLater
+    bool novel = false;  // two to four atoms, longer than every lexicon word starting at its first
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };
@@ -206,6 +208,16 @@ private:
     void JoinPlaceCompounds(std::vector<Span> &spans);
     void RetagPlaces(std::vector<Span> &spans);
     void RepeatPlaces(std::vector<Span> &spans);
+    // Joins the pieces of a word the dictionary lacks that the cutter kept
+    // whole elsewhere in the batch (清真 寺 where 清真寺 came twice).
+    void JoinRepeatedWords(std::vector<Span> &spans);
+    struct NewWord {  // a word the dictionary lacks, cut whole in the batch
+        std::string_view text;
+        uint32_t count;
+        int32_t tag;  // of its last whole mention
+    };
+    std::vector<NewWord> newWords_;
+    std::vector<bool> newWordFirsts_;  // by the first character's two bytes
     void RetagUnknownWords(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
@@ -393,10 +405,12 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
-    auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0) {  // atoms [a, b)
+    auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
+                    bool novel = false) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, sentence, user});
+        items_.push_back(
+            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -447,6 +461,11 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     // to be kept track of.
     const uint8_t *labels =
         shared_.segModel.Loaded() && shared_.nameRuns != 0 ? scratch_.labels.data() : nullptr;
+    // The cutter's dictionary marks, when the repeats of new words are to
+    // be found: a word longer than the longest lexicon word starting where
+    // it starts is none.
+    const WordMarks *marks =
+        shared_.segModel.Loaded() && shared_.repeatedWords > 0 ? scratch_.marks.data() : nullptr;
     size_t a = 0;
     for (size_t k = 0; k < ends_.size(); ++k) {
         uint32_t b = ends_[k];
@@ -455,7 +474,8 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         static_assert(kSegNameFirst + 2 == kSegLabels, "the name labels are the last two");
         if (labels != nullptr && labels[a] >= kSegNameFirst && b == a + 1 && atoms[a].kind == AtomKind::kHan)
             name = labels[a] == kSegNameFirst ? kNameFirst : kNameLater;
-        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name);
+        const bool novel = marks != nullptr && b - a >= 2 && b - a <= 4 && marks[a].starts < b - a;
+        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name, novel);
         a = b;
     }
 }
@@ -654,6 +674,7 @@ void Analysis::Flush() {
     RetagPlaces(spans);
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
+    JoinRepeatedWords(spans);
     RepeatPlaces(spans);
     RetagUnknownWords(spans);
     for (const Span &span : spans) EmitEngineWord(span);
@@ -1264,6 +1285,94 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     }
 }
 
+// The cutter cuts a word it has never seen by its characters' evidence
+// around each mention, so a new word of a text often comes out whole in
+// some mentions and in pieces in others (污水厂 and 污水 厂). A word of two
+// to four Chinese characters that the core dictionary lacks, that is no
+// name, number or time, and that the batch holds whole at least
+// shared_.repeatedWords times (the cutter's word, or a name run joined
+// above), joins each run of two to four touching plain words of one
+// sentence that spell it, and gives it the tag of its last whole mention.
+void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
+    if (shared_.repeatedWords <= 0 || spans.size() < 2) return;
+    const uint32_t need = static_cast<uint32_t>(shared_.repeatedWords);
+    const std::string &gb = work_.gb;
+    const auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
+    auto bytes = [&](const Span &s) {
+        return size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start;
+    };
+    // A word that may be a whole mention or a piece: no name, user word or
+    // compound.
+    auto plain = [&](const Span &s) {
+        return s.tag >= 0 && !IsNameTag(s.tag) && s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s) &&
+               (s.first == s.last || s.run);
+    };
+    // The whole mentions: only the cutter's new words (the lexicon
+    // told when it cut) and the joined runs are looked up.
+    newWords_.clear();
+    for (const Span &s : spans) {
+        if (s.first == s.last ? !items_[s.first].novel : !s.run) continue;
+        const size_t length = bytes(s);
+        if (length < 4 || length > 8 || !plain(s)) continue;
+        const char *w = gb.data() + items_[s.first].start;
+        if (!IsGb2312ChineseText(w, length) || ClassOfString(w, length) != StringClass::kOther) continue;
+        const std::string_view text(w, length);
+        auto it = std::find_if(newWords_.begin(), newWords_.end(), [&](const NewWord &n) { return n.text == text; });
+        if (it == newWords_.end()) {
+            if (KnownWord(shared_, w, length)) continue;
+            newWords_.push_back(NewWord{text, 0, s.tag});
+            it = newWords_.end() - 1;
+        }
+        ++it->count;
+        it->tag = s.tag;
+    }
+    newWords_.erase(std::remove_if(newWords_.begin(), newWords_.end(), [&](const NewWord &n) { return n.count < need; }),
+                 newWords_.end());
+    if (newWords_.empty()) return;
+    if (newWordFirsts_.empty()) newWordFirsts_.resize(1 << 16);
+    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = true;
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        const Span &s = spans[i];
+        const char *w = gb.data() + items_[s.first].start;
+        size_t best = 0;
+        const NewWord *found = nullptr;
+        if (items_[s.first].length >= 2 && newWordFirsts_[key(w)] && plain(s)) {
+            // The longest run of touching plain words from here that spells
+            // such a word.
+            size_t length = bytes(s);
+            const uint32_t sentence = items_[s.first].sentence;
+            for (size_t j = i + 1; j < spans.size() && j < i + 4; ++j) {
+                const Span &t = spans[j];
+                if (!plain(t) || items_[t.first].sentence != sentence ||
+                    items_[spans[j - 1].last].start + items_[spans[j - 1].last].length != items_[t.first].start)
+                    break;
+                length += bytes(t);
+                if (length > 8) break;
+                const std::string_view text(w, length);
+                for (const NewWord &n : newWords_)
+                    if (n.text == text) {
+                        best = j;
+                        found = &n;
+                    }
+            }
+        }
+        if (found != nullptr) {
+            Span joined{s.first, spans[best].last, found->tag};
+            joined.run = true;
+            spans[out++] = joined;
+            i = best;
+            continue;
+        }
+        if (out != i) spans[out] = spans[i];
+        ++out;
+    }
+    spans.resize(out);
+    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = false;
+}
+
 // Whether a name run ends in the suffix of an administrative unit after a
 // stem that is no word of its own (费县, 三门峡市, 麦盖提乡; not 送往县,
 // 镇区). Of two characters only those in 县 or 州 are taken: 区 市 乡 镇
@@ -1632,6 +1741,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->repeatPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_NAME_RUNS"); v != nullptr && *v != '\0')
         set->nameRuns = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_REPEATED_WORDS"); v != nullptr && *v != '\0')
+        set->repeatedWords = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_NAME_RUN_MIN"); v != nullptr && *v != '\0')
         set->nameRunMin = std::atof(v);
     if (const char *v = std::getenv("VSGLEX_NAME_RUN_MAX"); v != nullptr && *v != '\0')

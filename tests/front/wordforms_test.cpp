@@ -349,6 +349,33 @@ TEST_F(WordFormsApiTest, NameRunsTheEngineLeavesInCharactersAreOneWord) {
         EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, UnknownWordCutWholeElsewhereJoinsItsPieces) {
+    // The cutter keeps 污水厂 and 雾霾 (no dictionary words) whole in one
+    // sentence and cuts them in the other; within one text every mention is
+    // one word, in both views, with the tag of the whole mentions.
+    const std::string text = "他们新建了一座污水厂。污水厂每天处理十万吨污水。严重的雾霾让人担忧。雾霾天气影响出行。";
+    for (bool pieces : {false, true}) {
+        auto w = Words(text, pieces);
+        size_t plant = 0, smog = 0;
+        for (const std::string &word : w) {
+            plant += word == "污水厂/n";
+            smog += word == "雾霾/n";
+            EXPECT_TRUE(word != "厂/n" && word != "霾/n") << Texts(w);
+        }
+        EXPECT_EQ(plant, 2u) << Texts(w);
+        EXPECT_EQ(smog, 2u) << Texts(w);
+    }
+    // Pieces apart (a space between them) stay apart, the word alone in
+    // the text is cut as the cutter cuts it, and each text is its own
+    // call: nothing carries over.
+    auto w = Words("污水厂每天处理十万吨污水。他们修了污水 厂。");
+    EXPECT_TRUE(Has(w, "污水/n") && Has(w, "厂/n")) << Texts(w);
+    w = Words("他们新建了一座污水厂。");
+    EXPECT_TRUE(Has(w, "污水/n") && Has(w, "厂/n")) << Texts(w);
+    w = Words("雾霾天气影响出行。");
+    EXPECT_FALSE(Has(w, "雾霾/n")) << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, UnknownWordOfTwoCharactersEndingInCountyOrPrefectureIsAPlace) {
     // Cut whole by the cutter, such a word never reaches the place
     // recogniser as characters; a known word ending in 县 (本县) stays.
