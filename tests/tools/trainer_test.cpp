@@ -633,6 +633,29 @@ TEST(Trainer, PlaceStemFloorsBeforeASuffix) {
     }
 }
 
+TEST(Trainer, RareTwoCharacterPlacesStayWholeInThePlaceData) {
+    // 车臣 and 杨宋镇 are rare places. By default only 杨宋镇 is cut (C F
+    // G); 车臣 stays one word, so 车 and 臣 get no place rows H (7) and L
+    // (11), and 打 after it is the neighbour of a whole place (Q, 16), not
+    // of a cut one (N, 13). With placeCutShort both are cut.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  在/p  车臣/ns  打/v  仗/n  ，/w  杨宋镇/ns  好/a  。/w", &ps[0]));
+    for (bool cutShort : {false, true}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.placeCutShort = cutShort;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "杨"), 2, 2), std::log(2.0f)) << cutShort;
+        EXPECT_EQ(std::isnan(RowValue(Find(d, "车"), 2, 7)), !cutShort);
+        EXPECT_EQ(std::isnan(RowValue(Find(d, "臣"), 2, 11)), !cutShort);
+        EXPECT_EQ(std::isnan(RowValue(Find(d, "打"), 2, 13)), !cutShort);
+        EXPECT_EQ(std::isnan(RowValue(Find(d, "打"), 2, 16)), cutShort);
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
     // 举重队 ends one organisation name: with the default added count it
     // already passes the recogniser's suffix threshold (1.1). 开发区 ends an

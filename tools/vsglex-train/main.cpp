@@ -13,12 +13,13 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
                  "  --exclude-before  leave out the paragraphs before this day\n"
                  "  --place-cut N   cut places seen at most N times into characters (default 10)\n"
+                 "  --place-cut-short 0|1  cut rare places of two characters too in the place data (default 0)\n"
                  "  --person-place-cut N  the same for the person role data (default 30)\n"
                  "  --person-foreign-place-cut N  the same for transliterated places in the person data (default 30)\n"
                  "  --person-floor X      pseudo-count of unseen given-name roles (default 0.003, 0: none)\n"
@@ -113,6 +114,8 @@ int main(int argc, char **argv) {
             opt.seg.dropTemplates = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 0));
         } else if (a == "--seg-prune" && i + 1 < argc) {
             opt.seg.prune = std::atof(argv[++i]);
+        } else if (a == "--place-cut-short" && i + 1 < argc) {
+            opt.placeCutShort = std::atoi(argv[++i]) != 0;
         } else if (a == "--place-cut" && i + 1 < argc) {
             opt.placeCutMax = std::atoi(argv[++i]);
         } else if (a == "--person-place-cut" && i + 1 < argc) {

@@ -1,5 +1,5 @@
-// Place role step: rare places cut into characters; person names arrive
-// merged into one word.
+// Place role step: rare places of three or more characters cut into
+// characters; person names arrive merged into one word.
 #include "steps.h"
 
 namespace vsgtrain {
@@ -14,7 +14,9 @@ void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summ
         std::vector<RoleWord> seq;
         std::vector<char> cut, whole;
         for (const Unit &u : units) {
-            if (c->PlaceCut(u, opt.placeCutMax)) {
+            // A rare place of two characters stays whole unless asked
+            // (TrainOptions::placeCutShort).
+            if (c->PlaceCut(u, opt.placeCutMax) && (opt.placeCutShort || SplitChars(u.text).size() > 2)) {
                 std::string letters = PlaceRoles(u.text);
                 std::vector<std::string> chars = SplitChars(u.text);
                 ++summary->placesCut;

@@ -57,6 +57,14 @@ struct TrainOptions {
     double personAfterNameShare = 0.005;
     // The same for a character seen before a name (role R).
     double personBeforeNameShare = 0.01;
+    // Place role data: a rare place of two characters is cut into
+    // characters too (true), or stays one word (false). The recogniser
+    // takes a two-character place only before a suffix word in the
+    // sentence's third record, so new ones are out of its reach, and trained
+    // as roles C G and H L they drew longer places to a two-character
+    // reading (新泾乡 as 新 before 泾乡, 大田庄乡 as 大田 and 庄乡) and made
+    // two-character false places (井口, 大山).
+    bool placeCutShort = false;
     // Place role data: pseudo-count of the roles of a suffixed place's
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
