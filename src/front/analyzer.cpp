@@ -82,6 +82,8 @@ struct Shared {
     int boundAloneMax = -1;
     double boundInsideMin = 5.0;
     int boundMode = 0;
+    bool boundSideByLabels = false;  // VSGLEX_BOUND_SIDE=labels: the side whose label scores come closer
+    double boundMargin = 1e18;       // VSGLEX_BOUND_MARGIN: the single label beat the joining one by less
     std::vector<uint8_t> boundSide;  // by the character's two bytes: 0 free, 1 joins left, 2 joins right
 };
 
@@ -135,6 +137,10 @@ struct Item {
     bool novel = false;  // two to four atoms, longer than every lexicon word starting at its first
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
+    // A one-character word the cutter labelled single: by how much the
+    // single label's score beat the last and the first label of a word
+    // (lone bound characters only; else 0).
+    int32_t overEnd = 0, overBegin = 0;
 };
 
 // Name marks of an item: the cutter labelled its one character as the
@@ -418,11 +424,11 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
-                    bool novel = false) {  // atoms [a, b)
+                    bool novel = false, int32_t overEnd = 0, int32_t overBegin = 0) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(
-            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence, user});
+        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence,
+                              user, overEnd, overBegin});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -487,7 +493,14 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         if (labels != nullptr && labels[a] >= kSegNameFirst && b == a + 1 && atoms[a].kind == AtomKind::kHan)
             name = labels[a] == kSegNameFirst ? kNameFirst : kNameLater;
         const bool novel = marks != nullptr && b - a >= 2 && b - a <= 4 && marks[a].starts < b - a;
-        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name, novel);
+        int32_t overEnd = 0, overBegin = 0;
+        if (!shared_.boundSide.empty() && shared_.segModel.Loaded() && b == a + 1 &&
+            scratch_.labels[a] == kSegSingle) {
+            const int32_t *sc = scratch_.score.data() + a * kSegLabels;
+            overEnd = sc[kSegSingle] - sc[kSegEnd];
+            overBegin = sc[kSegSingle] - sc[kSegBegin];
+        }
+        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name, novel, overEnd, overBegin);
         a = b;
     }
 }
@@ -1418,7 +1431,10 @@ void Analysis::JoinBoundChars(std::vector<Span> &spans) {
     std::vector<uint8_t> join(spans.size(), 0);  // 1: joins the span after it
     for (size_t i = 0; i < spans.size(); ++i) {
         if (!lone(spans[i])) continue;
-        const uint8_t side = shared_.boundSide[key(gb.data() + items_[spans[i].first].start)];
+        const Item &it = items_[spans[i].first];
+        uint8_t side = shared_.boundSide[key(gb.data() + it.start)];
+        if (shared_.boundSideByLabels) side = it.overEnd < it.overBegin ? 1 : 2;
+        if ((side == 1 ? it.overEnd : it.overBegin) >= shared_.boundMargin) continue;
         const size_t j = side == 1 ? i - 1 : i + 1;
         if (side == 1 ? i == 0 : j >= spans.size()) continue;
         const size_t a = std::min(i, j), b = std::max(i, j);
@@ -1868,6 +1884,10 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->boundInsideMin = std::atof(v);
     if (const char *v = std::getenv("VSGLEX_BOUND_MODE"); v != nullptr && *v != '\0')
         set->boundMode = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_BOUND_SIDE"); v != nullptr && *v != '\0')
+        set->boundSideByLabels = std::strcmp(v, "labels") == 0;
+    if (const char *v = std::getenv("VSGLEX_BOUND_MARGIN"); v != nullptr && *v != '\0')
+        set->boundMargin = std::atof(v);
     if (set->boundAloneMax >= 0) BuildBoundChars(engine->models().core, *set);
     set->engine = std::move(engine);
     return set;
