@@ -83,7 +83,8 @@ struct Shared {
     double boundInsideMin = 5.0;
     int boundMode = 0;
     bool boundSideByLabels = false;  // VSGLEX_BOUND_SIDE=labels: the side whose label scores come closer
-    double boundMargin = 1e18;       // VSGLEX_BOUND_MARGIN: the single label beat the joining one by less
+    double boundMargin = 1e18;
+    double boundShare = 1.0;         // VSGLEX_BOUND_SHARE: at most this share of its occurrences alone       // VSGLEX_BOUND_MARGIN: the single label beat the joining one by less
     std::vector<uint8_t> boundSide;  // by the character's two bytes: 0 free, 1 joins left, 2 joins right
 };
 
@@ -1791,7 +1792,8 @@ void BuildBoundChars(const DictionaryS &dict, Shared &set) {
     }
     set.boundSide.assign(1 << 16, 0);
     for (size_t c = 0; c < alone.size(); ++c)
-        if (inside[c] >= set.boundInsideMin && alone[c] <= set.boundAloneMax + 0.5)
+        if (inside[c] >= set.boundInsideMin && alone[c] <= set.boundAloneMax + 0.5 &&
+            alone[c] <= set.boundShare * (alone[c] + inside[c]))
             set.boundSide[c] = last[c] > first[c] ? 1 : 2;
 }
 
@@ -1888,6 +1890,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->boundSideByLabels = std::strcmp(v, "labels") == 0;
     if (const char *v = std::getenv("VSGLEX_BOUND_MARGIN"); v != nullptr && *v != '\0')
         set->boundMargin = std::atof(v);
+    if (const char *v = std::getenv("VSGLEX_BOUND_SHARE"); v != nullptr && *v != '\0')
+        set->boundShare = std::atof(v);
     if (set->boundAloneMax >= 0) BuildBoundChars(engine->models().core, *set);
     set->engine = std::move(engine);
     return set;
