@@ -74,18 +74,6 @@ struct Shared {
     UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
     bool retagUnknown = true;   // VSGLEX_UNKNOWN_TAGS=0 (measurement switch): off
     double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
-    // Lone bound characters (JoinBoundChars): VSGLEX_BOUND_CHARS=N joins a
-    // lone plain character that the core dictionary holds alone at most N
-    // times and inside longer words at least VSGLEX_BOUND_INSIDE times (-1:
-    // off); VSGLEX_BOUND_MODE 0 any neighbour, 1 only after a word of two
-    // characters, 2 only with another such lone character.
-    int boundAloneMax = -1;
-    double boundInsideMin = 5.0;
-    int boundMode = 0;
-    bool boundSideByLabels = false;  // VSGLEX_BOUND_SIDE=labels: the side whose label scores come closer
-    double boundMargin = 1e18;
-    double boundShare = 1.0;         // VSGLEX_BOUND_SHARE: at most this share of its occurrences alone       // VSGLEX_BOUND_MARGIN: the single label beat the joining one by less
-    std::vector<uint8_t> boundSide;  // by the character's two bytes: 0 free, 1 joins left, 2 joins right
 };
 
 // Model sets that are open, by the canonical path of their directory.
@@ -138,10 +126,6 @@ struct Item {
     bool novel = false;  // two to four atoms, longer than every lexicon word starting at its first
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
-    // A one-character word the cutter labelled single: by how much the
-    // single label's score beat the last and the first label of a word
-    // (lone bound characters only; else 0).
-    int32_t overEnd = 0, overBegin = 0;
 };
 
 // Name marks of an item: the cutter labelled its one character as the
@@ -234,9 +218,6 @@ private:
     };
     std::vector<NewWord> newWords_;
     std::vector<bool> newWordFirsts_;  // by the first character's two bytes
-    // Joins a lone character the corpus almost never writes alone with the
-    // neighbour whose words it most often ends or begins.
-    void JoinBoundChars(std::vector<Span> &spans);
     void RetagUnknownWords(std::vector<Span> &spans);
     void AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uint32_t length);
     static const char *TextAt(size_t offset) { return reinterpret_cast<const char *>(static_cast<uintptr_t>(offset)); }
@@ -425,11 +406,11 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
-                    bool novel = false, int32_t overEnd = 0, int32_t overBegin = 0) {  // atoms [a, b)
+                    bool novel = false) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
-        items_.push_back(Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence,
-                              user, overEnd, overBegin});
+        items_.push_back(
+            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -494,14 +475,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         if (labels != nullptr && labels[a] >= kSegNameFirst && b == a + 1 && atoms[a].kind == AtomKind::kHan)
             name = labels[a] == kSegNameFirst ? kNameFirst : kNameLater;
         const bool novel = marks != nullptr && b - a >= 2 && b - a <= 4 && marks[a].starts < b - a;
-        int32_t overEnd = 0, overBegin = 0;
-        if (!shared_.boundSide.empty() && shared_.segModel.Loaded() && b == a + 1 &&
-            scratch_.labels[a] == kSegSingle) {
-            const int32_t *sc = scratch_.score.data() + a * kSegLabels;
-            overEnd = sc[kSegSingle] - sc[kSegEnd];
-            overBegin = sc[kSegSingle] - sc[kSegBegin];
-        }
-        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name, novel, overEnd, overBegin);
+        push(a, b, user_ != nullptr ? userMarks_[k] : nullptr, name, novel);
         a = b;
     }
 }
@@ -701,7 +675,6 @@ void Analysis::Flush() {
     JoinKnownCompounds(spans);
     JoinPlaceCompounds(spans);
     JoinRepeatedWords(spans);
-    JoinBoundChars(spans);
     RepeatPlaces(spans);
     RetagUnknownWords(spans);
     for (const Span &span : spans) EmitEngineWord(span);
@@ -1400,70 +1373,6 @@ void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
     for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = false;
 }
 
-// A lone plain character that the dictionary holds mostly inside longer
-// words joins the touching plain word on the side of the words it most
-// often ends (left) or begins (right), when the joined word has at most
-// four characters; the unknown-word tags then judge it.
-void Analysis::JoinBoundChars(std::vector<Span> &spans) {
-    if (shared_.boundSide.empty() || spans.size() < 2) return;
-    const std::string &gb = work_.gb;
-    const auto key = [](const char *p) {
-        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-    };
-    auto bytes = [&](const Span &s) {
-        return size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start;
-    };
-    auto plain = [&](const Span &s) {
-        if (s.tag < 0 || IsNameTag(s.tag) || s.split != 0 || s.partCount != 0 || HoldsFixedItem(s)) return false;
-        if (s.first != s.last && !s.run) return false;
-        if (!s.run && items_[s.first].name != 0) return false;
-        const char *w = gb.data() + items_[s.first].start;
-        const size_t len = bytes(s);
-        return IsGb2312ChineseText(w, len) && ClassOfString(w, len) == StringClass::kOther;
-    };
-    auto lone = [&](const Span &s) {
-        return s.first == s.last && !s.run && items_[s.first].length == 2 &&
-               shared_.boundSide[key(gb.data() + items_[s.first].start)] != 0 && plain(s);
-    };
-    auto touch = [&](const Span &a, const Span &b) {
-        return items_[a.last].sentence == items_[b.first].sentence &&
-               items_[a.last].start + items_[a.last].length == items_[b.first].start;
-    };
-    std::vector<uint8_t> join(spans.size(), 0);  // 1: joins the span after it
-    for (size_t i = 0; i < spans.size(); ++i) {
-        if (!lone(spans[i])) continue;
-        const Item &it = items_[spans[i].first];
-        uint8_t side = shared_.boundSide[key(gb.data() + it.start)];
-        if (shared_.boundSideByLabels) side = it.overEnd < it.overBegin ? 1 : 2;
-        if ((side == 1 ? it.overEnd : it.overBegin) >= shared_.boundMargin) continue;
-        const size_t j = side == 1 ? i - 1 : i + 1;
-        if (side == 1 ? i == 0 : j >= spans.size()) continue;
-        const size_t a = std::min(i, j), b = std::max(i, j);
-        if ((a > 0 && join[a - 1]) || join[a] || join[b] || !plain(spans[j]) || !touch(spans[a], spans[b]) ||
-            bytes(spans[j]) > 6)
-            continue;
-        if (shared_.boundMode == 1 && (side != 1 || bytes(spans[j]) != 4)) continue;
-        if (shared_.boundMode == 2 && !lone(spans[j])) continue;
-        join[a] = 1;
-    }
-    size_t out = 0;
-    for (size_t i = 0; i < spans.size(); ++i) {
-        if (join[i]) {
-            const char *w = gb.data() + items_[spans[i].first].start;
-            const size_t len = bytes(spans[i]) + bytes(spans[i + 1]);
-            int32_t tag = CoreWordTag(&shared_.engine->models(), w, len);
-            Span joined{spans[i].first, spans[i + 1].last, tag >= 0 ? tag : shared_.nounTag};
-            joined.run = true;
-            spans[out++] = joined;
-            ++i;
-            continue;
-        }
-        if (out != i) spans[out] = spans[i];
-        ++out;
-    }
-    spans.resize(out);
-}
-
 // Whether a name run ends in the suffix of an administrative unit after a
 // stem that is no word of its own (费县, 三门峡市, 麦盖提乡; not 送往县,
 // 镇区). Of two characters only those in 县 or 州 are taken: 区 市 乡 镇
@@ -1762,41 +1671,6 @@ int32_t TagOfText(const vsglex_handle *handle, std::string_view text) {
 
 namespace {
 
-// Counts each Chinese character's occurrences as a word of its own and as
-// the first, last or an inner character of longer words (rows of names
-// left out), and marks the bound ones with the side they join.
-void BuildBoundChars(const DictionaryS &dict, Shared &set) {
-    std::vector<double> alone(1 << 16, 0.0), first(1 << 16, 0.0), last(1 << 16, 0.0), inside(1 << 16, 0.0);
-    const auto key = [](const char *p) {
-        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-    };
-    for (int32_t e = 0; e < dict.count; ++e) {
-        const DictSEntry &entry = dict.entries[e];
-        const size_t len = static_cast<size_t>(entry.length);
-        if (entry.word == nullptr || entry.posList == nullptr || len < 2 || !vsg::IsGb2312ChineseText(entry.word, len))
-            continue;
-        double count = 0.0;
-        for (int32_t r = 0; r < entry.posCount; ++r) {
-            const DictSRow &row = entry.posList[r];
-            if (row.code == 0 && std::isfinite(row.value) && !vsg::IsNameTag(row.subCode))
-                count += std::exp(static_cast<double>(row.value));
-        }
-        if (count <= 0.0) continue;
-        if (len == 2) {
-            alone[key(entry.word)] += count;
-            continue;
-        }
-        first[key(entry.word)] += count;
-        last[key(entry.word + len - 2)] += count;
-        for (size_t k = 0; k < len; k += 2) inside[key(entry.word + k)] += count;
-    }
-    set.boundSide.assign(1 << 16, 0);
-    for (size_t c = 0; c < alone.size(); ++c)
-        if (inside[c] >= set.boundInsideMin && alone[c] <= set.boundAloneMax + 0.5 &&
-            alone[c] <= set.boundShare * (alone[c] + inside[c]))
-            set.boundSide[c] = last[c] > first[c] ? 1 : 2;
-}
-
 // Checks and loads the model set of `dir` (canonical path; messages name it
 // as `shown`), or returns null with the error set.
 std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown) {
@@ -1880,19 +1754,6 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
         set->unknownMargin = std::atof(v);
-    if (const char *v = std::getenv("VSGLEX_BOUND_CHARS"); v != nullptr && *v != '\0')
-        set->boundAloneMax = std::atoi(v);
-    if (const char *v = std::getenv("VSGLEX_BOUND_INSIDE"); v != nullptr && *v != '\0')
-        set->boundInsideMin = std::atof(v);
-    if (const char *v = std::getenv("VSGLEX_BOUND_MODE"); v != nullptr && *v != '\0')
-        set->boundMode = std::atoi(v);
-    if (const char *v = std::getenv("VSGLEX_BOUND_SIDE"); v != nullptr && *v != '\0')
-        set->boundSideByLabels = std::strcmp(v, "labels") == 0;
-    if (const char *v = std::getenv("VSGLEX_BOUND_MARGIN"); v != nullptr && *v != '\0')
-        set->boundMargin = std::atof(v);
-    if (const char *v = std::getenv("VSGLEX_BOUND_SHARE"); v != nullptr && *v != '\0')
-        set->boundShare = std::atof(v);
-    if (set->boundAloneMax >= 0) BuildBoundChars(engine->models().core, *set);
     set->engine = std::move(engine);
     return set;
 }
