@@ -6,6 +6,10 @@ before it or after it, or otherwise (inside a longer gold word), grouped by
 how often the training days write the character as a word of its own. The
 side a character would join by its counts (the side of the words it ends
 more often than begins: before, else after) is scored against the gold.
+Then the gold words of three Chinese characters that the training days
+never show and that the cut gives as a word of two characters and a lone
+character (污水 厂), by how often the training days write that character
+alone.
 
 usage: lonechars.py SPLIT_DIR [CUT]
 
@@ -19,7 +23,7 @@ import sys
 
 # Tags of names, numbers, times and marks: such words are left as they are.
 SKIP = {"nr", "ns", "nt", "nz", "nrf", "nrj", "nx", "m", "t", "w"}
-GROUPS = [(0, 0, "0"), (1, 2, "1-2"), (3, 5, "3-5"), (6, 20, "6-20"), (21, 10**9, ">20")]
+GROUPS = [(0, 0, "0"), (1, 2, "1-2"), (3, 5, "3-5"), (6, 20, "6-20"), (21, 200, "21-200"), (201, 10**9, ">200")]
 
 
 def chinese(text):
@@ -27,12 +31,14 @@ def chinese(text):
 
 
 def counts(train_path):
-    """Per character: words of its own; first, last and any position in longer words."""
+    """Per character: words of its own, first and last of longer words; and the words seen."""
     alone, first, last = collections.Counter(), collections.Counter(), collections.Counter()
+    seen = set()
     for line in open(train_path, encoding="utf-8"):
         for tok in line.split()[1:]:
             word, _, tag = tok.lstrip("[").rpartition("/")
             tag = tag.split("]")[0]
+            seen.add(word)
             if not word or tag in {"nr", "ns", "nt", "nz", "nrf", "nrj", "nx"}:
                 continue
             if len(word) == 1:
@@ -40,7 +46,7 @@ def counts(train_path):
             else:
                 first[word[0]] += 1
                 last[word[-1]] += 1
-    return alone, first, last
+    return alone, first, last, seen
 
 
 def main():
@@ -48,16 +54,27 @@ def main():
         sys.exit(__doc__)
     d = sys.argv[1]
     cut_path = os.path.join(d, sys.argv[2] if len(sys.argv) == 3 else "vsglex-corpus.txt")
-    alone, first, last = counts(os.path.join(d, "corpus", "train.txt"))
+    alone, first, last, seen = counts(os.path.join(d, "corpus", "train.txt"))
     gold = [l.split() for l in open(os.path.join(d, "gold-words.txt"), encoding="utf-8").read().split("\n")]
     cut = [[t.rpartition("/") for t in l.split(" ") if t]
            for l in open(cut_path, encoding="utf-8").read().split("\n")]
     table = collections.defaultdict(collections.Counter)
+    suffixed = collections.Counter()  # unseen word + character, by the character's group
     for g, c in zip(gold, cut):
         cover, pos = {}, 0
         for w in g:
             for k in range(pos, pos + len(w)):
                 cover[k] = (pos, pos + len(w))
+            pos += len(w)
+        starts, pos = {}, 0
+        for w, _, _ in c:
+            starts[pos] = w
+            pos += len(w)
+        pos = 0
+        for w in g:
+            if len(w) == 3 and chinese(w) and w not in seen and starts.get(pos) == w[:2] and \
+                    starts.get(pos + 2) == w[2]:
+                suffixed[next(name for lo, hi, name in GROUPS if lo <= alone[w[2]] <= hi)] += 1
             pos += len(w)
         spans, pos = [], 0
         for w, _, tag in c:
@@ -89,6 +106,8 @@ def main():
         n = r["alone"] + r["before"] + r["after"] + r["other"]
         print("%-13s %7d %7d %7d %7d %7d %10d" % (name, n, r["alone"], r["before"], r["after"], r["other"],
                                                  r["side right"]))
+    print("unseen words of three characters cut as two and one: %d; their last character written alone %s" %
+          (sum(suffixed.values()), ", ".join("%s: %d" % (name, suffixed[name]) for _, _, name in GROUPS)))
 
 
 if __name__ == "__main__":
