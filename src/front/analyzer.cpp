@@ -68,6 +68,7 @@ struct Shared {
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
     int nameRuns = 1;           // VSGLEX_NAME_RUNS=0 (measurement switch): off
+    bool repeatWholeNames = true;  // VSGLEX_REPEAT_WHOLE_NAMES=0 (measurement switch): off
     int repeatedWords = 1;      // VSGLEX_REPEATED_WORDS: whole mentions a join needs (0: off; measurement switch)
     size_t nameRunMax = 8;      // VSGLEX_NAME_RUN_MAX: longest run joined, in characters (measurement switch)
     double nameRunMin = 8.0;    // VSGLEX_NAME_RUN_MIN: log gain over plain characters a person run needs
@@ -277,7 +278,9 @@ private:
     struct Repeat {  // spans [first, last] spell a remembered name
         size_t first, last;
         RememberedPerson *name;
-        bool extends;  // from a lone surname the engine tagged as a person
+        bool extends;  // from a lone surname the engine tagged as a person, or a new word
+                       // the cutter kept whole: taken whatever the name's misses
+        bool surname;  // the former
     };
     std::vector<Repeat> repeats_;
     size_t longestName_ = 0;  // bytes
@@ -841,6 +844,9 @@ bool RememberedName(const char *p, size_t len) {
 // (so one false name among many plain mentions does not spread). The names
 // of the batch are counted first, so an earlier mention profits from a
 // later one.
+// Shortest new word (bytes) that a remembered name takes whole.
+constexpr size_t kMinWholeNameBytes = 6;
+
 void Analysis::RepeatNames(std::vector<Span> &spans) {
     const std::string &gb = work_.gb;
     auto at = [&](const Span &s) { return gb.data() + items_[s.first].start; };
@@ -875,7 +881,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !(surname || plain(spans[i]))) continue;
         // The run's words touch each other: its text is one stretch of gb.
         std::string_view run;
-        Repeat best{0, 0, nullptr, surname};
+        Repeat best{0, 0, nullptr, surname, surname};
         for (size_t j = i; j < spans.size() && (j == i || plain(spans[j])); ++j) {
             const Item &a = items_[spans[j].first];
             if (j > i) {
@@ -887,10 +893,19 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
             if (run.size() > longestName_) break;
             if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
             RememberedPerson *found = FindName(run);
-            if (found != nullptr && !(surname && j == i)) best = Repeat{i, j, found, surname};
+            // A word of three or more characters that the cutter kept
+            // whole and that no lexicon word as long starts (褚时健 where the
+            // engine found 褚时健 once): the text's own new word is that
+            // name, not a common word that happens to spell it. Words of two
+            // characters are left to the misses' count: too many of them
+            // are common words a false name happened to spell (茅屋, 申辩).
+            const bool whole = j == i && spans[i].first == spans[i].last && items_[spans[i].first].novel &&
+                               run.size() >= kMinWholeNameBytes && shared_.repeatWholeNames;
+            if (found != nullptr && !(surname && j == i)) best = Repeat{i, j, found, surname || whole, surname};
         }
         if (best.name == nullptr) continue;
         if (!best.extends) ++best.name->missed;
+        else if (!best.surname) ++best.name->found;  // the text's new word: the name itself
         repeats_.push_back(best);
         i = best.last;
     }
@@ -1741,6 +1756,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->repeatPlaces = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_NAME_RUNS"); v != nullptr && *v != '\0')
         set->nameRuns = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_REPEAT_WHOLE_NAMES"); v != nullptr && *v != '\0')
+        set->repeatWholeNames = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_REPEATED_WORDS"); v != nullptr && *v != '\0')
         set->repeatedWords = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_NAME_RUN_MIN"); v != nullptr && *v != '\0')

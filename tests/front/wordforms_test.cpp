@@ -376,6 +376,33 @@ TEST_F(WordFormsApiTest, UnknownWordCutWholeElsewhereJoinsItsPieces) {
     EXPECT_FALSE(Has(w, "雾霾/n")) << Texts(w);
 }
 
+TEST_F(WordFormsApiTest, NameFoundOnceIsTheNewWordTheCutterKeepsWholeElsewhere) {
+    // The engine finds 黄东风 and 梁东风 after 董事长; the cutter keeps the same
+    // strings whole as new words in the later sentences (黄东风/n before).
+    // Every mention is then the person, in both views.
+    for (const char *name : {"黄东风", "梁东风"}) {
+        const std::string n = name;
+        const std::string text = "董事长" + n + "说，" + n + "认为，鉴于" + n + "的问题，开除" + n + "党籍。" + n +
+                                 "利用职权贪污公款。";
+        auto merged = Words(text);
+        size_t persons = 0;
+        for (const std::string &word : merged) persons += word == n + "/nr";
+        EXPECT_EQ(persons, 5u) << Texts(merged);
+        auto pieces = Words(text, true);
+        size_t surnames = 0, given = 0;
+        for (const std::string &word : pieces) {
+            surnames += word == n.substr(0, 3) + "/nr";
+            given += word == n.substr(3) + "/nr";
+        }
+        EXPECT_EQ(surnames, 5u) << Texts(pieces);
+        EXPECT_EQ(given, 5u) << Texts(pieces);
+    }
+    // Without a mention the engine took for a person, the new word stays
+    // what it was.
+    auto w = Words("鉴于黄东风的问题，开除黄东风党籍。");
+    EXPECT_FALSE(Has(w, "黄东风/nr")) << Texts(w);
+}
+
 TEST_F(WordFormsApiTest, UnknownWordOfTwoCharactersEndingInCountyOrPrefectureIsAPlace) {
     // Cut whole by the cutter, such a word never reaches the place
     // recogniser as characters; a known word ending in 县 (本县) stays.
