@@ -684,30 +684,6 @@ TEST(Trainer, WordsRarelyTaggedAsPlacesGetNoPlaceClass) {
     }
 }
 
-TEST(Trainer, ListedTransliterationCharactersMayStandInAForeignPlace) {
-    // 巴基斯坦 is cut (H J K L): 斯 keeps its counted K (10) and, a listed
-    // transliteration character, gets the floor of the other unsuffixed
-    // roles H I J L (7-9, 11); 鹏 is not listed and gets none.
-    std::vector<vsgtrain::Paragraph> ps(1);
-    ASSERT_TRUE(vsgtrain::ParseParagraph(
-        "19980101-01-001-001/m  巴基斯坦/ns  说/v  斯/n  鹏/n  。/w", &ps[0]));
-    for (double floor : {0.0001, 0.0}) {
-        vsgtest::TempDir dir;
-        vsgtrain::TrainOptions opt;
-        opt.placeForeignFloor = floor;
-        DictionaryS d;
-        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
-        EXPECT_FLOAT_EQ(RowValue(Find(d, "斯"), 2, 10), std::log(2.0f));
-        for (int role : {7, 8, 9, 11}) {
-            const float v = RowValue(Find(d, "斯"), 2, role);
-            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << role;
-            else EXPECT_TRUE(std::isnan(v)) << role;
-            EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 2, role))) << role;
-        }
-        DictionaryS_Free(&d);
-    }
-}
-
 TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
     // 举重队 ends one organisation name: with the default added count it
     // already passes the recogniser's suffix threshold (1.1). 开发区 ends an

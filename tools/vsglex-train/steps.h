@@ -48,9 +48,6 @@ constexpr int kPersonPlaceFloorRoles[] = {vsg::kPersonCutPlaceRole, vsg::kPerson
 // suffix.
 constexpr int kPlaceStemRoles[] = {vsg::kPlaceSuffixedFirstRole, vsg::kPlaceSuffixedInnerRole,
                                    vsg::kPlaceSuffixedThirdLastRole, vsg::kPlaceSuffixedSecondLastRole};
-// Place roles of the characters of a place without a suffix (H, I, J, K, L).
-constexpr int kPlaceUnsuffixedRoles[] = {vsg::kPlaceFirstRole, vsg::kPlaceInnerRole, vsg::kPlaceThirdLastRole,
-                                         vsg::kPlaceSecondLastRole, vsg::kPlaceLastRole};
 // Place rows of a word of several characters that follows places: role G
 // (the suffix) counts the times it closes a bracketed place after one, role
 // A the times it follows one outside such a compound. The role search never

@@ -69,10 +69,6 @@ struct TrainOptions {
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
     double placeRoleFloor = 0.001;
-    // Place role data: pseudo-count of the roles of a place without a
-    // suffix (H, I, J, K, L) for characters of the transliteration lists
-    // never seen in them (0: none).
-    double placeForeignFloor = 0.0;
     // A word of several characters whose place tags make less than this
     // share of its occurrences, and whose most frequent tag is no name
     // tag, gets its place rows at count 1: no place class (0: off).
