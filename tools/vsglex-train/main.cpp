@@ -36,7 +36,7 @@ void Usage() {
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
                  "  --person-before-name-share X  the same for characters seen before a name (default 0.01, 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
-                 "  --place-class-share X  place rows at count 1 (no place class) for words seen as a place in less than this share, main tag no name (default 0: off)\n"
+                 "  --place-class-share X  place rows at count 1 (no place class) for words seen as a place in less than this share, main tag no name (default 0.3, 0: off)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
                  "  --org-rare-suffix-upto N  nouns seen at most N times ending in such a character get that count (default 2)\n"
