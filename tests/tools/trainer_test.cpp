@@ -656,6 +656,34 @@ TEST(Trainer, RareTwoCharacterPlacesStayWholeInThePlaceData) {
     }
 }
 
+TEST(Trainer, WordsRarelyTaggedAsPlacesGetNoPlaceClass) {
+    // 珠江 is a place in 2 of its 10 occurrences and mostly nz: with a share
+    // of 0.3 its place row is written at count 1 (value 0, no place class).
+    // 长江 (3 of 4) keeps its count, and so does 内塔尼亚胡 (2 of 10), whose
+    // most frequent tag is a person name.
+    std::vector<vsgtrain::Paragraph> ps;
+    auto add = [&](const std::string &line) {
+        vsgtrain::Paragraph p;
+        ASSERT_TRUE(vsgtrain::ParseParagraph("19980101-01-001-001/m  " + line + "  。/w", &p));
+        ps.push_back(p);
+    };
+    for (int i = 0; i < 2; ++i) add("珠江/ns  内塔尼亚胡/ns");
+    for (int i = 0; i < 8; ++i) add("珠江/nz  内塔尼亚胡/nr");
+    for (int i = 0; i < 3; ++i) add("长江/ns");
+    add("长江/nz");
+    for (double share : {0.3, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.placeClassShare = share;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "珠江"), 0, vsgtrain::kPosPlace), share > 0 ? 0.0f : std::log(2.0f));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "内塔尼亚胡"), 0, vsgtrain::kPosForeignPlace), std::log(2.0f));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "长江"), 0, vsgtrain::kPosPlace), std::log(3.0f));
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
     // 举重队 ends one organisation name: with the default added count it
     // already passes the recogniser's suffix threshold (1.1). 开发区 ends an

@@ -49,6 +49,24 @@ bool MainTagIn(const std::map<int, int32_t> &pos, const std::string &names) {
     return ("," + names + ",").find("," + name + ",") != std::string::npos;
 }
 
+// Whether a word's place tags make less than opt.placeClassShare of its
+// occurrences while its most frequent tag is no name tag (珠江 mostly nz,
+// 新兴 b, 运河 n). Its place rows are then written at count 1, which gives
+// it no place class: a place row above count 1 makes the engine fix every
+// occurrence as a place before tagging. A name read mostly as a person
+// (内塔尼亚胡) keeps its rows.
+bool RarelyPlace(const std::map<int, int32_t> &pos, const TrainOptions &opt) {
+    if (opt.placeClassShare <= 0.0) return false;
+    int64_t all = 0, place = 0;
+    for (const auto &tc : pos) {
+        all += tc.second;
+        if (tc.first == kPosPlace || tc.first == kPosForeignPlace) place += tc.second;
+    }
+    const int main = MainTag(pos);
+    if (place == 0 || main < 0 || IsNameTag(main)) return false;
+    return static_cast<double>(place) < opt.placeClassShare * static_cast<double>(all);
+}
+
 // Appends the rows of a one-character word in role set `set` (0 person,
 // 1 place, 2 organisation) from its role counts and returns its `stats`
 // value (the log count of the default role). `functional`: the word's most
@@ -233,8 +251,10 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         Entry e;
         e.word = w;
         const bool single = IsSingle(w);
+        const bool rarePlace = !single && RarelyPlace(wc.pos, opt);
         for (const auto &tc : TopCounts(wc.pos, kMaxRows)) {
-            e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(tc.second)});
+            const bool place = tc.first == kPosPlace || tc.first == kPosForeignPlace;
+            e.rows.push_back({0, static_cast<uint8_t>(tc.first), LogCount(rarePlace && place ? 1 : tc.second)});
         }
         if (wc.total == 1) {
             int t = wc.pos.begin()->first;

@@ -69,6 +69,12 @@ struct TrainOptions {
     // characters before the suffix (C, D, E, F) for one-character words
     // never seen in them (0: none).
     double placeRoleFloor = 0.001;
+    // A word of several characters whose place tags make less than this
+    // share of its occurrences, and whose most frequent tag is no name
+    // tag (珠江 mostly nz, 新兴 b, 运河 n), gets its place rows at count 1
+    // (0: off). A place row above count 1 makes the engine fix every
+    // occurrence of the word as a place before tagging.
+    double placeClassShare = 0.3;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
     // With 2.05 a word that ends organisation names once in the training
