@@ -520,7 +520,7 @@ TEST(RoleString, LettersEndAtTheRunOrTheArrayAndUnknownTagsReadAsNul) {
 
 // The forward pass over the load-time tables' widened rows gives the plain
 // pass's back indices, path costs and best tags bit for bit: random rows
-// with tags past the model, missing rows, NaN and dead-end costs.
+// with tags past the model, missing rows, NaN, infinite and dead-end costs.
 TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
     std::mt19937 rng(777);
     std::uniform_real_distribution<double> cost(0.0, 20.0);
@@ -529,6 +529,8 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
         if (r == 0) return std::numeric_limits<double>::quiet_NaN();
         if (r == 1) return 2e7;  // no path below the dead-end cost
         if (r == 2) return 3.0;  // ties
+        if (r == 3) return std::numeric_limits<double>::infinity();
+        if (r == 4) return -std::numeric_limits<double>::infinity();
         return cost(rng);
     };
     for (int round = 0; round < 200; ++round) {
