@@ -1,6 +1,7 @@
 // The raw-text interface: conversion, sentence splitting, word cutting, the
 // engine's name recognition and tagging, and the mapping of every word back
-// to the caller's bytes.
+// to the caller's bytes. The steps that rework the engine's words after
+// each batch are in steps_*.cpp.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -474,6 +475,8 @@ void Analysis::Flush() {
         cursor = last + 1;
     }
     for (size_t q = cursor; q < n; ++q) add(q, q, -1);
+    // The steps after the engine (steps_names.cpp, steps_nameruns.cpp,
+    // steps_places.cpp, steps_words.cpp; the place compounds below).
     SplitNamesOverMarks(spans);
     EndNamesBeforeParticles(spans);
     RepeatNames(spans);
