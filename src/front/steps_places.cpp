@@ -1,0 +1,156 @@
+// Steps after the engine on places: person names that are places, known
+// place compounds, and new words the text names as places elsewhere.
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/gbtext.h"
+#include "common/tagset.h"
+#include "front/analysis.h"
+#include "front/analyzer.h"
+#include "front/corpusview.h"
+
+namespace vsg::front {
+
+// Person names that are places: a person word whose text the training
+// days show mostly as a place (the cutter hands rare places to the engine
+// in characters, and the person recogniser may take them), and a
+// transliterated person name whose neighbouring words (of several
+// characters, which the role search cannot tell apart) come far more often
+// next to transliterated places than next to such names (抵达 雅温得).
+void Analysis::RetagPlaces(std::vector<Span> &spans) {
+    const std::string &gb = work_.gb;
+    auto text = [&](const Span &s) {
+        return std::string_view(gb.data() + items_[s.first].start,
+                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    // The text of a plain word of several characters touching `s` in its
+    // sentence, or an empty view.
+    auto neighbour = [&](const Span &s, const Span &n) {
+        const Item &a = items_[std::min(s.last, n.last)];
+        const Item &b = items_[std::max(s.first, n.first)];
+        if (a.sentence != b.sentence || b.start != a.start + a.length || IsNameTag(n.tag) || n.split != 0)
+            return std::string_view();
+        std::string_view t = text(n);
+        return t.size() > 2 ? t : std::string_view();
+    };
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span &s = spans[i];
+        if (!IsPersonTag(s.tag)) continue;
+        bool user = false;
+        for (size_t q = s.first; q <= s.last; ++q) user = user || items_[q].user != nullptr;
+        if (user) continue;
+        // A string the training days show mostly as a place (马德里, 科威特:
+        // the cutter hands rare places over in characters, and the person
+        // recogniser may take them) stays a place.
+        if (shared_.knownPlaces && s.first != s.last) {
+            const std::string_view t = text(s);
+            const int32_t known = CoreWordTag(&shared_.engine->models(), t.data(), t.size());
+            if (IsPlaceTag(known)) {
+                s.tag = known;
+                continue;
+            }
+        }
+        if (s.tag != kForeignPersonTag) continue;
+        std::string_view before = i > 0 ? neighbour(s, spans[i - 1]) : std::string_view();
+        std::string_view after = i + 1 < spans.size() ? neighbour(s, spans[i + 1]) : std::string_view();
+        if (shared_.neighbours.PlaceEvidence(before, after) >= shared_.placeEvidenceMin) s.tag = kForeignPlaceTag;
+    }
+}
+
+namespace {
+
+// Known place compounds are runs of at most this many engine words (the
+// trainer counts bracketed places of up to four corpus words).
+constexpr size_t kMaxCompoundWords = 4;
+
+}  // namespace
+
+// A run of words that the training days bracket as one place far more often
+// than not (人民 大会堂, 香港 特别 行政区, 内蒙古 自治区) is one place; the
+// corpus pieces are its words as they are. The longest known run wins;
+// names other than places are never part of one.
+void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
+    compoundParts_.clear();
+    const PlaceCompoundEnds &known = shared_.placeEnds;
+    if (!shared_.knownCompounds || spans.size() < 2 || known.LongestCompound() == 0) return;
+    const std::string &gb = work_.gb;
+    auto usable = [&](const Span &s) {
+        return s.split == 0 && !IsPersonTag(s.tag) && !IsOrgTag(s.tag) && !HoldsFixedItem(s);
+    };
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        size_t best = i;
+        const Item &a = items_[spans[i].first];
+        if (known.MayStartCompound(gb.data() + a.start, a.length) && usable(spans[i])) {
+            for (size_t j = i + 1; j < spans.size() && j - i < kMaxCompoundWords && usable(spans[j]); ++j) {
+                const Item &p = items_[spans[j - 1].last];
+                const Item &b = items_[spans[j].first];
+                if (b.sentence != a.sentence || b.start != p.start + p.length) break;
+                const Item &e = items_[spans[j].last];
+                const size_t bytes = e.start + e.length - a.start;
+                if (bytes > known.LongestCompound()) break;
+                if (known.IsCompound(gb.data() + a.start, bytes)) best = j;
+            }
+        }
+        if (best == i) {
+            spans[out++] = spans[i];
+            continue;
+        }
+        Span joined{spans[i].first, spans[best].last, kPlaceTag};
+        joined.partsAt = compoundParts_.size();
+        joined.partCount = best - i + 1;
+        compoundParts_.insert(compoundParts_.end(), spans.begin() + i, spans.begin() + best + 1);
+        spans[out++] = joined;
+        i = best;
+    }
+    spans.resize(out);
+}
+
+// A word the core dictionary lacks, of two or three characters, is a place
+// where this text names it as one elsewhere: the engine found the same
+// string as a place, or a place that is the string and the suffix of an
+// administrative unit (象山县, and then 象山 alone). The part-of-speech
+// tagger never gives a new word a place tag, and the place recogniser
+// joins single characters only. The places of the batch are taken first,
+// so an earlier mention profits from a later one; only the tag changes.
+void Analysis::RepeatPlaces(std::vector<Span> &spans) {
+    if (!shared_.repeatPlaces) return;
+    const std::string &gb = work_.gb;
+    auto text = [&](const Span &s) {
+        return std::string_view(gb.data() + items_[s.first].start,
+                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
+    };
+    const auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
+    for (const Span &s : spans) {
+        if (!IsPlaceTag(s.tag)) continue;
+        const std::string_view t = text(s);
+        if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
+        if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
+        placeFirsts_[key(t.data())] = true;
+        places_.emplace(t);
+        if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
+    }
+    if (places_.empty()) return;
+    // Most words are turned down by the first character before any lookup.
+    for (Span &s : spans) {
+        const Item &a = items_[s.first];
+        const char *w = gb.data() + a.start;
+        if (s.first != s.last && !s.run) continue;
+        // One word, or a name run joined after the engine (its characters
+        // touch: its text is one stretch).
+        const size_t length = s.run ? text(s).size() : a.length;
+        if ((length != 4 && length != 6) || !placeFirsts_[key(w)] ||
+            !ShortChineseWord(w, length) || s.tag < 0 ||
+            IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
+            places_.count(std::string(w, length)) == 0 ||
+            CoreWordCount(&shared_.engine->models(), w, length) != 0.0)
+            continue;
+        s.tag = kPlaceTag;
+    }
+}
+
+}  // namespace vsg::front

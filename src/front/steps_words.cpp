@@ -1,0 +1,136 @@
+// Steps after the engine on words the dictionary lacks: pieces of a new
+// word joined where the batch holds it whole, and tags of unknown words
+// decided again from their characters.
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/gbtext.h"
+#include "common/tagset.h"
+#include "front/analysis.h"
+#include "front/conventions.h"
+#include "front/corpusview.h"
+
+namespace vsg::front {
+
+// The cutter cuts a word it has never seen by its characters' evidence
+// around each mention, so a new word of a text often comes out whole in
+// some mentions and in pieces in others (污水厂 and 污水 厂). A word of two
+// to four Chinese characters that the core dictionary lacks, that is no
+// name, number or time, and that the batch holds whole at least
+// shared_.repeatedWords times (the cutter's word, or a name run joined
+// by an earlier step), joins each run of two to four touching plain words of one
+// sentence that spell it, and gives it the tag of its last whole mention.
+void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
+    if (shared_.repeatedWords <= 0 || spans.size() < 2) return;
+    const uint32_t need = static_cast<uint32_t>(shared_.repeatedWords);
+    const std::string &gb = work_.gb;
+    const auto key = [](const char *p) {
+        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+    };
+    auto bytes = [&](const Span &s) {
+        return size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start;
+    };
+    // A word that may be a whole mention or a piece: no name, user word or
+    // compound.
+    auto plain = [&](const Span &s) {
+        return s.tag >= 0 && !IsNameTag(s.tag) && s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s) &&
+               (s.first == s.last || s.run);
+    };
+    // The whole mentions: only the cutter's new words (the lexicon
+    // told when it cut) and the joined runs are looked up.
+    newWords_.clear();
+    for (const Span &s : spans) {
+        if (s.first == s.last ? !items_[s.first].novel : !s.run) continue;
+        const size_t length = bytes(s);
+        if (length < 4 || length > 8 || !plain(s)) continue;
+        const char *w = gb.data() + items_[s.first].start;
+        if (!IsGb2312ChineseText(w, length) || ClassOfString(w, length) != StringClass::kOther) continue;
+        const std::string_view text(w, length);
+        auto it = std::find_if(newWords_.begin(), newWords_.end(), [&](const NewWord &n) { return n.text == text; });
+        if (it == newWords_.end()) {
+            if (KnownWord(shared_, w, length)) continue;
+            newWords_.push_back(NewWord{text, 0, s.tag});
+            it = newWords_.end() - 1;
+        }
+        ++it->count;
+        it->tag = s.tag;
+    }
+    newWords_.erase(std::remove_if(newWords_.begin(), newWords_.end(), [&](const NewWord &n) { return n.count < need; }),
+                 newWords_.end());
+    if (newWords_.empty()) return;
+    if (newWordFirsts_.empty()) newWordFirsts_.resize(1 << 16);
+    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = true;
+    size_t out = 0;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        const Span &s = spans[i];
+        const char *w = gb.data() + items_[s.first].start;
+        size_t best = 0;
+        const NewWord *found = nullptr;
+        if (items_[s.first].length >= 2 && newWordFirsts_[key(w)] && plain(s)) {
+            // The longest run of touching plain words from here that spells
+            // such a word.
+            size_t length = bytes(s);
+            const uint32_t sentence = items_[s.first].sentence;
+            for (size_t j = i + 1; j < spans.size() && j < i + 4; ++j) {
+                const Span &t = spans[j];
+                if (!plain(t) || items_[t.first].sentence != sentence ||
+                    items_[spans[j - 1].last].start + items_[spans[j - 1].last].length != items_[t.first].start)
+                    break;
+                length += bytes(t);
+                if (length > 8) break;
+                const std::string_view text(w, length);
+                for (const NewWord &n : newWords_)
+                    if (n.text == text) {
+                        best = j;
+                        found = &n;
+                    }
+            }
+        }
+        if (found != nullptr) {
+            Span joined{s.first, spans[best].last, found->tag};
+            joined.run = true;
+            spans[out++] = joined;
+            i = best;
+            continue;
+        }
+        if (out != i) spans[out] = spans[i];
+        ++out;
+    }
+    spans.resize(out);
+    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = false;
+}
+
+// A plain word of Chinese characters that the core dictionary lacks had the
+// engine's rows of unknown words, which give it the tag its neighbours'
+// transitions favour (mostly a noun). Its characters are evidence the
+// engine could not use: the tag is decided again from them and the tags
+// of the words around it (`UnknownTags`). Names, user words, number words
+// and the words the earlier steps joined are left alone.
+void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
+    if (!shared_.retagUnknown || shared_.unknownTags.Empty()) return;
+    const std::string &gb = work_.gb;
+    for (size_t i = 0; i < spans.size(); ++i) {
+        Span &s = spans[i];
+        const Item &a = items_[s.first];
+        if (s.first != s.last && !s.run) continue;
+        // One word, or a name run joined after the engine.
+        const size_t length = s.run ? items_[s.last].start + items_[s.last].length - a.start : a.length;
+        if (length < 4 || !shared_.unknownTags.IsCandidate(s.tag) || s.split != 0 || s.partCount != 0 ||
+            HoldsFixedItem(s))
+            continue;
+        const char *w = gb.data() + a.start;
+        if (!IsGb2312ChineseText(w, length) || ClassOfString(w, length) != StringClass::kOther ||
+            KnownWord(shared_, w, length))
+            continue;
+        const int32_t prev = i > 0 && items_[spans[i - 1].last].sentence == a.sentence ? spans[i - 1].tag
+                                                                                      : kSentenceBeginTag;
+        const int32_t next =
+            i + 1 < spans.size() && items_[spans[i + 1].first].sentence == a.sentence ? spans[i + 1].tag
+                                                                                     : kSentenceEndTag;
+        s.tag = shared_.unknownTags.Retag(w, length, prev, s.tag, next, shared_.unknownMargin);
+    }
+}
+
+}  // namespace vsg::front
