@@ -684,6 +684,31 @@ TEST(Trainer, WordsRarelyTaggedAsPlacesGetNoPlaceClass) {
     }
 }
 
+TEST(Trainer, ListedTransliterationCharactersMayStandInAForeignPlace) {
+    // 巴基斯坦 is cut (H J K L): 斯 keeps its counted K (10) and, a listed
+    // transliteration character, gets by default the floor of the other
+    // unsuffixed roles H I J L (7-9, 11); 鹏 is not listed and gets none,
+    // and with the floor at 0 neither does 斯.
+    std::vector<vsgtrain::Paragraph> ps(1);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  巴基斯坦/ns  说/v  斯/n  鹏/n  。/w", &ps[0]));
+    for (double floor : {vsgtrain::TrainOptions().placeForeignFloor, 0.0}) {
+        vsgtest::TempDir dir;
+        vsgtrain::TrainOptions opt;
+        opt.placeForeignFloor = floor;
+        DictionaryS d;
+        ASSERT_TRUE(TrainAndLoad(ps, opt, dir, &d));
+        EXPECT_FLOAT_EQ(RowValue(Find(d, "斯"), 2, 10), std::log(2.0f));
+        for (int role : {7, 8, 9, 11}) {
+            const float v = RowValue(Find(d, "斯"), 2, role);
+            if (floor > 0) EXPECT_FLOAT_EQ(v, std::log(static_cast<float>(floor))) << role;
+            else EXPECT_TRUE(std::isnan(v)) << role;
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "鹏"), 2, role))) << role;
+        }
+        DictionaryS_Free(&d);
+    }
+}
+
 TEST(Trainer, OrganisationSuffixRowsLeaveWordsThatEndPlaces) {
     // 举重队 ends one organisation name: with the default added count it
     // already passes the recogniser's suffix threshold (1.1). 开发区 ends an
@@ -751,11 +776,15 @@ TEST(Trainer, RareNounsEndingInAnOrganisationCharacterAreSuffixes) {
         "19980101-01-001-001/m  [天津/ns  纺织厂/n]nt  [北京/ns  酒厂/n]nt  [上海/ns  电厂/n]nt  [河北/ns  药厂/n]nt  "
         "[武汉/ns  钢厂/n]nt  糖厂/n  工厂/n  工厂/n  工厂/n  该厂/r  。/w",
         &ps[0]));
+    // The default (seen at most four times) takes 工厂 as well.
     struct Case {
         int upTo;
         double share;
-        bool rows;
-    } cases[] = {{2, 0.6, true}, {0, 0.6, false}, {2, 0.7, false}};
+        bool rows, frequentRows;
+    } cases[] = {{vsgtrain::TrainOptions().orgRareSuffixUpTo, 0.6, true, true},
+                 {2, 0.6, true, false},
+                 {0, 0.6, false, false},
+                 {2, 0.7, false, false}};
     for (const Case &c : cases) {
         vsgtest::TempDir dir;
         vsgtrain::TrainOptions opt;
@@ -770,7 +799,10 @@ TEST(Trainer, RareNounsEndingInAnOrganisationCharacterAreSuffixes) {
         } else {
             EXPECT_TRUE(std::isnan(v)) << c.upTo << " " << c.share;
         }
-        EXPECT_TRUE(std::isnan(RowValue(Find(d, "工厂"), 3, 5))) << c.upTo;
+        if (c.frequentRows)
+            EXPECT_FLOAT_EQ(RowValue(Find(d, "工厂"), 3, 5), std::log(static_cast<float>(opt.orgCharSuffixCount)));
+        else
+            EXPECT_TRUE(std::isnan(RowValue(Find(d, "工厂"), 3, 5))) << c.upTo;
         EXPECT_TRUE(std::isnan(RowValue(Find(d, "该厂"), 3, 5))) << c.upTo;
         // A word that ended a name keeps its counted row.
         EXPECT_FLOAT_EQ(RowValue(Find(d, "酒厂"), 3, 5), std::log(1.0f + static_cast<float>(opt.orgSuffixAdd)));

@@ -176,6 +176,15 @@ float RoleRows(int set, const std::string &word, const std::map<int, int32_t> &r
         for (int r : kPlaceStemRoles)
             if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
                 rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeRoleFloor)});
+        // A listed transliteration character may be part of a foreign place
+        // the training days never show (比勒陀利亚, 东斯拉沃尼亚): a tiny count
+        // of the roles of a place without a suffix. On every character such
+        // floors made places of ordinary words.
+        const bool listedForeign = CharsInSet(word, 0) + CharsInSet(word, 1) > 0;
+        if (opt.placeForeignFloor > 0.0 && listedForeign)
+            for (int r : kPlaceUnsuffixedRoles)
+                if (!named.count(r) && ++n < static_cast<size_t>(kMaxRows))
+                    rows->push_back({2, static_cast<uint8_t>(r), LogCount(opt.placeForeignFloor)});
     }
     // The recogniser takes a word it does not know (综治委, 综合司) as an
     // organisation suffix by the suffix row of its last character; a

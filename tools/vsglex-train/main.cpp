@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -36,10 +36,11 @@ void Usage() {
                  "  --person-after-name-share X  characters seen after a name at least X times their default count keep the flat given-name floor (default 0.005, 0: off)\n"
                  "  --person-before-name-share X  the same for characters seen before a name (default 0.01, 0: off)\n"
                  "  --place-floor X  pseudo-count of the roles before a place suffix (default 0.001, 0: none)\n"
+                 "  --place-foreign-floor X  pseudo-count of the unsuffixed place roles H-L for listed transliteration characters (default 0.0003, 0: none)\n"
                  "  --place-class-share X  place rows at count 1 (no place class) for words seen as a place in less than this share, main tag no name (default 0.3, 0: off)\n"
                  "  --org-suffix-add X  organisation suffix rows of words are ln(count + X) (default 2.05)\n"
                  "  --org-char-suffix X  suffix count of characters that end many organisation words (default 3.05, 0: none)\n"
-                 "  --org-rare-suffix-upto N  nouns seen at most N times ending in such a character get that count (default 2)\n"
+                 "  --org-rare-suffix-upto N  nouns seen at most N times ending in such a character get that count (default 4)\n"
                  "  --org-rare-suffix-share X  ... when X of the words ending in the character end organisations (default 0.6)\n"
                  "  --org-floor X   pseudo-count of the first and inner organisation roles of one-character words (default 0.01, 0: none)\n"
                  "  --org-suffix-place-end 0|1  words that end bracketed places get ln(count + 1) instead (default 1)\n"
@@ -137,6 +138,8 @@ int main(int argc, char **argv) {
             opt.orgRareSuffixUpTo = std::atoi(argv[++i]);
         } else if (a == "--foreign-first-floor" && i + 1 < argc) {
             opt.foreignFirstFloor = std::atof(argv[++i]);
+        } else if (a == "--place-foreign-floor" && i + 1 < argc) {
+            opt.placeForeignFloor = std::atof(argv[++i]);
         } else if (a == "--place-class-share" && i + 1 < argc) {
             opt.placeClassShare = std::atof(argv[++i]);
         } else if (a == "--place-floor" && i + 1 < argc) {

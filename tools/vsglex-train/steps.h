@@ -46,6 +46,9 @@ constexpr int kPersonBeforeRole = vsg::kPersonBeforeRole;
 constexpr int kPersonPlaceFloorRoles[] = {vsg::kPersonCutPlaceRole, vsg::kPersonCutPlaceLastRole};
 // Place roles C, D, E, F: the characters of a suffixed place before its
 // suffix.
+// Place roles of the characters of a place without a suffix (H, I, J, K, L).
+constexpr int kPlaceUnsuffixedRoles[] = {vsg::kPlaceFirstRole, vsg::kPlaceInnerRole, vsg::kPlaceThirdLastRole,
+                                         vsg::kPlaceSecondLastRole, vsg::kPlaceLastRole};
 constexpr int kPlaceStemRoles[] = {vsg::kPlaceSuffixedFirstRole, vsg::kPlaceSuffixedInnerRole,
                                    vsg::kPlaceSuffixedThirdLastRole, vsg::kPlaceSuffixedSecondLastRole};
 // Place rows of a word of several characters that follows places: role G

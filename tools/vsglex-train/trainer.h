@@ -75,6 +75,10 @@ struct TrainOptions {
     // (0: off). A place row above count 1 makes the engine fix every
     // occurrence of the word as a place before tagging.
     double placeClassShare = 0.3;
+    // Place role data: pseudo-count of the roles of a place without a
+    // suffix (H, I, J, K, L) for characters of the transliteration lists
+    // never seen in them (0: none).
+    double placeForeignFloor = 0.0003;
     // Organisation rows of words of several characters: the role that ends
     // a name (D) carries ln(count + orgSuffixAdd), the others ln(count + 1).
     // With 2.05 a word that ends organisation names once in the training
@@ -97,7 +101,7 @@ struct TrainOptions {
     // last character is such an organisation-ending character (工学院,
     // 二轻局), gets the same suffix count as a word they never show
     // (0: none).
-    int orgRareSuffixUpTo = 2;
+    int orgRareSuffixUpTo = 4;
     // ... when at least this share of the different words ending in that
     // character end organisation names (部 ends body parts and directions
     // too: 头部, 东部).
