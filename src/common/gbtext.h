@@ -26,6 +26,13 @@ inline constexpr char kCompoundSurnames[] =
     "\xc9\xea\xcd\xc0\xba\xf4\xd1\xd3\xcd\xf2\xd9\xb9\xce\xc5\xc8\xcb\xba\xd5\xc1\xac"
     "\xcd\xd8\xb0\xcf\xcd\xea\xd1\xd5\xd2\xae\xc2\xc9";
 
+// Number of two-byte GB character keys: tables indexed by GbCharKey.
+inline constexpr size_t kGbCharKeys = size_t{1} << 16;
+// The two bytes of the GB character at p as an index of a 64K table.
+inline size_t GbCharKey(const char *p) {
+    return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
+}
+
 // True when GB text[0..length) is Chinese characters of GB2312 only (rows
 // B0 and up, trail bytes A1 and up).
 inline bool IsGb2312ChineseText(const char *text, size_t length) {

@@ -142,6 +142,11 @@ private:
     std::vector<Span> compoundParts_;  // the words of the known compounds of a batch
     // Whether a span holds a user word or a piece of an over-long run: the
     // steps after the engine leave such spans as they are.
+    // The GB text of a span's items (they touch: one stretch of the work text).
+    std::string_view SpanText(const Span &s) const {
+        return std::string_view(work_.gb.data() + items_[s.first].start,
+                                size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start);
+    }
     bool HoldsFixedItem(const Span &s) const {
         for (size_t q = s.first; q <= s.last; ++q)
             if (items_[q].user != nullptr || items_[q].continues) return true;

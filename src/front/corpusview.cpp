@@ -40,20 +40,13 @@ int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
     return tag >= 0 ? tag : fallback;
 }
 
-namespace {
-// Two bytes of GB text as an index of a 64K table.
-constexpr size_t kCharKeys = 1 << 16;
-size_t CharKey(const char *p) {
-    return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-}
-}  // namespace
 
 void PlaceCompoundEnds::Build(const DictionaryS &dict) {
     words_.clear();
     compounds_.clear();
     longestCompound_ = 0;
-    compoundFirsts_.assign(kCharKeys, false);
-    compoundLasts_.assign(kCharKeys, false);
+    compoundFirsts_.assign(kGbCharKeys, false);
+    compoundLasts_.assign(kGbCharKeys, false);
     for (int32_t e = 0; e < dict.count; ++e) {
         const DictSEntry &entry = dict.entries[e];
         if (entry.length <= 2 || entry.word == nullptr) continue;
@@ -63,7 +56,7 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
             const DictSRow &row = entry.posList[r];
             if (row.code == 0) word = true;
             if (row.code != 2 || !std::isfinite(row.value)) continue;
-            const double count = std::exp(static_cast<double>(row.value)) - 1.0;
+            const double count = RowCount(row);
             if (row.subCode == kJoinedRole) joined = count;
             else if (row.subCode == kApartRole) apart = count;
         }
@@ -72,8 +65,8 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
                 words_.emplace(entry.word, static_cast<size_t>(entry.length));
             } else {
                 compounds_.emplace(entry.word, static_cast<size_t>(entry.length));
-                compoundFirsts_[CharKey(entry.word)] = true;
-                compoundLasts_[CharKey(entry.word + entry.length - 2)] = true;
+                compoundFirsts_[GbCharKey(entry.word)] = true;
+                compoundLasts_[GbCharKey(entry.word + entry.length - 2)] = true;
                 longestCompound_ = std::max(longestCompound_, static_cast<size_t>(entry.length));
             }
         }
@@ -81,8 +74,8 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
 }
 
 bool PlaceCompoundEnds::IsCompound(const char *text, size_t length) const {
-    return length >= 2 && length <= longestCompound_ && compoundFirsts_[CharKey(text)] &&
-           compoundLasts_[CharKey(text + length - 2)] && compounds_.count(std::string(text, length)) != 0;
+    return length >= 2 && length <= longestCompound_ && compoundFirsts_[GbCharKey(text)] &&
+           compoundLasts_[GbCharKey(text + length - 2)] && compounds_.count(std::string(text, length)) != 0;
 }
 
 bool PlaceCompoundEnds::Has(const char *word, size_t length) const {
@@ -100,7 +93,7 @@ void NameNeighbours::Build(const DictionaryS &dict) {
         for (int32_t r = 0; r < entry.posCount; ++r) {
             const DictSRow &row = entry.posList[r];
             if ((row.code != 1 && row.code != 2) || !std::isfinite(row.value)) continue;
-            const double count = std::exp(static_cast<double>(row.value)) - 1.0;
+            const double count = RowCount(row);
             double *slot = nullptr;
             if (row.code == 2 && row.subCode == kBeforePlace) slot = &c.beforePlace;
             else if (row.code == 2 && row.subCode == kAfterPlace) slot = &c.afterPlace;

@@ -4,6 +4,7 @@
 #ifndef VSGLEX_SRC_FRONT_CORPUSVIEW_H
 #define VSGLEX_SRC_FRONT_CORPUSVIEW_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -111,6 +112,9 @@ private:
     std::unordered_map<std::string, Counts> words_;
     Counts totals_;
 };
+
+// The count a role row holds: the trainer writes ln(count + 1).
+inline double RowCount(const DictSRow &row) { return std::exp(static_cast<double>(row.value)) - 1.0; }
 
 // Whether the two-byte GB character at p is a member of the NUL-terminated
 // `list` of two-byte characters.

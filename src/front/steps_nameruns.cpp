@@ -52,7 +52,7 @@ double Analysis::RoleShare(const char *ch, int code, int role) const {
             const DictSEntry &entry = m.core.entries[e];
             for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
                 if (entry.posList[r].code == code && entry.posList[r].subCode == role)
-                    count = std::max(0.0, std::exp(static_cast<double>(entry.posList[r].value)) - 1.0);
+                    count = std::max(0.0, RowCount(entry.posList[r]));
         }
     }
     return std::log((count + kRolePrior) / total);

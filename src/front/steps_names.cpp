@@ -181,25 +181,18 @@ bool RememberedName(const char *p, size_t len) {
 constexpr size_t kMinWholeNameBytes = 6;
 
 void Analysis::RepeatNames(std::vector<Span> &spans) {
-    const std::string &gb = work_.gb;
-    auto at = [&](const Span &s) { return gb.data() + items_[s.first].start; };
-    auto bytes = [&](const Span &s) {
-        return static_cast<size_t>(items_[s.last].start + items_[s.last].length - items_[s.first].start);
-    };
-    auto key = [](const char *p) {
-        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-    };
     auto plain = [&](const Span &s) { return !HoldsFixedItem(s) && !IsNameTag(s.tag); };
     for (const Span &s : spans) {
-        if (!IsPersonTag(s.tag) || !RememberedName(at(s), bytes(s))) continue;
-        RememberedPerson &r = RememberName(std::string_view(at(s), bytes(s)));
+        const std::string_view name = SpanText(s);
+        if (!IsPersonTag(s.tag) || !RememberedName(name.data(), name.size())) continue;
+        RememberedPerson &r = RememberName(name);
         r.tag = s.tag;
         ++r.found;
-        longestName_ = std::max(longestName_, bytes(s));
+        longestName_ = std::max(longestName_, name.size());
         nameStarts_.resize(1 << 16);
         nameEnds_.resize(1 << 16);
-        nameStarts_[key(at(s))] = true;
-        nameEnds_[key(at(s) + bytes(s) - 2)] = true;
+        nameStarts_[GbCharKey(name.data())] = true;
+        nameEnds_[GbCharKey(name.data() + name.size() - 2)] = true;
     }
     if (nameCount_ == 0) return;
     // Mentions passed over: the longest run of plain words from a word,
@@ -209,9 +202,9 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         // A lone surname the engine took for a person may be the start of a
         // remembered name (何 长工 where 何长工 was found): the engine saw a
         // person there, so only the name's extent is in question.
-        const bool surname = IsPersonTag(spans[i].tag) && bytes(spans[i]) == 2 && spans[i].first == spans[i].last &&
+        const bool surname = IsPersonTag(spans[i].tag) && SpanText(spans[i]).size() == 2 && spans[i].first == spans[i].last &&
                              items_[spans[i].first].user == nullptr;
-        if (bytes(spans[i]) < 2 || !nameStarts_[key(at(spans[i]))] || !(surname || plain(spans[i]))) continue;
+        if (SpanText(spans[i]).size() < 2 || !nameStarts_[GbCharKey(SpanText(spans[i]).data())] || !(surname || plain(spans[i]))) continue;
         // The run's words touch each other: its text is one stretch of gb.
         std::string_view run;
         Repeat best{0, 0, nullptr, surname, surname};
@@ -221,10 +214,10 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
                 const Item &b = items_[spans[j - 1].last];
                 if (a.sentence != b.sentence || a.start != b.start + b.length) break;
             }
-            run = std::string_view(at(spans[i]), items_[spans[j].last].start + items_[spans[j].last].length -
+            run = std::string_view(SpanText(spans[i]).data(), items_[spans[j].last].start + items_[spans[j].last].length -
                                                      items_[spans[i].first].start);
             if (run.size() > longestName_) break;
-            if (run.size() < kMinNameBytes || !nameEnds_[key(run.data() + run.size() - 2)]) continue;
+            if (run.size() < kMinNameBytes || !nameEnds_[GbCharKey(run.data() + run.size() - 2)]) continue;
             RememberedPerson *found = FindName(run);
             // A word of three or more characters that the cutter kept
             // whole and that no lexicon word as long starts (褚时健 where the
@@ -340,15 +333,12 @@ void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
 void Analysis::NameAfterTitles(std::vector<Span> &spans) {
     if (!shared_.titledNames) return;
     const std::string &gb = work_.gb;
-    auto bytes = [&](const Span &s) {
-        return static_cast<size_t>(items_[s.last].start + items_[s.last].length - items_[s.first].start);
-    };
     // A Chinese character of the transliteration lists (not their marks · —).
     auto transliterated = [](const char *p) {
         return static_cast<unsigned char>(p[0]) >= 0xB0 && IsTransliterationChar(p);
     };
     auto foreign = [&](const Span &s) {
-        const size_t n = bytes(s);
+        const size_t n = SpanText(s).size();
         const char *t = gb.data() + items_[s.first].start;
         if (IsNameTag(s.tag) || HoldsFixedItem(s) || s.partCount != 0 || s.split != 0 || n % 2 != 0) return false;
         for (size_t i = 0; i < n; i += 2)
@@ -363,19 +353,19 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
         // Most words are turned down by the first character after them.
         const char *next = gb.data() + items_[spans[i + 1].first].start;
         if (!transliterated(next)) continue;
-        if (IsNameTag(title.tag) || bytes(title) < 4 || HoldsFixedItem(title)) continue;
+        if (IsNameTag(title.tag) || SpanText(title).size() < 4 || HoldsFixedItem(title)) continue;
         // The run after the word.
         size_t j = i + 1, chars = 0;
         while (j < spans.size() && items_[spans[j].first].sentence == items_[title.first].sentence &&
                items_[spans[j].first].start == items_[spans[j - 1].last].start + items_[spans[j - 1].last].length &&
-               foreign(spans[j]) && chars + bytes(spans[j]) / 2 <= kMaxTitledNameChars) {
-            chars += bytes(spans[j]) / 2;
+               foreign(spans[j]) && chars + SpanText(spans[j]).size() / 2 <= kMaxTitledNameChars) {
+            chars += SpanText(spans[j]).size() / 2;
             ++j;
         }
         // A longer run of such characters goes on: no name's end is known.
         if (j < spans.size() && foreign(spans[j])) continue;
         if (j < i + 3 || chars < kMinTitledNameChars) continue;
-        const std::string_view word(gb.data() + items_[title.first].start, bytes(title));
+        const std::string_view word = SpanText(title);
         const double before = shared_.neighbours.BeforePerson(word);
         if (before < kMinTitleCount) continue;
         const double count = CoreWordCount(&shared_.engine->models(), word.data(), word.size());

@@ -20,11 +20,6 @@ namespace vsg::front {
 // characters, which the role search cannot tell apart) come far more often
 // next to transliterated places than next to such names (抵达 雅温得).
 void Analysis::RetagPlaces(std::vector<Span> &spans) {
-    const std::string &gb = work_.gb;
-    auto text = [&](const Span &s) {
-        return std::string_view(gb.data() + items_[s.first].start,
-                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
-    };
     // The text of a plain word of several characters touching `s` in its
     // sentence, or an empty view.
     auto neighbour = [&](const Span &s, const Span &n) {
@@ -32,7 +27,7 @@ void Analysis::RetagPlaces(std::vector<Span> &spans) {
         const Item &b = items_[std::max(s.first, n.first)];
         if (a.sentence != b.sentence || b.start != a.start + a.length || IsNameTag(n.tag) || n.split != 0)
             return std::string_view();
-        std::string_view t = text(n);
+        std::string_view t = SpanText(n);
         return t.size() > 2 ? t : std::string_view();
     };
     for (size_t i = 0; i < spans.size(); ++i) {
@@ -45,7 +40,7 @@ void Analysis::RetagPlaces(std::vector<Span> &spans) {
         // the cutter hands rare places over in characters, and the person
         // recogniser may take them) stays a place.
         if (shared_.knownPlaces && s.first != s.last) {
-            const std::string_view t = text(s);
+            const std::string_view t = SpanText(s);
             const int32_t known = CoreWordTag(&shared_.engine->models(), t.data(), t.size());
             if (IsPlaceTag(known)) {
                 s.tag = known;
@@ -118,19 +113,12 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
 void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     if (!shared_.repeatPlaces) return;
     const std::string &gb = work_.gb;
-    auto text = [&](const Span &s) {
-        return std::string_view(gb.data() + items_[s.first].start,
-                                items_[s.last].start + items_[s.last].length - items_[s.first].start);
-    };
-    const auto key = [](const char *p) {
-        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-    };
     for (const Span &s : spans) {
         if (!IsPlaceTag(s.tag)) continue;
-        const std::string_view t = text(s);
+        const std::string_view t = SpanText(s);
         if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
         if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
-        placeFirsts_[key(t.data())] = true;
+        placeFirsts_[GbCharKey(t.data())] = true;
         places_.emplace(t);
         if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
     }
@@ -142,8 +130,8 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         if (s.first != s.last && !s.run) continue;
         // One word, or a name run joined after the engine (its characters
         // touch: its text is one stretch).
-        const size_t length = s.run ? text(s).size() : a.length;
-        if ((length != 4 && length != 6) || !placeFirsts_[key(w)] ||
+        const size_t length = SpanText(s).size();
+        if ((length != 4 && length != 6) || !placeFirsts_[GbCharKey(w)] ||
             !ShortChineseWord(w, length) || s.tag < 0 ||
             IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
             places_.count(std::string(w, length)) == 0 ||

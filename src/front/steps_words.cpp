@@ -26,12 +26,6 @@ void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
     if (shared_.repeatedWords <= 0 || spans.size() < 2) return;
     const uint32_t need = static_cast<uint32_t>(shared_.repeatedWords);
     const std::string &gb = work_.gb;
-    const auto key = [](const char *p) {
-        return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-    };
-    auto bytes = [&](const Span &s) {
-        return size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start;
-    };
     // A word that may be a whole mention or a piece: no name, user word or
     // compound.
     auto plain = [&](const Span &s) {
@@ -43,7 +37,7 @@ void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
     newWords_.clear();
     for (const Span &s : spans) {
         if (s.first == s.last ? !items_[s.first].novel : !s.run) continue;
-        const size_t length = bytes(s);
+        const size_t length = SpanText(s).size();
         if (length < 4 || length > 8 || !plain(s)) continue;
         const char *w = gb.data() + items_[s.first].start;
         if (!IsGb2312ChineseText(w, length) || ClassOfString(w, length) != StringClass::kOther) continue;
@@ -61,24 +55,24 @@ void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
                  newWords_.end());
     if (newWords_.empty()) return;
     if (newWordFirsts_.empty()) newWordFirsts_.resize(1 << 16);
-    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = true;
+    for (const NewWord &n : newWords_) newWordFirsts_[GbCharKey(n.text.data())] = true;
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         const Span &s = spans[i];
         const char *w = gb.data() + items_[s.first].start;
         size_t best = 0;
         const NewWord *found = nullptr;
-        if (items_[s.first].length >= 2 && newWordFirsts_[key(w)] && plain(s)) {
+        if (items_[s.first].length >= 2 && newWordFirsts_[GbCharKey(w)] && plain(s)) {
             // The longest run of touching plain words from here that spells
             // such a word.
-            size_t length = bytes(s);
+            size_t length = SpanText(s).size();
             const uint32_t sentence = items_[s.first].sentence;
             for (size_t j = i + 1; j < spans.size() && j < i + 4; ++j) {
                 const Span &t = spans[j];
                 if (!plain(t) || items_[t.first].sentence != sentence ||
                     items_[spans[j - 1].last].start + items_[spans[j - 1].last].length != items_[t.first].start)
                     break;
-                length += bytes(t);
+                length += SpanText(t).size();
                 if (length > 8) break;
                 const std::string_view text(w, length);
                 for (const NewWord &n : newWords_)
@@ -99,7 +93,7 @@ void Analysis::JoinRepeatedWords(std::vector<Span> &spans) {
         ++out;
     }
     spans.resize(out);
-    for (const NewWord &n : newWords_) newWordFirsts_[key(n.text.data())] = false;
+    for (const NewWord &n : newWords_) newWordFirsts_[GbCharKey(n.text.data())] = false;
 }
 
 // A plain word of Chinese characters that the core dictionary lacks had the
@@ -116,7 +110,7 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
         const Item &a = items_[s.first];
         if (s.first != s.last && !s.run) continue;
         // One word, or a name run joined after the engine.
-        const size_t length = s.run ? items_[s.last].start + items_[s.last].length - a.start : a.length;
+        const size_t length = SpanText(s).size();
         if (length < 4 || !shared_.unknownTags.IsCandidate(s.tag) || s.split != 0 || s.partCount != 0 ||
             HoldsFixedItem(s))
             continue;

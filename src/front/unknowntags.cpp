@@ -24,9 +24,6 @@ constexpr const char *kCandidateNames[] = {"n", "v", "vn", "a", "an", "ad", "d",
 constexpr uint16_t kNoRow = 0xFFFF;
 constexpr size_t kLengthRows = 4;  // 2, 3, 4, 5 or more characters
 
-size_t CharKey(const char *p) {
-    return static_cast<size_t>(static_cast<unsigned char>(p[0])) << 8 | static_cast<unsigned char>(p[1]);
-}
 
 // Whether GB text[0..length) is two or more Chinese characters of GB2312.
 bool ChineseWord(const char *text, size_t length) { return length >= 4 && IsGb2312ChineseText(text, length); }
@@ -56,7 +53,7 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
     charRow_.assign(1 << 16, kNoRow);
     size_t rows = 0;
     auto rowOf = [&](const char *p) -> size_t {
-        uint16_t &r = charRow_[CharKey(p)];
+        uint16_t &r = charRow_[GbCharKey(p)];
         if (r == kNoRow) {
             r = static_cast<uint16_t>(rows++);
             firstCount.resize(rows * nc, 0.0);
@@ -142,9 +139,9 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
 double UnknownTags::WordScore(const char *text, size_t length, size_t c) const {
     const size_t nc = candidates_.size();
     double s = prior_[c] + length_[LengthRow(length) * nc + c];
-    const uint16_t f = charRow_[CharKey(text)];
+    const uint16_t f = charRow_[GbCharKey(text)];
     if (f != kNoRow) s += first_[f * nc + c];
-    const uint16_t l = charRow_[CharKey(text + length - 2)];
+    const uint16_t l = charRow_[GbCharKey(text + length - 2)];
     if (l != kNoRow) s += last_[l * nc + c];
     return s;
 }
