@@ -20,6 +20,7 @@
 #include "front/conventions.h"
 #include "front/corpusview.h"
 #include "front/lexicon.h"
+#include "front/personwords.h"
 #include "front/segmodel.h"
 #include "front/transcode.h"
 #include "front/unknowntags.h"
@@ -40,6 +41,7 @@ struct Shared {
     std::string warning;  // about the loaded set (no manifest), or empty
     StringTagger stringTagger;  // tags of numbers, times and Latin strings
     PieceTags pieceTags;        // tags of the pieces of organisation names
+    PersonWords personWords;    // person words the corpus view keeps whole; empty: none (older sets)
     PlaceCompoundEnds placeEnds;  // words that close a place name after it (地区, 群岛)
     NameNeighbours neighbours;    // words next to places and transliterated persons
     double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)

@@ -354,7 +354,7 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
     } else if (tag == kPersonTag || IsOrgTag(tag)) {
         pieceCuts_.clear();
         for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
-        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
+        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, shared_.personWords, pieces_);
     } else {
         pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
     }
@@ -706,6 +706,11 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         SetError("model set " + shown + ": cannot load " + cutterError);
         return nullptr;
     }
+    // The person words the corpus view keeps whole, when the set has them.
+    if (!LoadPersonWords(dir, set->personWords, &cutterError)) {
+        SetError("model set " + shown + ": cannot load " + cutterError);
+        return nullptr;
+    }
     const POSmap &map = engine->models().tagModels[VSG_TAG_POS].map;
     char tag[256];
     for (int32_t k = 0; k < map.count && k < 255; ++k) {
@@ -890,6 +895,19 @@ VSGLEX_API const char *vsglex_model_warning(const vsglex_handle *handle) {
 
 const vsg::front::Lexicon *vsg::front::LexiconOf(const vsglex_handle *handle) {
     return handle != nullptr ? &handle->shared->lexicon : nullptr;
+}
+
+bool vsg::front::LoadPersonWords(const std::string &dir, PersonWords &words, std::string *error) {
+    words = PersonWords();
+    // Measurement switch: VSGLEX_PERSON_WORDS=0 cuts every person name.
+    const char *use = std::getenv("VSGLEX_PERSON_WORDS");
+    if (use != nullptr && *use != '\0' && std::atoi(use) == 0) return true;
+    std::string path = dir;
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += kPersonWordsFile;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
+    return words.Load(path, error);
 }
 
 const vsg::front::SegModel *vsg::front::SegModelOf(const vsglex_handle *handle) {

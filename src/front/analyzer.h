@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "front/lexicon.h"
+#include "front/personwords.h"
 #include "front/segmodel.h"
 #include "vsglex/engine.h"
 #include "vsglex/vsglex_api.h"
@@ -28,6 +29,12 @@ const SegModel *SegModelOf(const vsglex_handle *handle);
 // in the environment, leaves it unloaded (the dictionary cutter cuts) and
 // succeeds; a damaged file fails with the reason in `error`.
 bool LoadCutterModel(const std::string &dir, SegModel &model, std::string *error);
+
+// Loads DIR/person_words.txt into `words`. A missing file, or
+// VSGLEX_PERSON_WORDS=0 in the environment, leaves it empty (the corpus
+// view cuts every person name) and succeeds; a damaged file fails with the
+// reason in `error`.
+bool LoadPersonWords(const std::string &dir, PersonWords &words, std::string *error);
 
 // Sets the message vsglex_last_error gives on the calling thread.
 void SetLastError(const std::string &message);

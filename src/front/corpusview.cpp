@@ -169,7 +169,7 @@ bool IsTransliterationChar(const char *p) {
 }
 
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
-                  const PieceTags &tags, std::vector<Piece> &out) {
+                  const PieceTags &tags, const PersonWords &persons, std::vector<Piece> &out) {
     auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };
     if (tag == kPersonTag) {
         // Chinese names of two to four characters, all two-byte Chinese
@@ -188,6 +188,9 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
             han = (gb2312 || gbkHigh || gbkLow) && trail != 0x7F && trail != 0xFF;
         }
         if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
+        // The training days write this person word as one token (安南, 孔子,
+        // 侯老, 小平), not as surname and given name.
+        if (persons.KeepsWhole(text, length)) return whole();
         // A two-character name of transliteration characters (利维, 哈桑,
         // 库克) is one token of the corpus, not surname and given name.
         if (chars.size() == 2 && InGbList(text::kForeignSetB, text) && InGbList(text::kForeignSetB, text + 2))

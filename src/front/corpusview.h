@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/tagset.h"
+#include "front/personwords.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
 
@@ -129,11 +130,12 @@ bool IsTransliterationChar(const char *p);
 // merged into it, the last being `length`.
 //   person names (nr): surname (two characters for a compound surname) and
 //                      given name, both tagged as the word; a name of
-//                      two transliteration characters stays whole (利维)
+//                      two transliteration characters stays whole (利维),
+//                      and so does a word `persons` keeps whole (安南, 侯老)
 //   organisation names: the cut words, tagged by the dictionary
 //   anything else, and names of one character: the word itself
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
-                  const PieceTags &tags, std::vector<Piece> &out);
+                  const PieceTags &tags, const PersonWords &persons, std::vector<Piece> &out);
 
 }  // namespace vsg::front
 

@@ -450,6 +450,7 @@ std::vector<Unit> BuildUnits(const Paragraph &p) {
             }
             ClassifyPerson(t[i].word, given, &u);
             u.text = t[i].word + given;
+            u.tokens = static_cast<int>(last - i) + 1;
             bracketFlags(&u, static_cast<int>(i), static_cast<int>(last));
             i = last;
         } else if (tag == "ns" || tag == "na") {

@@ -64,6 +64,7 @@ struct Unit {
     int tag = 0;           // part-of-speech tag number (zyrpos30.map line)
     UnitKind kind = UnitKind::Plain;
     std::string roles;     // person names: one role letter per character
+    int tokens = 1;        // corpus tokens joined into it (2: surname and given name)
     int bracket = -1;      // bracketed compound of the paragraph, or -1
     std::string bracketLabel;  // its closing label ("nt", "ns", ...)
     bool bracketFirst = false;

@@ -16,6 +16,7 @@
 
 #include "common/tagset.h"
 #include "corpus.h"
+#include "front/personwords.h"
 #include "trainer.h"
 
 namespace vsgtrain {
@@ -254,6 +255,15 @@ void RefinePos(const std::vector<std::vector<Unit>> &all, const std::vector<int3
 // fits.
 bool OrderEntries(const std::vector<Row> &unseenRows, std::vector<Entry> *entries, TrainSummary *summary,
                   std::string *error);
+
+// Person words of two or more characters that the units write as one
+// person token, each with how often it is one token and how often the
+// joined text of a surname token and a given-name token.
+std::vector<vsg::front::PersonWordCount> CountPersonWords(const std::vector<std::vector<Unit>> &all);
+// Writes the list of CountPersonWords as DIR/person_words.txt into each of
+// `dirs`; false with a message in `error` on failure.
+bool WritePersonWords(const std::vector<std::vector<Unit>> &all, const std::vector<std::string> &dirs,
+                      std::string *error);
 
 // Writes the twelve files of the set into `outDir` (and the text forms when
 // asked). False with a message in `error` when writing fails.

@@ -49,12 +49,13 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     for (int32_t f : counts.posCtx.freq)
         if (f > 0) ++summary->posTagsUsed;
 
-    // Writing the set, the word cutter model, then the manifest of every
-    // file written.
+    // Writing the set, the word cutter model, the person words the corpus
+    // view keeps whole, then the manifest of every file written.
     if (!WriteModelSet(outDir, opt, entries, counts, error)) return false;
     std::vector<std::string> segDirs = {outDir};
     if (opt.text) segDirs.push_back(outDir + "/text");
     if (!WriteSegmenter(counts.units, opt.seg, segDirs, &summary->seg, error)) return false;
+    if (!WritePersonWords(counts.units, segDirs, error)) return false;
     return WriteSetManifests(outDir, opt.text ? outDir + "/text" : std::string(), error);
 }
 
