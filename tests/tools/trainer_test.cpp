@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "corpus.h"
+#include "front/personwords.h"
 #include "model/model_set.h"
 #include "support/support.h"
 #include "trainer.h"
@@ -152,7 +153,8 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), a.path(), opt, &s1, &error)) << error;
     ASSERT_TRUE(vsgtrain::TrainModels(Paragraphs(), b.path(), opt, &s2, &error)) << error;
     for (const char *f : {"coredict.dct", "lexical.ctx", "nr.ctx", "ns.ctx", "nt.ctx", "zyrpos30.map", "nr.map",
-                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct", "segment.mdl"}) {
+                          "ns.map", "nt.map", "name_pre.dct", "loc_suffix.dct", "org_suffix.dct", "segment.mdl",
+                          "person_words.txt"}) {
         std::string x = vsgtest::ReadFile(a.file(f));
         if (std::string(f) != "org_suffix.dct") {  // no suffix is frequent enough here
             EXPECT_FALSE(x.empty()) << f;
@@ -166,7 +168,7 @@ TEST(Trainer, SameCorpusSameBytesAndFormsAgree) {
     for (const std::string &dir : {a.path(), a.path() + "/text"}) {
         const vsg::model::SetCheck check = vsg::model::CheckModelSet(dir);
         EXPECT_TRUE(check.ok() && check.hasManifest) << dir << ": " << check.Summary() << check.warning;
-        EXPECT_EQ(check.verified, 13u) << dir;  // the twelve engine files and segment.mdl
+        EXPECT_EQ(check.verified, 14u) << dir;  // the twelve engine files, segment.mdl, person_words.txt
     }
     EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")), vsgtest::ReadFile(b.file("manifest.txt")));
     EXPECT_EQ(vsgtest::ReadFile(a.file("manifest.txt")).rfind("vsglex-manifest 1\nproducer vsglex-train ", 0), 0u);
@@ -900,6 +902,30 @@ TEST(Trainer, WordsThatClosePlacesGetTheirCompoundCounts) {
         EXPECT_TRUE(std::isnan(RowValue(Find(d, w), 2, 0))) << w;
     }
     DictionaryS_Free(&d);
+}
+
+TEST(Trainer, PersonWordsWrittenAsOneTokenAreListedWithTheirCutCount) {
+    // 安南 and 侯老 are single person tokens; 江 泽民 is two tokens and is
+    // not listed; 钟行 is one token once and 钟 行 twice, so it is listed
+    // but not kept whole; a lone surname (王) is too short to be listed.
+    std::vector<vsgtrain::Paragraph> ps(2);
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980101-01-001-001/m  安南/nr  会见/v  江/nr  泽民/nr  和/c  侯老/nr  ，/w  安南/nr  说/v  。/w", &ps[0]));
+    ASSERT_TRUE(vsgtrain::ParseParagraph(
+        "19980102-01-001-001/m  钟行/nr  和/c  钟/nr  行/nr  、/w  钟/nr  行/nr  见/v  王/nr  。/w", &ps[1]));
+    vsgtest::TempDir dir;
+    DictionaryS d;
+    ASSERT_TRUE(TrainAndLoad(ps, vsgtrain::TrainOptions(), dir, &d));
+    DictionaryS_Free(&d);
+    const std::string list = vsgtest::ReadFile(dir.file(vsg::front::kPersonWordsFile));
+    EXPECT_EQ(list, "vsglex-person-words 1 3\n" + Gb("安南") + " 2 0\n" + Gb("侯老") + " 1 0\n" + Gb("钟行") +
+                        " 1 2\n");  // in GB byte order
+    vsg::front::PersonWords words;
+    std::string error;
+    ASSERT_TRUE(words.Load(dir.file(vsg::front::kPersonWordsFile), &error)) << error;
+    for (const char *w : {"安南", "侯老", "钟行", "江泽民"})
+        EXPECT_EQ(words.KeepsWhole(Gb(w).data(), Gb(w).size()), std::string(w) == "安南" || std::string(w) == "侯老")
+            << w;
 }
 
 TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
