@@ -5,7 +5,8 @@ The corpus view only cuts merged words into pieces, so a gold word that the
 view misses because of the view (not because of the cutter) is one of:
   over-cut   the merged word is the gold word and the view cut it;
   under-cut  the merged word starts and ends on gold boundaries, holds two or
-             more gold words, and the view's pieces miss some of them.
+             more gold words, and the view's pieces miss some of them (the
+             examples show the gold words, then the view's pieces).
 Gains are the gold words the view has right and the merged view has not.
 Counts are by the kind of the merged word (its tag in the merged output):
 person, place, organisation, number or time, other. With --persons the
@@ -117,7 +118,8 @@ def main():
                 missed = [gw for gs, ge, gw in inside if (gs, ge) not in view_spans]
                 if missed:
                     under[kind] += len(missed)
-                    under_words[kind][w + " (" + " ".join(gw for _, _, gw in inside) + ")"] += 1
+                    pieces = [vw for vs, ve, vw, _ in view if s <= vs and ve <= e]
+                    under_words[kind][" ".join(gw for _, _, gw in inside) + " as " + " ".join(pieces)] += 1
         for s, e, w, t in view:
             if (s, e) in gold_spans and (s, e) not in merged_spans:
                 covering = next((mt for ms, me, _, mt in merged if ms <= s and e <= me), "")

@@ -47,6 +47,9 @@ struct Shared {
     double placeEvidenceMin = 2.0;  // VSGLEX_PLACE_EVIDENCE (measurement switch; a large value: off)
     bool knownPlaces = true;        // VSGLEX_KNOWN_PLACES=0 (measurement switch): off
     bool knownCompounds = true;     // VSGLEX_KNOWN_COMPOUNDS=0 (measurement switch): off
+    // Corpus pieces of organisation names: the cutter's name runs inside
+    // them are one piece (VSGLEX_ORG_NAME_RUNS=0, measurement switch: off).
+    bool orgNameRuns = true;
     // Heads of place compounds: 0 none, 1 places, 2 places and
     // transliterated person names (measurement switch VSGLEX_PLACE_COMPOUNDS).
     int placeCompounds = 2;
@@ -244,6 +247,7 @@ private:
     std::deque<vsglex_sentence> sentences_;
     std::deque<vsglex_part> parts_;  // corpus-granularity pieces of words
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces
+    std::vector<bool> pieceRuns_;      // ... and which of them are a name's characters joined
     std::vector<Piece> pieces_;        // the same
     std::vector<uint64_t> invalid_;  // offsets of the invalid byte sequences skipped, ascending
     int charset_ = 0;                // VSGLEX_CHARSET_* of the text

@@ -353,8 +353,19 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         pieces_.push_back(Piece{cut, gbEnd - gbStart, shared_.pieceTags.Of(gb + cut, gbEnd - gbStart - cut, 2)});
     } else if (tag == kPersonTag || IsOrgTag(tag)) {
         pieceCuts_.clear();
-        for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
-        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, shared_.personWords, pieces_);
+        pieceRuns_.clear();
+        const bool joinRuns = shared_.orgNameRuns && IsOrgTag(tag);
+        for (size_t q = first; q <= last; ++q) {
+            // Inside an organisation name, the characters the cutter took
+            // for one name (first character, then later ones) are one piece:
+            // the place the engine found there (玉溪 of 玉溪卷烟厂).
+            if (joinRuns && q < last && items_[q].name != 0 && items_[q + 1].name == kNameLater) continue;
+            const bool run = joinRuns && q > first && items_[q].name == kNameLater && items_[q - 1].name != 0;
+            pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
+            pieceRuns_.push_back(run);
+        }
+        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, pieceRuns_, shared_.pieceTags, shared_.personWords,
+                     pieces_);
     } else {
         pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
     }
@@ -756,6 +767,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->nameRunMin = std::atof(v);
     if (const char *v = std::getenv("VSGLEX_NAME_RUN_MAX"); v != nullptr && *v != '\0')
         set->nameRunMax = static_cast<size_t>(std::atoi(v));
+    if (const char *v = std::getenv("VSGLEX_ORG_NAME_RUNS"); v != nullptr && *v != '\0')
+        set->orgNameRuns = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
         set->placeCompounds = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')

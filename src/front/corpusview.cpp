@@ -169,7 +169,8 @@ bool IsTransliterationChar(const char *p) {
 }
 
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
-                  const PieceTags &tags, const PersonWords &persons, std::vector<Piece> &out) {
+                  const std::vector<bool> &runs, const PieceTags &tags, const PersonWords &persons,
+                  std::vector<Piece> &out) {
     auto whole = [&]() { out.push_back(Piece{0, static_cast<uint32_t>(length), tag}); };
     if (tag == kPersonTag) {
         // Chinese names of two to four characters, all two-byte Chinese
@@ -202,9 +203,11 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
     }
     if (IsOrgTag(tag) && cuts.size() > 1) {
         uint32_t start = 0;
-        for (uint32_t end : cuts) {
+        for (size_t k = 0; k < cuts.size(); ++k) {
+            const uint32_t end = cuts[k];
             if (end <= start || end > length) continue;
-            out.push_back(Piece{start, end, tags.Of(text + start, end - start, tag)});
+            const bool run = k < runs.size() && runs[k];
+            out.push_back(Piece{start, end, tags.Of(text + start, end - start, run ? kPlaceTag : tag)});
             start = end;
         }
         if (start < length) out.push_back(Piece{start, static_cast<uint32_t>(length), tag});

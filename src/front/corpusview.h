@@ -127,15 +127,18 @@ bool IsTransliterationChar(const char *p);
 
 // Appends the pieces of the GB word text[0..length) tagged `tag`. `cuts`
 // holds the ends (byte offsets in the word) of the cut words the engine
-// merged into it, the last being `length`.
+// merged into it, the last being `length`; `runs` (empty, or one flag per
+// cut) marks the cut words that are characters of a name joined into one.
 //   person names (nr): surname (two characters for a compound surname) and
 //                      given name, both tagged as the word; a name of
 //                      two transliteration characters stays whole (利维),
 //                      and so does a word `persons` keeps whole (安南, 侯老)
-//   organisation names: the cut words, tagged by the dictionary
+//   organisation names: the cut words, tagged by the dictionary (a joined
+//                      name the dictionary lacks as a place)
 //   anything else, and names of one character: the word itself
 void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vector<uint32_t> &cuts,
-                  const PieceTags &tags, const PersonWords &persons, std::vector<Piece> &out);
+                  const std::vector<bool> &runs, const PieceTags &tags, const PersonWords &persons,
+                  std::vector<Piece> &out);
 
 }  // namespace vsg::front
 
