@@ -478,6 +478,16 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
     // the same way.
     auto gbk = Words("国务院总理朱镕基在北京会见了客人。", true);
     for (const char *want : {"朱/nr", "镕基/nr"}) EXPECT_TRUE(Has(gbk, want)) << want << " in " << Texts(gbk);
+    // Person words the training days write as one token stay whole; a
+    // full Chinese name is still cut.
+    auto whole = Words("安南会见了侯老和江泽民。", true);
+    for (const char *want : {"安南/nr", "侯老/nr", "江/nr", "泽民/nr"})
+        EXPECT_TRUE(Has(whole, want)) << want << " in " << Texts(whole);
+    // Inside an organisation name, a place the cutter handed over in
+    // characters is one piece (湄潭县, not 湄 潭 县).
+    auto org = Words("湄潭县茶叶公司和岑巩县水泥厂签约。", true);
+    for (const char *want : {"湄潭县/ns", "茶叶/n", "公司/n", "岑巩县/ns", "水泥厂/n"})
+        EXPECT_TRUE(Has(org, want)) << want << " in " << Texts(org);
     // Words that are no names have exactly themselves as their piece.
     auto plain = Words("我们今天去学校。"), plainPieces = Words("我们今天去学校。", true);
     EXPECT_EQ(plain, plainPieces);
