@@ -13,7 +13,16 @@ person, place, organisation, number or time, other. With --persons the
 over-cut person words are listed with how the training days write them
 (as one person token, or as the surname and given name tokens).
 
+With --keep-chars MIN RATIO it also recomputes the view with one more rule
+for person words, from the merged words: a two-character person word the
+training days never show stays whole when its first character begins, or
+its last ends, one-token person words at least MIN times and more than
+RATIO times as often as surname + given-name pairs (a variant, not built;
+the CORPUS_OUT view must already keep the listed one-token words whole),
+and prints word F1 before and after with the gold words won and lost.
+
 usage: viewdiff.py TEST_TAGGED TRAIN_TAGGED CORPUS_OUT MERGED_OUT [--persons] [--examples N]
+                   [--keep-chars MIN RATIO]
 
 TEST_TAGGED   the tagged paragraphs of the scored days (corpus format)
 TRAIN_TAGGED  the tagged paragraphs the models were trained on
@@ -83,13 +92,23 @@ def person_counts(path):
 
 
 def main():
-    args = [a for a in sys.argv[1:] if not a.startswith("--")]
+    args, skip = [], 0
+    for a in sys.argv[1:]:
+        if skip:
+            skip -= 1
+        elif a.startswith("--"):
+            skip = {"--examples": 1, "--keep-chars": 2}.get(a, 0)
+        else:
+            args.append(a)
     if len(args) < 4:
         sys.exit(__doc__)
     examples = 15
     if "--examples" in sys.argv:
         examples = int(sys.argv[sys.argv.index("--examples") + 1])
-        args = [a for a in args if a != str(examples)]
+    keep_chars = None
+    if "--keep-chars" in sys.argv:
+        at = sys.argv.index("--keep-chars")
+        keep_chars = (int(sys.argv[at + 1]), float(sys.argv[at + 2]))
     test, train, corpus_out, merged_out = args[:4]
     gold_lines = [l for l in open(test, encoding="utf-8").read().split("\n") if l.strip()]
     view_lines = open(corpus_out, encoding="utf-8").read().split("\n")
@@ -135,6 +154,8 @@ def main():
             if table[kind]:
                 top = ", ".join(f"{w} {n}" for w, n in table[kind].most_common(examples))
                 print(f"{title} {kind}: {top}")
+    if keep_chars is not None:
+        keep_chars_variant(test, train, corpus_out, merged_out, *keep_chars)
     if "--persons" in sys.argv:
         one, two = person_counts(train)
         print("over-cut person words: gold count, training one-token count, training surname+given count")
@@ -146,6 +167,54 @@ def main():
         for g, n in groups.most_common():
             print(f"  {g}: {n}")
         print("  " + ", ".join(f"{w} {n}/{one[w]}/{two[w]}" for w, n in over_persons.most_common(40)))
+
+
+def keep_chars_variant(test, train, corpus_out, merged_out, least, ratio):
+    one, two = person_counts(train)
+    first, last = collections.defaultdict(lambda: [0, 0]), collections.defaultdict(lambda: [0, 0])
+    for table, k in ((one, 0), (two, 1)):
+        for w, n in table.items():
+            if len(w) == 2:
+                first[w[0]][k] += n
+                last[w[1]][k] += n
+
+    def keep(w):
+        if len(w) != 2 or one[w] or two[w]:
+            return False
+        f, l = first[w[0]], last[w[1]]
+        return (f[0] >= least and f[0] > ratio * f[1]) or (l[0] >= least and l[0] > ratio * l[1])
+
+    gold_lines = [l for l in open(test, encoding="utf-8").read().split("\n") if l.strip()]
+    view_lines = open(corpus_out, encoding="utf-8").read().split("\n")
+    merged_lines = open(merged_out, encoding="utf-8").read().split("\n")
+    gold_total = found_old = found_new = right_old = right_new = 0
+    won, lost = collections.Counter(), collections.Counter()
+    for k, gl in enumerate(gold_lines):
+        gold = {(s, e) for s, e, _, _ in with_spans(corpus_tokens(gl))}
+        view = [(s, e) for s, e, _, _ in with_spans(system_words(view_lines[k] if k < len(view_lines) else ""))]
+        new = []
+        for s, e, w, t in with_spans(system_words(merged_lines[k] if k < len(merged_lines) else "")):
+            pieces = [(vs, ve) for vs, ve in view if s <= vs and ve <= e]
+            if t.startswith("nr") and len(pieces) > 1 and keep(w):
+                new.append((s, e))
+                gain = ((s, e) in gold) - sum(p in gold for p in pieces)
+                if gain > 0:
+                    won[w] += gain
+                elif gain < 0:
+                    lost[w] -= gain
+            else:
+                new += pieces
+        gold_total += len(gold)
+        found_old += len(view)
+        found_new += len(new)
+        right_old += sum(p in gold for p in view)
+        right_new += sum(p in gold for p in new)
+    f1 = lambda right, found: 2 * right / (found + gold_total)
+    print(f"two-character person words kept whole by their characters ({least}, {ratio}): word F1 "
+          f"{f1(right_old, found_old):.4f} -> {f1(right_new, found_new):.4f}, gold words won "
+          f"{sum(won.values())}, lost {sum(lost.values())}")
+    print("  won: " + ", ".join(f"{w} {n}" for w, n in won.most_common(15)))
+    print("  lost: " + ", ".join(f"{w} {n}" for w, n in lost.most_common(15)))
 
 
 if __name__ == "__main__":
