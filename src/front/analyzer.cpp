@@ -755,7 +755,12 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->placeCompounds = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
         set->retagUnknown = std::atoi(v) != 0;
-    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames);
+    UnknownTagOptions unknownOptions;
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_NUMBERS"); v != nullptr && *v != '\0')
+        unknownOptions.numbers = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_BACKOFF"); v != nullptr && *v != '\0')
+        unknownOptions.backoff = std::atoi(v) != 0;
+    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames, unknownOptions);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
         set->unknownMargin = std::atof(v);
     set->engine = std::move(engine);
