@@ -151,12 +151,29 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
     // smoothed towards those of all rare words), else towards all rare
     // words.
     auto ratios = [&](const std::vector<double> &counts, size_t n, std::vector<float> &out, bool chars) {
-        std::vector<double> byClass((kNoClass + 1) * nc, 0.0), classTotal(kNoClass + 1, 0.0);
-        for (size_t r = 0; chars && r < n; ++r)
+        // kSmoothing times the base share of each class and tag, and its
+        // log (the value of every cell that counts nothing).
+        std::vector<double> base((kNoClass + 1) * nc), logBase((kNoClass + 1) * nc);
+        if (chars) {
+            std::vector<double> classTotal(kNoClass + 1, 0.0);
+            std::fill(base.begin(), base.end(), 0.0);
+            for (size_t r = 0; r < n; ++r)
+                for (size_t c = 0; c < nc; ++c) {
+                    base[classOfRow[r] * nc + c] += counts[r * nc + c];
+                    classTotal[classOfRow[r]] += counts[r * nc + c];
+                }
+            for (size_t k = 0; k <= kNoClass; ++k)
+                for (size_t c = 0; c < nc; ++c) {
+                    double &b = base[k * nc + c];
+                    b = kSmoothing * (b + kSmoothing * share[c]) / (classTotal[k] + kSmoothing);
+                    logBase[k * nc + c] = std::log(b);
+                }
+        } else {
             for (size_t c = 0; c < nc; ++c) {
-                byClass[classOfRow[r] * nc + c] += counts[r * nc + c];
-                classTotal[classOfRow[r]] += counts[r * nc + c];
+                base[kNoClass * nc + c] = kSmoothing * share[c];
+                logBase[kNoClass * nc + c] = logPrior[c];
             }
+        }
         out.assign(n * nc, 0.0f);
         for (size_t r = 0; r < n; ++r) {
             const double *row = &counts[r * nc];
@@ -165,9 +182,7 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
             const double logTotal = std::log(total + kSmoothing);
             const size_t k = chars ? classOfRow[r] : kNoClass;
             for (size_t c = 0; c < nc; ++c) {
-                const double base =
-                    chars ? (byClass[k * nc + c] + kSmoothing * share[c]) / (classTotal[k] + kSmoothing) : share[c];
-                const double logP = row[c] > 0.0 || chars ? std::log(row[c] + kSmoothing * base) : logPrior[c];
+                const double logP = row[c] > 0.0 ? std::log(row[c] + base[k * nc + c]) : logBase[k * nc + c];
                 out[r * nc + c] = static_cast<float>(logP - logTotal - logShare[c]);
             }
         }
