@@ -243,6 +243,7 @@ private:
     std::deque<vsglex_part> parts_;  // corpus-granularity pieces of words
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces
     std::vector<Piece> pieces_;        // the same
+    std::string compact_;              // the same: a pre-cut word's text without white space
     std::vector<uint64_t> invalid_;  // offsets of the invalid byte sequences skipped, ascending
     int charset_ = 0;                // VSGLEX_CHARSET_* of the text
     // Person names the engine found in this text so far, by their GB text.
