@@ -369,30 +369,34 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         const uint32_t cut = items_[split].start - gbStart;
         pieces_.push_back(Piece{0, cut, headTag});
         pieces_.push_back(Piece{cut, gbEnd - gbStart, shared_.pieceTags.Of(gb + cut, gbEnd - gbStart - cut, 2)});
-    } else if ((tag == kPersonTag || IsOrgTag(tag)) && (flags_ & VSGLEX_PRECUT) != 0 && last > first) {
-        // Pre-cut words with white space between them: the pieces of their
-        // text without it, placed back on the words' bytes.
-        compact_.clear();
+    } else if (tag == kPersonTag || IsOrgTag(tag)) {
+        // Pre-cut words with white space between them (a name handed one
+        // character a word): the pieces of their text without it, placed
+        // back on the words' bytes below.
+        const bool spaced = (flags_ & VSGLEX_PRECUT) != 0 && last > first;
+        if (spaced) {
+            compact_.clear();
+            for (size_t q = first; q <= last; ++q) compact_.append(work_.gb, items_[q].start, items_[q].length);
+        }
+        const char *pieceText = spaced ? compact_.data() : gb;
+        const size_t pieceLength = spaced ? compact_.size() : gbEnd - gbStart;
         pieceCuts_.clear();
+        uint32_t compactEnd = 0;
         for (size_t q = first; q <= last; ++q) {
-            compact_.append(work_.gb, items_[q].start, items_[q].length);
-            pieceCuts_.push_back(static_cast<uint32_t>(compact_.size()));
+            compactEnd += items_[q].length;
+            pieceCuts_.push_back(spaced ? compactEnd : items_[q].start + items_[q].length - gbStart);
         }
         const size_t from = pieces_.size();
-        CorpusPieces(compact_.data(), compact_.size(), tag, pieceCuts_, shared_.pieceTags, pieces_);
+        CorpusPieces(pieceText, pieceLength, tag, pieceCuts_, shared_.pieceTags, pieces_);
         auto place = [&](uint32_t at, bool end) {  // compact offset -> offset in the word's bytes
             size_t q = first, before = 0;
             while (q < last && before + items_[q].length < at + (end ? 0u : 1u)) before += items_[q++].length;
             return static_cast<uint32_t>(items_[q].start + (at - before) - gbStart);
         };
-        for (size_t k = from; k < pieces_.size(); ++k) {
+        for (size_t k = from; spaced && k < pieces_.size(); ++k) {
             pieces_[k].start = place(pieces_[k].start, false);
             pieces_[k].end = place(pieces_[k].end, true);
         }
-    } else if (tag == kPersonTag || IsOrgTag(tag)) {
-        pieceCuts_.clear();
-        for (size_t q = first; q <= last; ++q) pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
-        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, shared_.pieceTags, pieces_);
     } else {
         pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
     }
