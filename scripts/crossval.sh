@@ -6,21 +6,28 @@
 # means over the folds.
 #
 # usage: scripts/crossval.sh [--min POS,PERSON,PLACE,ORG] [--keep DIR] [-j N]
+#                            [--eval-args "OPTION..."] [--models DIR]
 #                            TRAIN EVAL [-- TRAINER_OPTION...]
 #   --min   fail (exit 1) when a mean is below its bar
 #   --keep  keep each fold's models and evaluator output in DIR/foldK
 #   -j N    run N folds at a time (default 1)
+#   --eval-args  options for every evaluator run, split at spaces (e.g.
+#           "--api": score through the pre-cut public interface)
+#   --models DIR  score the models kept by an earlier --keep DIR run
+#           (DIR/foldK/models) instead of training; TRAIN is not run
 #   options after -- go to every training run (e.g. -- --person-floor 0.01)
 # Skips (exit 0) when the corpus is not present beside the repository.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 corpus="${VSGLEX_CORPUS:-$root/../shared/corpus/pfr-1998-01}"
-min="" keep="" jobs=1
+min="" keep="" jobs=1 evalargs="" models=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --min) min="$2"; shift 2 ;;
     --keep) keep="$2"; shift 2 ;;
     -j) jobs="$2"; shift 2 ;;
+    --eval-args) evalargs="$2"; shift 2 ;;
+    --models) models="$2"; shift 2 ;;
     *) break ;;
   esac
 done
@@ -29,6 +36,7 @@ eval="${2:?usage: crossval.sh [--min P,PER,PL,ORG] [--keep DIR] [-j N] TRAIN EVA
 shift 2
 if [ $# -gt 0 ] && [ "$1" = "--" ]; then shift; fi
 extra=("$@")
+read -r -a evalopts <<<"$evalargs"
 if [ ! -d "$corpus" ]; then
   echo "crossval: corpus not found at $corpus, skipped"
   exit 0
@@ -46,9 +54,14 @@ run_fold() {  # run_fold K: trains without fold K's days and scores them
   local k=$1 days=${folds[$1]}
   local from=$((10#${days%-*})) to=$((10#${days#*-}))
   local dir="$out/fold$((k + 1))"
+  local set="$dir/models"
   mkdir -p "$dir"
-  "$train" "${extra[@]}" --exclude-days "$from-$to" "$corpus" "$dir/models" >"$dir/train.txt"
-  "$eval" "$dir/models" "$corpus/train-$days.txt" >"$dir/eval.txt"
+  if [ -n "$models" ]; then
+    set="$models/fold$((k + 1))/models"
+  else
+    "$train" "${extra[@]}" --exclude-days "$from-$to" "$corpus" "$set" >"$dir/train.txt"
+  fi
+  "$eval" "${evalopts[@]}" "$set" "$corpus/train-$days.txt" >"$dir/eval.txt"
 }
 pids=()
 for k in 0 1 2 3; do

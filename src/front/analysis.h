@@ -249,6 +249,7 @@ private:
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces
     std::vector<bool> pieceRuns_;      // ... and which of them are a name's characters joined
     std::vector<Piece> pieces_;        // the same
+    std::string compact_;              // the same: a pre-cut word's text without white space
     std::vector<uint64_t> invalid_;  // offsets of the invalid byte sequences skipped, ascending
     int charset_ = 0;                // VSGLEX_CHARSET_* of the text
     // Person names the engine found in this text so far, by their GB text.

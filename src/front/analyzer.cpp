@@ -302,6 +302,7 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
     // UTF-8 words are the caller's own bytes unless something inside them
     // was dropped or replaced.
     const char *orig = src_ + (offset - base_);
+    const size_t at = texts_.size();
     auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
     if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= offset + length) &&
         std::memchr(orig, '\0', length) == nullptr) {
@@ -312,6 +313,23 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
         GbToUtf8(orig, length, texts_);
     } else {
         GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+    }
+    // Pre-cut words that the engine joined (a name handed one character a
+    // word) are written without the spaces that separated them.
+    if ((flags_ & VSGLEX_PRECUT) != 0) {
+        size_t to = at;
+        for (size_t from = at; from < texts_.size();) {
+            const unsigned char c = static_cast<unsigned char>(texts_[from]);
+            const size_t skip = c <= 0x20 || c == 0x7F ? 1
+                                : texts_.compare(from, 3, "\xE3\x80\x80") == 0 ? 3  // ideographic space
+                                                                               : 0;
+            if (skip > 0) {
+                from += skip;
+                continue;
+            }
+            texts_[to++] = texts_[from++];
+        }
+        texts_.resize(to);
     }
     texts_.push_back('\0');
 }
@@ -352,20 +370,42 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         pieces_.push_back(Piece{0, cut, headTag});
         pieces_.push_back(Piece{cut, gbEnd - gbStart, shared_.pieceTags.Of(gb + cut, gbEnd - gbStart - cut, 2)});
     } else if (tag == kPersonTag || IsOrgTag(tag)) {
+        // Pre-cut words with white space between them (a name handed one
+        // character a word): the pieces of their text without it, placed
+        // back on the words' bytes below.
+        const bool spaced = (flags_ & VSGLEX_PRECUT) != 0 && last > first;
+        if (spaced) {
+            compact_.clear();
+            for (size_t q = first; q <= last; ++q) compact_.append(work_.gb, items_[q].start, items_[q].length);
+        }
+        const char *pieceText = spaced ? compact_.data() : gb;
+        const size_t pieceLength = spaced ? compact_.size() : gbEnd - gbStart;
         pieceCuts_.clear();
         pieceRuns_.clear();
         const bool joinRuns = shared_.orgNameRuns && IsOrgTag(tag);
+        uint32_t compactEnd = 0;
         for (size_t q = first; q <= last; ++q) {
+            compactEnd += items_[q].length;
             // Inside an organisation name, the characters the cutter took
             // for one name (first character, then later ones) are one piece:
             // the place the engine found there (玉溪 of 玉溪卷烟厂).
             if (joinRuns && q < last && items_[q].name != 0 && items_[q + 1].name == kNameLater) continue;
             const bool run = joinRuns && q > first && items_[q].name == kNameLater && items_[q - 1].name != 0;
-            pieceCuts_.push_back(items_[q].start + items_[q].length - gbStart);
+            pieceCuts_.push_back(spaced ? compactEnd : items_[q].start + items_[q].length - gbStart);
             pieceRuns_.push_back(run);
         }
-        CorpusPieces(gb, gbEnd - gbStart, tag, pieceCuts_, pieceRuns_, shared_.pieceTags, shared_.personWords,
+        const size_t from = pieces_.size();
+        CorpusPieces(pieceText, pieceLength, tag, pieceCuts_, pieceRuns_, shared_.pieceTags, shared_.personWords,
                      pieces_);
+        auto place = [&](uint32_t at, bool end) {  // compact offset -> offset in the word's bytes
+            size_t q = first, before = 0;
+            while (q < last && before + items_[q].length < at + (end ? 0u : 1u)) before += items_[q++].length;
+            return static_cast<uint32_t>(items_[q].start + (at - before) - gbStart);
+        };
+        for (size_t k = from; spaced && k < pieces_.size(); ++k) {
+            pieces_[k].start = place(pieces_[k].start, false);
+            pieces_[k].end = place(pieces_[k].end, true);
+        }
     } else {
         pieces_.push_back(Piece{0, gbEnd - gbStart, tag});
     }
@@ -773,7 +813,12 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->placeCompounds = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
         set->retagUnknown = std::atoi(v) != 0;
-    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames);
+    UnknownTagOptions unknownOptions;
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_NUMBERS"); v != nullptr && *v != '\0')
+        unknownOptions.numbers = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_UNKNOWN_BACKOFF"); v != nullptr && *v != '\0')
+        unknownOptions.backoff = std::atoi(v) != 0;
+    if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames, unknownOptions);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
         set->unknownMargin = std::atof(v);
     set->engine = std::move(engine);

@@ -85,11 +85,15 @@ void Analysis::SplitNamesOverMarks(std::vector<Span> &spans) {
         while (last > first &&
                NamePartOf(work_.gb.data() + items_[last].start, items_[last].length, &depth) != NamePart::kText)
             --last;
+        // In pre-cut text the white space between words only separates them
+        // (a host hands an unknown name one character a word).
+        const bool precut = (flags_ & VSGLEX_PRECUT) != 0;
         bool keep = first <= last;
         depth = 0;
         for (size_t q = first; keep && q <= last; ++q) {
             keep = NamePartOf(work_.gb.data() + items_[q].start, items_[q].length, &depth) != NamePart::kMark &&
-                   depth >= 0 && (q == first || items_[q - 1].start + items_[q - 1].length == items_[q].start);
+                   depth >= 0 &&
+                   (q == first || precut || items_[q - 1].start + items_[q - 1].length == items_[q].start);
         }
         // One character left of a name says too little (a surname, 镇).
         keep = keep && depth == 0 && (first < last || items_[first].length > 2);

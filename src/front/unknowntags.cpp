@@ -30,12 +30,30 @@ bool ChineseWord(const char *text, size_t length) { return length >= 4 && IsGb23
 
 size_t LengthRow(size_t length) { return std::min(length / 2, kLengthRows + 1) - 2; }
 
+// The main part-of-speech tag (code 0 row of the highest count) of the
+// dictionary entry `e`, or -1.
+int32_t MainTag(const DictSEntry &e) {
+    int32_t tag = -1;
+    float best = -INFINITY;
+    for (int32_t r = 0; e.posList != nullptr && r < e.posCount; ++r) {
+        const DictSRow &row = e.posList[r];
+        if (row.code == 0 && std::isfinite(row.value) && row.value > best) {
+            best = row.value;
+            tag = row.subCode;
+        }
+    }
+    return tag;
+}
+
 }  // namespace
 
-void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::string> &tagNames) {
+void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::string> &tagNames,
+                        const UnknownTagOptions &options) {
     *this = UnknownTags();
     slotOfTag_.assign(256, -1);
-    for (const char *name : kCandidateNames) {
+    std::vector<const char *> names(std::begin(kCandidateNames), std::end(kCandidateNames));
+    if (options.numbers) names.push_back("m");
+    for (const char *name : names) {
         // The first line of that name: later ones are classes of single
         // frequent words ("n#13"), which no unknown word is.
         for (size_t k = 0; k < tagNames.size() && k < slotOfTag_.size(); ++k) {
@@ -109,30 +127,69 @@ void UnknownTags::Build(const SegmentEngine &models, const std::vector<std::stri
         const double freq = all > 0.0 && t < ctx.tagCount ? ctx.tagFrequency[t] : 0.0;
         prior_[c] = all > 0.0 && freq > 0.0 ? static_cast<float>(std::log(share[c]) - std::log(freq / all)) : 0.0f;
     }
-    // ln P(tag | feature) - ln P(tag), P(tag | feature) smoothed towards
-    // P(tag) by kSmoothing words. Most cells count nothing: their log is
-    // one per tag and row.
+    // Without class evidence most cells count nothing: their log is one
+    // per tag and row.
     std::vector<double> logShare(nc), logPrior(nc);
     for (size_t c = 0; c < nc; ++c) {
         logShare[c] = std::log(share[c]);
         logPrior[c] = std::log(kSmoothing * share[c]);
     }
-    auto ratios = [&](const std::vector<double> &counts, size_t n, std::vector<float> &out) {
+    // The class of a character row: its main tag as a word of its own, or
+    // kNoClass (not a word).
+    constexpr size_t kNoClass = 256;
+    std::vector<size_t> classOfRow(rows, kNoClass);
+    for (size_t key = 0; options.backoff && key < charRow_.size(); ++key) {
+        if (charRow_[key] == kNoRow) continue;
+        const char ch[3] = {static_cast<char>(key >> 8), static_cast<char>(key & 0xFF), '\0'};
+        const int32_t e = DictionaryS_GetCoreInfo(ch, &dict);
+        const int32_t tag = e >= 0 && e < dict.count ? MainTag(dict.entries[e]) : -1;
+        if (tag >= 0 && tag < static_cast<int32_t>(kNoClass)) classOfRow[charRow_[key]] = static_cast<size_t>(tag);
+    }
+    // ln P(tag | feature) - ln P(tag) of every row of `counts`. P(tag |
+    // feature) is smoothed by kSmoothing words towards `base`: with `chars`
+    // a character's towards the shares of its class (the class's counts
+    // smoothed towards those of all rare words), else towards all rare
+    // words.
+    auto ratios = [&](const std::vector<double> &counts, size_t n, std::vector<float> &out, bool chars) {
+        // kSmoothing times the base share of each class and tag, and its
+        // log (the value of every cell that counts nothing).
+        std::vector<double> base((kNoClass + 1) * nc), logBase((kNoClass + 1) * nc);
+        if (chars) {
+            std::vector<double> classTotal(kNoClass + 1, 0.0);
+            std::fill(base.begin(), base.end(), 0.0);
+            for (size_t r = 0; r < n; ++r)
+                for (size_t c = 0; c < nc; ++c) {
+                    base[classOfRow[r] * nc + c] += counts[r * nc + c];
+                    classTotal[classOfRow[r]] += counts[r * nc + c];
+                }
+            for (size_t k = 0; k <= kNoClass; ++k)
+                for (size_t c = 0; c < nc; ++c) {
+                    double &b = base[k * nc + c];
+                    b = kSmoothing * (b + kSmoothing * share[c]) / (classTotal[k] + kSmoothing);
+                    logBase[k * nc + c] = std::log(b);
+                }
+        } else {
+            for (size_t c = 0; c < nc; ++c) {
+                base[kNoClass * nc + c] = kSmoothing * share[c];
+                logBase[kNoClass * nc + c] = logPrior[c];
+            }
+        }
         out.assign(n * nc, 0.0f);
         for (size_t r = 0; r < n; ++r) {
             const double *row = &counts[r * nc];
             double total = 0.0;
             for (size_t c = 0; c < nc; ++c) total += row[c];
             const double logTotal = std::log(total + kSmoothing);
+            const size_t k = chars ? classOfRow[r] : kNoClass;
             for (size_t c = 0; c < nc; ++c) {
-                const double logP = row[c] > 0.0 ? std::log(row[c] + kSmoothing * share[c]) : logPrior[c];
+                const double logP = row[c] > 0.0 ? std::log(row[c] + base[k * nc + c]) : logBase[k * nc + c];
                 out[r * nc + c] = static_cast<float>(logP - logTotal - logShare[c]);
             }
         }
     };
-    ratios(firstCount, rows, first_);
-    ratios(lastCount, rows, last_);
-    ratios(lengthCount, kLengthRows, length_);
+    ratios(firstCount, rows, first_, options.backoff);
+    ratios(lastCount, rows, last_, options.backoff);
+    ratios(lengthCount, kLengthRows, length_, false);
     context_ = &ctx;
 }
 

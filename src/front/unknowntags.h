@@ -18,6 +18,19 @@
 
 namespace vsg::front {
 
+// Choices of the table (both on by default; measurement switches
+// VSGLEX_UNKNOWN_NUMBERS=0 and VSGLEX_UNKNOWN_BACKOFF=0 turn them off).
+struct UnknownTagOptions {
+    // The numeral tag m is a candidate too: the engine gives some unknown
+    // words m from their neighbours (蝴蝶, 铺轨), which no other candidate
+    // could then replace; numeral words of rare dictionary entries begin
+    // and end in their own characters.
+    bool numbers = true;
+    // A character's tag shares are pulled towards those of the characters
+    // whose main tag as a word of their own is the same (软 and 晒 as
+    // first characters of verbs), instead of towards all rare words.
+    bool backoff = true;
+};
 class UnknownTags {
 public:
     // Dictionary words seen at most this often (the sum of their
@@ -39,7 +52,8 @@ public:
     // Builds the tables from `models` (core dictionary and part-of-speech
     // context model); `tagNames` are the names of the tag map by number.
     // Without rare words or candidate tags the table stays empty.
-    void Build(const SegmentEngine &models, const std::vector<std::string> &tagNames);
+    void Build(const SegmentEngine &models, const std::vector<std::string> &tagNames,
+               const UnknownTagOptions &options = UnknownTagOptions());
     bool Empty() const { return candidates_.empty(); }
     // Whether `tag` is one of the tags an unknown word may be given.
     bool IsCandidate(int32_t tag) const {

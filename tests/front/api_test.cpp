@@ -134,6 +134,32 @@ TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
     EXPECT_EQ(p.texts, (std::vector<std::string>{"我们", "在", "北京", "见面", "。"}));
     ExpectOffsetsMatch(cut, "UTF-8", p.raw, p.texts);
 
+    // A name handed one character a word is the engine's name: it covers
+    // the separating spaces, its text and its pieces leave them out; an
+    // organisation over given words likewise.
+    const std::string names = "江 泽 民 会见 了 克 林 顿 。\n中央 人民 广播 电台 报道 。";
+    vsglex_result *r = nullptr;
+    ASSERT_EQ(vsglex_analyze(handle_, names.data(), names.size(), VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT, &r),
+              VSGLEX_OK);
+    ASSERT_GE(r->word_count, 6u);
+    EXPECT_STREQ(r->words[0].text, "江泽民");
+    EXPECT_EQ(r->words[0].name_class, VSGLEX_NAME_PERSON);
+    EXPECT_EQ(r->words[0].offset, 0u);
+    EXPECT_EQ(r->words[0].length, 11u);
+    ASSERT_EQ(r->words[0].part_count, 2u);
+    const vsglex_part &given = r->parts[r->words[0].part_first + 1];
+    EXPECT_STREQ(given.text, "泽民");
+    EXPECT_EQ(given.offset, 4u);
+    EXPECT_EQ(given.length, 7u);
+    EXPECT_STREQ(r->words[3].text, "克林顿");
+    EXPECT_EQ(r->words[3].name_class, VSGLEX_NAME_PERSON);
+    EXPECT_STREQ(r->words[5].text, "中央人民广播电台");
+    EXPECT_EQ(r->words[5].name_class, VSGLEX_NAME_ORG);
+    ASSERT_EQ(r->words[5].part_count, 4u);
+    EXPECT_STREQ(r->parts[r->words[5].part_first + 3].text, "电台");
+    EXPECT_EQ(r->parts[r->words[5].part_first + 3].offset, names.find("电台"));
+    vsglex_result_free(r);
+
     std::string bad = "我们\xFF在北京。\n\xC3\n见面";
     Out v = Analyze(bad, VSGLEX_CHARSET_UTF8);
     EXPECT_EQ(v.invalid, (std::vector<uint64_t>{6, 20}));

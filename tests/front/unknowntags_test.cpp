@@ -2,6 +2,7 @@
 // dictionary and context model, and the decisions they lead to.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -15,7 +16,7 @@ using vsg::front::UnknownTags;
 using vsgtest::Gb;
 
 // Tag numbers of the names below.
-constexpr int32_t kR = 8, kN = 2, kV = 3, kPerson = 24;
+constexpr int32_t kR = 8, kN = 2, kV = 3, kM = 6, kPerson = 24;
 
 // A core dictionary of (word, tag, count) rows and a context model with
 // the same cost for every pair unless changed.
@@ -34,16 +35,7 @@ protected:
         // Rare nouns ending in 员.
         for (const char *w : {"队员", "学员", "雇员", "船员"}) Add(w, kN, 1.0);
         Add("动员", kV, 1.0);
-        for (size_t k = 0; k < words_.size(); ++k) {
-            DictSEntry e{};
-            e.word = words_[k].data();
-            e.length = static_cast<int32_t>(words_[k].size());
-            e.posCount = 1;
-            e.posList = &rowOf_[k];
-            entries_.push_back(e);
-        }
-        engine_.core.entries = entries_.data();
-        engine_.core.count = static_cast<int32_t>(entries_.size());
+        Finish();
         ContextStat &ctx = engine_.tagModels[VSG_TAG_POS].model;
         ctx.tagCount = static_cast<uint8_t>(names_.size());
         freq_.assign(names_.size(), 1000);
@@ -51,6 +43,31 @@ protected:
         cost_.assign(names_.size(), std::vector<double>(names_.size(), 5.0));
         for (auto &row : cost_) costRows_.push_back(row.data());
         ctx.possibility = costRows_.data();
+    }
+    // Builds the dictionary of the words added, sorted and hashed as a
+    // loaded one is (so that single characters can be looked up).
+    void Finish() {
+        entries_.clear();
+        for (size_t k = 0; k < words_.size(); ++k) {
+            DictSEntry e{};
+            e.word = words_[k].data();
+            e.length = static_cast<int32_t>(words_[k].size());
+            e.hash = static_cast<int32_t>(VSGHash(e.word, DICTS_BUCKETS));
+            e.posCount = 1;
+            e.posList = &rowOf_[k];
+            entries_.push_back(e);
+        }
+        std::stable_sort(entries_.begin(), entries_.end(),
+                         [](const DictSEntry &a, const DictSEntry &b) { return a.hash < b.hash; });
+        buckets_.assign(DICTS_BUCKETS, DictBucket{-1, 0});
+        for (int32_t i = 0; i < static_cast<int32_t>(entries_.size()); ++i) {
+            DictBucket &b = buckets_[static_cast<size_t>(entries_[static_cast<size_t>(i)].hash)];
+            if (b.first < 0) b.first = i;
+            ++b.count;
+        }
+        engine_.core.entries = entries_.data();
+        engine_.core.count = static_cast<int32_t>(entries_.size());
+        engine_.core.buckets = buckets_.data();
     }
     void Add(const char *utf8, int32_t tag, double count) {
         words_.push_back(Gb(utf8));
@@ -69,6 +86,7 @@ protected:
     std::vector<std::string> names_, words_;
     std::vector<DictSRow> rowOf_;
     std::vector<DictSEntry> entries_;
+    std::vector<DictBucket> buckets_;
     std::vector<int32_t> freq_;
     std::vector<std::vector<double>> cost_;
     std::vector<double *> costRows_;
@@ -93,6 +111,33 @@ TEST_F(UnknownTagsTest, CharactersOfRareWordsDecideUnlessTheContextSpeaksAgainst
     // Chinese characters.
     EXPECT_EQ(Retag(tags, "研磨", kR, kPerson, kN), kPerson);
     EXPECT_EQ(Retag(tags, "ＡＢ", kR, kN, kN), kN);
+}
+
+// The numeral tag given by the engine is open to the characters' evidence;
+// a character seen in few rare words leans on the characters with its own
+// tag as a word. Each only with its option.
+TEST_F(UnknownTagsTest, NumeralTagAndCharacterClasses) {
+    // Cooking verbs as words of their own begin rare verbs; 晒 begins one
+    // rare noun only.
+    for (const char *w : {"烤", "煮", "炒", "蒸", "煎", "晒"}) Add(w, kV, 100.0);
+    for (const char *w : {"烤制", "煮沸", "炒制", "蒸煮", "煎炸"}) Add(w, kV, 1.0);
+    for (const char *w : {"晒场", "海带", "海藻", "海港", "海湾"}) Add(w, kN, 1.0);
+    Finish();
+    vsg::front::UnknownTagOptions off;
+    off.numbers = false;
+    off.backoff = false;
+    UnknownTags plain, full;
+    plain.Build(engine_, names_, off);
+    full.Build(engine_, names_);
+    EXPECT_FALSE(plain.IsCandidate(kM));
+    EXPECT_TRUE(full.IsCandidate(kM));
+    EXPECT_EQ(Retag(plain, "海员", kR, kM, kN), kM);
+    EXPECT_EQ(Retag(full, "海员", kR, kM, kN), kN);
+    // 晒 as a first character: a noun by its own word, a verb by its class.
+    EXPECT_EQ(Retag(plain, "晒图", kR, kV, kN), kN);
+    EXPECT_EQ(Retag(full, "晒图", kR, kN, kN), kV);
+    // A verb of its class with no word of its own keeps its evidence.
+    EXPECT_EQ(Retag(full, "烤焦", kR, kN, kN), kV);
 }
 
 TEST_F(UnknownTagsTest, NoRareWordsNoStep) {

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "common/tagset.h"
+#include "vsglex/vsglex_api.h"
 
 namespace vsgeval {
 
@@ -267,6 +268,89 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
         }
     }
     return r;
+}
+
+bool EvaluateApi(const std::string &modelDir, const SegmentEngine *engine,
+                 const std::vector<vsgtrain::Paragraph> &paragraphs, size_t examples, bool posErrors,
+                 EvalResult *result, std::string *error) {
+    vsglex_handle *handle = vsglex_open(modelDir.c_str());
+    if (handle == nullptr) {
+        *error = vsglex_last_error();
+        return false;
+    }
+    EvalResult &r = *result;
+    r = EvalResult();
+    const std::vector<int> goldTagOf = OutputToGoldTags(engine->tagModels[VSG_TAG_POS].map);
+    const size_t batch = 256;
+    std::string text;
+    // Per byte of `text` (and one past its end): the paragraph it belongs
+    // to and the byte offset in that paragraph's gold text it stands at
+    // (a separator stands at the start of the next word).
+    std::vector<int32_t> paragraphAt, goldAt;
+    for (size_t first = 0; first < paragraphs.size(); first += batch) {
+        const size_t last = std::min(paragraphs.size(), first + batch);
+        std::vector<Gold> golds;
+        text.clear();
+        paragraphAt.clear();
+        goldAt.clear();
+        for (size_t i = first; i < last; ++i) {
+            golds.push_back(MakeGold(vsgtrain::BuildUnits(paragraphs[i]), engine->core));
+            const int32_t key = static_cast<int32_t>(i - first);
+            int32_t at = 0;
+            for (size_t k = 0; k < golds.back().words.size(); ++k) {
+                if (k > 0) {
+                    text += ' ';
+                    paragraphAt.push_back(key);
+                    goldAt.push_back(at);
+                }
+                for (char c : golds.back().words[k]) {
+                    text += c;
+                    paragraphAt.push_back(key);
+                    goldAt.push_back(at++);
+                }
+            }
+            text += '\n';
+            paragraphAt.push_back(key);
+            goldAt.push_back(at);
+        }
+        paragraphAt.push_back(static_cast<int32_t>(golds.size()));
+        goldAt.push_back(0);
+        vsglex_result *res = nullptr;
+        if (vsglex_analyze(handle, text.data(), text.size(), VSGLEX_CHARSET_GB18030, VSGLEX_PRECUT, &res) !=
+            VSGLEX_OK) {
+            *error = vsglex_last_error();
+            vsglex_close(handle);
+            return false;
+        }
+        std::vector<std::vector<std::pair<std::string, int>>> outputs(golds.size());
+        for (size_t k = 0; k < res->word_count; ++k) {
+            const vsglex_word &w = res->words[k];
+            const size_t from = static_cast<size_t>(w.offset), to = from + w.length;
+            if (w.length == 0 || to > text.size()) continue;
+            const size_t g = static_cast<size_t>(paragraphAt[from]);
+            std::string word;
+            if (static_cast<size_t>(paragraphAt[to - 1]) == g) {
+                // The word's bytes in its paragraph, separators left out.
+                const Gold &gold = golds[g];
+                const size_t end = paragraphAt[to] == paragraphAt[from] ? static_cast<size_t>(goldAt[to])
+                                                                        : gold.text.size();
+                word = gold.text.substr(static_cast<size_t>(goldAt[from]), end - static_cast<size_t>(goldAt[from]));
+            } else {
+                // A word across paragraphs: its bytes as they are, which
+                // then match neither paragraph's text.
+                word = text.substr(from, w.length);
+            }
+            const int tag = w.tag >= 0 && static_cast<size_t>(w.tag) < goldTagOf.size() ? goldTagOf[w.tag] : w.tag;
+            outputs[g].emplace_back(std::move(word), tag);
+        }
+        vsglex_result_free(res);
+        for (size_t g = 0; g < golds.size(); ++g) {
+            ++r.paragraphs;
+            Score(golds[g], outputs[g], &engine->core, examples, posErrors, &r);
+        }
+    }
+    vsglex_close(handle);
+    return true;
 }
 
 }  // namespace vsgeval

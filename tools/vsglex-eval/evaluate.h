@@ -61,6 +61,17 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
                     size_t examples, const std::vector<std::vector<std::string>> *inputs = nullptr,
                     bool posErrors = false);
 
+// The same scoring through the public interface as a host uses it: every
+// paragraph's input words (InputWords) joined by spaces, paragraphs one a
+// line, handed to vsglex_analyze with VSGLEX_PRECUT over a handle opened on
+// `modelDir` (whose models `engine` holds: its core dictionary and tag map
+// make the gold side and map the tags). Each output word is placed in its
+// paragraph by its offset and length. False, with `error`, when the handle
+// cannot be opened or the analysis fails.
+bool EvaluateApi(const std::string &modelDir, const SegmentEngine *engine,
+                 const std::vector<vsgtrain::Paragraph> &paragraphs, size_t examples, bool posErrors,
+                 EvalResult *result, std::string *error);
+
 }  // namespace vsgeval
 
 #endif  // VSGLEX_TOOLS_EVAL_EVALUATE_H

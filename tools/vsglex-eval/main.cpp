@@ -15,6 +15,7 @@ int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
     size_t examples = 0, confusions = 0;
     std::string posErrorFile;
+    bool api = false;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
@@ -23,11 +24,12 @@ int main(int argc, char **argv) {
         else if (a == "--examples" && i + 1 < argc) examples = static_cast<size_t>(std::atoi(argv[++i]));
         else if (a == "--confusions" && i + 1 < argc) confusions = static_cast<size_t>(std::atoi(argv[++i]));
         else if (a == "--pos-errors" && i + 1 < argc) posErrorFile = argv[++i];
+        else if (a == "--api") api = true;
         else args.push_back(a);
     }
     if (args.size() < 2) {
         std::fprintf(stderr,
-                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] [--pos-errors FILE] MODEL_DIR CORPUS_FILE...\n");
+                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] [--pos-errors FILE] [--api] MODEL_DIR CORPUS_FILE...\n");
         return 2;
     }
     int32_t status = 0;
@@ -46,7 +48,19 @@ int main(int argc, char **argv) {
             return 1;
         }
     }
-    vsgeval::EvalResult r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty());
+    // --api: through vsglex_analyze on pre-cut text, the front end's steps
+    // after the engine included; else the engine's server call alone.
+    vsgeval::EvalResult r;
+    if (api) {
+        std::string error;
+        if (!vsgeval::EvaluateApi(args[0], &engine->models(), paragraphs, examples, !posErrorFile.empty(), &r,
+                                  &error)) {
+            std::fprintf(stderr, "vsglex-eval: the pre-cut analysis failed: %s\n", error.c_str());
+            return 1;
+        }
+    } else {
+        r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty());
+    }
     if (!posErrorFile.empty()) {
         FILE *f = std::fopen(posErrorFile.c_str(), "w");
         if (f == nullptr) {
