@@ -109,6 +109,15 @@ TEST(CliTest, FormatsInputsAndExitCodes) {
     CliRun p = Vsglex(data + "--pre-cut --format tsv", "我们 在 北京 。\n");
     EXPECT_EQ(p.out.find("我们\t"), 0u) << p.out;
     EXPECT_NE(p.out.find("\n北京\t"), std::string::npos) << p.out;
+    // A name handed one character a word is printed without the spaces
+    // between its characters, in every format and both granularities; its
+    // offset and length still cover them.
+    const std::string name = "江 泽 民 在 北京 会见 客人 。\n";
+    CliRun tsv = Vsglex(data + "--pre-cut --format tsv", name);
+    EXPECT_EQ(tsv.out.rfind("江泽民\tnr\t0\t11\tperson\n", 0), 0u) << tsv.out;
+    EXPECT_EQ(Vsglex(data + "--pre-cut", name).out.rfind("江泽民/nr 在/", 0), 0u);
+    EXPECT_EQ(Vsglex(data + "--pre-cut --granularity corpus", name).out.rfind("江/nr 泽民/nr 在/", 0), 0u);
+    EXPECT_EQ(Vsglex(data + "--pre-cut --names-only", name).out.rfind("江泽民\tperson\t0\t11\n", 0), 0u);
 }
 
 TEST(CliTest, UserDictionariesRepeatableAndReported) {

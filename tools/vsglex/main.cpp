@@ -206,6 +206,27 @@ struct LineCounter {
     }
 };
 
+// Appends the input's bytes of a word. A pre-cut word that the analysis
+// joined (a name handed one character a word) spans the spaces between its
+// words; they are left out (ASCII blanks, and the UTF-8 ideographic space).
+void AppendWordBytes(std::string &out, const Options &o, const vsglex_result &r, const char *text, size_t length) {
+    if (!o.precut) {
+        out.append(text, length);
+        return;
+    }
+    for (size_t k = 0; k < length;) {
+        const char c = text[k];
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+            ++k;
+        } else if (r.charset == VSGLEX_CHARSET_UTF8 && length - k >= 3 && std::memcmp(text + k, "\xE3\x80\x80", 3) == 0) {
+            k += 3;
+        } else {
+            out += c;
+            ++k;
+        }
+    }
+}
+
 // Calls f(offset, length, tag name, tag) for a word, or for each of its
 // corpus-granularity pieces when the options ask for them.
 template <typename F>
@@ -252,7 +273,7 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
                 out += "}\n";
             } else {
                 TsvFile(out, p);
-                out.append(src + w.offset, w.length);
+                AppendWordBytes(out, o, r, src + w.offset, w.length);
                 out += '\t';
                 out += cls;
                 TsvSpan(out, p.base + w.offset, w.length);
@@ -275,7 +296,7 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
                 ForUnits(o, r, r.words[k], [&](uint64_t offset, uint32_t length, const char *tag, int32_t) {
                     if (!first) out += ' ';
                     first = false;
-                    out.append(src + offset, length);
+                    AppendWordBytes(out, o, r, src + offset, length);
                     out += '/';
                     out += tag;
                 });
@@ -296,7 +317,7 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
                 const vsglex_word &w = r.words[k];
                 ForUnits(o, r, w, [&](uint64_t offset, uint32_t length, const char *tag, int32_t) {
                     TsvFile(out, p);
-                    out.append(src + offset, length);
+                    AppendWordBytes(out, o, r, src + offset, length);
                     out += '\t';
                     out += tag;
                     TsvSpan(out, p.base + offset, length);
