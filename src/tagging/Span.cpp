@@ -81,31 +81,41 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
     return (&span->back[0][0])[flat];
 }
 
+// Keeps the first bytes of a word of `length` bytes at `text` as slot k's
+// word, NUL-terminated, and its length.
+inline void PutSlotWord(CSpan *span, uint32_t k, const char *text, size_t length) {
+    const size_t kept = length < kSlotText ? length : kSlotText - 1;
+    memcpy(span->word[k], text, kept);
+    span->word[k][kept] = '\0';
+    span->length[k] = static_cast<uint8_t>(length);
+}
+
 // Copies the text a word stands for in the models (its class word when it has
-// one) into a slot, bounded by both fields; returns its length.
-inline size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
+// one) into slot k, bounded by both fields (127 bytes); returns its length.
+inline size_t CopySlotWord(CSpan *span, uint32_t k, const SpanWord &w) {
     const char *src = w.text;
-    size_t limit = sizeof w.text;
+    size_t limit = sizeof w.text - 1;
     if (w.classText[0] != '\0') {
         src = w.classText;
         limit = sizeof w.classText;
     }
-    if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+    static_assert(sizeof w.classText >= kSlotText && kSlotText == 16, "both fields hold a block");
 #if defined(__SSE2__)
-    // Most words end within the first 16 bytes (both fields hold at least
-    // 16): one block move, the bytes after the terminator included, which
-    // nothing reads.
+    // Most words end within the first 16 bytes: one block move, the bytes
+    // after the terminator included, which nothing reads.
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
     const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
     if (nul != 0) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), block);
-        return static_cast<size_t>(__builtin_ctz(nul));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(span->word[k]), block);
+        const size_t length = static_cast<size_t>(__builtin_ctz(nul));
+        span->length[k] = static_cast<uint8_t>(length);
+        return length;
     }
 #endif
     // Words are a few bytes long: a plain loop beats a library call here.
     size_t n = 0;
-    for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
-    dst[n] = '\0';
+    while (n < limit && src[n] != '\0') ++n;
+    PutSlotWord(span, k, src, n);
     return n;
 }
 
@@ -223,6 +233,7 @@ void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
         return;
     }
     span->word[kEnd][0] = '\0';
+    span->length[kEnd] = 0;
     span->cand[kEnd][0] = kEndTag;
     span->cand[kEnd][1] = kNoTag;
     span->score[kEnd][0] = 0.0;
@@ -256,12 +267,13 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const 
             result = -1;
             break;
         }
-        const size_t length = CopySlotWord(span->word[k], w);
+        const size_t length = CopySlotWord(span, k, w);
         filled = true;
         lastLength = length;
         span->offset[k] = w.offset;
         if (fill(k, w, length)) {
             span->word[k + 1][0] = '\0';
+            span->length[k + 1] = 0;
             ++k;
             result = r + 1;
             break;
@@ -274,7 +286,7 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const 
             break;
         }
     }
-    CloseRun(span, k, filled ? lastLength : strlen(span->word[0]));
+    CloseRun(span, k, filled ? lastLength : span->length[0]);
     return result;
 }
 
@@ -337,6 +349,7 @@ CSpan *CSpan_new() {
     span->cand[0][1] = kNoTag;
     span->score[0][0] = 0.0;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
     span->count = 1;
     span->startOffset = 0;
     span->offset[1] = 0;
@@ -345,6 +358,11 @@ CSpan *CSpan_new() {
 }
 
 void CSpan_delete(CSpan *span) { free(span); }
+
+void vsg::tagging::SetSlotWord(CSpan *span, uint32_t k, const char *text, size_t length) {
+    if (span == nullptr || k >= kSpanSlots) return;
+    PutSlotWord(span, k, text, length < 128 ? length : 127);
+}
 
 void CSpan_SetTagType(CSpan *span, uint32_t type) {
     if (span != nullptr) span->tagType = type;
@@ -362,12 +380,13 @@ int32_t CSpan_Reset(CSpan *span, int32_t carry) {
         if (last >= kSpanSlots) last = kSpanSlots - 1;
         span->cand[0][0] = span->cand[last][0];
         span->score[0][0] = span->score[last][0];
-        const int32_t next = span->offset[last] + static_cast<int32_t>(strnlen(span->word[last], 128));
+        const int32_t next = span->offset[last] + static_cast<int32_t>(span->length[last]);
         span->startOffset = static_cast<uint32_t>(next);
         span->offset[1] = next;
     }
     span->count = 1;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
     return 1;
 }
 
@@ -785,6 +804,7 @@ inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row
     span->offset[1] = next;
     span->count = 1;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
 }
 
 // Part-of-speech tags the whole word array as one run instead of runs cut
@@ -839,10 +859,11 @@ int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const Dictionar
         int32_t next;
         if (direct) {
             const SpanWord &w = results[start];
-            const size_t length = CopySlotWord(span->word[1], w);
+            const size_t length = CopySlotWord(span, 1, w);
             span->offset[1] = w.offset;
             if (fill(1, w, length)) {
                 span->word[2][0] = '\0';
+                span->length[2] = 0;
                 CloseRun(span, 2, length);
                 next = start + 1;
             } else {
