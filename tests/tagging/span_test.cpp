@@ -380,6 +380,60 @@ TEST(SpanPos, RunsCutAtSettledWords) {
     EXPECT_EQ(a[1].tag, 5);
 }
 
+// A span keeps only the first bytes of each slot's word: a long word
+// still carries its whole length into the next run's start, and its kept
+// bytes match no short word (the times sign, the boundary words).
+TEST(SpanFill, LongWordsKeepTheirLength) {
+    TaIndexGuard guard;
+    ContextModel model(12, 0.0, 5.0);
+    SpanPtr span = NewSpan(0, model);
+    std::vector<DictSRow> otherRows = {Row(0, 8, 2.0f)};
+    DictSEntry other{};
+    other.posList = otherRows.data();
+    other.posCount = 1;
+    DictionaryS core{};
+    core.entries = &other;
+    core.count = 1;
+    gTaIndexNum = 0;
+
+    std::string longWord;
+    for (int i = 0; i < 30; ++i) longWord += Gb("中");  // 60 bytes
+    WordArray a;
+    a.Add(longWord);
+    a[0].tag = 5;  // settled: ends the run
+    a[0].offset = 3;
+    a.Add(Gb("工作"), {Row(0, 6, 1.0f)});
+    a[1].offset = 63;
+    EXPECT_EQ(CSpan_GetFrom0(span.get(), a.data(), 0, &core), 1);
+    EXPECT_EQ(span->count, 2u);
+    CSpan_Reset(span.get(), 1);
+    EXPECT_EQ(span->startOffset, 63u);
+    EXPECT_EQ(span->offset[1], 63);
+
+    // A class word of a full 16 bytes (no terminator in its field) counts
+    // all of them.
+    WordArray b;
+    b.Add(Gb("说"));
+    b[0].tag = 5;
+    memset(b[0].classText, 'x', sizeof b[0].classText);
+    CSpan_Reset(span.get(), 0);
+    EXPECT_EQ(CSpan_GetFrom0(span.get(), b.data(), 0, &core), 1);
+    CSpan_Reset(span.get(), 1);
+    EXPECT_EQ(span->startOffset, 16u);
+
+    // The times sign is one word: a long word beginning with it is not.
+    CSpan_SetTagType(span.get(), 1);
+    std::string signs;
+    for (int i = 0; i < 10; ++i) signs += Gb("×");
+    int32_t flag = 0;
+    vsg::tagging::SetSlotWord(span.get(), 3, signs.data(), signs.size());
+    CSpan_RoleGuess(span.get(), 3, &flag, 22);
+    EXPECT_EQ(span->cand[3][0], 22);
+    vsg::tagging::SetSlotWord(span.get(), 3, signs.data(), 2);
+    CSpan_RoleGuess(span.get(), 3, &flag, 22);
+    EXPECT_EQ(span->cand[3][0], 9);
+}
+
 TEST(SpanSearch, BinarySearchByOffset) {
     WordArray a;
     const int offsets[] = {0, 2, 6, 8, 12, 20};
