@@ -46,7 +46,14 @@ struct CSpan {
     uint8_t cand[kSpanSlots][kSpanCands];  // candidate tags, ended by kNoTag
     uint8_t back[kSpanSlots][kSpanCands];  // best predecessor of each candidate
     uint32_t count;             // slots in use, slot 0 included
-    double score[kSpanSlots][kSpanCands];  // candidate costs, then path costs
+    // Candidate costs, then path costs: slot k's at Score(k), one per
+    // candidate. A fill packs the slots' costs one after another (slot k+1
+    // starts after slot k's candidates, so that the many slots of one
+    // candidate share lines); a new span spaces them kSpanCands apart.
+    uint16_t scoreAt[kSpanSlots];
+    double scores[kSpanSlots * kSpanCands];
+    double *Score(uint32_t k) { return scores + scoreAt[k]; }
+    const double *Score(uint32_t k) const { return scores + scoreAt[k]; }
     // The lowest record of the word array that the recognisers marked merged
     // since CSpan_RoleTagging began, INT32_MAX when none.
     int32_t firstMerged;

@@ -188,7 +188,7 @@ TEST(PosSteps, WholeArrayRunGivesTheTagsOfRunByRun) {
         }
         ASSERT_EQ(fast->count, plain->count) << "sentence " << s;
         ASSERT_EQ(fast->cand[0][0], plain->cand[0][0]) << "sentence " << s;
-        ASSERT_EQ(memcmp(&fast->score[0][0], &plain->score[0][0], sizeof(double)), 0) << "sentence " << s;
+        ASSERT_EQ(memcmp(&fast->Score(0)[0], &plain->Score(0)[0], sizeof(double)), 0) << "sentence " << s;
         ASSERT_EQ(fast->offset[1], plain->offset[1]) << "sentence " << s;
         ASSERT_EQ(fast->startOffset, plain->startOffset) << "sentence " << s;
     }
@@ -267,7 +267,7 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
                     int j = 0;
                     for (; j < kSpanCands && fromRows->cand[k][j] != kNoTag; ++j) {
                         ASSERT_EQ(fromTables->cand[k][j], fromRows->cand[k][j]) << "type " << t << " slot " << k;
-                        ASSERT_EQ(memcmp(&fromTables->score[k][j], &fromRows->score[k][j], sizeof(double)), 0)
+                        ASSERT_EQ(memcmp(&fromTables->Score(k)[j], &fromRows->Score(k)[j], sizeof(double)), 0)
                             << "type " << t << " slot " << k << " candidate " << j;
                         ++compared;
                     }
@@ -384,7 +384,7 @@ TEST(SpanTablesFill, RecordsGivenOtherRowsAreFilledFromThem) {
         for (int j = 0; j < kSpanCands; ++j) {
             ASSERT_EQ(fromTables->cand[2][j], fromRows->cand[2][j]) << "type " << t << " candidate " << j;
             if (fromRows->cand[2][j] == kNoTag) break;
-            ASSERT_EQ(memcmp(&fromTables->score[2][j], &fromRows->score[2][j], sizeof(double)), 0) << "type " << t;
+            ASSERT_EQ(memcmp(&fromTables->Score(2)[j], &fromRows->Score(2)[j], sizeof(double)), 0) << "type " << t;
         }
     }
 }
