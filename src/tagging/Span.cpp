@@ -99,14 +99,16 @@ inline size_t CopySlotWord(CSpan *span, uint32_t k, const SpanWord &w) {
         src = w.classText;
         limit = sizeof w.classText;
     }
-    static_assert(sizeof w.classText >= kSlotText && kSlotText == 16, "both fields hold a block");
+    static_assert(sizeof w.classText >= 16 && kSlotText == 8, "both fields hold a block");
 #if defined(__SSE2__)
-    // Most words end within the first 16 bytes: one block move, the bytes
-    // after the terminator included, which nothing reads.
+    // Most words end within the first 16 bytes: found in one block, whose
+    // first 8 bytes, the eighth cleared, are the slot's word (the bytes
+    // after the terminator included, which nothing reads).
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
     const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
     if (nul != 0) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(span->word[k]), block);
+        const __m128i kept = _mm_and_si128(block, _mm_set_epi64x(0, 0x00FFFFFFFFFFFFFFll));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(span->word[k]), kept);
         const size_t length = static_cast<size_t>(__builtin_ctz(nul));
         span->length[k] = static_cast<uint8_t>(length);
         return length;

@@ -25,7 +25,7 @@ constexpr uint8_t kNoTag = VSG_UNTAGGED;
 // (the whole word when it is shorter than this). What the span asks of a
 // word (empty, a boundary word, the times sign, the middle dot) is decided
 // by these bytes and its length, which is kept apart.
-constexpr int kSlotText = 16;
+constexpr int kSlotText = 8;
 
 // The tagging span of one run: candidate tags, costs and best tags of up to
 // 200 word slots, all inside one fixed-size record.
@@ -37,9 +37,9 @@ struct CSpan {
     uint32_t tagType;           // 0 part of speech, 1 person, 2 place, 3 organisation
     uint32_t startOffset;       // byte offset of the run in its sentence
     uint8_t bestTag[kSpanSlots];  // chosen tag of each slot, kNoTag after the last
-    // Text (or class word) of each slot, cut to kSlotText - 1 bytes; a
-    // slot's words lie four to a cache line instead of one, since every
-    // fill writes them.
+    // Text (or class word) of each slot, cut to kSlotText - 1 bytes; eight
+    // slots' words lie in a cache line instead of one, since every fill
+    // writes them.
     char word[kSpanSlots][kSlotText];
     uint8_t length[kSpanSlots];   // byte length of each slot's whole word
     int32_t offset[kSpanSlots];   // byte offset of each slot's word
