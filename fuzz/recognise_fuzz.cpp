@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (int k = 1; k < kSpanSlots; ++k) {
         span->bestTag[k] = in.Byte();
         const std::string &w = kWords[in.Byte() % kWords.size()];
-        std::memcpy(span->word[k], w.data(), std::min<size_t>(w.size() + 1, 128));
+        vsg::tagging::SetSlotWord(span.get(), static_cast<uint32_t>(k), w.data(), w.size());
         span->offset[k] = static_cast<int32_t>(in.Byte()) * 300;
     }
 

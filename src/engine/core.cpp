@@ -15,12 +15,13 @@
 #include <emmintrin.h>
 #endif
 
+#include "common/class_rows.h"
 #include "common/gbtext.h"
 #include "common/huge_pages.h"
 #include "common/tagset.h"
-#include "engine/class_rows.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
+#include "tagging/org_rows.h"
 #include "tagging/span_tables.h"
 #include "vsglex/utility.h"
 
@@ -235,28 +236,33 @@ void FillWord(SpanWord *w, const char *text, size_t textSize, const DictionaryS 
 }
 
 // Marks long dictionary words whose rows score as names with the class word
-// of that name class. Every row is examined; the last matching row decides.
-void AssignClasses(SpanWord *words) {
+// of that name class: the last matching row decides. A word that carries
+// its entry's record in the span tables `marks` (when given) takes the
+// class the record keeps (org_rows.h: ClassTagOfFacts; the record is read
+// by the part-of-speech fill next anyway), the others scan their rows.
+void AssignClasses(SpanWord *words, const vsg::tagging::SpanTables *marks) {
     for (SpanWord *w = words; w->text[0] != '\0'; ++w) {
         if (w->posCount <= 0 || w->posList == nullptr || w->classText[0] != '\0' ||
             !vsg::TakesClass(w->text))
             continue;
-        for (int32_t i = 0; i < w->posCount; ++i) {
-            const DictSRow &row = w->posList[i];
-            const int tag = vsg::ClassTagOfRow(row.subCode, static_cast<double>(row.value));
-            if (tag < 0) continue;
-            if (tag == vsg::kOrgTag) {
-                memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
-                w->weight = vsg::kOrgClassWeight;
-            } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
-                memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
-                w->weight = vsg::kPlaceClassWeight;
-            } else {
-                memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
-                w->weight = vsg::kPersonClassWeight;
-            }
-            w->tag = static_cast<int8_t>(tag);
+        const int32_t facts = marks != nullptr ? marks->Facts(*w) : -1;
+        const int tag = facts >= 0 ? vsg::tagging::ClassTagOfFacts(static_cast<uint32_t>(facts))
+                                   : vsg::ClassTagOfRows(w->posList, w->posCount);
+        if (tag < 0) continue;
+        static_assert(sizeof vsg::kOrgClass == sizeof vsg::kPlaceClass &&
+                          sizeof vsg::kOrgClass == sizeof vsg::kPersonClass,
+                      "a class word overwrites another whole");
+        if (tag == vsg::kOrgTag) {
+            memcpy(w->classText, vsg::kOrgClass, sizeof vsg::kOrgClass);
+            w->weight = vsg::kOrgClassWeight;
+        } else if (tag == vsg::kPlaceTag || tag == vsg::kForeignPlaceTag) {
+            memcpy(w->classText, vsg::kPlaceClass, sizeof vsg::kPlaceClass);
+            w->weight = vsg::kPlaceClassWeight;
+        } else {
+            memcpy(w->classText, vsg::kPersonClass, sizeof vsg::kPersonClass);
+            w->weight = vsg::kPersonClassWeight;
         }
+        w->tag = static_cast<int8_t>(tag);
     }
 }
 
@@ -612,7 +618,7 @@ bool RunPipeline(const SegmentEngine &models, const WordView *views, int32_t n, 
             a[words + 1] = endWord;
             memset(&a[words + 2], 0, sizeof a[words + 2]);
             TagRoles(work, mode, engine);
-            AssignClasses(a);
+            AssignClasses(a, index != nullptr ? &tables->byType[0] : nullptr);
             CSpan_POSTagging(work.spans[VSG_TAG_POS], a, core);
         } else {
             a[0].text[0] = '\0';  // a chunk of blank words only

@@ -81,31 +81,43 @@ inline uint8_t BackAt(const CSpan *span, uint32_t k, uint32_t j) {
     return (&span->back[0][0])[flat];
 }
 
+// Keeps the first bytes of a word of `length` bytes at `text` as slot k's
+// word, NUL-terminated, and its length.
+inline void PutSlotWord(CSpan *span, uint32_t k, const char *text, size_t length) {
+    const size_t kept = length < kSlotText ? length : kSlotText - 1;
+    memcpy(span->word[k], text, kept);
+    span->word[k][kept] = '\0';
+    span->length[k] = static_cast<uint8_t>(length);
+}
+
 // Copies the text a word stands for in the models (its class word when it has
-// one) into a slot, bounded by both fields; returns its length.
-inline size_t CopySlotWord(char (&dst)[128], const SpanWord &w) {
+// one) into slot k, bounded by both fields (127 bytes); returns its length.
+inline size_t CopySlotWord(CSpan *span, uint32_t k, const SpanWord &w) {
     const char *src = w.text;
-    size_t limit = sizeof w.text;
+    size_t limit = sizeof w.text - 1;
     if (w.classText[0] != '\0') {
         src = w.classText;
         limit = sizeof w.classText;
     }
-    if (limit > sizeof dst - 1) limit = sizeof dst - 1;
+    static_assert(sizeof w.classText >= 16 && kSlotText == 8, "both fields hold a block");
 #if defined(__SSE2__)
-    // Most words end within the first 16 bytes (both fields hold at least
-    // 16): one block move, the bytes after the terminator included, which
-    // nothing reads.
+    // Most words end within the first 16 bytes: found in one block, whose
+    // first 8 bytes, the eighth cleared, are the slot's word (the bytes
+    // after the terminator included, which nothing reads).
     const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(src));
     const unsigned nul = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
     if (nul != 0) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), block);
-        return static_cast<size_t>(__builtin_ctz(nul));
+        const __m128i kept = _mm_and_si128(block, _mm_set_epi64x(0, 0x00FFFFFFFFFFFFFFll));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(span->word[k]), kept);
+        const size_t length = static_cast<size_t>(__builtin_ctz(nul));
+        span->length[k] = static_cast<uint8_t>(length);
+        return length;
     }
 #endif
     // Words are a few bytes long: a plain loop beats a library call here.
     size_t n = 0;
-    for (; n < limit && src[n] != '\0'; ++n) dst[n] = src[n];
-    dst[n] = '\0';
+    while (n < limit && src[n] != '\0') ++n;
+    PutSlotWord(span, k, src, n);
     return n;
 }
 
@@ -118,19 +130,21 @@ bool IsTimesSign(const char *word) {
     return hit != nullptr && ((hit - vsg::kTimesSigns) % 2) == 0;
 }
 
-// Appends a candidate unless the row is full; returns the new count.
-inline int32_t AddCand(CSpan *span, uint32_t k, int32_t n, int32_t tag, double score) {
+// Appends a candidate to a slot's row (its tags `cand`, its costs `score`)
+// unless the row is full; returns the new count. The fills take a slot's
+// row once: its costs' place is read from the span.
+inline int32_t AddCand(uint8_t *cand, double *score, int32_t n, int32_t tag, double cost) {
     if (n >= kMaxCands) return n;
-    span->cand[k][n] = static_cast<uint8_t>(tag);
-    span->score[k][n] = score;
+    cand[n] = static_cast<uint8_t>(tag);
+    score[n] = cost;
     return n + 1;
 }
 
 // Appends the dictionary rows of a word that `take` accepts as candidates
 // costed single value minus row value; returns the new count.
 template <typename Take>
-int32_t AddRowCands(CSpan *span, uint32_t k, int32_t n, const DictSRow *rows, int32_t rowCount,
-                    Take take) {
+int32_t AddRowCands(const CSpan *span, uint8_t *cand, double *score, int32_t n, const DictSRow *rows,
+                    int32_t rowCount, Take take) {
     if (rows == nullptr) return n;
     const ContextStat *m = span->model;
     // SingleValue with the model's table read once.
@@ -140,7 +154,7 @@ int32_t AddRowCands(CSpan *span, uint32_t k, int32_t n, const DictSRow *rows, in
         const DictSRow &row = rows[i];
         if (!take(row)) continue;
         const uint8_t tag = row.subCode;
-        n = AddCand(span, k, n, tag, (tag < tagCount ? single[tag] : 0.0) - static_cast<double>(row.value));
+        n = AddCand(cand, score, n, tag, (tag < tagCount ? single[tag] : 0.0) - static_cast<double>(row.value));
     }
     return n;
 }
@@ -160,14 +174,16 @@ inline const vsg::tagging::SpanTables *TablesOfSet(const CSpan *span, int32_t se
 }
 
 // The rows' way of AddSetCands (words without a mark, or no tables).
-__attribute__((noinline)) int32_t AddSetRowCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set) {
-    return AddRowCands(span, k, 0, w.posList, w.posCount, RowOfSet{set});
+__attribute__((noinline)) int32_t AddSetRowCands(const CSpan *span, uint8_t *cand, double *score, const SpanWord &w,
+                                                 int32_t set) {
+    return AddRowCands(span, cand, score, 0, w.posList, w.posCount, RowOfSet{set});
 }
 
 // Fills row k, empty so far, with the candidates of word w's rows of tag
 // set `set`: from `tables` (TablesOfSet of the span) when they hold them,
 // else read from the rows. Returns the candidate count.
-inline __attribute__((always_inline)) int32_t AddSetCands(CSpan *span, uint32_t k, const SpanWord &w, int32_t set,
+inline __attribute__((always_inline)) int32_t AddSetCands(const CSpan *span, uint8_t *cand, double *score,
+                                                          const SpanWord &w, int32_t set,
                                                           const vsg::tagging::SpanTables *tables) {
     const uint8_t *tags = nullptr;
     const unsigned char *values = nullptr;
@@ -184,12 +200,12 @@ inline __attribute__((always_inline)) int32_t AddSetCands(CSpan *span, uint32_t 
         // the next row, a candidate or the terminator when n >= 1.
         if (n > 0 && n < 16) {
             const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(tags));
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(span->cand[k]), block);
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(cand), block);
             for (int32_t i = 0; i < n; i += 2) {
                 const __m128d value = _mm_cvtps_pd(
                     _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(values + 4 * i))));
                 const __m128d base = _mm_loadh_pd(_mm_load_sd(single + tags[i]), single + tags[i + 1]);
-                _mm_storeu_pd(&span->score[k][i], _mm_sub_pd(base, value));
+                _mm_storeu_pd(score + i, _mm_sub_pd(base, value));
             }
             return n;
         }
@@ -197,12 +213,21 @@ inline __attribute__((always_inline)) int32_t AddSetCands(CSpan *span, uint32_t 
         for (int32_t i = 0; i < n; ++i) {
             float value;
             memcpy(&value, values + 4 * i, sizeof value);
-            span->cand[k][i] = tags[i];
-            span->score[k][i] = single[tags[i]] - static_cast<double>(value);
+            cand[i] = tags[i];
+            score[i] = single[tags[i]] - static_cast<double>(value);
         }
         return n;
     }
-    return AddSetRowCands(span, k, w, set);
+    return AddSetRowCands(span, cand, score, w, set);
+}
+
+// After the fill of slot k with n candidates: slot k + 1's costs start
+// right after them. (Slot 1's start is fixed, kSpanCands, past a full row
+// for slot 0.) Costs a fill writes past a slot's candidates (its block
+// copies, the end word's second cost) land on the next slot's, which its
+// own fill writes later; no cost past the candidates is ever read.
+inline void PackScores(CSpan *span, uint32_t k, const double *score, int32_t n) {
+    span->scoreAt[k + 1] = static_cast<uint16_t>((score - span->scores) + n);
 }
 
 // Candidates in row k before its terminator.
@@ -223,9 +248,10 @@ void CloseRun(CSpan *span, uint32_t kEnd, size_t lastLength) {
         return;
     }
     span->word[kEnd][0] = '\0';
+    span->length[kEnd] = 0;
     span->cand[kEnd][0] = kEndTag;
     span->cand[kEnd][1] = kNoTag;
-    span->score[kEnd][0] = 0.0;
+    span->Score(kEnd)[0] = 0.0;
     span->count = kEnd + 1;
 }
 
@@ -256,12 +282,13 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const 
             result = -1;
             break;
         }
-        const size_t length = CopySlotWord(span->word[k], w);
+        const size_t length = CopySlotWord(span, k, w);
         filled = true;
         lastLength = length;
         span->offset[k] = w.offset;
         if (fill(k, w, length)) {
             span->word[k + 1][0] = '\0';
+            span->length[k + 1] = 0;
             ++k;
             result = r + 1;
             break;
@@ -274,7 +301,7 @@ int32_t FillRun(CSpan *span, SpanWord *results, int32_t start, Fill fill, const 
             break;
         }
     }
-    CloseRun(span, k, filled ? lastLength : strlen(span->word[0]));
+    CloseRun(span, k, filled ? lastLength : span->length[0]);
     return result;
 }
 
@@ -333,10 +360,12 @@ bool TraceFilled(CSpan *span) {
 CSpan *CSpan_new() {
     auto *span = static_cast<CSpan *>(calloc(1, sizeof(CSpan)));
     if (span == nullptr) return nullptr;
+    for (uint32_t k = 0; k < kSpanSlots; ++k) span->scoreAt[k] = static_cast<uint16_t>(k * kSpanCands);
     span->cand[0][0] = kStartTag;
     span->cand[0][1] = kNoTag;
-    span->score[0][0] = 0.0;
+    span->Score(0)[0] = 0.0;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
     span->count = 1;
     span->startOffset = 0;
     span->offset[1] = 0;
@@ -345,6 +374,11 @@ CSpan *CSpan_new() {
 }
 
 void CSpan_delete(CSpan *span) { free(span); }
+
+void vsg::tagging::SetSlotWord(CSpan *span, uint32_t k, const char *text, size_t length) {
+    if (span == nullptr || k >= kSpanSlots) return;
+    PutSlotWord(span, k, text, length < 128 ? length : 127);
+}
 
 void CSpan_SetTagType(CSpan *span, uint32_t type) {
     if (span != nullptr) span->tagType = type;
@@ -355,19 +389,20 @@ int32_t CSpan_Reset(CSpan *span, int32_t carry) {
     if (carry == 0) {
         span->startOffset = 0;
         span->cand[0][0] = kStartTag;
-        span->score[0][0] = 0.0;
+        span->Score(0)[0] = 0.0;
         span->offset[1] = 0;
     } else {
         uint32_t last = span->count > 0 ? span->count - 1 : 0;
         if (last >= kSpanSlots) last = kSpanSlots - 1;
         span->cand[0][0] = span->cand[last][0];
-        span->score[0][0] = span->score[last][0];
-        const int32_t next = span->offset[last] + static_cast<int32_t>(strnlen(span->word[last], 128));
+        span->Score(0)[0] = span->Score(last)[0];
+        const int32_t next = span->offset[last] + static_cast<int32_t>(span->length[last]);
         span->startOffset = static_cast<uint32_t>(next);
         span->offset[1] = next;
     }
     span->count = 1;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
     return 1;
 }
 
@@ -381,7 +416,7 @@ int32_t CSpan_RoleGuess(CSpan *span, int32_t k, int32_t *flag, int32_t defaultRo
         int32_t tag = defaultRole;
         if (type == 1 && IsTimesSign(span->word[k])) tag = kTimesSignRole;
         span->cand[k][0] = static_cast<uint8_t>(tag);
-        span->score[k][0] = 1.0 / (static_cast<double>(Frequency(span->model, tag)) + 1.0);
+        span->Score(k)[0] = 1.0 / (static_cast<double>(Frequency(span->model, tag)) + 1.0);
     }
     if (flag != nullptr) *flag = (type >= 1 && type <= 3) ? 1 : 0;
     return 1;
@@ -398,31 +433,34 @@ int32_t CSpan_GetFrom1(CSpan *span, SpanWord *results, int32_t start, int32_t ta
         // Both boundary words are 6 bytes long.
         const bool isStart = length == 6 && memcmp(word, vsg::kStartWord, 6) == 0;
         const bool isEnd = length == 6 && memcmp(word, vsg::kEndWord, 6) == 0;
+        uint8_t *cand = span->cand[k];
+        double *score = span->Score(k);
         int32_t n = 0;
         if (!isStart && !isEnd && length > 2) {
             // A word of several characters always takes role 0.
-            n = AddCand(span, k, n, 0, 0.0);
+            n = AddCand(cand, score, n, 0, 0.0);
         } else {
-            n = AddSetCands(span, k, w, tagSet, tables);
+            n = AddSetCands(span, cand, score, w, tagSet, tables);
             if (isStart && n == 1) {
-                span->cand[k][0] = kStartTag;
-                span->score[k][0] = 0.0;
+                cand[0] = kStartTag;
+                score[0] = 0.0;
             } else if (isEnd && n == 1) {
-                span->score[k][1] = 0.0;
+                score[1] = 0.0;
             } else {
                 const float w8 = (tagSet >= 0 && tagSet < 4) ? w.stats[tagSet] : 0.0f;
                 const double wd = static_cast<double>(w8);
                 if (n > 0 && w8 > 0)
-                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
+                    n = AddCand(cand, score, n, defaultRole, defaultValue - wd);
                 if (n == 0 && tagSet == 1) {
-                    n = AddCand(span, k, n, 2, SingleValue(m, 2) - wd);
-                    n = AddCand(span, k, n, 3, SingleValue(m, 3) - wd);
-                    n = AddCand(span, k, n, defaultRole, defaultValue - wd);
+                    n = AddCand(cand, score, n, 2, SingleValue(m, 2) - wd);
+                    n = AddCand(cand, score, n, 3, SingleValue(m, 3) - wd);
+                    n = AddCand(cand, score, n, defaultRole, defaultValue - wd);
                 }
                 if (n == 0) CSpan_RoleGuess(span, static_cast<int32_t>(k), &n, defaultRole);
             }
         }
-        span->cand[k][n] = kNoTag;
+        cand[n] = kNoTag;
+        PackScores(span, k, score, n);
         return false;
     });
 }
@@ -441,18 +479,21 @@ public:
     bool operator()(uint32_t k, const SpanWord &w, size_t) const {
         CSpan *span = span_;
         span->startOffset = static_cast<uint32_t>(span->offset[k + 1]);
+        uint8_t *cand = span->cand[k];
+        double *score = span->Score(k);
         int32_t n = 0;
         const uint8_t fixed = static_cast<uint8_t>(w.tag);
         if (fixed != kNoTag) {
-            n = AddCand(span, k, n, fixed, SingleValue(m_, fixed) - w.weight);
+            n = AddCand(cand, score, n, fixed, SingleValue(m_, fixed) - w.weight);
         } else {
-            n = AddSetCands(span, k, w, 0, tables_);
+            n = AddSetCands(span, cand, score, w, 0, tables_);
             if (n == 0 && other_ != nullptr)
-                n = AddRowCands(span, k, n, other_->posList, other_->posCount, AnyRow);
+                n = AddRowCands(span, cand, score, n, other_->posList, other_->posCount, AnyRow);
         }
-        span->cand[k][n] = kNoTag;
+        cand[n] = kNoTag;
+        PackScores(span, k, score, n);
         // A settled word other than tag 0 ends the run.
-        return n == 1 && span->cand[k][0] != 0;
+        return n == 1 && cand[0] != 0;
     }
 
 private:
@@ -607,9 +648,9 @@ int32_t DisambPlain(CSpan *span) {
     for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
         rows[prevCount] = rowOf(prev[prevCount]);
     for (uint32_t k = 1; k < count; ++k) {
-        const double *prevScore = span->score[k - 1];
+        const double *prevScore = span->Score(k - 1);
         const uint8_t *cand = span->cand[k];
-        double *score = span->score[k];
+        double *score = span->Score(k);
         uint8_t *back = span->back[k];
         int j = 0;
         for (; j < kSpanCands && cand[j] != kNoTag; ++j) {
@@ -667,13 +708,17 @@ void DisambWide(CSpan *span) {
     int prevCount = 0;
     for (const uint8_t *prev = span->cand[0]; prevCount < kSpanCands && prev[prevCount] != kNoTag; ++prevCount)
         rows[prevCount] = wide[prev[prevCount]];
+    // The slots' costs in turn (their places read once per slot).
+    double *prevScore = span->Score(0);
     for (uint32_t k = 1; k < count; ++k) {
+        double *score = span->Score(k);
         if (prevCount == 1)
-            prevCount = RelaxOne<Ended>(span->cand[k], span->score[k], span->back[k], rows[0], span->score[k - 1][0],
-                                        wide, nextRows);
+            prevCount =
+                RelaxOne<Ended>(span->cand[k], score, span->back[k], rows[0], prevScore[0], wide, nextRows);
         else
-            prevCount = RelaxSlot<Ended>(span->cand[k], span->score[k], span->back[k], rows, span->score[k - 1],
-                                         prevCount, wide, nextRows);
+            prevCount =
+                RelaxSlot<Ended>(span->cand[k], score, span->back[k], rows, prevScore, prevCount, wide, nextRows);
+        prevScore = score;
         std::swap(rows, nextRows);
     }
 }
@@ -769,7 +814,7 @@ namespace {
 inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row,
                              const double *const *wide) {
     const double *nextRow[1];
-    RelaxOne<false>(span->cand[1], span->score[1], span->back[1], slot0Row, span->score[0][0], wide, nextRow);
+    RelaxOne<false>(span->cand[1], span->Score(1), span->back[1], slot0Row, span->Score(0)[0], wide, nextRow);
     const uint8_t tag = span->cand[1][0];
     if (span->word[1][0] != '\0') {
         span->bestTag[1] = tag;
@@ -779,12 +824,13 @@ inline void FinishOneSlotRun(CSpan *span, SpanWord &word, const double *slot0Row
         span->bestTag[1] = kNoTag;
     }
     span->cand[0][0] = tag;
-    span->score[0][0] = span->score[1][0];
+    span->Score(0)[0] = span->Score(1)[0];
     const int32_t next = span->offset[2];
     span->startOffset = static_cast<uint32_t>(next);
     span->offset[1] = next;
     span->count = 1;
     span->word[0][0] = '\0';
+    span->length[0] = 0;
 }
 
 // Part-of-speech tags the whole word array as one run instead of runs cut
@@ -839,10 +885,11 @@ int32_t vsg::tagging::PosTagging(CSpan *span, SpanWord *results, const Dictionar
         int32_t next;
         if (direct) {
             const SpanWord &w = results[start];
-            const size_t length = CopySlotWord(span->word[1], w);
+            const size_t length = CopySlotWord(span, 1, w);
             span->offset[1] = w.offset;
             if (fill(1, w, length)) {
                 span->word[2][0] = '\0';
+                span->length[2] = 0;
                 CloseRun(span, 2, length);
                 next = start + 1;
             } else {

@@ -3,6 +3,7 @@
 #ifndef VSGLEX_SRC_TAGGING_SPAN_H
 #define VSGLEX_SRC_TAGGING_SPAN_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "vsglex/engine.h"
@@ -20,6 +21,11 @@ constexpr int kSpanSlots = 200;
 constexpr int kSpanCands = 20;
 // Terminator of candidate rows and best-tag arrays; never a tag.
 constexpr uint8_t kNoTag = VSG_UNTAGGED;
+// Bytes a span keeps of each slot's word: its first bytes, NUL-terminated
+// (the whole word when it is shorter than this). What the span asks of a
+// word (empty, a boundary word, the times sign, the middle dot) is decided
+// by these bytes and its length, which is kept apart.
+constexpr int kSlotText = 8;
 
 // The tagging span of one run: candidate tags, costs and best tags of up to
 // 200 word slots, all inside one fixed-size record.
@@ -31,16 +37,32 @@ struct CSpan {
     uint32_t tagType;           // 0 part of speech, 1 person, 2 place, 3 organisation
     uint32_t startOffset;       // byte offset of the run in its sentence
     uint8_t bestTag[kSpanSlots];  // chosen tag of each slot, kNoTag after the last
-    char word[kSpanSlots][128];   // text (or class word) of each slot
+    // Text (or class word) of each slot, cut to kSlotText - 1 bytes; eight
+    // slots' words lie in a cache line instead of one, since every fill
+    // writes them.
+    char word[kSpanSlots][kSlotText];
+    uint8_t length[kSpanSlots];   // byte length of each slot's whole word
     int32_t offset[kSpanSlots];   // byte offset of each slot's word
     uint8_t cand[kSpanSlots][kSpanCands];  // candidate tags, ended by kNoTag
     uint8_t back[kSpanSlots][kSpanCands];  // best predecessor of each candidate
     uint32_t count;             // slots in use, slot 0 included
-    double score[kSpanSlots][kSpanCands];  // candidate costs, then path costs
+    // Candidate costs, then path costs: slot k's at Score(k), one per
+    // candidate. A fill packs the slots' costs one after another (slot k+1
+    // starts after slot k's candidates, so that the many slots of one
+    // candidate share lines); a new span spaces them kSpanCands apart.
+    uint16_t scoreAt[kSpanSlots];
+    double scores[kSpanSlots * kSpanCands];
+    double *Score(uint32_t k) { return scores + scoreAt[k]; }
+    const double *Score(uint32_t k) const { return scores + scoreAt[k]; }
     // The lowest record of the word array that the recognisers marked merged
     // since CSpan_RoleTagging began, INT32_MAX when none.
     int32_t firstMerged;
 };
+
+namespace vsg::tagging {
+// Puts the `length` bytes of `text` as the word of slot k (see CSpan.word).
+void SetSlotWord(CSpan *span, uint32_t k, const char *text, size_t length);
+}  // namespace vsg::tagging
 
 // Creates a span ready for a new sentence, or null when memory is short.
 CSpan *CSpan_new();

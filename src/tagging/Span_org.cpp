@@ -201,13 +201,11 @@ bool IsNounLike(const CSpan *span, const SpanWord &record) {
     return false;
 }
 
-// Whether the record has a part-of-speech row of `tag`.
-bool HasPosRow(const SpanWord &record, uint8_t tag) {
-    if (record.posList == nullptr) return false;
-    for (int32_t k = 0; k < record.posCount && k < 256; ++k) {
-        if (record.posList[k].code == 0 && record.posList[k].subCode == tag) return true;
-    }
-    return false;
+// Whether the record has a part-of-speech row of organisation name: its
+// fact bit (the entry's record, which the class assignment and the
+// part-of-speech fill read next, rather than the rows).
+bool HasOrgPosRow(const CSpan *span, const SpanWord &record) {
+    return (FactsOf(span, record) & vsg::tagging::kFactOrgPosRow) != 0;
 }
 
 // Whether the record is a word the core dictionary does not know (no
@@ -274,7 +272,7 @@ private:
     bool AbbreviationThenOrg(int32_t slot) const {
         if (slot < 1 || slot + 1 >= roles_.n || IsMultiChar(slot) || !IsMultiChar(slot + 1)) return false;
         // The next word's rows first: organisation rows are rare.
-        if (!HasPosRow(Record(slot + 1), kPosOrg) || MainPosTag(span_, Record(slot)) != kPosAbbreviation) return false;
+        if (!HasOrgPosRow(span_, Record(slot + 1)) || MainPosTag(span_, Record(slot)) != kPosAbbreviation) return false;
         return slot == 1 || IsMultiChar(slot - 1) || MainPosTag(span_, Record(slot - 1)) != kPosAbbreviation;
     }
     // Whether the slot holds a merged name or a multi-character word with a

@@ -1,12 +1,14 @@
 // The facts of a core-dictionary entry's rows that the organisation scan
-// asks of most words before it scans (Span_org.cpp): kept once per entry in
-// the span tables' records (SpanTables::Facts), and read from the rows for a
-// word that carries none.
+// asks of most words before it scans (Span_org.cpp), and the name class the
+// engine's class assignment gives a long word of the entry: kept once per
+// entry in the span tables' records (SpanTables::Facts), and read from the
+// rows for a word that carries none.
 #ifndef VSGLEX_SRC_TAGGING_ORG_ROWS_H
 #define VSGLEX_SRC_TAGGING_ORG_ROWS_H
 
 #include <cstdint>
 
+#include "common/class_rows.h"
 #include "common/tagset.h"
 #include "vsglex/model.h"
 
@@ -20,12 +22,30 @@ using vsg::kOrgSuffixRole;
 // Fact bits: a part-of-speech row of organisation names; an organisation
 // suffix row of at least kMinOrgSuffixValue; a part-of-speech row of a
 // place, transliterated place or organisation name; a most frequent
-// part-of-speech tag (MainPosRowTag), held in bits 8-15.
+// part-of-speech tag (MainPosRowTag), held in bits 8-15; the name tag of
+// the rows (vsg::ClassTagOfRows) as a code in bits 4-6 (ClassTagOfFacts).
 inline constexpr uint32_t kFactOrgPosRow = 1;
 inline constexpr uint32_t kFactOrgSuffixRow = 2;
 inline constexpr uint32_t kFactNameRow = 4;
 inline constexpr uint32_t kFactMainTag = 8;
+inline constexpr int kFactClassShift = 4;
+inline constexpr uint32_t kFactClassMask = 7u << kFactClassShift;
 inline constexpr int kFactMainTagShift = 8;
+
+// The name tags of the class code, code 0 none.
+inline constexpr int kClassTagOfCode[8] = {-1, vsg::kPersonTag, vsg::kForeignPersonTag, vsg::kPlaceTag,
+                                           vsg::kForeignPlaceTag, vsg::kOrgTag, -1, -1};
+
+// The code of a name tag (ClassTagOfRows), 0 for -1.
+inline uint32_t ClassCode(int tag) {
+    for (uint32_t code = 1; code < 8; ++code)
+        if (kClassTagOfCode[code] == tag) return code;
+    return 0;
+}
+
+// The name tag the rows give a long word (vsg::ClassTagOfRows), from
+// their fact bits.
+inline int ClassTagOfFacts(uint32_t facts) { return kClassTagOfCode[(facts & kFactClassMask) >> kFactClassShift]; }
 
 // The tag of the part-of-speech row of highest value (the first of equal
 // ones), -1 without such rows (at most the first 256 rows are looked at).
@@ -43,7 +63,8 @@ inline int MainPosRowTag(const DictSRow *rows, int32_t count) {
     return tag;
 }
 
-// The fact bits of `count` rows (at most the first 256 are looked at).
+// The fact bits of `count` rows that the organisation scan asks (at most
+// the first 256 are looked at).
 inline uint32_t OrgRowFacts(const DictSRow *rows, int32_t count) {
     uint32_t facts = 0;
     if (rows == nullptr) return facts;
@@ -59,6 +80,12 @@ inline uint32_t OrgRowFacts(const DictSRow *rows, int32_t count) {
     const int tag = MainPosRowTag(rows, count);
     if (tag >= 0) facts |= kFactMainTag | (static_cast<uint32_t>(tag) << kFactMainTagShift);
     return facts;
+}
+
+// The fact bits of `count` rows and their class code: what an entry's
+// record keeps.
+inline uint32_t EntryFacts(const DictSRow *rows, int32_t count) {
+    return OrgRowFacts(rows, count) | (ClassCode(vsg::ClassTagOfRows(rows, count)) << kFactClassShift);
 }
 
 }  // namespace vsg::tagging

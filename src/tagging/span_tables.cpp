@@ -130,7 +130,7 @@ bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
         }
         for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(n);
         const DictSEntry &entry = sets[0].entries_[e];
-        const uint32_t facts = OrgRowFacts(entry.posList, entry.posCount);
+        const uint32_t facts = EntryFacts(entry.posList, entry.posCount);
         record[kSets] = static_cast<uint8_t>(facts);
         record[kSets + 1] = static_cast<uint8_t>(facts >> 8);
         memcpy(record + kHeader, tags, n);

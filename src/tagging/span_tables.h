@@ -84,7 +84,7 @@ public:
         *n = static_cast<int32_t>(record[setIndex_] - first);
         return true;
     }
-    // The fact bits (org_rows.h: OrgRowFacts) of the rows of the entry whose
+    // The fact bits (org_rows.h: EntryFacts) of the rows of the entry whose
     // record `w` carries (see Cands), or -1 when it carries none.
     int32_t Facts(const SpanWord &w) const {
         const uint32_t at = static_cast<uint32_t>(w.reserved[1]) - 1u;

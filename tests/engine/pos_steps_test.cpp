@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "common/class_rows.h"
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "engine/instance.h"
@@ -188,7 +189,7 @@ TEST(PosSteps, WholeArrayRunGivesTheTagsOfRunByRun) {
         }
         ASSERT_EQ(fast->count, plain->count) << "sentence " << s;
         ASSERT_EQ(fast->cand[0][0], plain->cand[0][0]) << "sentence " << s;
-        ASSERT_EQ(memcmp(&fast->score[0][0], &plain->score[0][0], sizeof(double)), 0) << "sentence " << s;
+        ASSERT_EQ(memcmp(&fast->Score(0)[0], &plain->Score(0)[0], sizeof(double)), 0) << "sentence " << s;
         ASSERT_EQ(fast->offset[1], plain->offset[1]) << "sentence " << s;
         ASSERT_EQ(fast->startOffset, plain->startOffset) << "sentence " << s;
     }
@@ -267,7 +268,7 @@ TEST(SpanTablesFill, CandidatesAsReadFromTheRows) {
                     int j = 0;
                     for (; j < kSpanCands && fromRows->cand[k][j] != kNoTag; ++j) {
                         ASSERT_EQ(fromTables->cand[k][j], fromRows->cand[k][j]) << "type " << t << " slot " << k;
-                        ASSERT_EQ(memcmp(&fromTables->score[k][j], &fromRows->score[k][j], sizeof(double)), 0)
+                        ASSERT_EQ(memcmp(&fromTables->Score(k)[j], &fromRows->Score(k)[j], sizeof(double)), 0)
                             << "type " << t << " slot " << k << " candidate " << j;
                         ++compared;
                     }
@@ -289,9 +290,10 @@ TEST(SpanTablesFill, EntryFactsAsReadFromTheRows) {
     if (!f.Load()) GTEST_SKIP() << "shipped models not found (VSGLEX_SOURCE_DIR)";
     const DictionaryS &core = f.core();
     size_t withFacts[4] = {};
+    size_t withClass[8] = {};  // by tag from the person tag (25, no class tag: none)
     for (int32_t e = 0; e < core.count; ++e) {
         const DictSEntry &entry = core.entries[e];
-        const int32_t expected = static_cast<int32_t>(vsg::tagging::OrgRowFacts(entry.posList, entry.posCount));
+        const int32_t expected = static_cast<int32_t>(vsg::tagging::EntryFacts(entry.posList, entry.posCount));
         ++withFacts[expected & 3];
         // The bits against plain scans of the rows.
         bool orgPos = false, suffix = false, name = false;
@@ -305,6 +307,14 @@ TEST(SpanTablesFill, EntryFactsAsReadFromTheRows) {
         ASSERT_EQ((expected & vsg::tagging::kFactOrgPosRow) != 0, orgPos) << "entry " << e;
         ASSERT_EQ((expected & vsg::tagging::kFactOrgSuffixRow) != 0, suffix) << "entry " << e;
         ASSERT_EQ((expected & vsg::tagging::kFactNameRow) != 0, name) << "entry " << e;
+        // The class code against the class assignment's own scan: the tag
+        // of the last row that passes its threshold.
+        int classTag = -1;
+        for (int32_t r = 0; r < entry.posCount && entry.posList != nullptr; ++r)
+            if (vsg::ClassTagOfRow(entry.posList[r].subCode, entry.posList[r].value) >= 0)
+                classTag = entry.posList[r].subCode;
+        ASSERT_EQ(vsg::tagging::ClassTagOfFacts(static_cast<uint32_t>(expected)), classTag) << "entry " << e;
+        ++withClass[classTag < 0 ? 1 : classTag - vsg::kPersonTag];
         const int main = vsg::tagging::MainPosRowTag(entry.posList, entry.posCount);
         ASSERT_EQ((expected & vsg::tagging::kFactMainTag) != 0, main >= 0) << "entry " << e;
         if (main >= 0) {
@@ -325,6 +335,10 @@ TEST(SpanTablesFill, EntryFactsAsReadFromTheRows) {
     EXPECT_GT(withFacts[0], 0u);
     EXPECT_GT(withFacts[vsg::tagging::kFactOrgPosRow], 0u);
     EXPECT_GT(withFacts[vsg::tagging::kFactOrgSuffixRow], 0u);
+    // Entries of every name class and of none.
+    for (int tag : {vsg::kPersonTag + 1, int{vsg::kPersonTag}, int{vsg::kForeignPersonTag}, int{vsg::kPlaceTag},
+                    int{vsg::kForeignPlaceTag}, int{vsg::kOrgTag}})
+        EXPECT_GT(withClass[tag - vsg::kPersonTag], 0u) << "class " << tag;
 }
 
 // A record that a recogniser gives the rows of a class entry (a name record)
@@ -384,7 +398,7 @@ TEST(SpanTablesFill, RecordsGivenOtherRowsAreFilledFromThem) {
         for (int j = 0; j < kSpanCands; ++j) {
             ASSERT_EQ(fromTables->cand[2][j], fromRows->cand[2][j]) << "type " << t << " candidate " << j;
             if (fromRows->cand[2][j] == kNoTag) break;
-            ASSERT_EQ(memcmp(&fromTables->score[2][j], &fromRows->score[2][j], sizeof(double)), 0) << "type " << t;
+            ASSERT_EQ(memcmp(&fromTables->Score(2)[j], &fromRows->Score(2)[j], sizeof(double)), 0) << "type " << t;
         }
     }
 }

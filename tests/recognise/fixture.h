@@ -161,7 +161,7 @@ inline std::unique_ptr<CSpan> MakeSpan(Sentence &s, int32_t start, const std::st
     for (char letter : roles) {
         const SpanWord &rec = s[static_cast<size_t>(start) + k - 1];
         const std::string word = rec.classText[0] ? rec.classText : rec.text;
-        std::memcpy(span->word[k], word.c_str(), std::min<size_t>(word.size() + 1, 128));
+        vsg::tagging::SetSlotWord(span.get(), static_cast<uint32_t>(k), word.c_str(), word.size());
         span->offset[k] = offset;
         offset += static_cast<int32_t>(std::strlen(rec.text));
         span->bestTag[k] = map.Tag(letter);

@@ -75,17 +75,17 @@ TEST(SpanViterbi, MatchesExhaustiveSearch) {
         std::vector<std::vector<double>> own(slots);
         span->cand[0][0] = static_cast<uint8_t>(rng() % tags);
         span->cand[0][1] = kNoTag;
-        span->score[0][0] = cost(rng);
+        span->Score(0)[0] = cost(rng);
         tagsOf[0] = {span->cand[0][0]};
-        own[0] = {span->score[0][0]};
+        own[0] = {span->Score(0)[0]};
         for (int k = 1; k < slots; ++k) {
             snprintf(span->word[k], sizeof span->word[k], "w%d", k);
             const int n = (k == slots - 1) ? 1 : 1 + static_cast<int>(rng() % 4);
             for (int j = 0; j < n; ++j) {
                 span->cand[k][j] = static_cast<uint8_t>(rng() % tags);
-                span->score[k][j] = cost(rng);
+                span->Score(k)[j] = cost(rng);
                 tagsOf[k].push_back(span->cand[k][j]);
-                own[k].push_back(span->score[k][j]);
+                own[k].push_back(span->Score(k)[j]);
             }
             span->cand[k][n] = kNoTag;
         }
@@ -108,7 +108,7 @@ TEST(SpanViterbi, MatchesExhaustiveSearch) {
             while (k < slots && ++choice[k] == static_cast<int>(tagsOf[k].size())) choice[k++] = 0;
             if (k == slots) break;
         }
-        EXPECT_NEAR(span->score[slots - 1][0], best, 1e-9) << "round " << round;
+        EXPECT_NEAR(span->Score(slots - 1)[0], best, 1e-9) << "round " << round;
 
         // The traced tags are a path of that cost.
         double traced = own[0][0];
@@ -139,7 +139,7 @@ TEST(SpanViterbi, TiesNaNAndDeadEnds) {
         snprintf(span->word[k], sizeof span->word[k], "w%d", k);
         for (size_t j = 0; j < tags.size(); ++j) {
             span->cand[k][j] = static_cast<uint8_t>(tags[j]);
-            span->score[k][j] = 0.0;
+            span->Score(k)[j] = 0.0;
         }
         span->cand[k][tags.size()] = kNoTag;
     };
@@ -172,12 +172,12 @@ TEST(SpanViterbi, TiesNaNAndDeadEnds) {
     setRow(1, {2});
     setRow(2, {6, 7});
     span->count = 3;
-    span->score[2][1] = 0.5;
+    span->Score(2)[1] = 0.5;
     CSpan_GetBestPOS0(span.get());
     EXPECT_EQ(span->back[2][0], 21);
     EXPECT_EQ(span->back[2][1], 21);
-    EXPECT_DOUBLE_EQ(span->score[2][0], 1e7);
-    EXPECT_DOUBLE_EQ(span->score[2][1], 1e7 + 0.5);
+    EXPECT_DOUBLE_EQ(span->Score(2)[0], 1e7);
+    EXPECT_DOUBLE_EQ(span->Score(2)[1], 1e7 + 0.5);
     EXPECT_EQ(span->bestTag[2], 6);
     EXPECT_EQ(span->bestTag[3], kNoTag);
     // Back index 21 reads past slot 1's row into slot 2's: its second tag.
@@ -211,13 +211,13 @@ TEST(SpanFill, RoleCandidates) {
 
     EXPECT_EQ(CSpan_GetFrom1(span.get(), a.data(), 0, 1, 22), -1);
     EXPECT_EQ(Cands(span.get(), 1), std::vector<int>{0});
-    EXPECT_EQ(span->score[1][0], 0.0);
+    EXPECT_EQ(span->Score(1)[0], 0.0);
     EXPECT_EQ(Cands(span.get(), 2), (std::vector<int>{5, 22}));
-    EXPECT_DOUBLE_EQ(span->score[2][0], 15.0 - 5.0);
-    EXPECT_DOUBLE_EQ(span->score[2][1], 32.0 - 1.5);
+    EXPECT_DOUBLE_EQ(span->Score(2)[0], 15.0 - 5.0);
+    EXPECT_DOUBLE_EQ(span->Score(2)[1], 32.0 - 1.5);
     EXPECT_EQ(Cands(span.get(), 3), std::vector<int>{0});  // several characters
     EXPECT_EQ(Cands(span.get(), 4), (std::vector<int>{2, 3, 22}));
-    EXPECT_DOUBLE_EQ(span->score[4][1], 13.0 + 0.5);
+    EXPECT_DOUBLE_EQ(span->Score(4)[1], 13.0 + 0.5);
     EXPECT_EQ(std::string(span->word[5]), Gb("未##人"));  // class word stands for the word
     EXPECT_EQ(Cands(span.get(), 5), std::vector<int>{0});
     EXPECT_EQ(Cands(span.get(), 6), std::vector<int>{1});
@@ -244,14 +244,14 @@ TEST(SpanFill, RoleCandidates) {
     CSpan_Reset(span.get(), 0);
     CSpan_GetFrom1(span.get(), c.data(), 0, 2, 17);
     EXPECT_EQ(Cands(span.get(), 1), std::vector<int>{17});
-    EXPECT_DOUBLE_EQ(span->score[1][0], 1.0 / (51 + 1));
+    EXPECT_DOUBLE_EQ(span->Score(1)[0], 1.0 / (51 + 1));
     CSpan_SetTagType(span.get(), 1);
     int32_t flag = -1;
     strcpy(span->word[3], Gb("×").c_str());
     CSpan_RoleGuess(span.get(), 3, &flag, 22);
     EXPECT_EQ(flag, 1);
     EXPECT_EQ(span->cand[3][0], 9);
-    EXPECT_DOUBLE_EQ(span->score[3][0], 1.0 / (27 + 1));
+    EXPECT_DOUBLE_EQ(span->Score(3)[0], 1.0 / (27 + 1));
     strcpy(span->word[3], Gb("张").c_str());
     CSpan_RoleGuess(span.get(), 3, &flag, 22);
     EXPECT_EQ(span->cand[3][0], 22);
@@ -360,7 +360,7 @@ TEST(SpanPos, RunsCutAtSettledWords) {
     EXPECT_EQ(CSpan_GetFrom0(span.get(), a.data(), 0, &core), 2);
     EXPECT_EQ(span->count, 3u);
     EXPECT_EQ(Cands(span.get(), 2), std::vector<int>{5});
-    EXPECT_DOUBLE_EQ(span->score[2][0], 4.0 - 2.5);
+    EXPECT_DOUBLE_EQ(span->Score(2)[0], 4.0 - 2.5);
 
     CSpan_POSTagging(span.get(), a.data(), &core);
     EXPECT_EQ(a[0].tag, 0);
@@ -378,6 +378,60 @@ TEST(SpanPos, RunsCutAtSettledWords) {
     EXPECT_EQ(a[0].tag, -1);
     EXPECT_EQ(a[2].tag, -1);
     EXPECT_EQ(a[1].tag, 5);
+}
+
+// A span keeps only the first bytes of each slot's word: a long word
+// still carries its whole length into the next run's start, and its kept
+// bytes match no short word (the times sign, the boundary words).
+TEST(SpanFill, LongWordsKeepTheirLength) {
+    TaIndexGuard guard;
+    ContextModel model(12, 0.0, 5.0);
+    SpanPtr span = NewSpan(0, model);
+    std::vector<DictSRow> otherRows = {Row(0, 8, 2.0f)};
+    DictSEntry other{};
+    other.posList = otherRows.data();
+    other.posCount = 1;
+    DictionaryS core{};
+    core.entries = &other;
+    core.count = 1;
+    gTaIndexNum = 0;
+
+    std::string longWord;
+    for (int i = 0; i < 30; ++i) longWord += Gb("中");  // 60 bytes
+    WordArray a;
+    a.Add(longWord);
+    a[0].tag = 5;  // settled: ends the run
+    a[0].offset = 3;
+    a.Add(Gb("工作"), {Row(0, 6, 1.0f)});
+    a[1].offset = 63;
+    EXPECT_EQ(CSpan_GetFrom0(span.get(), a.data(), 0, &core), 1);
+    EXPECT_EQ(span->count, 2u);
+    CSpan_Reset(span.get(), 1);
+    EXPECT_EQ(span->startOffset, 63u);
+    EXPECT_EQ(span->offset[1], 63);
+
+    // A class word of a full 16 bytes (no terminator in its field) counts
+    // all of them.
+    WordArray b;
+    b.Add(Gb("说"));
+    b[0].tag = 5;
+    memset(b[0].classText, 'x', sizeof b[0].classText);
+    CSpan_Reset(span.get(), 0);
+    EXPECT_EQ(CSpan_GetFrom0(span.get(), b.data(), 0, &core), 1);
+    CSpan_Reset(span.get(), 1);
+    EXPECT_EQ(span->startOffset, 16u);
+
+    // The times sign is one word: a long word beginning with it is not.
+    CSpan_SetTagType(span.get(), 1);
+    std::string signs;
+    for (int i = 0; i < 10; ++i) signs += Gb("×");
+    int32_t flag = 0;
+    vsg::tagging::SetSlotWord(span.get(), 3, signs.data(), signs.size());
+    CSpan_RoleGuess(span.get(), 3, &flag, 22);
+    EXPECT_EQ(span->cand[3][0], 22);
+    vsg::tagging::SetSlotWord(span.get(), 3, signs.data(), 2);
+    CSpan_RoleGuess(span.get(), 3, &flag, 22);
+    EXPECT_EQ(span->cand[3][0], 9);
 }
 
 TEST(SpanSearch, BinarySearchByOffset) {
@@ -557,7 +611,7 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
                 const double own = draw();
                 for (CSpan *span : {plain.get(), wide.get()}) {
                     span->cand[k][j] = tag;
-                    span->score[k][j] = own;
+                    span->Score(k)[j] = own;
                 }
             }
             for (CSpan *span : {plain.get(), wide.get()}) {
@@ -570,8 +624,8 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
         for (int k = 1; k < slots; ++k) {
             for (int j = 0; j < kSpanCands && plain->cand[k][j] != kNoTag; ++j) {
                 EXPECT_EQ(wide->back[k][j], plain->back[k][j]) << "round " << round << " slot " << k;
-                EXPECT_EQ(memcmp(&wide->score[k][j], &plain->score[k][j], sizeof(double)), 0)
-                    << "round " << round << " slot " << k << ": " << wide->score[k][j] << " vs " << plain->score[k][j];
+                EXPECT_EQ(memcmp(&wide->Score(k)[j], &plain->Score(k)[j], sizeof(double)), 0)
+                    << "round " << round << " slot " << k << ": " << wide->Score(k)[j] << " vs " << plain->Score(k)[j];
             }
             EXPECT_EQ(wide->bestTag[k], plain->bestTag[k]) << "round " << round << " slot " << k;
         }

@@ -6,8 +6,8 @@
 #include <set>
 #include <unordered_map>
 
+#include "common/class_rows.h"
 #include "common/gbtext.h"
-#include "engine/class_rows.h"
 #include "model/context_costs.h"
 #include "posrefine.h"
 #include "steps.h"

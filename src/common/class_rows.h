@@ -1,11 +1,12 @@
 // Which core-dictionary rows make a long word a known name: the rule of the
 // pipeline's class assignment, shared with the trainer, which mirrors it.
-#ifndef VSGLEX_SRC_ENGINE_CLASS_ROWS_H
-#define VSGLEX_SRC_ENGINE_CLASS_ROWS_H
+#ifndef VSGLEX_SRC_COMMON_CLASS_ROWS_H
+#define VSGLEX_SRC_COMMON_CLASS_ROWS_H
 
 #include <cstdint>
 
 #include "common/tagset.h"
+#include "vsglex/model.h"
 
 namespace vsg {
 
@@ -26,6 +27,18 @@ inline int ClassTagOfRow(uint8_t subCode, double value) {
     return -1;
 }
 
+// The name tag `count` rows give a long word: that of the last row that
+// passes ClassTagOfRow, or -1.
+inline int ClassTagOfRows(const DictSRow *rows, int32_t count) {
+    int tag = -1;
+    if (rows == nullptr) return tag;
+    for (int32_t i = 0; i < count; ++i) {
+        const int t = ClassTagOfRow(rows[i].subCode, static_cast<double>(rows[i].value));
+        if (t >= 0) tag = t;
+    }
+    return tag;
+}
+
 }  // namespace vsg
 
-#endif  // VSGLEX_SRC_ENGINE_CLASS_ROWS_H
+#endif  // VSGLEX_SRC_COMMON_CLASS_ROWS_H
