@@ -58,7 +58,13 @@ struct Shared {
     bool titledNames = true;    // VSGLEX_TITLED_NAMES=0 (measurement switch): off
     bool particleEnds = true;    // VSGLEX_PARTICLE_ENDS=0 (measurement switch): off
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
+    // Suffixed words whose first character is a pronoun (该州, 本县) stay
+    // common words (VSGLEX_PRONOUN_UNITS=0, measurement switch: they do not).
+    bool pronounUnits = true;
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
+    // Pre-cut text: a sentence-end mark closes the engine's sentence
+    // (VSGLEX_PRECUT_SENTENCE_ENDS=0, measurement switch: only line ends do).
+    bool precutSentenceEnds = true;
     int nameRuns = 1;           // VSGLEX_NAME_RUNS=0 (measurement switch): off
     bool repeatWholeNames = true;  // VSGLEX_REPEAT_WHOLE_NAMES=0 (measurement switch): off
     int repeatedWords = 1;      // VSGLEX_REPEATED_WORDS: whole mentions a join needs (0: off; measurement switch)
