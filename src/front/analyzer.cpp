@@ -551,15 +551,6 @@ void Analysis::Flush() {
 // person recogniser took: it becomes a transliterated place.
 namespace {
 
-// One-character words that end a place name after an unknown stem (毛家 湾,
-// 赞皇 县): administrative units and features of the land.
-constexpr char kStemSuffixes[] =
-    "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2\xb4\xe5\xcd\xcd\xd7\xaf\xd5\xaf"  // 省市县区乡镇村屯庄寨
-    "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
-    "\xb8\xdb\xd6\xdd";                                                                   // 港州
-
-bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
-
 // Pronouns that name a unit together with 县 or 州 (该州 "that state",
 // 本县 "this county", 各县, 某县, 我县 "our county"): no place name of the
 // corpus starts with one.
@@ -801,6 +792,8 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->particleEnds = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_SUFFIXED_WORDS"); v != nullptr && *v != '\0')
         set->suffixedWords = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PLACE_RUNS"); v != nullptr && *v != '\0')
+        set->placeRuns = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PRONOUN_UNITS"); v != nullptr && *v != '\0')
         set->pronounUnits = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')

@@ -444,6 +444,33 @@ TEST_F(WordFormsApiTest, UnknownWordsTheTextNamesAsPlacesArePlaces) {
             auto w = Words(c.text, pieces);
             EXPECT_TRUE(Has(w, c.want)) << c.want << " in " << Texts(w);
         }
+    // A host's words: the county the engine joined over the separating
+    // spaces lends its stem as well.
+    for (bool pieces : {false, true}) {
+        auto w = Words("涞 源 县 位于 山区 。 涞源 的 经济 发展 很 快 。", pieces, VSGLEX_PRECUT);
+        EXPECT_TRUE(Has(w, "涞源/ns")) << Texts(w);
+    }
+}
+
+TEST_F(WordFormsApiTest, CharactersThatSpellAPlaceOfTheTextAreThatPlace) {
+    // Words a host cut itself, an unknown place one character a word: the
+    // engine joins it after 来到 but not at the start of a sentence, where
+    // the text's own place makes it one. Without a mention found, or
+    // without a place suffix at its end, the characters stay apart.
+    struct Case {
+        const char *text, *want;
+    } cases[] = {
+        {"他 来到 路 桥 区 。 路 桥 区 很 美 。", "路桥区/ns 很/d"},
+        {"路 桥 区 很 美 。", "路/n 桥/n 区/n"},
+        {"他 来到 德 班 港 。 德 班 港 很 美 。", "德班港/ns 很/d"},
+        {"他 来到 雷 神 庙 。 雷 神 庙 很 美 。", "雷/n 神/a 庙/n 很/d"},
+    };
+    for (const Case &c : cases)
+        for (bool pieces : {false, true}) {
+            std::string tagged;
+            for (const std::string &w : Words(c.text, pieces, VSGLEX_PRECUT)) tagged += w + " ";
+            EXPECT_NE(tagged.find(c.want), std::string::npos) << c.want << " in " << tagged;
+        }
 }
 
 TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
