@@ -139,14 +139,17 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     if (shared_.placeRuns) {
         auto single = [&](const Span &s) {
             const Item &a = items_[s.first];
-            return s.first == s.last && !s.run && a.length == 2 && s.tag >= 0 && !IsNameTag(s.tag) &&
-                   s.split == 0 && s.partCount == 0 && !HoldsFixedItem(s) &&
+            return s.first == s.last && a.length == 2 && !s.run && s.tag >= 0 && !IsNameTag(s.tag) &&
+                   s.split == 0 && s.partCount == 0 && a.user == nullptr && !a.continues &&
                    IsGb2312ChineseText(gb.data() + a.start, 2);
         };
+        // Most words are turned down by their length and first character;
+        // the spans are only moved once a run was joined.
         size_t out = 0;
         for (size_t i = 0; i < spans.size(); ++i) {
             size_t best = i;
-            if (single(spans[i]) && placeFirsts_[GbCharKey(gb.data() + items_[spans[i].first].start)]) {
+            const Item &a = items_[spans[i].first];
+            if (a.length == 2 && placeFirsts_[GbCharKey(gb.data() + a.start)] && single(spans[i])) {
                 t.assign(gb, items_[spans[i].first].start, 2);
                 for (size_t j = i + 1; j < spans.size() && t.size() < 16 && single(spans[j]); ++j) {
                     const Item &p = items_[spans[j - 1].first];
@@ -157,7 +160,8 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
                 }
             }
             if (best == i) {
-                spans[out++] = spans[i];
+                if (out != i) spans[out] = spans[i];
+                ++out;
                 continue;
             }
             spans[out++] = Span{spans[i].first, spans[best].first, kPlaceTag};
