@@ -58,7 +58,16 @@ struct Shared {
     bool titledNames = true;    // VSGLEX_TITLED_NAMES=0 (measurement switch): off
     bool particleEnds = true;    // VSGLEX_PARTICLE_ENDS=0 (measurement switch): off
     bool suffixedWords = true;   // VSGLEX_SUFFIXED_WORDS=0 (measurement switch): off
+    // Suffixed words whose first character is a pronoun (该州, 本县) stay
+    // common words (VSGLEX_PRONOUN_UNITS=0, measurement switch: they do not).
+    bool pronounUnits = true;
     bool repeatPlaces = true;   // VSGLEX_REPEAT_PLACES=0 (measurement switch): off
+    // Runs of one-character words that spell a place of the text are that
+    // place (VSGLEX_PLACE_RUNS=0, measurement switch: off).
+    bool placeRuns = true;
+    // Pre-cut text: a sentence-end mark closes the engine's sentence
+    // (VSGLEX_PRECUT_SENTENCE_ENDS=0, measurement switch: only line ends do).
+    bool precutSentenceEnds = true;
     int nameRuns = 1;           // VSGLEX_NAME_RUNS=0 (measurement switch): off
     bool repeatWholeNames = true;  // VSGLEX_REPEAT_WHOLE_NAMES=0 (measurement switch): off
     int repeatedWords = 1;      // VSGLEX_REPEATED_WORDS: whole mentions a join needs (0: off; measurement switch)
@@ -307,6 +316,15 @@ inline bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 // 本镇). Words of three characters are left alone: those the cutter makes
 // on raw text are mostly its own mistakes (持有市, 基地县).
 inline constexpr char kPairUnitSuffixes[] = "\xcf\xd8\xd6\xdd";  // 县州
+
+// One-character words that end a place name after an unknown stem (毛家 湾,
+// 赞皇 县): administrative units and features of the land.
+inline constexpr char kStemSuffixes[] =
+    "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2\xb4\xe5\xcd\xcd\xd7\xaf\xd5\xaf"  // 省市县区乡镇村屯庄寨
+    "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
+    "\xb8\xdb\xd6\xdd";                                                                   // 港州
+
+inline bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
 
 // Whether the core dictionary holds the GB word with a part-of-speech row.
 // The lexicon holds every such word but short person words, in a table the

@@ -234,7 +234,8 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
             push(a, b, user_ != nullptr && a == 0 && b == n ? user_->Find(gb.data() + atoms[0].start, bytes) : nullptr);
             a = b;
         }
-        if (IsSentenceEnd(gb.data() + atoms[n - 1].start, atoms[n - 1].length)) CloseSentence();
+        if (shared_.precutSentenceEnds && IsSentenceEnd(gb.data() + atoms[n - 1].start, atoms[n - 1].length))
+            CloseSentence();
         return;
     }
     ends_.clear();
@@ -550,14 +551,11 @@ void Analysis::Flush() {
 // person recogniser took: it becomes a transliterated place.
 namespace {
 
-// One-character words that end a place name after an unknown stem (毛家 湾,
-// 赞皇 县): administrative units and features of the land.
-constexpr char kStemSuffixes[] =
-    "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2\xb4\xe5\xcd\xcd\xd7\xaf\xd5\xaf"  // 省市县区乡镇村屯庄寨
-    "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
-    "\xb8\xdb\xd6\xdd";                                                                   // 港州
-
-bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
+// Pronouns that name a unit together with 县 or 州 (该州 "that state",
+// 本县 "this county", 各县, 某县, 我县 "our county"): no place name of the
+// corpus starts with one.
+constexpr char kUnitPronouns[] =
+    "\xb8\xc3\xb1\xbe\xb4\xcb\xd5\xe2\xc4\xc7\xb8\xf7\xc3\xbf\xc4\xb3\xc6\xe4\xce\xd2";  // 该本此这那各每某其我
 
 }  // namespace
 
@@ -592,12 +590,13 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
         // A word of two characters that the dictionary lacks and that ends
         // in 县 or 州 (嵊州, 沧州) is a place as a whole: the
         // cutter kept it whole, so the place recogniser never saw its
-        // characters.
+        // characters. After a pronoun (该州, 本县) it names the unit, not
+        // a place.
         if (shared_.suffixedWords && s.first == s.last && !IsNameTag(s.tag) && untouched(s)) {
             const Item &a = items_[s.first];
             const char *w = gb.data() + a.start;
             if (a.length == 4 && IsGb2312ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
-                !KnownWord(shared_, w, a.length)) {
+                !KnownWord(shared_, w, a.length) && !(shared_.pronounUnits && InGbList(kUnitPronouns, w))) {
                 s.tag = kPlaceTag;
             }
         }
@@ -793,10 +792,16 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         set->particleEnds = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_SUFFIXED_WORDS"); v != nullptr && *v != '\0')
         set->suffixedWords = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PLACE_RUNS"); v != nullptr && *v != '\0')
+        set->placeRuns = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PRONOUN_UNITS"); v != nullptr && *v != '\0')
+        set->pronounUnits = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')
         set->placeSuffixes = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_REPEAT_PLACES"); v != nullptr && *v != '\0')
         set->repeatPlaces = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_PRECUT_SENTENCE_ENDS"); v != nullptr && *v != '\0')
+        set->precutSentenceEnds = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_NAME_RUNS"); v != nullptr && *v != '\0')
         set->nameRuns = std::atoi(v);
     if (const char *v = std::getenv("VSGLEX_REPEAT_WHOLE_NAMES"); v != nullptr && *v != '\0')

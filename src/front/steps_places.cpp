@@ -113,9 +113,14 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
 void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     if (!shared_.repeatPlaces) return;
     const std::string &gb = work_.gb;
+    const bool precut = (flags_ & VSGLEX_PRECUT) != 0;
+    std::string t;
     for (const Span &s : spans) {
         if (!IsPlaceTag(s.tag)) continue;
-        const std::string_view t = SpanText(s);
+        // The place's characters: in pre-cut text a place the engine made
+        // of one-character words spans the spaces between them.
+        t.clear();
+        for (size_t q = s.first; q <= s.last; ++q) t.append(gb, items_[q].start, items_[q].length);
         if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
         if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
         placeFirsts_[GbCharKey(t.data())] = true;
@@ -123,6 +128,47 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
     }
     if (places_.empty()) return;
+    // A run of three or more one-character plain words of one sentence
+    // (touching, or in pre-cut text apart by the separating spaces) that
+    // spells such a place and ends in a place suffix (县, 山, 港, ...) is
+    // that place: the recogniser joined the same characters elsewhere in
+    // the text (日照县 found once and left as 日 照 县 before a sentence
+    // end). Two characters are left alone (too many pairs of plain words
+    // spell a short place by chance), and so are places without a suffix,
+    // whose repeats mostly carry a false place on (太多则, 从楼里).
+    if (shared_.placeRuns) {
+        auto single = [&](const Span &s) {
+            const Item &a = items_[s.first];
+            return s.first == s.last && a.length == 2 && !s.run && s.tag >= 0 && !IsNameTag(s.tag) &&
+                   s.split == 0 && s.partCount == 0 && a.user == nullptr && !a.continues &&
+                   IsGb2312ChineseText(gb.data() + a.start, 2);
+        };
+        // Most words are turned down by their length and first character;
+        // the spans are only moved once a run was joined.
+        size_t out = 0;
+        for (size_t i = 0; i < spans.size(); ++i) {
+            size_t best = i;
+            const Item &a = items_[spans[i].first];
+            if (a.length == 2 && placeFirsts_[GbCharKey(gb.data() + a.start)] && single(spans[i])) {
+                t.assign(gb, items_[spans[i].first].start, 2);
+                for (size_t j = i + 1; j < spans.size() && t.size() < 16 && single(spans[j]); ++j) {
+                    const Item &p = items_[spans[j - 1].first];
+                    const Item &b = items_[spans[j].first];
+                    if (b.sentence != p.sentence || (!precut && b.start != p.start + p.length)) break;
+                    t.append(gb, b.start, 2);
+                    if (t.size() >= 6 && StemSuffix(gb.data() + b.start, 2) && places_.count(t) != 0) best = j;
+                }
+            }
+            if (best == i) {
+                if (out != i) spans[out] = spans[i];
+                ++out;
+                continue;
+            }
+            spans[out++] = Span{spans[i].first, spans[best].first, kPlaceTag};
+            i = best;
+        }
+        spans.resize(out);
+    }
     // Most words are turned down by the first character before any lookup.
     for (Span &s : spans) {
         const Item &a = items_[s.first];

@@ -162,10 +162,10 @@ TEST(NumberWordsTest, AtomsOfAddressesNumbersAndLatinWords) {
 class WordFormsApiTest : public fronttest::ShippedModelsTest {
 protected:
     // "word/tag" of every word, or of every corpus piece.
-    std::vector<std::string> Words(const std::string &text, bool pieces = false) {
+    std::vector<std::string> Words(const std::string &text, bool pieces = false, uint32_t flags = 0) {
         vsglex_result *r = nullptr;
         std::vector<std::string> out;
-        EXPECT_EQ(vsglex_analyze(handle_, text.data(), text.size(), VSGLEX_CHARSET_UTF8, 0, &r), VSGLEX_OK);
+        EXPECT_EQ(vsglex_analyze(handle_, text.data(), text.size(), VSGLEX_CHARSET_UTF8, flags, &r), VSGLEX_OK);
         if (r == nullptr) return out;
         size_t next = 0;  // pieces tile the words in order
         for (size_t k = 0; k < r->word_count; ++k) {
@@ -416,6 +416,14 @@ TEST_F(WordFormsApiTest, UnknownWordOfTwoCharactersEndingInCountyOrPrefectureIsA
         for (const char *want : {"嵊州/ns", "本县/r"})
             EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
     }
+    // Words a host cut itself: a pronoun and the unit (此县 "this county",
+    // 我州 "our prefecture"; the shipped dictionary lacks both) name the
+    // unit, not a place; the unknown place beside them still is one.
+    for (bool pieces : {false, true}) {
+        auto w = Words("他 后来 到 嵊州 工作 ， 此县 和 我州 也 一样 。", pieces, VSGLEX_PRECUT);
+        for (const char *want : {"嵊州/ns", "此县/n", "我州/n"})
+            EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+    }
 }
 
 TEST_F(WordFormsApiTest, UnknownWordsTheTextNamesAsPlacesArePlaces) {
@@ -435,6 +443,33 @@ TEST_F(WordFormsApiTest, UnknownWordsTheTextNamesAsPlacesArePlaces) {
         for (bool pieces : {false, true}) {
             auto w = Words(c.text, pieces);
             EXPECT_TRUE(Has(w, c.want)) << c.want << " in " << Texts(w);
+        }
+    // A host's words: the county the engine joined over the separating
+    // spaces lends its stem as well.
+    for (bool pieces : {false, true}) {
+        auto w = Words("涞 源 县 位于 山区 。 涞源 的 经济 发展 很 快 。", pieces, VSGLEX_PRECUT);
+        EXPECT_TRUE(Has(w, "涞源/ns")) << Texts(w);
+    }
+}
+
+TEST_F(WordFormsApiTest, CharactersThatSpellAPlaceOfTheTextAreThatPlace) {
+    // Words a host cut itself, an unknown place one character a word: the
+    // engine joins it after 来到 but not at the start of a sentence, where
+    // the text's own place makes it one. Without a mention found, or
+    // without a place suffix at its end, the characters stay apart.
+    struct Case {
+        const char *text, *want;
+    } cases[] = {
+        {"他 来到 路 桥 区 。 路 桥 区 很 美 。", "路桥区/ns 很/d"},
+        {"路 桥 区 很 美 。", "路/n 桥/n 区/n"},
+        {"他 来到 德 班 港 。 德 班 港 很 美 。", "德班港/ns 很/d"},
+        {"他 来到 雷 神 庙 。 雷 神 庙 很 美 。", "雷/n 神/a 庙/n 很/d"},
+    };
+    for (const Case &c : cases)
+        for (bool pieces : {false, true}) {
+            std::string tagged;
+            for (const std::string &w : Words(c.text, pieces, VSGLEX_PRECUT)) tagged += w + " ";
+            EXPECT_NE(tagged.find(c.want), std::string::npos) << c.want << " in " << tagged;
         }
 }
 

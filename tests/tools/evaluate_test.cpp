@@ -71,15 +71,16 @@ protected:
         delete engine_;
         delete dir_;
     }
-    static vsgeval::EvalResult Api(const std::vector<std::string> &lines) {
+    static vsgeval::EvalResult Api(const std::vector<std::string> &lines, bool nameList = false) {
         vsgeval::EvalResult r;
+        r.nameList = nameList;
         std::string error;
         EXPECT_TRUE(vsgeval::EvaluateApi(dir_->path(), &engine_->models(), Parse(lines), 0, true, &r, &error))
             << error;
         return r;
     }
-    static vsgeval::EvalResult Engine(const std::vector<std::string> &lines) {
-        return vsgeval::Evaluate(&engine_->models(), Parse(lines), 0, nullptr, true);
+    static vsgeval::EvalResult Engine(const std::vector<std::string> &lines, bool nameList = false) {
+        return vsgeval::Evaluate(&engine_->models(), Parse(lines), 0, nullptr, true, nameList);
     }
     static vsgtest::TempDir *dir_;
     static vsg::engine::Engine *engine_;
@@ -97,7 +98,7 @@ TEST_F(EvaluateTest, KnownWordsAndNamesScoreAlikeBothWays) {
         "19980102-01-001-002/m  王/nr  国栋/nr  说/v  ，/w  工厂/n  很/d  新/a  。/w  ",
         "19980102-01-001-003/m  他们/r  复查/v  数据/n  。/w  ",
     };
-    const vsgeval::EvalResult api = Api(lines), engine = Engine(lines);
+    const vsgeval::EvalResult api = Api(lines, true), engine = Engine(lines, true);
     EXPECT_EQ(api.paragraphs, 3);
     EXPECT_EQ(api.misaligned, 0);
     EXPECT_EQ(engine.misaligned, 0);
@@ -111,6 +112,13 @@ TEST_F(EvaluateTest, KnownWordsAndNamesScoreAlikeBothWays) {
     EXPECT_EQ(api.names[0].found, 1);
     EXPECT_EQ(api.names[0].predicted, 1);
     EXPECT_EQ(engine.names[0].found, 1);
+    // The name lists place it alike both ways (paragraph 1, bytes 0-6 of
+    // its GB text), which is what lets two runs be compared name by name.
+    for (const vsgeval::EvalResult *r : {&api, &engine}) {
+        ASSERT_EQ(r->nameLines.size(), 1u);
+        EXPECT_EQ(r->nameLines[0].rfind("person\t1\t0\t6\tfound\t王国栋\t", 0), 0u) << r->nameLines[0];
+    }
+    EXPECT_TRUE(Engine(lines).nameLines.empty());
 }
 
 // An unknown word the engine tags a noun from its neighbours alone: the

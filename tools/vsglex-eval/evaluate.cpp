@@ -128,6 +128,15 @@ int CoarseTag(int tag) {
     return tag >= 0 && static_cast<size_t>(tag) < coarse.size() ? coarse[static_cast<size_t>(tag)] : tag;
 }
 
+std::string NameLine(int cls, int64_t paragraph, const Span &s, const char *status, const std::string &text,
+                     const std::string &context) {
+    static const char *const kClass[3] = {"person", "place", "organisation"};
+    return std::string(kClass[cls]) + "\t" + std::to_string(paragraph) + "\t" + std::to_string(s.first) + "\t" +
+           std::to_string(s.second) + "\t" + status + "\t" +
+           vsgtrain::GbToUtf8(text.substr(static_cast<size_t>(s.first), static_cast<size_t>(s.second - s.first))) +
+           "\t" + context;
+}
+
 void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, const DictionaryS *core,
            size_t examples, bool posErrors, EvalResult *r) {
     std::string joined;
@@ -170,6 +179,12 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, c
                 ++n.goldCapped;
                 if (predicted[c].count(s)) ++n.foundCapped;
             }
+            if (r->nameList) {
+                auto at = outAt.lower_bound({s.first, 0});
+                size_t i = at != outAt.end() ? at->second : out.size() - 1;
+                r->nameLines.push_back(NameLine(c, r->paragraphs - 1, s, predicted[c].count(s) ? "found" : "miss",
+                                                g.text, Context(out, i)));
+            }
             if (predicted[c].count(s)) {
                 ++n.found;
             } else if (r->examples[c].size() < examples) {
@@ -181,6 +196,8 @@ void Score(const Gold &g, const std::vector<std::pair<std::string, int>> &out, c
             }
         }
         for (const Span &s : predicted[c]) {
+            if (r->nameList && !g.names[c].count(s))
+                r->nameLines.push_back(NameLine(c, r->paragraphs - 1, s, "false", g.text, Context(out, outAt[s])));
             if (!g.names[c].count(s) && r->examples[c].size() < examples)
                 r->examples[c].push_back("false " + Context(out, outAt[s]));
         }
@@ -229,8 +246,10 @@ std::vector<int> OutputToGoldTags(const POSmap &map) {
 }
 
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
-                    size_t examples, const std::vector<std::vector<std::string>> *inputs, bool posErrors) {
+                    size_t examples, const std::vector<std::vector<std::string>> *inputs, bool posErrors,
+                    bool nameList) {
     EvalResult r;
+    r.nameList = nameList;
     const std::vector<int> goldTagOf = OutputToGoldTags(engine->tagModels[VSG_TAG_POS].map);
     const size_t batch = 64;
     for (size_t first = 0; first < paragraphs.size(); first += batch) {
@@ -279,7 +298,9 @@ bool EvaluateApi(const std::string &modelDir, const SegmentEngine *engine,
         return false;
     }
     EvalResult &r = *result;
+    const bool nameList = r.nameList;
     r = EvalResult();
+    r.nameList = nameList;
     const std::vector<int> goldTagOf = OutputToGoldTags(engine->tagModels[VSG_TAG_POS].map);
     const size_t batch = 256;
     std::string text;

@@ -46,6 +46,13 @@ struct EvalResult {
     // word's part-of-speech rows), the word's training count (ln(count + 1)
     // of its entry, 0 for an unknown word), word (UTF-8), gold tag, output tag.
     std::vector<std::string> posErrors;
+    // With `nameList` set before the run: one line per gold or output name,
+    // tab-separated: class (person, place, organisation), paragraph number
+    // (from 0), byte span in the paragraph's GB text, found|miss|false, the
+    // name (UTF-8) and its output context. Two runs on the same paragraphs
+    // can be compared name by name (scripts/name_diff.py).
+    bool nameList = false;
+    std::vector<std::string> nameLines;
 };
 
 // The input words of a paragraph as the evaluation cuts them: person names
@@ -59,7 +66,7 @@ std::vector<std::string> InputWords(const std::vector<vsgtrain::Unit> &units, co
 // paragraph's text) instead of InputWords.
 EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Paragraph> &paragraphs,
                     size_t examples, const std::vector<std::vector<std::string>> *inputs = nullptr,
-                    bool posErrors = false);
+                    bool posErrors = false, bool nameList = false);
 
 // The same scoring through the public interface as a host uses it: every
 // paragraph's input words (InputWords) joined by spaces, paragraphs one a
@@ -67,7 +74,7 @@ EvalResult Evaluate(const SegmentEngine *engine, const std::vector<vsgtrain::Par
 // `modelDir` (whose models `engine` holds: its core dictionary and tag map
 // make the gold side and map the tags). Each output word is placed in its
 // paragraph by its offset and length. False, with `error`, when the handle
-// cannot be opened or the analysis fails.
+// cannot be opened or the analysis fails. `result->nameList` is kept.
 bool EvaluateApi(const std::string &modelDir, const SegmentEngine *engine,
                  const std::vector<vsgtrain::Paragraph> &paragraphs, size_t examples, bool posErrors,
                  EvalResult *result, std::string *error);

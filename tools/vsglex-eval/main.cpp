@@ -14,7 +14,7 @@
 int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
     size_t examples = 0, confusions = 0;
-    std::string posErrorFile;
+    std::string posErrorFile, nameFile;
     bool api = false;
     std::vector<std::string> args;
     for (int i = 1; i < argc; ++i) {
@@ -24,12 +24,13 @@ int main(int argc, char **argv) {
         else if (a == "--examples" && i + 1 < argc) examples = static_cast<size_t>(std::atoi(argv[++i]));
         else if (a == "--confusions" && i + 1 < argc) confusions = static_cast<size_t>(std::atoi(argv[++i]));
         else if (a == "--pos-errors" && i + 1 < argc) posErrorFile = argv[++i];
+        else if (a == "--names" && i + 1 < argc) nameFile = argv[++i];
         else if (a == "--api") api = true;
         else args.push_back(a);
     }
     if (args.size() < 2) {
         std::fprintf(stderr,
-                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] [--pos-errors FILE] [--api] MODEL_DIR CORPUS_FILE...\n");
+                     "usage: vsglex-eval [--from YYYYMMDD] [--to YYYYMMDD] [--examples N] [--confusions N] [--pos-errors FILE] [--names FILE] [--api] MODEL_DIR CORPUS_FILE...\n");
         return 2;
     }
     int32_t status = 0;
@@ -51,6 +52,7 @@ int main(int argc, char **argv) {
     // --api: through vsglex_analyze on pre-cut text, the front end's steps
     // after the engine included; else the engine's server call alone.
     vsgeval::EvalResult r;
+    r.nameList = !nameFile.empty();
     if (api) {
         std::string error;
         if (!vsgeval::EvaluateApi(args[0], &engine->models(), paragraphs, examples, !posErrorFile.empty(), &r,
@@ -59,7 +61,7 @@ int main(int argc, char **argv) {
             return 1;
         }
     } else {
-        r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty());
+        r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty(), r.nameList);
     }
     if (!posErrorFile.empty()) {
         FILE *f = std::fopen(posErrorFile.c_str(), "w");
@@ -68,6 +70,15 @@ int main(int argc, char **argv) {
             return 1;
         }
         for (const std::string &line : r.posErrors) std::fprintf(f, "%s\n", line.c_str());
+        std::fclose(f);
+    }
+    if (!nameFile.empty()) {
+        FILE *f = std::fopen(nameFile.c_str(), "w");
+        if (f == nullptr) {
+            std::fprintf(stderr, "vsglex-eval: cannot write %s\n", nameFile.c_str());
+            return 1;
+        }
+        for (const std::string &line : r.nameLines) std::fprintf(f, "%s\n", line.c_str());
         std::fclose(f);
     }
     std::printf("paragraphs %lld (output text differs from input in %lld)\n", static_cast<long long>(r.paragraphs),
