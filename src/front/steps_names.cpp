@@ -186,8 +186,19 @@ constexpr size_t kMinWholeNameBytes = 6;
 
 void Analysis::RepeatNames(std::vector<Span> &spans) {
     auto plain = [&](const Span &s) { return !HoldsFixedItem(s) && !IsNameTag(s.tag); };
+    // In pre-cut text a name the engine made of a host's one-character words
+    // spans the spaces between them: its characters are taken without them,
+    // and a run of mentions may have spaces between its words.
+    const bool precut = (flags_ & VSGLEX_PRECUT) != 0;
+    std::string compact;
+    auto nameText = [&](const Span &s) -> std::string_view {
+        if (!precut || s.first == s.last) return SpanText(s);
+        compact.clear();
+        for (size_t q = s.first; q <= s.last; ++q) compact.append(work_.gb, items_[q].start, items_[q].length);
+        return compact;
+    };
     for (const Span &s : spans) {
-        const std::string_view name = SpanText(s);
+        const std::string_view name = nameText(s);
         if (!IsPersonTag(s.tag) || !RememberedName(name.data(), name.size())) continue;
         RememberedPerson &r = RememberName(name);
         r.tag = s.tag;
@@ -209,17 +220,26 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         const bool surname = IsPersonTag(spans[i].tag) && SpanText(spans[i]).size() == 2 && spans[i].first == spans[i].last &&
                              items_[spans[i].first].user == nullptr;
         if (SpanText(spans[i]).size() < 2 || !nameStarts_[GbCharKey(SpanText(spans[i]).data())] || !(surname || plain(spans[i]))) continue;
-        // The run's words touch each other: its text is one stretch of gb.
+        // The run's words touch each other (in pre-cut text they may be apart
+        // by the separating spaces, and its text is copied without them).
         std::string_view run;
         Repeat best{0, 0, nullptr, surname, surname};
         for (size_t j = i; j < spans.size() && (j == i || plain(spans[j])); ++j) {
             const Item &a = items_[spans[j].first];
             if (j > i) {
                 const Item &b = items_[spans[j - 1].last];
-                if (a.sentence != b.sentence || a.start != b.start + b.length) break;
+                if (a.sentence != b.sentence || (!precut && a.start != b.start + b.length)) break;
             }
-            run = std::string_view(SpanText(spans[i]).data(), items_[spans[j].last].start + items_[spans[j].last].length -
-                                                     items_[spans[i].first].start);
+            if (precut) {
+                if (j == i) compact.clear();
+                for (size_t q = spans[j].first; q <= spans[j].last; ++q)
+                    compact.append(work_.gb, items_[q].start, items_[q].length);
+                run = compact;
+            } else {
+                run = std::string_view(SpanText(spans[i]).data(), items_[spans[j].last].start +
+                                                                      items_[spans[j].last].length -
+                                                                      items_[spans[i].first].start);
+            }
             if (run.size() > longestName_) break;
             if (run.size() < kMinNameBytes || !nameEnds_[GbCharKey(run.data() + run.size() - 2)]) continue;
             RememberedPerson *found = FindName(run);
