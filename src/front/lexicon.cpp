@@ -236,9 +236,11 @@ void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t c
             // Words from one start are met shortest first: the last one
             // marked is the longest.
             const float c = s->cost < 0.0f ? 0.0f : s->cost;
-            marks[i].starts = v;
-            marks[i].startCost =
+            const auto costClass =
                 static_cast<uint8_t>(c >= kWordCostClasses - 1 ? kWordCostClasses - 1 : static_cast<int>(c));
+            marks[i].starts = v;
+            marks[i].startCost = costClass;
+            if (len <= 4) marks[j].endCost[len - 2] = static_cast<uint8_t>(costClass + 1);
             if (v > marks[j].ends) marks[j].ends = v;
             for (size_t m = i + 1; m < j; ++m)
                 if (v > marks[m].inside) marks[m].inside = v;

@@ -40,6 +40,8 @@ struct WordMarks {
     uint8_t ends = 0;
     uint8_t inside = 0;
     uint8_t startCost = 0;  // cost class of the longest word starting here
+    // 1 + cost class of the word of 2, 3 and 4 atoms ending here (0: none).
+    uint8_t endCost[3] = {0, 0, 0};
 };
 // Cost classes of WordMarks: whole units of the word's cost (the negative
 // log of its share of all words), capped.
@@ -64,6 +66,7 @@ struct CutScratch {
     std::vector<WordMarks> marks;
     std::vector<SegFeature> features;
     std::vector<int32_t> score;
+    std::vector<int32_t> wordScore;
     std::vector<uint8_t> path;
     std::vector<uint8_t> labels;
 };
@@ -84,8 +87,9 @@ public:
              CutScratch &scratch) const;
     // For every atom of atoms[0..n), the lengths (capped at `cap` atoms) of
     // the longest word of two or more atoms starting there, ending there and
-    // covering it with atoms on both sides, and the cost class of the
-    // longest word starting there; marks gets n entries.
+    // covering it with atoms on both sides, the cost class of the longest
+    // word starting there and those of the words of 2-4 atoms ending there;
+    // marks gets n entries.
     void MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t cap, WordMarks *marks) const;
     // Whether the GB `text` of `length` bytes, of two or more atoms, is a
     // word of the lexicon (then the core dictionary has part-of-speech rows

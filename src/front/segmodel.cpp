@@ -114,6 +114,24 @@ inline uint64_t FeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
 constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0x5EC0000000000003ull,
                                  0x5EC0000000000004ull};
 
+// Hash of the atoms s..e of a word (ids of the atoms).
+inline uint64_t WordHash(const uint64_t *id, size_t s, size_t e) {
+    uint64_t h = id[s];
+    for (size_t j = s + 1; j <= e; ++j) h = Mix(h) ^ id[j];
+    return h;
+}
+
+// Keys of a dictionary word of `length` atoms: the word alone (side 0), with
+// the atom before it (1) and with the atom after it (2).
+inline uint64_t WordKey(uint64_t hash, size_t length, int side, uint64_t neighbour) {
+    return FeatureKey(kSegWord, side == 0 ? hash : Mix(hash) ^ neighbour, length + 8 * static_cast<uint64_t>(side));
+}
+
+// Key of a candidate's length with its cost class (1 + class; 0: no word).
+inline uint64_t WordCostKey(size_t length, uint8_t endCost) {
+    return FeatureKey(kSegWordCost, length * 32 + endCost, 0);
+}
+
 // ---- Model file ----------------------------------------------------------------
 //
 // Little-endian. Header of kHeaderBytes:
@@ -130,8 +148,11 @@ constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
-// Version 2 had six labels (no name labels), version 1 four.
-constexpr uint32_t kVersion = 3;
+// Version 4 holds word features (kSegWord, kSegWordCost); a model without
+// them is written as version 3, which has none. Version 2 had six labels
+// (no name labels), version 1 four.
+constexpr uint32_t kVersion = 4;
+constexpr uint32_t kVersionNoWords = 3;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
@@ -222,6 +243,31 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
     }
 }
 
+void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                     std::vector<SegWordFeature> &out, bool context) {
+    out.clear();
+    // Keys of atoms -1 .. n (id[k + 1]).
+    ids.resize(n + 2);
+    uint64_t *id = ids.data() + 1;
+    id[-1] = kPadIds[1];
+    id[n] = kPadIds[2];
+    for (size_t k = 0; k < n; ++k) id[k] = AtomId(text, atoms[k]);
+    for (size_t e = 1; e < n; ++e)
+        for (size_t len = 2; len <= kSegWordMax && len <= e + 1; ++len) {
+            const uint8_t c = marks[e].endCost[len - 2];
+            const auto end = static_cast<uint32_t>(e);
+            const auto l = static_cast<uint8_t>(len);
+            out.push_back({WordCostKey(len, c), end, l});
+            if (c == 0) continue;
+            const size_t s = e + 1 - len;
+            const uint64_t h = WordHash(id, s, e);
+            out.push_back({WordKey(h, len, 0, 0), end, l});
+            if (!context) continue;
+            out.push_back({WordKey(h, len, 1, id[static_cast<ptrdiff_t>(s) - 1]), end, l});
+            out.push_back({WordKey(h, len, 2, id[e + 1]), end, l});
+        }
+}
+
 std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
     std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
     float top = 0.0f;
@@ -267,8 +313,10 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     for (uint64_t s : slots) Put(payload, s);
     for (int16_t w : weights) Put(payload, w);
 
+    bool words = false;
+    for (const auto &kv : kept) words |= SegWordTemplate(SegKeyTemplate(kv.first));
     std::string out(kMagic, sizeof kMagic);
-    Put(out, kVersion);
+    Put(out, words ? kVersion : kVersionNoWords);
     Put(out, bits);
     Put(out, static_cast<uint32_t>(weights.size()));
     Put(out, kFeatureSet);
@@ -293,7 +341,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     uint32_t version = Get<uint32_t>(data + 8);
-    if (version != kVersion) {
+    if (version != kVersion && version != kVersionNoWords) {
         *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) +
                  "; made by an older vsglex-train, retrain the model set)";
         return false;
@@ -350,7 +398,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         uint32_t fp = static_cast<uint32_t>(s >> 32);
         uint32_t offset = static_cast<uint32_t>(s);
         uint32_t t = fp & 15u;
-        if (t == 0 || t > kSegTemplates) {
+        if (t == 0 || t > kSegTemplates || (version == kVersionNoWords && SegWordTemplate(static_cast<int>(t) - 1))) {
             *this = SegModel();
             *error = "bad feature slot (template " + std::to_string(t) + ")";
             return false;
@@ -361,6 +409,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
             return false;
         }
         ++groups;
+        hasWords_ |= SegWordTemplate(static_cast<int>(t) - 1);
         slots.push_back(s + kZeroRows * kSegLabels);  // the offset, behind the zero rows
         const uint32_t bit = PresentBit(fp);
         present_[bit >> 6] |= uint64_t{1} << (bit & 63);
@@ -464,6 +513,8 @@ void SegModel::BuildDirect() {
     }
     startCost_.assign((kSegDictCap + 1) * kWordCostClasses, kNone);
     for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
+    wordCost_.assign((kSegWordMax + 1) * 32, kNone);
+    for (uint32_t v = 0; v < wordCost_.size(); ++v) wordCost_[v] = OffsetOf(WordCostKey(v / 32, v % 32));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -488,6 +539,17 @@ void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, 
             int32_t *s = score.data() + static_cast<size_t>(i) * kSegLabels;
             for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
         }
+    }
+}
+
+void SegModel::ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n,
+                                 std::vector<int32_t> &score) const {
+    score.assign(n * kSegWordLengths, 0);
+    if (slots_.empty()) return;
+    for (const SegWordFeature &f : features) {
+        const int16_t *w = Find(f.key);
+        if (w == nullptr || f.end >= n || f.length < 2 || f.length > kSegWordMax) continue;
+        score[size_t{f.end} * kSegWordLengths + f.length - 2] += w[0];
     }
 }
 
@@ -638,9 +700,35 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
                     row(startCost_[m.starts * kWordCostClasses + m.startCost]));
         sum.Store(score + k * kSegLabels);
     }
+    if (hasWords_) ScoreWords(n, id + 2, marks, scratch.wordScore);
 }
 
-void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const {
+void SegModel::ScoreWords(size_t n, const uint64_t *id, const WordMarks *marks, std::vector<int32_t> &out) const {
+    out.assign(n * kSegWordLengths, 0);
+    const int16_t *weights = weights_.data();
+    for (size_t e = 1; e < n; ++e) {
+        int32_t *w = out.data() + e * kSegWordLengths;
+        for (size_t len = 2; len <= kSegWordMax && len <= e + 1; ++len) {
+            const uint8_t c = marks[e].endCost[len - 2];
+            int32_t v = weights[wordCost_[len * 32 + c]];
+            if (c != 0) {
+                // The word alone and with the atoms on either side (id[-1]
+                // and id[n] are the padding atoms).
+                const size_t s = e + 1 - len;
+                const uint64_t h = WordHash(id, s, e);
+                const uint64_t keys[3] = {WordKey(h, len, 0, 0),
+                                          WordKey(h, len, 1, id[static_cast<ptrdiff_t>(s) - 1]),
+                                          WordKey(h, len, 2, id[e + 1])};
+                for (uint64_t key : keys)
+                    if (MayHold(Fingerprint(key))) v += weights[OffsetOf(key)];
+            }
+            w[len - 2] = v;
+        }
+    }
+}
+
+void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back,
+                      const int32_t *words) const {
     labels.resize(n);
     if (n == 0) return;
     back.resize(n * kSegLabels);  // entries of atoms 1 .. n-1 are all written
@@ -648,6 +736,7 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
     // reachable sum (each step adds at most a few times 2^24), so it never
     // wins against one, and only the first atoms have such labels.
     constexpr int64_t kOut = -(int64_t{1} << 60);
+    static constexpr int32_t kNoWords[kSegWordLengths] = {};
     static_assert(kSegLabels == 8 && kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2 && kSegMiddle == 3 &&
                       kSegEnd == 4 && kSegSingle == 5 && kSegNameFirst == 6 && kSegNameLater == 7,
                   "the transitions written out below");
@@ -675,6 +764,7 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
     };
     for (size_t i = 1; i < n; ++i) {
         const int32_t *sc = score + i * kSegLabels;
+        const int32_t *wd = words != nullptr ? words + i * kSegWordLengths : kNoWords;
         uint8_t *bk = back.data() + i * kSegLabels;
         const int64_t nb = closers(kSegBegin, &bk[0]);
         const int64_t nb2 = b + t[kSegBegin][kSegBegin2];
@@ -684,8 +774,10 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
         const int64_t nm =
             pick(b3 + t[kSegBegin3][kSegMiddle], kSegBegin3, m + t[kSegMiddle][kSegMiddle], kSegMiddle, &bk[3]);
         uint8_t a1, a2;
-        const int64_t e1 = pick(b + t[kSegBegin][kSegEnd], kSegBegin, b2 + t[kSegBegin2][kSegEnd], kSegBegin2, &a1);
-        const int64_t e2 = pick(b3 + t[kSegBegin3][kSegEnd], kSegBegin3, m + t[kSegMiddle][kSegEnd], kSegMiddle, &a2);
+        const int64_t e1 = pick(b + t[kSegBegin][kSegEnd] + wd[0], kSegBegin, b2 + t[kSegBegin2][kSegEnd] + wd[1],
+                                kSegBegin2, &a1);
+        const int64_t e2 =
+            pick(b3 + t[kSegBegin3][kSegEnd] + wd[2], kSegBegin3, m + t[kSegMiddle][kSegEnd], kSegMiddle, &a2);
         const int64_t ne = pick(e1, a1, e2, a2, &bk[4]);
         const int64_t ns = closers(kSegSingle, &bk[5]);
         const int64_t nnf = closers(kSegNameFirst, &bk[6]);
@@ -754,7 +846,7 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
     Score(text, atoms, n, lexicon, scratch);
     FixBoundaries(text, atoms, n, scratch.marks.data(), scratch.score.data());
     std::vector<uint8_t> &labels = scratch.labels;
-    Labels(scratch.score.data(), n, labels, scratch.path);
+    Labels(scratch.score.data(), n, labels, scratch.path, hasWords_ ? scratch.wordScore.data() : nullptr);
     for (size_t i = 0; i < n; ++i)
         if (SegLabelCloses(labels[i]) || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
 }

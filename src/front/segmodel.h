@@ -67,9 +67,20 @@ enum SegTemplate : uint8_t {
     kSegTrigram,      // atoms k-1, k, k+1
     kSegDictAtom,     // atom k with the longest words starting and ending there
     kSegDictStartCost,  // longest word starting at k with its cost class
+    // Word features: they score a whole candidate word of 2..kSegWordMax
+    // atoms ending at k (lane 0 of their one row), not the labels of atoms.
+    kSegWord,           // the dictionary word itself (its atoms and length)
+    kSegWordCost,       // the candidate's length with its dictionary cost class (0: no word)
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+// Whether a template scores whole words rather than atom labels.
+constexpr bool SegWordTemplate(int t) { return t == kSegWord || t == kSegWordCost; }
+// Candidate words with word features have 2..kSegWordMax atoms: the
+// labels before E tell these lengths apart (B E, B B2 E, B B2 B3 E), so
+// the label search adds a word's score on the transition into its E.
+inline constexpr int kSegWordMax = 4;
+inline constexpr int kSegWordLengths = kSegWordMax - 1;
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
@@ -85,6 +96,29 @@ inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate
 // run (capped at kSegDictCap). `ids` is working memory.
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
                  std::vector<SegFeature> &out);
+
+// A word feature: its key, the atom the word ends at and its length.
+struct SegWordFeature {
+    uint64_t key;
+    uint32_t end;
+    uint8_t length;
+};
+
+// The word features of atoms[0..n): for every candidate of 2..kSegWordMax
+// atoms its length with its cost class, and for the dictionary words among
+// them (`marks`, Lexicon::MarkWords) their identity, with `context` also
+// the word with the atom before it and with the atom after it. `ids` is
+// working memory. The cutter looks up all of these; a model trained
+// without some holds none of them.
+void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
+                     std::vector<SegWordFeature> &out, bool context = true);
+
+// Whether `labels` hold a word of `length` (2..kSegWordMax) atoms ending at
+// atom `end`.
+static_assert(kSegBegin == 0 && kSegBegin2 == 1 && kSegBegin3 == 2, "the label before E is the word's length less two");
+inline bool SegWordAt(const uint8_t *labels, size_t end, int length) {
+    return labels[end] == kSegEnd && labels[end - 1] == length - 2;
+}
 
 // Whether label `next` may follow label `prev` (a word is S, B E, B B2 E,
 // B B2 B3 E or B B2 B3 M* E; a name is NF NL*, each of its characters a
@@ -131,12 +165,13 @@ static_assert(SegPredecessorsMatchTransitions(), "the predecessor lists follow S
 
 // Best label sequence under per-atom scores (n x kSegLabels) and transition
 // scores, over the allowed transitions only (first label B, S or NF, last
-// one that closes a word).
+// one that closes a word). `words`, when given (n x kSegWordLengths), adds
+// the score of the word of 2, 3, 4 atoms ending at an atom labelled E.
 // `back` is working memory. Ties go to the lower label, so the result is
 // the same on every machine.
 template <typename Score, typename Sum>
 void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLabels][kSegLabels],
-                std::vector<uint8_t> &labels, std::vector<uint8_t> &back) {
+                std::vector<uint8_t> &labels, std::vector<uint8_t> &back, const Score *words = nullptr) {
     labels.assign(n, kSegSingle);
     if (n == 0) return;
     back.assign(n * kSegLabels, 0);
@@ -155,6 +190,9 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
                 const int p = kSegPredecessors[l][k];
                 if (cur[p] == kNone) continue;
                 Sum v = cur[p] + static_cast<Sum>(transitions[p][l]);
+                // B, B2, B3 before E: a word of p + 2 atoms.
+                if (words != nullptr && l == kSegEnd && p <= kSegBegin3)
+                    v += static_cast<Sum>(words[i * kSegWordLengths + p]);
                 if (best == kNone || v > best) {
                     best = v;
                     arg = static_cast<uint8_t>(p);
@@ -227,7 +265,16 @@ public:
     // Best labels under scores (n x kSegLabels) and the model's transitions.
     // The same labels as SegViterbi<int32_t, int64_t>, by a search written
     // out for the eight labels.
-    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back) const;
+    // `words` (n x kSegWordLengths, or null) adds the scores of whole words
+    // as SegViterbi does.
+    void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back,
+                const int32_t *words = nullptr) const;
+    // Whether the model holds word features; then Score also fills
+    // scratch.wordScore (n x kSegWordLengths).
+    bool HasWordFeatures() const { return hasWords_; }
+    // The word scores from a word feature list by plain look-ups (reference
+    // for the tests).
+    void ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n, std::vector<int32_t> &score) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
 private:
@@ -251,6 +298,8 @@ private:
     void BuildDirect();
     // Offset of a key's weights in weights_, or kNone.
     uint32_t OffsetOf(uint64_t key) const;
+    // Word scores (n x kSegWordLengths) of a run from its atom keys and marks.
+    void ScoreWords(size_t n, const uint64_t *id, const WordMarks *marks, std::vector<int32_t> &out) const;
 
     vsg::HugeTable<uint64_t> slots_;  // fingerprint << 32 | offset in weights_; 0: empty
     vsg::HugeTable<int16_t> weights_;  // kZeroRows zero rows, the file's rows, kTailWeights zeros
@@ -262,6 +311,8 @@ private:
     std::vector<uint32_t> classes_;
     std::vector<uint32_t> dict_[4];
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
+    std::vector<uint32_t> wordCost_;   // by length * 32 + 1 + cost class (0: no word)
+    bool hasWords_ = false;
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a

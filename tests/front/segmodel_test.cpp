@@ -275,6 +275,148 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
 }
 
+TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
+    std::mt19937 rng(23);
+    const std::vector<std::string> pieces = Pieces();
+    const Lexicon lex = SmallLexicon();
+    std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
+    std::vector<Atom> atoms;
+    std::vector<uint64_t> ids;
+    std::vector<SegFeature> features;
+    std::vector<SegWordFeature> wordFeatures;
+    for (int round = 0; round < 4; ++round) {
+        // Texts rich in dictionary words, so that word identities occur.
+        std::vector<std::string> texts;
+        for (int t = 0; t < 40; ++t) {
+            std::string s;
+            size_t len = 1 + rng() % 5;
+            for (size_t k = 0; k < len; ++k)
+                s += rng() % 2 ? pieces[rng() % pieces.size()] : Gb(rng() % 2 ? "中国人民" : "北京");
+            texts.push_back(s);
+        }
+        std::vector<SegGroup> groups;
+        std::vector<uint64_t> seen;
+        for (const std::string &t : texts) {
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            std::vector<WordMarks> marks(atoms.size());
+            lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
+            SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
+            SegWordFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, wordFeatures);
+            std::vector<uint64_t> keys;
+            for (const SegFeature &f : features) keys.push_back(f.key);
+            for (const SegWordFeature &f : wordFeatures) keys.push_back(f.key);
+            for (uint64_t key : keys) {
+                if (std::find(seen.begin(), seen.end(), key) != seen.end() || rng() % 8 == 0) continue;
+                seen.push_back(key);
+                SegGroup g{key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(key)] * kSegLabels)};
+                for (float &w : g.weights) w = weight(rng);
+                groups.push_back(g);
+            }
+        }
+        float trans[kSegLabels][kSegLabels];
+        for (auto &row : trans)
+            for (float &t : row) t = weight(rng);
+        const std::string bytes = EncodeSegModel(groups, trans);
+        uint32_t version;
+        std::memcpy(&version, bytes.data() + 8, 4);
+        EXPECT_EQ(version, 4u);
+        SegModel m;
+        std::string error;
+        ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+        ASSERT_TRUE(m.HasWordFeatures());
+        // The same bytes marked as the version without word features are
+        // refused: they hold slots of templates that version lacks.
+        std::string older = bytes;
+        older[8] = 3;
+        SegModel refused;
+        EXPECT_FALSE(refused.LoadBytes(reinterpret_cast<const uint8_t *>(older.data()), older.size(), &error));
+        EXPECT_NE(error.find("bad feature slot"), std::string::npos) << error;
+
+        float top = 0.0f;
+        for (const SegGroup &g : groups)
+            for (float w : g.weights) top = std::max(top, std::fabs(w));
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (int p = 0; p < kSegLabels; ++p)
+            for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = m.Transition(p, l);
+        CutScratch scratch;
+        std::vector<int32_t> plain, words;
+        std::vector<uint8_t> labels, generic, back;
+        int identities = 0;
+        for (const std::string &t : texts) {
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            const size_t n = atoms.size();
+            std::vector<WordMarks> marks(n);
+            lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
+            SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features);
+            SegWordFeatures(t.data(), atoms.data(), n, marks.data(), ids, wordFeatures);
+            m.ScoreFeatures(features, n, plain);
+            m.ScoreWordFeatures(wordFeatures, n, words);
+            // The cutter's word scores, the plain look-ups and the groups'
+            // lane 0 (quantised) agree.
+            m.Score(t.data(), atoms.data(), n, lex, scratch);
+            ASSERT_EQ(scratch.wordScore, words) << vsgtest::Utf8(t);
+            std::vector<int32_t> expected(n * kSegWordLengths, 0);
+            for (const SegWordFeature &f : wordFeatures) {
+                identities += SegKeyTemplate(f.key) == kSegWord;
+                auto g = std::find_if(groups.begin(), groups.end(), [&](const SegGroup &x) { return x.key == f.key; });
+                if (g != groups.end())
+                    expected[f.end * kSegWordLengths + f.length - 2] +=
+                        static_cast<int32_t>(std::nearbyint(static_cast<double>(g->weights[0]) * (32767.0 / top)));
+            }
+            ASSERT_EQ(words, expected) << vsgtest::Utf8(t);
+
+            // Zero word scores change nothing; with the scores, the written
+            // out search, the generic one and every sequence tried agree.
+            std::vector<uint8_t> noWords;
+            m.Labels(plain.data(), n, noWords, back);
+            const std::vector<int32_t> zero(n * kSegWordLengths, 0);
+            m.Labels(plain.data(), n, labels, back, zero.data());
+            EXPECT_EQ(labels, noWords);
+            m.Labels(plain.data(), n, labels, back, words.data());
+            SegViterbi<int32_t, int64_t>(plain.data(), n, transitions, generic, back, words.data());
+            EXPECT_EQ(labels, generic) << vsgtest::Utf8(t);
+            auto total = [&](const std::vector<uint8_t> &l) {
+                int64_t sum = 0;
+                for (size_t i = 0; i < n; ++i) {
+                    sum += plain[i * kSegLabels + l[i]] + (i ? m.Transition(l[i - 1], l[i]) : 0);
+                    for (int len = 2; len <= kSegWordMax && static_cast<size_t>(len) <= i + 1; ++len)
+                        if (SegWordAt(l.data(), i, len)) sum += words[i * kSegWordLengths + len - 2];
+                }
+                return sum;
+            };
+            if (n <= 5) {
+                // Every allowed sequence: none beats the search's.
+                size_t count = 1;
+                for (size_t i = 0; i < n; ++i) count *= kSegLabels;
+                std::vector<uint8_t> cur(n);
+                for (size_t code = 0; code < count; ++code) {
+                    for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
+                    bool ok = SegLabelOpens(cur[0]) && SegLabelCloses(cur[n - 1]);
+                    for (size_t i = 1; i < n && ok; ++i) ok = SegTransitionAllowed(cur[i - 1], cur[i]);
+                    if (ok) {
+                        EXPECT_LE(total(cur), total(labels)) << vsgtest::Utf8(t);
+                    }
+                }
+            }
+            // The cut follows the labels found with the word scores.
+            std::vector<uint32_t> ends, fromLabels;
+            m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
+            SegModel::FixBoundaries(t.data(), atoms.data(), n, marks.data(), plain.data());
+            m.Labels(plain.data(), n, labels, back, words.data());
+            for (size_t i = 0; i < n; ++i)
+                if (SegLabelCloses(labels[i])) fromLabels.push_back(static_cast<uint32_t>(i + 1));
+            EXPECT_EQ(ends, fromLabels) << vsgtest::Utf8(t);
+        }
+        EXPECT_GT(identities, 0);
+    }
+    // A model without word groups is written as the version before them.
+    const float none[kSegLabels][kSegLabels] = {};
+    const std::string bare = EncodeSegModel({}, none);
+    EXPECT_EQ(bare[8], 3);
+}
+
 TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
     // Two dictionary words of one length, one 200 times as frequent: the
     // marks give the longest word starting at an atom with the class of its

@@ -192,6 +192,31 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     EXPECT_TRUE(vsgtrain::TrainSegmenter(all, opt, &s1).empty());
 }
 
+TEST(SegTrainTest, WordFeaturesAreLearnedDeterministicallyAndKeepTheCut) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 8;
+    vsgtrain::SegTrainSummary plain, s1, s2;
+    const std::string without = vsgtrain::TrainSegmenter(all, opt, &plain);
+    opt.wordFeatures = 2;
+    const std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
+    const std::string b = vsgtrain::TrainSegmenter(all, opt, &s2);
+    ASSERT_FALSE(a.empty());
+    EXPECT_EQ(a, b);
+    EXPECT_GT(s1.features, plain.features);
+    vsg::front::SegModel m, old;
+    std::string error;
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
+    ASSERT_TRUE(old.LoadBytes(reinterpret_cast<const uint8_t *>(without.data()), without.size(), &error)) << error;
+    EXPECT_TRUE(m.HasWordFeatures());
+    EXPECT_FALSE(old.HasWordFeatures());
+    const vsg::front::Lexicon lex = LexiconOf(all);
+    // The words still whole and the name still in characters.
+    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
+    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+}
+
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;

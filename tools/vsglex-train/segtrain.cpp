@@ -22,6 +22,8 @@ using vsg::front::AtomKind;
 using vsg::front::kSegLabels;
 using vsg::front::kSegTemplateRows;
 using vsg::front::SegFeature;
+using vsg::front::SegWordFeature;
+using vsg::front::kSegWordLengths;
 
 bool IsPersonTagNumber(int tag) { return tag == kPosPerson || tag == kPosForeignPerson || tag == kPosJapanesePerson; }
 
@@ -31,6 +33,16 @@ struct Run {
     uint32_t featureEnd = 0;
     uint32_t labelBegin = 0;    // first of its gold labels
     uint32_t length = 0;
+    uint32_t wordBegin = 0;     // range of its word feature occurrences
+    uint32_t wordEnd = 0;
+};
+
+// A word feature occurrence: its group, the atom the word ends at and its
+// length.
+struct WordRef {
+    uint32_t group;
+    uint32_t end;
+    uint32_t length;
 };
 
 // A feature occurrence: its group and the first atom its rows score.
@@ -183,6 +195,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     std::vector<Run> runs;
     std::vector<uint8_t> gold;
     std::vector<std::vector<SegFeature>> perRun;  // keys before indexing
+    std::vector<std::vector<SegWordFeature>> perRunWords;
     std::unordered_map<uint64_t, uint32_t> keyCount;
     keyCount.reserve(4u << 20);
     {
@@ -220,6 +233,12 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     perRun.emplace_back();
                     vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
                     for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
+                    perRunWords.emplace_back();
+                    if (opt.wordFeatures > 0) {
+                        vsg::front::SegWordFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRunWords.back(),
+                                                    opt.wordFeatures >= 2);
+                        for (const SegWordFeature &x : perRunWords.back()) ++keyCount[x.key];
+                    }
                     Run run;
                     run.length = static_cast<uint32_t>(n);
                     run.labelBegin = static_cast<uint32_t>(gold.size());
@@ -247,6 +266,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     }
     keyCount.clear();
     std::vector<Ref> refs;
+    std::vector<WordRef> wordRefs;
     for (size_t r = 0; r < runs.size(); ++r) {
         runs[r].featureBegin = static_cast<uint32_t>(refs.size());
         for (const SegFeature &x : perRun[r]) {
@@ -255,6 +275,13 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         }
         runs[r].featureEnd = static_cast<uint32_t>(refs.size());
         std::vector<SegFeature>().swap(perRun[r]);
+        runs[r].wordBegin = static_cast<uint32_t>(wordRefs.size());
+        for (const SegWordFeature &x : perRunWords[r]) {
+            auto it = groupOf.find(x.key);
+            if (it != groupOf.end()) wordRefs.push_back({it->second, x.end, x.length});
+        }
+        runs[r].wordEnd = static_cast<uint32_t>(wordRefs.size());
+        std::vector<SegWordFeature>().swap(perRunWords[r]);
         summary->atoms += runs[r].length;
     }
     summary->runs = static_cast<int64_t>(runs.size());
@@ -267,7 +294,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     float trans[kSegLabels][kSegLabels] = {};
     double transU[kSegLabels][kSegLabels] = {};
     double step = 1.0;
-    std::vector<float> scores;
+    std::vector<float> scores, wordScores;
     std::vector<uint8_t> labels, back;
     std::vector<std::pair<uint32_t, float>> delta;
     std::vector<uint32_t> order(runs.size());
@@ -290,7 +317,17 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     for (int l = 0; l < kSegLabels; ++l) scores[static_cast<size_t>(i) * kSegLabels + l] += wg[row * kSegLabels + l];
                 }
             }
-            vsg::front::SegViterbi<float, double>(scores.data(), n, trans, labels, back);
+            const bool words = run.wordEnd > run.wordBegin;
+            if (words) {
+                // A word feature's weight is lane 0 of its row.
+                wordScores.assign(n * kSegWordLengths, 0.0f);
+                for (uint32_t k = run.wordBegin; k < run.wordEnd; ++k) {
+                    const WordRef &ref = wordRefs[k];
+                    wordScores[ref.end * kSegWordLengths + ref.length - 2] += w[offset[ref.group]];
+                }
+            }
+            vsg::front::SegViterbi<float, double>(scores.data(), n, trans, labels, back,
+                                                  words ? wordScores.data() : nullptr);
             const uint8_t *g = gold.data() + run.labelBegin;
             bool wrong = false;
             for (size_t i = 0; i < n; ++i)
@@ -314,6 +351,14 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                         delta.push_back({static_cast<uint32_t>(base + g[a]), 1.0f});
                         delta.push_back({static_cast<uint32_t>(base + labels[a]), -1.0f});
                     }
+                }
+                // Words of the gold cut that the found one lacks, and the
+                // other way round.
+                for (uint32_t k = run.wordBegin; k < run.wordEnd; ++k) {
+                    const WordRef &ref = wordRefs[k];
+                    const bool inGold = vsg::front::SegWordAt(g, ref.end, static_cast<int>(ref.length));
+                    const bool found = vsg::front::SegWordAt(labels.data(), ref.end, static_cast<int>(ref.length));
+                    if (inGold != found) delta.push_back({offset[ref.group], inGold ? 1.0f : -1.0f});
                 }
                 float transDelta[kSegLabels][kSegLabels] = {};
                 for (size_t i = 1; i < n; ++i) {

@@ -39,6 +39,11 @@ struct SegTrainOptions {
     // Whether the characters of the unknown places cut into characters get
     // the name labels too (otherwise only person names do).
     bool namePlaces = true;
+    // Features of whole candidate words of 2..4 atoms, learned with the
+    // atom features: 0 none, 1 the dictionary word itself and the length
+    // with its cost class, 2 also the word with the atom before and with the
+    // atom after it.
+    int wordFeatures = 0;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
