@@ -47,7 +47,7 @@ Lexicon SmallLexicon() {
 // A model with a random weight group for every feature the texts have (and
 // some they lack), so that every path of the scorer is used.
 SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng,
-                     std::vector<SegGroup> *kept = nullptr) {
+                     std::vector<SegGroup> *kept = nullptr, bool words = false) {
     std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
     std::bernoulli_distribution keep(0.85);
     std::vector<SegGroup> groups;
@@ -62,11 +62,16 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
         marks.resize(atoms.size());
         lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
         SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
-        for (const SegFeature &f : features) {
-            if (std::find(seen.begin(), seen.end(), f.key) != seen.end()) continue;
-            seen.push_back(f.key);
+        std::vector<uint64_t> keys;
+        for (const SegFeature &f : features) keys.push_back(f.key);
+        std::vector<SegWordFeature> wordFeatures;
+        if (words) SegWordFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, wordFeatures);
+        for (const SegWordFeature &f : wordFeatures) keys.push_back(f.key);
+        for (uint64_t key : keys) {
+            if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
+            seen.push_back(key);
             if (!keep(rng)) continue;
-            SegGroup g{f.key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(f.key)] * kSegLabels)};
+            SegGroup g{key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(key)] * kSegLabels)};
             for (float &w : g.weights) w = weight(rng);
             groups.push_back(g);
         }
@@ -104,8 +109,10 @@ std::vector<int32_t> GroupScores(const std::vector<SegGroup> &groups, const std:
     return score;
 }
 
-// Best labels by trying every sequence of the labels.
-std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &score, size_t n) {
+// Best labels by trying every sequence of the labels (with the scores of
+// the words of 2..kSegWordMax atoms when given).
+std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &score, size_t n,
+                                const int32_t *words = nullptr) {
     std::vector<uint8_t> best, cur(n);
     int64_t bestScore = std::numeric_limits<int64_t>::min();
     size_t total = 1;
@@ -122,6 +129,8 @@ std::vector<uint8_t> BruteForce(const SegModel &m, const std::vector<int32_t> &s
                 ok = SegTransitionAllowed(cur[i - 1], cur[i]);
                 s += m.Transition(cur[i - 1], cur[i]);
             }
+            for (int len = 2; words != nullptr && len <= kSegWordMax && static_cast<size_t>(len) <= i + 1; ++len)
+                if (SegWordAt(cur.data(), i, len)) s += words[i * kSegWordLengths + len - 2];
         }
         if (ok && s > bestScore) {
             bestScore = s;
@@ -279,7 +288,6 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
     std::mt19937 rng(23);
     const std::vector<std::string> pieces = Pieces();
     const Lexicon lex = SmallLexicon();
-    std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
     std::vector<Atom> atoms;
     std::vector<uint64_t> ids;
     std::vector<SegFeature> features;
@@ -289,45 +297,18 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
         std::vector<std::string> texts;
         for (int t = 0; t < 40; ++t) {
             std::string s;
-            size_t len = 1 + rng() % 5;
-            for (size_t k = 0; k < len; ++k)
+            for (size_t k = 0, len = 1 + rng() % 5; k < len; ++k)
                 s += rng() % 2 ? pieces[rng() % pieces.size()] : Gb(rng() % 2 ? "中国人民" : "北京");
             texts.push_back(s);
         }
         std::vector<SegGroup> groups;
-        std::vector<uint64_t> seen;
-        for (const std::string &t : texts) {
-            atoms.clear();
-            Atomise(t.data(), 0, t.size(), atoms);
-            std::vector<WordMarks> marks(atoms.size());
-            lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
-            SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
-            SegWordFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, wordFeatures);
-            std::vector<uint64_t> keys;
-            for (const SegFeature &f : features) keys.push_back(f.key);
-            for (const SegWordFeature &f : wordFeatures) keys.push_back(f.key);
-            for (uint64_t key : keys) {
-                if (std::find(seen.begin(), seen.end(), key) != seen.end() || rng() % 8 == 0) continue;
-                seen.push_back(key);
-                SegGroup g{key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(key)] * kSegLabels)};
-                for (float &w : g.weights) w = weight(rng);
-                groups.push_back(g);
-            }
-        }
-        float trans[kSegLabels][kSegLabels];
-        for (auto &row : trans)
-            for (float &t : row) t = weight(rng);
-        const std::string bytes = EncodeSegModel(groups, trans);
-        uint32_t version;
-        std::memcpy(&version, bytes.data() + 8, 4);
-        EXPECT_EQ(version, 4u);
-        SegModel m;
-        std::string error;
-        ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+        SegModel m = RandomModel(texts, lex, rng, &groups, true);
         ASSERT_TRUE(m.HasWordFeatures());
         // The same bytes marked as the version without word features are
         // refused: they hold slots of templates that version lacks.
-        std::string older = bytes;
+        const float none[kSegLabels][kSegLabels] = {};
+        std::string older = EncodeSegModel(groups, none), error;
+        EXPECT_EQ(older[8], 4);
         older[8] = 3;
         SegModel refused;
         EXPECT_FALSE(refused.LoadBytes(reinterpret_cast<const uint8_t *>(older.data()), older.size(), &error));
@@ -341,7 +322,7 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
             for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = m.Transition(p, l);
         CutScratch scratch;
         std::vector<int32_t> plain, words;
-        std::vector<uint8_t> labels, generic, back;
+        std::vector<uint8_t> labels, generic, noWords, back;
         int identities = 0;
         for (const std::string &t : texts) {
             atoms.clear();
@@ -354,7 +335,7 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
             m.ScoreFeatures(features, n, plain);
             m.ScoreWordFeatures(wordFeatures, n, words);
             // The cutter's word scores, the plain look-ups and the groups'
-            // lane 0 (quantised) agree.
+            // first weights (quantised) agree.
             m.Score(t.data(), atoms.data(), n, lex, scratch);
             ASSERT_EQ(scratch.wordScore, words) << vsgtest::Utf8(t);
             std::vector<int32_t> expected(n * kSegWordLengths, 0);
@@ -369,7 +350,6 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
 
             // Zero word scores change nothing; with the scores, the written
             // out search, the generic one and every sequence tried agree.
-            std::vector<uint8_t> noWords;
             m.Labels(plain.data(), n, noWords, back);
             const std::vector<int32_t> zero(n * kSegWordLengths, 0);
             m.Labels(plain.data(), n, labels, back, zero.data());
@@ -377,28 +357,8 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
             m.Labels(plain.data(), n, labels, back, words.data());
             SegViterbi<int32_t, int64_t>(plain.data(), n, transitions, generic, back, words.data());
             EXPECT_EQ(labels, generic) << vsgtest::Utf8(t);
-            auto total = [&](const std::vector<uint8_t> &l) {
-                int64_t sum = 0;
-                for (size_t i = 0; i < n; ++i) {
-                    sum += plain[i * kSegLabels + l[i]] + (i ? m.Transition(l[i - 1], l[i]) : 0);
-                    for (int len = 2; len <= kSegWordMax && static_cast<size_t>(len) <= i + 1; ++len)
-                        if (SegWordAt(l.data(), i, len)) sum += words[i * kSegWordLengths + len - 2];
-                }
-                return sum;
-            };
             if (n <= 5) {
-                // Every allowed sequence: none beats the search's.
-                size_t count = 1;
-                for (size_t i = 0; i < n; ++i) count *= kSegLabels;
-                std::vector<uint8_t> cur(n);
-                for (size_t code = 0; code < count; ++code) {
-                    for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
-                    bool ok = SegLabelOpens(cur[0]) && SegLabelCloses(cur[n - 1]);
-                    for (size_t i = 1; i < n && ok; ++i) ok = SegTransitionAllowed(cur[i - 1], cur[i]);
-                    if (ok) {
-                        EXPECT_LE(total(cur), total(labels)) << vsgtest::Utf8(t);
-                    }
-                }
+                EXPECT_EQ(labels, BruteForce(m, plain, n, words.data())) << vsgtest::Utf8(t);
             }
             // The cut follows the labels found with the word scores.
             std::vector<uint32_t> ends, fromLabels;
@@ -413,8 +373,7 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
     }
     // A model without word groups is written as the version before them.
     const float none[kSegLabels][kSegLabels] = {};
-    const std::string bare = EncodeSegModel({}, none);
-    EXPECT_EQ(bare[8], 3);
+    EXPECT_EQ(EncodeSegModel({}, none)[8], 3);
 }
 
 TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
