@@ -305,8 +305,10 @@ private:
 // 牛头山).
 inline constexpr char kUnitSuffixes[] = "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2";  // 省市县区乡镇
 
+inline constexpr GbCharSet kUnitSuffixSet{kUnitSuffixes};
+
 // Whether the character at p is one of kUnitSuffixes.
-inline bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
+inline bool UnitSuffix(const char *p) { return kUnitSuffixSet.Has(p); }
 
 // Last characters that make a word of two characters that the dictionary
 // lacks a place by themselves: of the corpus words of two characters that
@@ -316,6 +318,7 @@ inline bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 // 本镇). Words of three characters are left alone: those the cutter makes
 // on raw text are mostly its own mistakes (持有市, 基地县).
 inline constexpr char kPairUnitSuffixes[] = "\xcf\xd8\xd6\xdd";  // 县州
+inline constexpr GbCharSet kPairUnitSuffixSet{kPairUnitSuffixes};
 
 // One-character words that end a place name after an unknown stem (毛家 湾,
 // 赞皇 县): administrative units and features of the land.
@@ -324,7 +327,9 @@ inline constexpr char kStemSuffixes[] =
     "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
     "\xb8\xdb\xd6\xdd";                                                                   // 港州
 
-inline bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
+inline constexpr GbCharSet kStemSuffixSet{kStemSuffixes};
+
+inline bool StemSuffix(const char *word, size_t length) { return length == 2 && kStemSuffixSet.Has(word); }
 
 // Whether the core dictionary holds the GB word with a part-of-speech row.
 // The lexicon holds every such word but short person words, in a table the

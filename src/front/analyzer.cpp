@@ -556,6 +556,7 @@ namespace {
 // corpus starts with one.
 constexpr char kUnitPronouns[] =
     "\xb8\xc3\xb1\xbe\xb4\xcb\xd5\xe2\xc4\xc7\xb8\xf7\xc3\xbf\xc4\xb3\xc6\xe4\xce\xd2";  // 该本此这那各每某其我
+constexpr GbCharSet kUnitPronounSet{kUnitPronouns};
 
 }  // namespace
 
@@ -595,8 +596,8 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
         if (shared_.suffixedWords && s.first == s.last && !IsNameTag(s.tag) && untouched(s)) {
             const Item &a = items_[s.first];
             const char *w = gb.data() + a.start;
-            if (a.length == 4 && IsGb2312ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
-                !KnownWord(shared_, w, a.length) && !(shared_.pronounUnits && InGbList(kUnitPronouns, w))) {
+            if (a.length == 4 && IsGb2312ChineseText(w, a.length) && kPairUnitSuffixSet.Has(w + 2) &&
+                !KnownWord(shared_, w, a.length) && !(shared_.pronounUnits && kUnitPronounSet.Has(w))) {
                 s.tag = kPlaceTag;
             }
         }

@@ -292,6 +292,7 @@ namespace {
 // 59,942 names of the training corpus (persons, places, organisations,
 // other proper nouns, whole or bracketed) stands right before one.
 constexpr char kAspectParticles[] = "\xc1\xcb\xd7\xc5\xb9\xfd";  // 了着过
+constexpr GbCharSet kAspectParticleSet{kAspectParticles};
 
 }  // namespace
 
@@ -319,7 +320,7 @@ void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
         const Span &n = spans[i + 1];
         const Item &p = items_[n.first];
         bool cut = n.first == n.last && p.length == 2 && end.length == 2 && p.sentence == end.sentence &&
-                   p.start == end.start + end.length && InGbList(kAspectParticles, gb.data() + p.start);
+                   p.start == end.start + end.length && kAspectParticleSet.Has(gb.data() + p.start);
         for (size_t q = s.first; cut && q <= s.last; ++q) cut = items_[q].length == 2;
         return cut;
     };

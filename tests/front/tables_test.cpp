@@ -1,0 +1,33 @@
+// The tables the front end builds in place of list scans and searches give
+// exactly what the scans give.
+#include <gtest/gtest.h>
+
+#include "common/gb_lists.h"
+#include "front/analysis.h"
+#include "front/corpusview.h"
+
+namespace {
+
+// Every two-byte code, member or not, against the list scan, for the
+// character lists of the steps after the engine and two long lists.
+TEST(FrontTablesTest, CharacterSetsAnswerAsTheirLists) {
+    using vsg::front::GbCharSet;
+    using vsg::front::InGbList;
+    const char *lists[] = {vsg::front::kUnitSuffixes, vsg::front::kPairUnitSuffixes, vsg::front::kStemSuffixes,
+                           vsg::text::kForeignSetA, vsg::text::kForeignSetB};
+    for (const char *list : lists) {
+        const GbCharSet set(list);
+        size_t members = 0;
+        for (unsigned c = 0; c < 0x10000; ++c) {
+            const char p[2] = {static_cast<char>(c >> 8), static_cast<char>(c & 0xFF)};
+            ASSERT_EQ(set.Has(p), InGbList(list, p)) << std::hex << c;
+            members += set.Has(p);
+        }
+        EXPECT_GT(members, 1u);
+    }
+    EXPECT_TRUE(vsg::front::StemSuffix(vsg::front::kStemSuffixes + 2 * 12, 2));
+    EXPECT_FALSE(vsg::front::StemSuffix(vsg::front::kStemSuffixes, 4));
+    EXPECT_TRUE(vsg::front::UnitSuffix(vsg::front::kUnitSuffixes + 2 * 5));
+}
+
+}  // namespace
