@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -76,6 +75,45 @@ struct Shared {
     UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
     bool retagUnknown = true;   // VSGLEX_UNKNOWN_TAGS=0 (measurement switch): off
     double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
+};
+
+// An array grown in chunks of 2^kShift elements rather than by doubling: a
+// result of millions of words then needs its own size once here and once in
+// the result block, and, unlike a deque's small nodes, a chunk is allocated
+// once per thousand elements and an element is found with a shift and a mask.
+// Elements are left uninitialised until pushed.
+template <class T, unsigned kShift = 10>
+class ChunkedArray {
+public:
+    static constexpr size_t kChunk = size_t{1} << kShift;
+    void push_back(const T &value) {
+        if (next_ == end_) NewChunk();
+        *next_++ = value;
+        ++size_;
+    }
+    T &back() { return next_[-1]; }
+    T &operator[](size_t k) { return chunks_[k >> kShift][k & (kChunk - 1)]; }
+    size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    // Calls f(element) for every element in order.
+    template <class F>
+    void ForEach(F f) const {
+        for (size_t c = 0; c < chunks_.size(); ++c) {
+            const size_t n = c + 1 < chunks_.size() ? kChunk : size_ - c * kChunk;
+            const T *chunk = chunks_[c].get();
+            for (size_t k = 0; k < n; ++k) f(chunk[k]);
+        }
+    }
+
+private:
+    void NewChunk() {
+        chunks_.emplace_back(new T[kChunk]);
+        next_ = chunks_.back().get();
+        end_ = next_ + kChunk;
+    }
+    std::vector<std::unique_ptr<T[]>> chunks_;
+    T *next_ = nullptr, *end_ = nullptr;
+    size_t size_ = 0;
 };
 
 // One cut word handed to the engine.
@@ -247,14 +285,12 @@ private:
     SentenceSpan open_{0, 0};    // that sentence
     size_t openItems_ = 0;  // words of the open sentence so far
 
-    // Grown in chunks rather than by doubling: a result of millions of words
-    // then needs its own size once here and once in the result block.
     // Until Finish, a word's or piece's `text` holds the offset of its text
     // in texts_ (which moves as it grows).
-    std::deque<vsglex_word> words_;
+    ChunkedArray<vsglex_word> words_;
     std::string texts_;
-    std::deque<vsglex_sentence> sentences_;
-    std::deque<vsglex_part> parts_;  // corpus-granularity pieces of words
+    ChunkedArray<vsglex_sentence> sentences_;
+    ChunkedArray<vsglex_part> parts_;  // corpus-granularity pieces of words
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces
     std::vector<bool> pieceRuns_;      // ... and which of them are a name's characters joined
     std::vector<Piece> pieces_;        // the same

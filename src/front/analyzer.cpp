@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -677,18 +676,18 @@ inline vsglex_result *Analysis::Finish() {
     std::memcpy(p, texts_.data(), texts_.size());
     p[texts_.size()] = '\0';
     r->charset = charset_;
-    // Walked with iterators: indexing a deque divides at every step.
     vsglex_word *word = r->words;
-    for (const vsglex_word &w : words_) {
+    words_.ForEach([&](const vsglex_word &w) {
         *word = w;
         (word++)->text = p + reinterpret_cast<uintptr_t>(w.text);
-    }
-    std::copy(sentences_.begin(), sentences_.end(), r->sentences);
+    });
+    vsglex_sentence *sentence = r->sentences;
+    sentences_.ForEach([&](const vsglex_sentence &s) { *sentence++ = s; });
     vsglex_part *part = r->parts;
-    for (const vsglex_part &pt : parts_) {
+    parts_.ForEach([&](const vsglex_part &pt) {
         *part = pt;
         (part++)->text = p + reinterpret_cast<uintptr_t>(pt.text);
-    }
+    });
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
 }

@@ -2,6 +2,9 @@
 // exactly what the scans give.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <vector>
+
 #include "common/gb_lists.h"
 #include "front/analysis.h"
 #include "front/corpusview.h"
@@ -28,6 +31,32 @@ TEST(FrontTablesTest, CharacterSetsAnswerAsTheirLists) {
     EXPECT_TRUE(vsg::front::StemSuffix(vsg::front::kStemSuffixes + 2 * 12, 2));
     EXPECT_FALSE(vsg::front::StemSuffix(vsg::front::kStemSuffixes, 4));
     EXPECT_TRUE(vsg::front::UnitSuffix(vsg::front::kUnitSuffixes + 2 * 5));
+}
+
+// Elements across several chunks, read back by index and in order, and
+// changed through back() and by index.
+TEST(FrontTablesTest, ChunkedArrayKeepsElementsInOrder) {
+    vsg::front::ChunkedArray<uint64_t, 4> a;
+    EXPECT_TRUE(a.empty());
+    for (uint64_t k = 0; k < 100; ++k) {
+        a.push_back(k * 7);
+        a.back() += 1;
+    }
+    a[16] = 5;
+    ASSERT_EQ(a.size(), 100u);
+    std::vector<uint64_t> seen;
+    a.ForEach([&](uint64_t v) { seen.push_back(v); });
+    ASSERT_EQ(seen.size(), 100u);
+    for (uint64_t k = 0; k < 100; ++k) {
+        const uint64_t want = k == 16 ? 5 : k * 7 + 1;
+        EXPECT_EQ(seen[k], want);
+        EXPECT_EQ(a[k], want);
+    }
+    vsg::front::ChunkedArray<uint64_t, 4> full;  // exactly one chunk
+    for (uint64_t k = 0; k < 16; ++k) full.push_back(k);
+    size_t count = 0;
+    full.ForEach([&](uint64_t v) { EXPECT_EQ(v, count++); });
+    EXPECT_EQ(count, 16u);
 }
 
 }  // namespace
