@@ -4,9 +4,11 @@
 #ifndef VSGLEX_SRC_FRONT_ANALYSIS_H
 #define VSGLEX_SRC_FRONT_ANALYSIS_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -114,6 +116,40 @@ private:
     std::vector<std::unique_ptr<T[]>> chunks_;
     T *next_ = nullptr, *end_ = nullptr;
     size_t size_ = 0;
+};
+
+// A growing byte buffer whose appends are inlined (a string's append is a
+// call into the C++ library, made for every word of a result).
+class TextBuffer {
+public:
+    size_t size() const { return size_; }
+    const char *data() const { return data_.get(); }
+    char *data() { return data_.get(); }
+    // Appends n bytes left to the caller to write; returns where they start.
+    char *Extend(size_t n) {
+        if (n > capacity_ - size_) Grow(size_ + n);
+        char *p = data_.get() + size_;
+        size_ += n;
+        return p;
+    }
+    void Append(const char *p, size_t n) {
+        if (n > 0) std::memcpy(Extend(n), p, n);
+    }
+    void Append(const std::string &s) { Append(s.data(), s.size()); }
+    void PushBack(char c) { *Extend(1) = c; }
+    // Cuts the buffer to n bytes (n <= size()).
+    void Truncate(size_t n) { size_ = n; }
+
+private:
+    void Grow(size_t need) {
+        const size_t capacity = std::max({need, 2 * capacity_, size_t{4096}});
+        std::unique_ptr<char[]> grown(new char[capacity]);
+        if (size_ > 0) std::memcpy(grown.get(), data_.get(), size_);
+        data_ = std::move(grown);
+        capacity_ = capacity;
+    }
+    std::unique_ptr<char[]> data_;
+    size_t size_ = 0, capacity_ = 0;
 };
 
 // One cut word handed to the engine.
@@ -288,7 +324,7 @@ private:
     // Until Finish, a word's or piece's `text` holds the offset of its text
     // in texts_ (which moves as it grows).
     ChunkedArray<vsglex_word> words_;
-    std::string texts_;
+    TextBuffer texts_;
     ChunkedArray<vsglex_sentence> sentences_;
     ChunkedArray<vsglex_part> parts_;  // corpus-granularity pieces of words
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces

@@ -303,35 +303,44 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
     // was dropped or replaced.
     const char *orig = src_ + (offset - base_);
     const size_t at = texts_.size();
-    auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
-    if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= offset + length) &&
-        std::memchr(orig, '\0', length) == nullptr) {
-        texts_.append(orig, length);
-    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
-               (bad == invalid_.end() || *bad >= offset + length)) {
-        // Simplified for the analysis only: the word keeps the caller's characters.
-        GbToUtf8(orig, length, texts_);
+    const bool intact = invalid_.empty() || [&] {
+        auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
+        return bad == invalid_.end() || *bad >= offset + length;
+    }();
+    if (charset_ == VSGLEX_CHARSET_UTF8 && intact && (!work_.nul || std::memchr(orig, '\0', length) == nullptr)) {
+        texts_.Append(orig, length);
     } else {
-        GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+        thread_local std::string utf8;
+        utf8.clear();
+        if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 && intact) {
+            // Simplified for the analysis only: the word keeps the caller's characters.
+            GbToUtf8(orig, length, utf8);
+        } else {
+            GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, utf8);
+        }
+        texts_.Append(utf8);
     }
     // Pre-cut words that the engine joined (a name handed one character a
     // word) are written without the spaces that separated them.
     if ((flags_ & VSGLEX_PRECUT) != 0) {
+        char *t = texts_.data();
+        const size_t size = texts_.size();
         size_t to = at;
-        for (size_t from = at; from < texts_.size();) {
-            const unsigned char c = static_cast<unsigned char>(texts_[from]);
+        for (size_t from = at; from < size;) {
+            const unsigned char c = static_cast<unsigned char>(t[from]);
             const size_t skip = c <= 0x20 || c == 0x7F ? 1
-                                : texts_.compare(from, 3, "\xE3\x80\x80") == 0 ? 3  // ideographic space
-                                                                               : 0;
+                                : from + 3 <= size && std::memcmp(t + from, "\xE3\x80\x80", 3) == 0
+                                    ? 3  // ideographic space
+                                    : 0;
             if (skip > 0) {
                 from += skip;
                 continue;
             }
-            texts_[to++] = texts_[from++];
+            t[to++] = t[from++];
         }
-        texts_.resize(to);
+        texts_.Truncate(to);
     }
-    texts_.push_back('\0');
+    texts_.PushBack('\0');
 }
 
 void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag, const Span *parts,
@@ -673,7 +682,7 @@ inline vsglex_result *Analysis::Finish() {
     r->part_count = parts_.size();
     r->parts = parts_.empty() ? nullptr : reinterpret_cast<vsglex_part *>(p);
     p += partBytes;
-    std::memcpy(p, texts_.data(), texts_.size());
+    if (texts_.size() > 0) std::memcpy(p, texts_.data(), texts_.size());
     p[texts_.size()] = '\0';
     r->charset = charset_;
     vsglex_word *word = r->words;

@@ -177,6 +177,7 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
     // UTF-8 Chinese text shrinks (three bytes to two), GB18030 text keeps its
     // size; the writer grows when a text needs more.
     WorkWriter out(w, n + n / 4);
+    w.nul = false;
     const auto *u = reinterpret_cast<const unsigned char *>(src);
     size_t i = 0;
     if (charset == 3) std::call_once(g_bmpOnce, FillBmpTable);
@@ -190,6 +191,7 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
         if (c < 0x80) {
             // ASCII is the same in all three sets; NUL becomes a space so the
             // work text can be handed on as C strings.
+            if (c == 0) w.nul = true;
             out.PutAscii(c == 0 ? ' ' : static_cast<char>(c), s);
             ++i;
             continue;

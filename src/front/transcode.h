@@ -41,6 +41,7 @@ struct WorkText {
     std::string gb;    // GB18030 text; NUL bytes of the source become spaces
     Offsets srcStart;  // per work byte: offset of its source character
     Offsets srcEnd;    // per work byte: offset just past its source character
+    bool nul = false;  // the stretch held NUL bytes (made spaces here)
 };
 
 // Byte length of a valid UTF-8 character at s[0..n) (1 to 4), or 0 when the
