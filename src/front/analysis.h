@@ -159,6 +159,7 @@ struct Item {
     bool continues;    // a piece of the previous item's run (an over-long address or number)
     uint8_t name = 0;  // the cutter took it for a name's character: kNameFirst or kNameLater
     bool novel = false;  // two to four atoms, longer than every lexicon word starting at its first
+    bool ascii = true;   // may hold ASCII bytes (false: its run holds none, it is given to the engine as it is)
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };

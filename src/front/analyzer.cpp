@@ -213,12 +213,13 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
+    bool ascii = true;  // the run may hold ASCII bytes (known below for cut runs)
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
                     bool novel = false) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
         items_.push_back(
-            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence, user});
+            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, ascii, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -244,7 +245,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     const char *cutText = gb.data();
     const Atom *cutAtoms = atoms;
     const uint32_t runStart = atoms[0].start, runEnd = atoms[n - 1].start + atoms[n - 1].length;
-    bool ascii = false;
+    ascii = false;
     for (uint32_t i = runStart; i < runEnd && !ascii; ++i) ascii = static_cast<unsigned char>(gb[i]) < 0x80;
     if (ascii) {
         wideText_.resize(2 * (runEnd - runStart));
@@ -464,10 +465,15 @@ void Analysis::Flush() {
     for (size_t k = 0; k < n; ++k) {
         givenAt[k] = static_cast<uint32_t>(at);
         const char *word = gb.data() + items_[k].start;
-        size_t len = Widen(items_[k].start, items_[k].length, &given[at]);
-        if (len > kMaxAtomBytes) {
-            len = items_[k].length;
-            std::memcpy(&given[at], word, len);
+        size_t len = items_[k].length;
+        if (!items_[k].ascii) {
+            std::memcpy(&given[at], word, len);  // what Widen gives a word without ASCII
+        } else {
+            len = Widen(items_[k].start, items_[k].length, &given[at]);
+            if (len > kMaxAtomBytes) {
+                len = items_[k].length;
+                std::memcpy(&given[at], word, len);
+            }
         }
         at += len;
     }
