@@ -583,7 +583,7 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
     auto untouched = [&](const Span &s) { return !HoldsFixedItem(s) && s.split == 0 && s.partCount == 0; };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
-        Span s = spans[i];
+        Span &s = spans[i];  // retagged in place; moved down when words before were joined
         // A place word or a word the dictionary lacks, of two or three
         // characters, and a one-character place suffix after it, are one
         // place the corpus writes whole (板桥村, 毛家湾): the place
@@ -629,7 +629,8 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
                 continue;
             }
         }
-        spans[out++] = s;
+        if (out != i) spans[out] = s;
+        ++out;
     }
     spans.resize(out);
 }

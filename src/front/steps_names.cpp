@@ -259,6 +259,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         repeats_.push_back(best);
         i = best.last;
     }
+    if (repeats_.empty()) return;
     size_t out = 0, next = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         while (next < repeats_.size() && repeats_[next].first < i) ++next;
@@ -268,7 +269,8 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
             spans[out++] = Span{spans[r.first].first, spans[r.last].last, r.name->tag};
             i = r.last;
         } else {
-            spans[out++] = spans[i];
+            if (out != i) spans[out] = spans[i];
+            ++out;
         }
     }
     spans.resize(out);
@@ -372,7 +374,8 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
     };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
-        spans[out++] = spans[i];
+        if (out != i) spans[out] = spans[i];
+        ++out;
         const Span &title = spans[i];
         if (i + 2 >= spans.size()) continue;
         // Most words are turned down by the first character after them.
