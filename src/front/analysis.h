@@ -237,6 +237,7 @@ private:
                                 size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start);
     }
     bool HoldsFixedItem(const Span &s) const {
+        if (!fixedItems_) return false;
         for (size_t q = s.first; q <= s.last; ++q)
             if (items_[q].user != nullptr || items_[q].continues) return true;
         return false;
@@ -316,6 +317,7 @@ private:
     std::string wideText_;          // a run with ASCII in full width, for the cutter
     std::vector<Atom> wideAtoms_;   // its atoms
     std::vector<Item> items_;        // items of the pending batch
+    bool fixedItems_ = true;         // some item of the batch is a user word or a piece of an over-long run
     std::vector<uint32_t> cuts_;     // sentence starts within a line
     std::vector<uint32_t> closingQuotes_;  // work offsets of the ASCII double quotes that close, ascending
     bool sentenceOpen_ = false;  // a sentence was begun and not yet closed

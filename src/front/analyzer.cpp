@@ -501,6 +501,8 @@ void Analysis::Flush() {
         }
         return false;
     };
+    fixedItems_ = false;
+    for (size_t k = 0; k < n && !fixedItems_; ++k) fixedItems_ = items_[k].user != nullptr || items_[k].continues;
     // Words as spans of items; a piece of an over-long run joins the word
     // before it again.
     thread_local std::vector<Span> spans;
