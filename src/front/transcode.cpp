@@ -133,6 +133,55 @@ public:
         end_[at_] = s + 1;
         ++at_;
     }
+    // Converts the UTF-8 text u[i..n) from i while it is ASCII other than NUL
+    // and well-formed three-byte characters that have a GB18030 form, as long
+    // as the storage has room; returns where it stopped. What it leaves (any
+    // other character, a malformed sequence) the caller's general step takes.
+    // The state lives in locals here, so that the byte stores do not make
+    // the compiler reload it.
+    size_t Utf8Run(const unsigned char *u, size_t i, size_t n, const uint32_t *toGb, const uint8_t *gbLength) {
+        char *gb = gb_;
+        uint32_t *start = start_, *end = end_;
+        size_t at = at_;
+        const size_t last = capacity_ - 4;  // the writer always has room for one character
+        while (i < n && at <= last) {
+            const unsigned char c = u[i];
+            const uint32_t s = static_cast<uint32_t>(i);
+            if (c < 0x80) {
+                if (c == 0) break;
+                gb[at] = static_cast<char>(c);
+                start[at] = s;
+                end[at] = s + 1;
+                ++at;
+                ++i;
+                continue;
+            }
+            if ((c & 0xF0) != 0xE0 || n - i < 3) break;
+            const unsigned c1 = u[i + 1], c2 = u[i + 2];
+            if ((((c1 & 0xC0) ^ 0x80) | ((c2 & 0xC0) ^ 0x80)) != 0) break;
+            const uint32_t cp = ((c & 0x0Fu) << 12) | ((c1 & 0x3Fu) << 6) | (c2 & 0x3Fu);
+            // Overlong forms; the surrogates have no GB18030 form in the tables.
+            const size_t olen = cp >= 0x800 ? gbLength[cp] : 0;
+            if (olen == 0) break;
+            const uint32_t packed = toGb[cp];
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+            std::memcpy(gb + at, &packed, 4);  // first byte lowest: the bytes in order
+#else
+            for (size_t k = 0; k < 4; ++k) gb[at + k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
+#endif
+            // Two bytes (GB2312 and GBK), else four.
+            start[at] = start[at + 1] = s;
+            end[at] = end[at + 1] = s + 3;
+            if (olen > 2) {
+                start[at + 2] = start[at + 3] = s;
+                end[at + 2] = end[at + 3] = s + 3;
+            }
+            at += olen;
+            i += 3;
+        }
+        at_ = at;
+        return i;
+    }
     // Cuts the storage to what was written.
     void Finish() { SizeWork(w_, at_); }
 
@@ -186,6 +235,12 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
     const uint8_t *gbLength = simplify ? g_bmpSimpGbLength : g_bmpGbLength;
     while (i < n) {
         out.Reserve();
+        if (charset == 3) {
+            // Most of a text: runs of ASCII and three-byte characters.
+            i = out.Utf8Run(u, i, n, toGb, gbLength);
+            if (i >= n) break;
+            out.Reserve();
+        }
         unsigned char c = u[i];
         uint32_t s = static_cast<uint32_t>(i);
         if (c < 0x80) {
