@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/tagset.h"
+#include "front/gbcharset.h"
 #include "front/personwords.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"
@@ -120,28 +121,6 @@ inline double RowCount(const DictSRow &row) { return std::exp(static_cast<double
 // Whether the two-byte GB character at p is a member of the NUL-terminated
 // `list` of two-byte characters.
 bool InGbList(const char *list, const char *p);
-
-// The two-byte GB characters of a NUL-terminated list as a bitmap over their
-// codes, built at compile time: the steps after the engine ask for every
-// word whether it is one of a few characters, and a list scan costs a
-// comparison per member.
-class GbCharSet {
-public:
-    constexpr explicit GbCharSet(const char *list) {
-        for (; list[0] != '\0' && list[1] != '\0'; list += 2) {
-            const unsigned c = (static_cast<unsigned char>(list[0]) << 8) | static_cast<unsigned char>(list[1]);
-            bits_[c >> 6] |= uint64_t{1} << (c & 63);
-        }
-    }
-    // Whether the two-byte character at p is in the set (InGbList(list, p)).
-    bool Has(const char *p) const {
-        const unsigned c = (static_cast<unsigned char>(p[0]) << 8) | static_cast<unsigned char>(p[1]);
-        return (bits_[c >> 6] >> (c & 63)) & 1;
-    }
-
-private:
-    uint64_t bits_[1024] = {};
-};
 
 // Whether the two-byte GB character at p is one of the transliteration
 // characters (the general list or the second style's).

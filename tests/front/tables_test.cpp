@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "common/gb_lists.h"
 #include "front/analysis.h"
+#include "front/conventions.h"
 #include "front/corpusview.h"
 
 namespace {
@@ -31,6 +33,28 @@ TEST(FrontTablesTest, CharacterSetsAnswerAsTheirLists) {
     EXPECT_TRUE(vsg::front::StemSuffix(vsg::front::kStemSuffixes + 2 * 12, 2));
     EXPECT_FALSE(vsg::front::StemSuffix(vsg::front::kStemSuffixes, 4));
     EXPECT_TRUE(vsg::front::UnitSuffix(vsg::front::kUnitSuffixes + 2 * 5));
+}
+
+// The inline answer of the string class against the long way, for every
+// GB2312 Chinese character alone and before the endings of number and
+// time words (年, 十, digits) and a Latin letter.
+TEST(FrontTablesTest, StringClassShortcutAnswersAsTheLongWay) {
+    using vsg::front::ClassOfAnyString;
+    using vsg::front::ClassOfString;
+    const std::string endings[] = {"", "\xc4\xea", "\xca\xae", "\xa3\xb1\xa3\xb2", "12", "A"};  // 年 十 １２
+    size_t others = 0, classed = 0;
+    for (unsigned lead = 0xB0; lead <= 0xF7; ++lead) {
+        for (unsigned trail = 0xA1; trail <= 0xFE; ++trail) {
+            for (const std::string &ending : endings) {
+                const std::string word = std::string{static_cast<char>(lead), static_cast<char>(trail)} + ending;
+                const auto quick = ClassOfString(word.data(), word.size());
+                ASSERT_EQ(quick, ClassOfAnyString(word.data(), word.size())) << std::hex << lead << trail;
+                (quick == vsg::front::StringClass::kOther ? others : classed) += 1;
+            }
+        }
+    }
+    EXPECT_GT(classed, 10u);  // numerals and 第 lead classed words
+    EXPECT_GT(others, classed);
 }
 
 // Elements across several chunks, read back by index and in order, and
