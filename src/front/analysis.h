@@ -4,10 +4,11 @@
 #ifndef VSGLEX_SRC_FRONT_ANALYSIS_H
 #define VSGLEX_SRC_FRONT_ANALYSIS_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -78,6 +79,79 @@ struct Shared {
     double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
 };
 
+// An array grown in chunks of 2^kShift elements rather than by doubling: a
+// result of millions of words then needs its own size once here and once in
+// the result block, and, unlike a deque's small nodes, a chunk is allocated
+// once per thousand elements and an element is found with a shift and a mask.
+// Elements are left uninitialised until pushed.
+template <class T, unsigned kShift = 10>
+class ChunkedArray {
+public:
+    static constexpr size_t kChunk = size_t{1} << kShift;
+    void push_back(const T &value) {
+        if (next_ == end_) NewChunk();
+        *next_++ = value;
+        ++size_;
+    }
+    T &back() { return next_[-1]; }
+    T &operator[](size_t k) { return chunks_[k >> kShift][k & (kChunk - 1)]; }
+    size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    // Calls f(element) for every element in order.
+    template <class F>
+    void ForEach(F f) const {
+        for (size_t c = 0; c < chunks_.size(); ++c) {
+            const size_t n = c + 1 < chunks_.size() ? kChunk : size_ - c * kChunk;
+            const T *chunk = chunks_[c].get();
+            for (size_t k = 0; k < n; ++k) f(chunk[k]);
+        }
+    }
+
+private:
+    void NewChunk() {
+        chunks_.emplace_back(new T[kChunk]);
+        next_ = chunks_.back().get();
+        end_ = next_ + kChunk;
+    }
+    std::vector<std::unique_ptr<T[]>> chunks_;
+    T *next_ = nullptr, *end_ = nullptr;
+    size_t size_ = 0;
+};
+
+// A growing byte buffer whose appends are inlined (a string's append is a
+// call into the C++ library, made for every word of a result).
+class TextBuffer {
+public:
+    size_t size() const { return size_; }
+    const char *data() const { return data_.get(); }
+    char *data() { return data_.get(); }
+    // Appends n bytes left to the caller to write; returns where they start.
+    char *Extend(size_t n) {
+        if (n > capacity_ - size_) Grow(size_ + n);
+        char *p = data_.get() + size_;
+        size_ += n;
+        return p;
+    }
+    void Append(const char *p, size_t n) {
+        if (n > 0) std::memcpy(Extend(n), p, n);
+    }
+    void Append(const std::string &s) { Append(s.data(), s.size()); }
+    void PushBack(char c) { *Extend(1) = c; }
+    // Cuts the buffer to n bytes (n <= size()).
+    void Truncate(size_t n) { size_ = n; }
+
+private:
+    void Grow(size_t need) {
+        const size_t capacity = std::max({need, 2 * capacity_, size_t{4096}});
+        std::unique_ptr<char[]> grown(new char[capacity]);
+        if (size_ > 0) std::memcpy(grown.get(), data_.get(), size_);
+        data_ = std::move(grown);
+        capacity_ = capacity;
+    }
+    std::unique_ptr<char[]> data_;
+    size_t size_ = 0, capacity_ = 0;
+};
+
 // One cut word handed to the engine.
 struct Item {
     uint32_t start;    // in the work text
@@ -85,6 +159,7 @@ struct Item {
     bool continues;    // a piece of the previous item's run (an over-long address or number)
     uint8_t name = 0;  // the cutter took it for a name's character: kNameFirst or kNameLater
     bool novel = false;  // two to four atoms, longer than every lexicon word starting at its first
+    bool ascii = true;   // may hold ASCII bytes (false: its run holds none, it is given to the engine as it is)
     uint32_t sentence; // index in the result
     const UserDict::Entry *user = nullptr;  // the user word this is, if any
 };
@@ -162,6 +237,7 @@ private:
                                 size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start);
     }
     bool HoldsFixedItem(const Span &s) const {
+        if (!fixedItems_) return false;
         for (size_t q = s.first; q <= s.last; ++q)
             if (items_[q].user != nullptr || items_[q].continues) return true;
         return false;
@@ -241,20 +317,19 @@ private:
     std::string wideText_;          // a run with ASCII in full width, for the cutter
     std::vector<Atom> wideAtoms_;   // its atoms
     std::vector<Item> items_;        // items of the pending batch
+    bool fixedItems_ = true;         // some item of the batch is a user word or a piece of an over-long run
     std::vector<uint32_t> cuts_;     // sentence starts within a line
     std::vector<uint32_t> closingQuotes_;  // work offsets of the ASCII double quotes that close, ascending
     bool sentenceOpen_ = false;  // a sentence was begun and not yet closed
     SentenceSpan open_{0, 0};    // that sentence
     size_t openItems_ = 0;  // words of the open sentence so far
 
-    // Grown in chunks rather than by doubling: a result of millions of words
-    // then needs its own size once here and once in the result block.
     // Until Finish, a word's or piece's `text` holds the offset of its text
     // in texts_ (which moves as it grows).
-    std::deque<vsglex_word> words_;
-    std::string texts_;
-    std::deque<vsglex_sentence> sentences_;
-    std::deque<vsglex_part> parts_;  // corpus-granularity pieces of words
+    ChunkedArray<vsglex_word> words_;
+    TextBuffer texts_;
+    ChunkedArray<vsglex_sentence> sentences_;
+    ChunkedArray<vsglex_part> parts_;  // corpus-granularity pieces of words
     std::vector<uint32_t> pieceCuts_;  // working memory of a word's pieces
     std::vector<bool> pieceRuns_;      // ... and which of them are a name's characters joined
     std::vector<Piece> pieces_;        // the same
@@ -305,8 +380,10 @@ private:
 // 牛头山).
 inline constexpr char kUnitSuffixes[] = "\xca\xa1\xca\xd0\xcf\xd8\xc7\xf8\xcf\xe7\xd5\xf2";  // 省市县区乡镇
 
+inline constexpr GbCharSet kUnitSuffixSet{kUnitSuffixes};
+
 // Whether the character at p is one of kUnitSuffixes.
-inline bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
+inline bool UnitSuffix(const char *p) { return kUnitSuffixSet.Has(p); }
 
 // Last characters that make a word of two characters that the dictionary
 // lacks a place by themselves: of the corpus words of two characters that
@@ -316,6 +393,7 @@ inline bool UnitSuffix(const char *p) { return InGbList(kUnitSuffixes, p); }
 // 本镇). Words of three characters are left alone: those the cutter makes
 // on raw text are mostly its own mistakes (持有市, 基地县).
 inline constexpr char kPairUnitSuffixes[] = "\xcf\xd8\xd6\xdd";  // 县州
+inline constexpr GbCharSet kPairUnitSuffixSet{kPairUnitSuffixes};
 
 // One-character words that end a place name after an unknown stem (毛家 湾,
 // 赞皇 县): administrative units and features of the land.
@@ -324,7 +402,9 @@ inline constexpr char kStemSuffixes[] =
     "\xba\xd3\xbd\xad\xba\xfe\xcd\xe5\xb5\xba\xc9\xbd\xc1\xeb\xb7\xe5\xcf\xbf\xcf\xaa"  // 河江湖湾岛山岭峰峡溪
     "\xb8\xdb\xd6\xdd";                                                                   // 港州
 
-inline bool StemSuffix(const char *word, size_t length) { return length == 2 && InGbList(kStemSuffixes, word); }
+inline constexpr GbCharSet kStemSuffixSet{kStemSuffixes};
+
+inline bool StemSuffix(const char *word, size_t length) { return length == 2 && kStemSuffixSet.Has(word); }
 
 // Whether the core dictionary holds the GB word with a part-of-speech row.
 // The lexicon holds every such word but short person words, in a table the

@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -214,12 +213,13 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     }
     open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
+    bool ascii = true;  // the run may hold ASCII bytes (known below for cut runs)
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
                     bool novel = false) {  // atoms [a, b)
         uint32_t s = atoms[a].start;
         uint32_t e = atoms[b - 1].start + atoms[b - 1].length;
         items_.push_back(
-            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, sentence, user});
+            Item{s, static_cast<uint16_t>(e - s), atoms[a].continuesPrevious, name, novel, ascii, sentence, user});
         // A very long sentence is handed on chunk by chunk.
         if (++openItems_ % kEngineChunk == 0 && items_.size() >= kBatchItems) Flush();
     };
@@ -245,7 +245,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
     const char *cutText = gb.data();
     const Atom *cutAtoms = atoms;
     const uint32_t runStart = atoms[0].start, runEnd = atoms[n - 1].start + atoms[n - 1].length;
-    bool ascii = false;
+    ascii = false;
     for (uint32_t i = runStart; i < runEnd && !ascii; ++i) ascii = static_cast<unsigned char>(gb[i]) < 0x80;
     if (ascii) {
         wideText_.resize(2 * (runEnd - runStart));
@@ -304,35 +304,44 @@ void Analysis::AppendText(uint32_t gbStart, uint32_t gbEnd, uint64_t offset, uin
     // was dropped or replaced.
     const char *orig = src_ + (offset - base_);
     const size_t at = texts_.size();
-    auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
-    if (charset_ == VSGLEX_CHARSET_UTF8 && (bad == invalid_.end() || *bad >= offset + length) &&
-        std::memchr(orig, '\0', length) == nullptr) {
-        texts_.append(orig, length);
-    } else if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 &&
-               (bad == invalid_.end() || *bad >= offset + length)) {
-        // Simplified for the analysis only: the word keeps the caller's characters.
-        GbToUtf8(orig, length, texts_);
+    const bool intact = invalid_.empty() || [&] {
+        auto bad = std::lower_bound(invalid_.begin(), invalid_.end(), offset);
+        return bad == invalid_.end() || *bad >= offset + length;
+    }();
+    if (charset_ == VSGLEX_CHARSET_UTF8 && intact && (!work_.nul || std::memchr(orig, '\0', length) == nullptr)) {
+        texts_.Append(orig, length);
     } else {
-        GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, texts_);
+        thread_local std::string utf8;
+        utf8.clear();
+        if (charset_ == VSGLEX_CHARSET_GB18030 && (flags_ & VSGLEX_T2S) != 0 && intact) {
+            // Simplified for the analysis only: the word keeps the caller's characters.
+            GbToUtf8(orig, length, utf8);
+        } else {
+            GbToUtf8(work_.gb.data() + gbStart, gbEnd - gbStart, utf8);
+        }
+        texts_.Append(utf8);
     }
     // Pre-cut words that the engine joined (a name handed one character a
     // word) are written without the spaces that separated them.
     if ((flags_ & VSGLEX_PRECUT) != 0) {
+        char *t = texts_.data();
+        const size_t size = texts_.size();
         size_t to = at;
-        for (size_t from = at; from < texts_.size();) {
-            const unsigned char c = static_cast<unsigned char>(texts_[from]);
+        for (size_t from = at; from < size;) {
+            const unsigned char c = static_cast<unsigned char>(t[from]);
             const size_t skip = c <= 0x20 || c == 0x7F ? 1
-                                : texts_.compare(from, 3, "\xE3\x80\x80") == 0 ? 3  // ideographic space
-                                                                               : 0;
+                                : from + 3 <= size && std::memcmp(t + from, "\xE3\x80\x80", 3) == 0
+                                    ? 3  // ideographic space
+                                    : 0;
             if (skip > 0) {
                 from += skip;
                 continue;
             }
-            texts_[to++] = texts_[from++];
+            t[to++] = t[from++];
         }
-        texts_.resize(to);
+        texts_.Truncate(to);
     }
-    texts_.push_back('\0');
+    texts_.PushBack('\0');
 }
 
 void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, int32_t headTag, const Span *parts,
@@ -456,10 +465,15 @@ void Analysis::Flush() {
     for (size_t k = 0; k < n; ++k) {
         givenAt[k] = static_cast<uint32_t>(at);
         const char *word = gb.data() + items_[k].start;
-        size_t len = Widen(items_[k].start, items_[k].length, &given[at]);
-        if (len > kMaxAtomBytes) {
-            len = items_[k].length;
-            std::memcpy(&given[at], word, len);
+        size_t len = items_[k].length;
+        if (!items_[k].ascii) {
+            std::memcpy(&given[at], word, len);  // what Widen gives a word without ASCII
+        } else {
+            len = Widen(items_[k].start, items_[k].length, &given[at]);
+            if (len > kMaxAtomBytes) {
+                len = items_[k].length;
+                std::memcpy(&given[at], word, len);
+            }
         }
         at += len;
     }
@@ -487,6 +501,8 @@ void Analysis::Flush() {
         }
         return false;
     };
+    fixedItems_ = false;
+    for (size_t k = 0; k < n && !fixedItems_; ++k) fixedItems_ = items_[k].user != nullptr || items_[k].continues;
     // Words as spans of items; a piece of an over-long run joins the word
     // before it again.
     thread_local std::vector<Span> spans;
@@ -556,6 +572,7 @@ namespace {
 // corpus starts with one.
 constexpr char kUnitPronouns[] =
     "\xb8\xc3\xb1\xbe\xb4\xcb\xd5\xe2\xc4\xc7\xb8\xf7\xc3\xbf\xc4\xb3\xc6\xe4\xce\xd2";  // 该本此这那各每某其我
+constexpr GbCharSet kUnitPronounSet{kUnitPronouns};
 
 }  // namespace
 
@@ -568,7 +585,7 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
     auto untouched = [&](const Span &s) { return !HoldsFixedItem(s) && s.split == 0 && s.partCount == 0; };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
-        Span s = spans[i];
+        Span &s = spans[i];  // retagged in place; moved down when words before were joined
         // A place word or a word the dictionary lacks, of two or three
         // characters, and a one-character place suffix after it, are one
         // place the corpus writes whole (板桥村, 毛家湾): the place
@@ -595,8 +612,8 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
         if (shared_.suffixedWords && s.first == s.last && !IsNameTag(s.tag) && untouched(s)) {
             const Item &a = items_[s.first];
             const char *w = gb.data() + a.start;
-            if (a.length == 4 && IsGb2312ChineseText(w, a.length) && InGbList(kPairUnitSuffixes, w + 2) &&
-                !KnownWord(shared_, w, a.length) && !(shared_.pronounUnits && InGbList(kUnitPronouns, w))) {
+            if (a.length == 4 && IsGb2312ChineseText(w, a.length) && kPairUnitSuffixSet.Has(w + 2) &&
+                !KnownWord(shared_, w, a.length) && !(shared_.pronounUnits && kUnitPronounSet.Has(w))) {
                 s.tag = kPlaceTag;
             }
         }
@@ -614,7 +631,8 @@ inline __attribute__((always_inline)) void Analysis::JoinPlaceCompounds(std::vec
                 continue;
             }
         }
-        spans[out++] = s;
+        if (out != i) spans[out] = s;
+        ++out;
     }
     spans.resize(out);
 }
@@ -673,21 +691,21 @@ inline vsglex_result *Analysis::Finish() {
     r->part_count = parts_.size();
     r->parts = parts_.empty() ? nullptr : reinterpret_cast<vsglex_part *>(p);
     p += partBytes;
-    std::memcpy(p, texts_.data(), texts_.size());
+    if (texts_.size() > 0) std::memcpy(p, texts_.data(), texts_.size());
     p[texts_.size()] = '\0';
     r->charset = charset_;
-    // Walked with iterators: indexing a deque divides at every step.
     vsglex_word *word = r->words;
-    for (const vsglex_word &w : words_) {
+    words_.ForEach([&](const vsglex_word &w) {
         *word = w;
         (word++)->text = p + reinterpret_cast<uintptr_t>(w.text);
-    }
-    std::copy(sentences_.begin(), sentences_.end(), r->sentences);
+    });
+    vsglex_sentence *sentence = r->sentences;
+    sentences_.ForEach([&](const vsglex_sentence &s) { *sentence++ = s; });
     vsglex_part *part = r->parts;
-    for (const vsglex_part &pt : parts_) {
+    parts_.ForEach([&](const vsglex_part &pt) {
         *part = pt;
         (part++)->text = p + reinterpret_cast<uintptr_t>(pt.text);
-    }
+    });
     if (!invalid_.empty()) std::memcpy(r->invalid_offsets, invalid_.data(), invalidBytes);
     return r;
 }

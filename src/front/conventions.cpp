@@ -445,7 +445,15 @@ struct OneCharClasses {
 
 }  // namespace
 
-StringClass ClassOfString(const char *text, size_t length) {
+constexpr GbCharSet NumberOpeners() {
+    GbCharSet set("");
+    for (const Numeral &n : kNumerals) set.Add(n.gb);
+    set.Add(kDi);
+    return set;
+}
+extern const GbCharSet kNumberOpeners = NumberOpeners();
+
+StringClass ClassOfAnyString(const char *text, size_t length) {
     const auto *p = reinterpret_cast<const unsigned char *>(text);
     if (length == 0) return StringClass::kOther;
     // Most words start with a Chinese character that is no numeral.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "front/atoms.h"
+#include "front/gbcharset.h"
 
 namespace vsg::front {
 
@@ -47,8 +48,21 @@ enum class StringClass : uint8_t {
     kAddress,  // a web or e-mail address
 };
 
-// Class of the GB word text[0..length).
-StringClass ClassOfString(const char *text, size_t length);
+// Class of the GB word text[0..length), the long way.
+StringClass ClassOfAnyString(const char *text, size_t length);
+
+// The Chinese numerals and 第: of the GB2312 Chinese characters (rows
+// B0-F7), the only ones a word of a class other than kOther starts with.
+extern const GbCharSet kNumberOpeners;
+
+// Class of the GB word text[0..length). Most words start with a GB2312
+// Chinese character that opens no number: they are answered here, inline.
+inline StringClass ClassOfString(const char *text, size_t length) {
+    const auto *p = reinterpret_cast<const unsigned char *>(text);
+    if (length >= 2 && p[0] >= 0xB0 && p[0] <= 0xF7 && p[1] >= 0xA1 && p[1] <= 0xFE && !kNumberOpeners.Has(text))
+        return StringClass::kOther;
+    return ClassOfAnyString(text, length);
+}
 
 // Tag numbers (lines of the part-of-speech map) the retagging uses, found
 // by their names in the loaded map.

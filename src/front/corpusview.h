@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/tagset.h"
+#include "front/gbcharset.h"
 #include "front/personwords.h"
 #include "vsglex/engine.h"
 #include "vsglex/model.h"

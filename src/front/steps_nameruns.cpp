@@ -21,8 +21,8 @@ namespace vsg::front {
 // end as many plain words (每镇, 债市) as places.
 bool Analysis::SuffixedPlaceRun(const char *w, size_t chars) const {
     const char *end = w + 2 * chars - 2;
-    if (chars == 2) return InGbList(kPairUnitSuffixes, end) && !UnitSuffix(w);
-    if (!UnitSuffix(end) && !InGbList(kPairUnitSuffixes, end)) return false;
+    if (chars == 2) return kPairUnitSuffixSet.Has(end) && !UnitSuffix(w);
+    if (!UnitSuffix(end) && !kPairUnitSuffixSet.Has(end)) return false;
     const int32_t stem = CoreWordTag(&shared_.engine->models(), w, 2 * chars - 2);
     return stem < 0 || IsPlaceTag(stem);
 }

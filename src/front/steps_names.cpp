@@ -259,6 +259,7 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
         repeats_.push_back(best);
         i = best.last;
     }
+    if (repeats_.empty()) return;
     size_t out = 0, next = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         while (next < repeats_.size() && repeats_[next].first < i) ++next;
@@ -268,7 +269,8 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
             spans[out++] = Span{spans[r.first].first, spans[r.last].last, r.name->tag};
             i = r.last;
         } else {
-            spans[out++] = spans[i];
+            if (out != i) spans[out] = spans[i];
+            ++out;
         }
     }
     spans.resize(out);
@@ -292,6 +294,7 @@ namespace {
 // 59,942 names of the training corpus (persons, places, organisations,
 // other proper nouns, whole or bracketed) stands right before one.
 constexpr char kAspectParticles[] = "\xc1\xcb\xd7\xc5\xb9\xfd";  // 了着过
+constexpr GbCharSet kAspectParticleSet{kAspectParticles};
 
 }  // namespace
 
@@ -319,7 +322,7 @@ void Analysis::EndNamesBeforeParticles(std::vector<Span> &spans) {
         const Span &n = spans[i + 1];
         const Item &p = items_[n.first];
         bool cut = n.first == n.last && p.length == 2 && end.length == 2 && p.sentence == end.sentence &&
-                   p.start == end.start + end.length && InGbList(kAspectParticles, gb.data() + p.start);
+                   p.start == end.start + end.length && kAspectParticleSet.Has(gb.data() + p.start);
         for (size_t q = s.first; cut && q <= s.last; ++q) cut = items_[q].length == 2;
         return cut;
     };
@@ -371,7 +374,8 @@ void Analysis::NameAfterTitles(std::vector<Span> &spans) {
     };
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
-        spans[out++] = spans[i];
+        if (out != i) spans[out] = spans[i];
+        ++out;
         const Span &title = spans[i];
         if (i + 2 >= spans.size()) continue;
         // Most words are turned down by the first character after them.

@@ -90,7 +90,8 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
             }
         }
         if (best == i) {
-            spans[out++] = spans[i];
+            if (out != i) spans[out] = spans[i];
+            ++out;
             continue;
         }
         Span joined{spans[i].first, spans[best].last, kPlaceTag};

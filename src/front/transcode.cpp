@@ -85,17 +85,119 @@ void FillSimplifiedTable() {
     }
 }
 
-// Appends one work character of `len` bytes standing for source bytes
-// [s, e) of the stretch.
-inline void Emit(WorkText &w, const char *bytes, size_t len, uint32_t s, uint32_t e) {
-    // A character is one to four bytes: element by element is cheaper than
-    // the general range insertions.
-    for (size_t k = 0; k < len; ++k) {
-        w.gb.push_back(bytes[k]);
-        w.srcStart.push_back(s);
-        w.srcEnd.push_back(e);
-    }
+// Sizes the work text's storage to `capacity` bytes.
+__attribute__((noinline)) void SizeWork(WorkText &w, size_t capacity) {
+    w.gb.resize(capacity);
+    w.srcStart.resize(capacity);
+    w.srcEnd.resize(capacity);
 }
+
+// Writes the work text and its offsets through pointers into storage sized
+// ahead: a character adds at most four bytes, so one capacity check per
+// character replaces three per byte.
+class WorkWriter {
+public:
+    WorkWriter(WorkText &w, size_t expected) : w_(w) {
+        w_.gb.clear();
+        w_.srcStart.clear();
+        w_.srcEnd.clear();
+        Grow(expected + 4);
+    }
+    // Room for one more character.
+    void Reserve() {
+        if (at_ + 4 > capacity_) Grow(2 * capacity_);
+    }
+    // Appends one work character of `len` (1 to 4) bytes standing for source
+    // bytes [s, e) of the stretch; Reserve first.
+    void Put(const char *bytes, size_t len, uint32_t s, uint32_t e) {
+        for (size_t k = 0; k < len; ++k) {
+            gb_[at_ + k] = bytes[k];
+            start_[at_ + k] = s;
+            end_[at_ + k] = e;
+        }
+        at_ += len;
+    }
+    // The same for `len` bytes packed first byte lowest; four are written,
+    // those past `len` are overwritten by the next character or cut off.
+    void PutPacked(uint32_t packed, size_t len, uint32_t s, uint32_t e) {
+        for (size_t k = 0; k < 4; ++k) {
+            gb_[at_ + k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
+            start_[at_ + k] = s;
+            end_[at_ + k] = e;
+        }
+        at_ += len;
+    }
+    void PutAscii(char c, uint32_t s) {
+        gb_[at_] = c;
+        start_[at_] = s;
+        end_[at_] = s + 1;
+        ++at_;
+    }
+    // Converts the UTF-8 text u[i..n) from i while it is ASCII other than NUL
+    // and well-formed three-byte characters that have a GB18030 form, as long
+    // as the storage has room; returns where it stopped. What it leaves (any
+    // other character, a malformed sequence) the caller's general step takes.
+    // The state lives in locals here, so that the byte stores do not make
+    // the compiler reload it.
+    size_t Utf8Run(const unsigned char *u, size_t i, size_t n, const uint32_t *toGb, const uint8_t *gbLength) {
+        char *gb = gb_;
+        uint32_t *start = start_, *end = end_;
+        size_t at = at_;
+        const size_t last = capacity_ - 4;  // the writer always has room for one character
+        while (i < n && at <= last) {
+            const unsigned char c = u[i];
+            const uint32_t s = static_cast<uint32_t>(i);
+            if (c < 0x80) {
+                if (c == 0) break;
+                gb[at] = static_cast<char>(c);
+                start[at] = s;
+                end[at] = s + 1;
+                ++at;
+                ++i;
+                continue;
+            }
+            if ((c & 0xF0) != 0xE0 || n - i < 3) break;
+            const unsigned c1 = u[i + 1], c2 = u[i + 2];
+            if ((((c1 & 0xC0) ^ 0x80) | ((c2 & 0xC0) ^ 0x80)) != 0) break;
+            const uint32_t cp = ((c & 0x0Fu) << 12) | ((c1 & 0x3Fu) << 6) | (c2 & 0x3Fu);
+            // Overlong forms; the surrogates have no GB18030 form in the tables.
+            const size_t olen = cp >= 0x800 ? gbLength[cp] : 0;
+            if (olen == 0) break;
+            const uint32_t packed = toGb[cp];
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+            std::memcpy(gb + at, &packed, 4);  // first byte lowest: the bytes in order
+#else
+            for (size_t k = 0; k < 4; ++k) gb[at + k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
+#endif
+            // Two bytes (GB2312 and GBK), else four.
+            start[at] = start[at + 1] = s;
+            end[at] = end[at + 1] = s + 3;
+            if (olen > 2) {
+                start[at + 2] = start[at + 3] = s;
+                end[at + 2] = end[at + 3] = s + 3;
+            }
+            at += olen;
+            i += 3;
+        }
+        at_ = at;
+        return i;
+    }
+    // Cuts the storage to what was written.
+    void Finish() { SizeWork(w_, at_); }
+
+private:
+    void Grow(size_t capacity) {
+        capacity_ = capacity;
+        SizeWork(w_, capacity_);
+        gb_ = w_.gb.data();
+        start_ = w_.srcStart.data();
+        end_ = w_.srcEnd.data();
+    }
+    WorkText &w_;
+    size_t at_ = 0, capacity_ = 0;
+    char *gb_ = nullptr;
+    uint32_t *start_ = nullptr, *end_ = nullptr;
+};
 
 }  // namespace
 
@@ -121,58 +223,67 @@ bool IsValidUtf8(const char *s, size_t n) {
 
 void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector<uint64_t> &invalid,
                 uint64_t base, bool simplify) {
-    w.gb.clear();
-    w.srcStart.clear();
-    w.srcEnd.clear();
-    w.gb.reserve(n + n / 4);
-    w.srcStart.reserve(n + n / 4);
-    w.srcEnd.reserve(n + n / 4);
+    // UTF-8 Chinese text shrinks (three bytes to two), GB18030 text keeps its
+    // size; the writer grows when a text needs more.
+    WorkWriter out(w, n + n / 4);
+    w.nul = false;
     const auto *u = reinterpret_cast<const unsigned char *>(src);
-    char out[24];
     size_t i = 0;
     if (charset == 3) std::call_once(g_bmpOnce, FillBmpTable);
     if (simplify && charset != 2) std::call_once(g_simpOnce, FillSimplifiedTable);
     const uint32_t *toGb = simplify ? g_bmpToSimpGb : g_bmpToGb;
     const uint8_t *gbLength = simplify ? g_bmpSimpGbLength : g_bmpGbLength;
     while (i < n) {
+        out.Reserve();
+        if (charset == 3) {
+            // Most of a text: runs of ASCII and three-byte characters.
+            i = out.Utf8Run(u, i, n, toGb, gbLength);
+            if (i >= n) break;
+            out.Reserve();
+        }
         unsigned char c = u[i];
         uint32_t s = static_cast<uint32_t>(i);
         if (c < 0x80) {
             // ASCII is the same in all three sets; NUL becomes a space so the
             // work text can be handed on as C strings.
-            char b = c == 0 ? ' ' : static_cast<char>(c);
-            Emit(w, &b, 1, s, s + 1);
+            if (c == 0) w.nul = true;
+            out.PutAscii(c == 0 ? ' ' : static_cast<char>(c), s);
             ++i;
             continue;
         }
         size_t len = 0;
         if (charset == 3) {
             uint32_t cp = 0;
-            len = Utf8CharLength(u + i, n - i, &cp);
+            if (c >= 0xE0 && c <= 0xEF && n - i >= 3 && (u[i + 1] & 0xC0) == 0x80 && (u[i + 2] & 0xC0) == 0x80) {
+                // Three bytes, the form of Chinese text: decoded here, with
+                // Utf8CharLength's checks (overlong forms, surrogates).
+                cp = ((c & 0x0Fu) << 12) | ((u[i + 1] & 0x3Fu) << 6) | (u[i + 2] & 0x3Fu);
+                len = cp >= 0x800 && (cp < 0xD800 || cp > 0xDFFF) ? 3 : 0;
+            } else {
+                len = Utf8CharLength(u + i, n - i, &cp);
+            }
             if (len > 0) {
-                size_t olen = 0;
                 if (cp < 0x10000) {
-                    uint32_t packed = toGb[cp];
-                    olen = gbLength[cp];
-                    for (size_t k = 0; k < olen; ++k) out[k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
+                    const size_t olen = gbLength[cp];
+                    if (olen == 0) len = 0;
+                    else out.PutPacked(toGb[cp], olen, s, static_cast<uint32_t>(i + len));
                 } else {
-                    std::memset(out, 0, 8);
-                    int32_t r = _T_UnicodeToGB18030(cp, out);
-                    olen = r > 0 && r <= 4 ? static_cast<size_t>(r) : 0;
+                    char bytes[8] = {0};
+                    int32_t r = _T_UnicodeToGB18030(cp, bytes);
+                    if (r > 0 && r <= 4) out.Put(bytes, static_cast<size_t>(r), s, static_cast<uint32_t>(i + len));
+                    else len = 0;
                 }
-                if (olen == 0) len = 0;
-                else Emit(w, out, olen, s, static_cast<uint32_t>(i + len));
             }
         } else if (charset == 2) {
             // Copy the character into a padded buffer so the decoder never
             // reads past the caller's bytes.
             char in[4] = {static_cast<char>(c), i + 1 < n ? static_cast<char>(u[i + 1]) : '\0', 0, 0};
-            std::memset(out, 0, sizeof out);
-            uint32_t used = _T_TranslateCode(in, T_CHARSET_BIG5, out, T_CHARSET_GB18030, T_CODE_STRICT, nullptr);
-            size_t olen = std::strlen(out);
+            char bytes[24] = {0};
+            uint32_t used = _T_TranslateCode(in, T_CHARSET_BIG5, bytes, T_CHARSET_GB18030, T_CODE_STRICT, nullptr);
+            size_t olen = std::strlen(bytes);
             if (used >= 1 && used <= 2 && i + used <= n && olen > 0 && olen <= 4) {
                 len = used;
-                Emit(w, out, olen, s, static_cast<uint32_t>(i + len));
+                out.Put(bytes, olen, s, static_cast<uint32_t>(i + len));
             }
         } else {
             size_t clen = GbCharLength(u, i, n);
@@ -183,14 +294,10 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
                 uint32_t cp = _T_GB18030ToUnicode(in, &dlen);
                 if (cp != 0 && dlen == clen) {
                     len = clen;
-                    if (simplify && cp < 0x10000 && g_bmpKind[cp] == 1) {
-                        uint32_t packed = g_bmpToSimpGb[cp];
-                        size_t olen = g_bmpSimpGbLength[cp];
-                        for (size_t k = 0; k < olen; ++k) out[k] = static_cast<char>((packed >> (8 * k)) & 0xFF);
-                        Emit(w, out, olen, s, static_cast<uint32_t>(i + len));
-                    } else {
-                        Emit(w, src + i, clen, s, static_cast<uint32_t>(i + len));
-                    }
+                    if (simplify && cp < 0x10000 && g_bmpKind[cp] == 1)
+                        out.PutPacked(g_bmpToSimpGb[cp], g_bmpSimpGbLength[cp], s, static_cast<uint32_t>(i + len));
+                    else
+                        out.Put(src + i, clen, s, static_cast<uint32_t>(i + len));
                 }
             }
         }
@@ -201,6 +308,7 @@ void ToWorkText(const char *src, size_t n, int charset, WorkText &w, std::vector
             i += len;
         }
     }
+    out.Finish();
 }
 
 namespace {

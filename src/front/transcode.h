@@ -5,16 +5,43 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace vsg::front {
 
+// An allocator whose elements are left uninitialised when a vector grows
+// without a value (resize): the conversion sizes its offset arrays ahead and
+// writes every element it keeps, so zeroing them first is wasted work.
+template <class T>
+struct UninitAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UninitAllocator<U>;
+    };
+    UninitAllocator() = default;
+    template <class U>
+    UninitAllocator(const UninitAllocator<U> &) noexcept {}
+    template <class U>
+    void construct(U *p) noexcept(std::is_nothrow_default_constructible<U>::value) {
+        ::new (static_cast<void *>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U *p, Args &&...args) {
+        ::new (static_cast<void *>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
 // The work text of one stretch of the caller's text.
 struct WorkText {
-    std::string gb;                 // GB18030 text; NUL bytes of the source become spaces
-    std::vector<uint32_t> srcStart; // per work byte: offset of its source character
-    std::vector<uint32_t> srcEnd;   // per work byte: offset just past its source character
+    using Offsets = std::vector<uint32_t, UninitAllocator<uint32_t>>;
+    std::string gb;    // GB18030 text; NUL bytes of the source become spaces
+    Offsets srcStart;  // per work byte: offset of its source character
+    Offsets srcEnd;    // per work byte: offset just past its source character
+    bool nul = false;  // the stretch held NUL bytes (made spaces here)
 };
 
 // Byte length of a valid UTF-8 character at s[0..n) (1 to 4), or 0 when the

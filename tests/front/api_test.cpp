@@ -159,6 +159,13 @@ TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
     EXPECT_STREQ(r->parts[r->words[5].part_first + 3].text, "电台");
     EXPECT_EQ(r->parts[r->words[5].part_first + 3].offset, names.find("电台"));
     vsglex_result_free(r);
+    // NUL bytes separate as spaces do, and the word's text leaves them out.
+    const std::string nuls("江\0泽\0民 会见 了 克 林 顿 。", 38);
+    ASSERT_EQ(vsglex_analyze(handle_, nuls.data(), nuls.size(), VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT, &r), VSGLEX_OK);
+    ASSERT_GE(r->word_count, 1u);
+    EXPECT_STREQ(r->words[0].text, "江泽民");
+    EXPECT_EQ(r->words[0].length, 11u);
+    vsglex_result_free(r);
 
     std::string bad = "我们\xFF在北京。\n\xC3\n见面";
     Out v = Analyze(bad, VSGLEX_CHARSET_UTF8);

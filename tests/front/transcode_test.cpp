@@ -2,11 +2,13 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "front/transcode.h"
 #include "support/support.h"
+#include "vsglex/charset.h"
 
 namespace {
 
@@ -97,6 +99,80 @@ TEST(TranscodeTest, InvalidBytesAreSkippedAndListed) {
     EXPECT_TRUE(vsg::front::IsValidUtf8("中文", 6));
     EXPECT_FALSE(vsg::front::IsValidUtf8(gbBad.data(), gbBad.size()));
     EXPECT_FALSE(vsg::front::IsValidUtf8("\xED\xA0\x80", 3));  // a surrogate
+}
+
+// Every code point of the Basic Multilingual Plane in one UTF-8 text (the
+// surrogates as the three bytes that would encode them), then sequences
+// that only look like three-byte characters: converted at once, each
+// character must give its own GB18030 bytes and the offsets of its UTF-8
+// bytes, or be listed as invalid byte by byte. Characters of two UTF-8 bytes
+// and four GB18030 bytes make the work text twice the size of the text.
+TEST(TranscodeTest, EveryCharacterAsConvertedAlone) {
+    std::string text;
+    std::vector<uint32_t> starts;
+    for (uint32_t cp = 0x80; cp < 0x10000; ++cp) {
+        starts.push_back(static_cast<uint32_t>(text.size()));
+        if (cp < 0x800) {
+            text += static_cast<char>(0xC0 | (cp >> 6));
+        } else {
+            text += static_cast<char>(0xE0 | (cp >> 12));
+            text += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        }
+        text += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+    const size_t wellFormed = text.size();
+    text += "\xE0\x80\x80\xE0\x9F\xBF";  // overlong forms
+    text += "\xE4\xB8\x41\xE4\x41";      // a continuation byte missing
+    text += "\xE4\xB8";                    // cut off by the end
+
+    std::vector<uint64_t> invalid;
+    WorkText w;
+    vsg::front::ToWorkText(text.data(), text.size(), 3, w, invalid, 7);
+    ASSERT_EQ(w.srcStart.size(), w.gb.size());
+    ASSERT_EQ(w.srcEnd.size(), w.gb.size());
+
+    std::string gb;
+    std::vector<uint32_t> srcStart, srcEnd;
+    std::vector<uint64_t> bad;
+    for (size_t k = 0; k < starts.size(); ++k) {
+        const uint32_t cp = 0x80 + static_cast<uint32_t>(k);
+        const uint32_t end = k + 1 < starts.size() ? starts[k + 1] : static_cast<uint32_t>(wellFormed);
+        char bytes[8] = {0};
+        const int32_t len = cp >= 0xD800 && cp <= 0xDFFF ? 0 : _T_UnicodeToGB18030(cp, bytes);
+        if (len <= 0) {
+            for (uint32_t b = starts[k]; b < end; ++b) bad.push_back(7 + b);
+            continue;
+        }
+        for (int32_t b = 0; b < len; ++b) {
+            gb += bytes[b];
+            srcStart.push_back(starts[k]);
+            srcEnd.push_back(end);
+        }
+    }
+    // Past the well-formed part: every byte but the two letters is invalid.
+    for (size_t b = wellFormed; b < text.size(); ++b) {
+        if (text[b] == 'A') {
+            gb += 'A';
+            srcStart.push_back(static_cast<uint32_t>(b));
+            srcEnd.push_back(static_cast<uint32_t>(b + 1));
+        } else {
+            bad.push_back(7 + b);
+        }
+    }
+    EXPECT_EQ(w.gb, gb);
+    EXPECT_EQ(std::vector<uint32_t>(w.srcStart.begin(), w.srcStart.end()), srcStart);
+    EXPECT_EQ(std::vector<uint32_t>(w.srcEnd.begin(), w.srcEnd.end()), srcEnd);
+    EXPECT_EQ(invalid, bad);
+
+    // The two-byte characters alone nearly double in size: the storage grows.
+    const std::string twoByte = text.substr(0, starts[0x800 - 0x80]);
+    const size_t gbBytes = static_cast<size_t>(
+        std::count_if(srcStart.begin(), srcStart.end(), [&](uint32_t s) { return s < twoByte.size(); }));
+    ASSERT_GT(gbBytes, twoByte.size() + twoByte.size() / 4 + 4);
+    vsg::front::ToWorkText(twoByte.data(), twoByte.size(), 3, w, invalid, 0);
+    EXPECT_EQ(w.gb, gb.substr(0, gbBytes));
+    EXPECT_EQ(std::vector<uint32_t>(w.srcEnd.begin(), w.srcEnd.end()),
+              std::vector<uint32_t>(srcEnd.begin(), srcEnd.begin() + static_cast<std::ptrdiff_t>(gbBytes)));
 }
 
 }  // namespace
