@@ -1,6 +1,5 @@
 // The person words the training text writes as one token, for the raw-text
 // front end's corpus view (front/personwords.h).
-#include <cstdio>
 #include <map>
 
 #include "steps.h"
@@ -28,13 +27,7 @@ bool WritePersonWords(const std::vector<std::vector<Unit>> &all, const std::vect
     const std::string bytes = vsg::front::EncodePersonWords(CountPersonWords(all));
     for (const std::string &dir : dirs) {
         const std::string path = dir + "/" + vsg::front::kPersonWordsFile;
-        std::FILE *f = std::fopen(path.c_str(), "wb");
-        bool ok = f != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-        if (f != nullptr && std::fclose(f) != 0) ok = false;
-        if (!ok) {
-            *error = "cannot write " + path;
-            return false;
-        }
+        if (!WriteText(path, bytes, error)) return false;
     }
     return true;
 }

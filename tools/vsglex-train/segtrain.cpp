@@ -418,13 +418,7 @@ bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOpt
             std::remove(path.c_str());
             continue;
         }
-        std::FILE *f = std::fopen(path.c_str(), "wb");
-        bool ok = f != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-        if (f != nullptr && std::fclose(f) != 0) ok = false;
-        if (!ok) {
-            *error = "cannot write " + path;
-            return false;
-        }
+        if (!WriteText(path, bytes, error)) return false;
     }
     return true;
 }

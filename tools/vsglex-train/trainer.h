@@ -212,6 +212,9 @@ struct TrainSummary {
 
 // Whether the options leave out a paragraph of date `date` (YYYYMMDD).
 bool ExcludedDay(const TrainOptions &opt, int32_t date);
+// Writes `bytes` to `path` (replacing it); false with "cannot write PATH"
+// in `error` when it cannot be written whole.
+bool WriteText(const std::string &path, const std::string &bytes, std::string *error);
 
 // Trains from paragraphs and writes the model set into `outDir` (created if
 // missing). Returns false with a message in `error` when writing fails.

@@ -11,6 +11,18 @@
 
 namespace vsgtrain {
 
+bool WriteText(const std::string &path, const std::string &bytes, std::string *error) {
+    FILE *fp = std::fopen(path.c_str(), "wb");
+    if (fp == nullptr) {
+        *error = "cannot write " + path;
+        return false;
+    }
+    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), fp) == bytes.size();
+    ok = std::fclose(fp) == 0 && ok;
+    if (!ok) *error = "cannot write " + path;
+    return ok;
+}
+
 namespace {
 
 using vsg::kOrgClass;
@@ -22,18 +34,6 @@ std::string FloatText(float v) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.9g", static_cast<double>(v));
     return buf;
-}
-
-bool WriteText(const std::string &path, const std::string &bytes, std::string *error) {
-    FILE *fp = std::fopen(path.c_str(), "wb");
-    if (fp == nullptr) {
-        *error = "cannot write " + path;
-        return false;
-    }
-    bool ok = std::fwrite(bytes.data(), 1, bytes.size(), fp) == bytes.size();
-    ok = std::fclose(fp) == 0 && ok;
-    if (!ok) *error = "cannot write " + path;
-    return ok;
 }
 
 bool EnsureDir(const std::string &dir, std::string *error) {
