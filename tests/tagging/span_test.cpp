@@ -24,6 +24,12 @@ using vsgtest::WordArray;
 
 namespace {
 
+// Gives slot k of `span` the word "wK".
+void NameSlot(CSpan *span, int k) {
+    const std::string w = "w" + std::to_string(k);
+    vsg::tagging::SetSlotWord(span, static_cast<uint32_t>(k), w.data(), w.size());
+}
+
 struct SpanDeleter {
     void operator()(CSpan *s) const { CSpan_delete(s); }
 };
@@ -79,7 +85,7 @@ TEST(SpanViterbi, MatchesExhaustiveSearch) {
         tagsOf[0] = {span->cand[0][0]};
         own[0] = {span->Score(0)[0]};
         for (int k = 1; k < slots; ++k) {
-            snprintf(span->word[k], sizeof span->word[k], "w%d", k);
+            NameSlot(span.get(), k);
             const int n = (k == slots - 1) ? 1 : 1 + static_cast<int>(rng() % 4);
             for (int j = 0; j < n; ++j) {
                 span->cand[k][j] = static_cast<uint8_t>(rng() % tags);
@@ -136,7 +142,7 @@ TEST(SpanViterbi, TiesNaNAndDeadEnds) {
     ContextModel model(10, 0.0, 1.0);
     SpanPtr span = NewSpan(0, model);
     auto setRow = [&](int k, std::vector<int> tags) {
-        snprintf(span->word[k], sizeof span->word[k], "w%d", k);
+        NameSlot(span.get(), k);
         for (size_t j = 0; j < tags.size(); ++j) {
             span->cand[k][j] = static_cast<uint8_t>(tags[j]);
             span->Score(k)[j] = 0.0;
@@ -616,7 +622,7 @@ TEST(SpanViterbi, WideRowsGiveThePlainPassResults) {
             }
             for (CSpan *span : {plain.get(), wide.get()}) {
                 span->cand[k][n] = kNoTag;
-                snprintf(span->word[k], sizeof span->word[k], "w%d", k);
+                NameSlot(span, k);
             }
         }
         CSpan_GetBestPOS0(plain.get());
