@@ -236,6 +236,13 @@ private:
         return std::string_view(work_.gb.data() + items_[s.first].start,
                                 size_t{items_[s.last].start} + items_[s.last].length - items_[s.first].start);
     }
+    // The characters of items first..last without what lies between them
+    // (the separating spaces of pre-cut text), copied into `buffer`.
+    std::string_view ItemChars(size_t first, size_t last, std::string &buffer) const {
+        buffer.clear();
+        for (size_t q = first; q <= last; ++q) buffer.append(work_.gb, items_[q].start, items_[q].length);
+        return buffer;
+    }
     bool HoldsFixedItem(const Span &s) const {
         if (!fixedItems_) return false;
         for (size_t q = s.first; q <= s.last; ++q)

@@ -384,10 +384,7 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         // character a word): the pieces of their text without it, placed
         // back on the words' bytes below.
         const bool spaced = (flags_ & VSGLEX_PRECUT) != 0 && last > first;
-        if (spaced) {
-            compact_.clear();
-            for (size_t q = first; q <= last; ++q) compact_.append(work_.gb, items_[q].start, items_[q].length);
-        }
+        if (spaced) ItemChars(first, last, compact_);
         const char *pieceText = spaced ? compact_.data() : gb;
         const size_t pieceLength = spaced ? compact_.size() : gbEnd - gbStart;
         pieceCuts_.clear();
@@ -978,17 +975,28 @@ const vsg::front::Lexicon *vsg::front::LexiconOf(const vsglex_handle *handle) {
     return handle != nullptr ? &handle->shared->lexicon : nullptr;
 }
 
+namespace {
+
+// Path of the optional model file `name` in `dir`; empty when the set has
+// none (an older model set).
+std::string OptionalFile(const std::string &dir, const char *name) {
+    std::string path = dir;
+    if (!path.empty() && path.back() != '/') path += '/';
+    path += name;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return std::string();
+    return path;
+}
+
+}  // namespace
+
 bool vsg::front::LoadPersonWords(const std::string &dir, PersonWords &words, std::string *error) {
     words = PersonWords();
     // Measurement switch: VSGLEX_PERSON_WORDS=0 cuts every person name.
     const char *use = std::getenv("VSGLEX_PERSON_WORDS");
     if (use != nullptr && *use != '\0' && std::atoi(use) == 0) return true;
-    std::string path = dir;
-    if (!path.empty() && path.back() != '/') path += '/';
-    path += kPersonWordsFile;
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
-    return words.Load(path, error);
+    const std::string path = OptionalFile(dir, kPersonWordsFile);
+    return path.empty() || words.Load(path, error);
 }
 
 const vsg::front::SegModel *vsg::front::SegModelOf(const vsglex_handle *handle) {
@@ -999,11 +1007,7 @@ bool vsg::front::LoadCutterModel(const std::string &dir, SegModel &model, std::s
     model = SegModel();
     const char *cutter = std::getenv("VSGLEX_CUTTER");
     if (cutter != nullptr && std::strcmp(cutter, "dict") == 0) return true;
-    std::string path = dir;
-    if (!path.empty() && path.back() != '/') path += '/';
-    path += kSegModelFile;
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0 && errno == ENOENT) return true;  // an older model set
-    return model.Load(path, error);
+    const std::string path = OptionalFile(dir, kSegModelFile);
+    return path.empty() || model.Load(path, error);
 }
 

@@ -191,14 +191,8 @@ void Analysis::RepeatNames(std::vector<Span> &spans) {
     // and a run of mentions may have spaces between its words.
     const bool precut = (flags_ & VSGLEX_PRECUT) != 0;
     std::string compact;
-    auto nameText = [&](const Span &s) -> std::string_view {
-        if (!precut || s.first == s.last) return SpanText(s);
-        compact.clear();
-        for (size_t q = s.first; q <= s.last; ++q) compact.append(work_.gb, items_[q].start, items_[q].length);
-        return compact;
-    };
     for (const Span &s : spans) {
-        const std::string_view name = nameText(s);
+        const std::string_view name = precut && s.first != s.last ? ItemChars(s.first, s.last, compact) : SpanText(s);
         if (!IsPersonTag(s.tag) || !RememberedName(name.data(), name.size())) continue;
         RememberedPerson &r = RememberName(name);
         r.tag = s.tag;

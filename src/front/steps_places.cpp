@@ -120,8 +120,7 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         if (!IsPlaceTag(s.tag)) continue;
         // The place's characters: in pre-cut text a place the engine made
         // of one-character words spans the spaces between them.
-        t.clear();
-        for (size_t q = s.first; q <= s.last; ++q) t.append(gb, items_[q].start, items_[q].length);
+        ItemChars(s.first, s.last, t);
         if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
         if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
         placeFirsts_[GbCharKey(t.data())] = true;

@@ -11,6 +11,21 @@
 #include "evaluate.h"
 #include "model/model_set.h"
 
+namespace {
+
+// Writes `lines` to `path`, one a line; says so on stderr when it cannot.
+bool WriteLines(const std::string &path, const std::vector<std::string> &lines) {
+    FILE *f = std::fopen(path.c_str(), "w");
+    if (f == nullptr) {
+        std::fprintf(stderr, "vsglex-eval: cannot write %s\n", path.c_str());
+        return false;
+    }
+    for (const std::string &line : lines) std::fprintf(f, "%s\n", line.c_str());
+    return std::fclose(f) == 0;
+}
+
+}  // namespace
+
 int main(int argc, char **argv) {
     int32_t from = 0, to = 0;
     size_t examples = 0, confusions = 0;
@@ -63,24 +78,9 @@ int main(int argc, char **argv) {
     } else {
         r = vsgeval::Evaluate(&engine->models(), paragraphs, examples, nullptr, !posErrorFile.empty(), r.nameList);
     }
-    if (!posErrorFile.empty()) {
-        FILE *f = std::fopen(posErrorFile.c_str(), "w");
-        if (f == nullptr) {
-            std::fprintf(stderr, "vsglex-eval: cannot write %s\n", posErrorFile.c_str());
-            return 1;
-        }
-        for (const std::string &line : r.posErrors) std::fprintf(f, "%s\n", line.c_str());
-        std::fclose(f);
-    }
-    if (!nameFile.empty()) {
-        FILE *f = std::fopen(nameFile.c_str(), "w");
-        if (f == nullptr) {
-            std::fprintf(stderr, "vsglex-eval: cannot write %s\n", nameFile.c_str());
-            return 1;
-        }
-        for (const std::string &line : r.nameLines) std::fprintf(f, "%s\n", line.c_str());
-        std::fclose(f);
-    }
+    if ((!posErrorFile.empty() && !WriteLines(posErrorFile, r.posErrors)) ||
+        (!nameFile.empty() && !WriteLines(nameFile, r.nameLines)))
+        return 1;
     std::printf("paragraphs %lld (output text differs from input in %lld)\n", static_cast<long long>(r.paragraphs),
                 static_cast<long long>(r.misaligned));
     std::printf("part-of-speech accuracy %.4f (%lld of %lld words that match a gold word)\n",
