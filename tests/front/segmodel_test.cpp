@@ -426,6 +426,125 @@ TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
     EXPECT_EQ(a[1].key, b[1].key);  // no word starts at the second atom
 }
 
+// Code of a two-byte character.
+unsigned CodeOf(const std::string &gb) {
+    return (static_cast<unsigned char>(gb[0]) << 8) | static_cast<unsigned char>(gb[1]);
+}
+
+TEST(SegModelTest, ProfileFeaturesScoreAsTrainedAndDamagedTablesAreRefused) {
+    std::mt19937 rng(11);
+    const Lexicon lex = SmallLexicon();
+    const std::vector<std::string> pieces = Pieces();
+    // Profiles for most Chinese pieces; the others stay rare.
+    std::vector<uint8_t> table(0x10000, kSegProfileRare);
+    uint8_t next = kSegProfileFirst;
+    for (size_t i = 0; i < pieces.size(); ++i)
+        if (pieces[i].size() == 2 && static_cast<unsigned char>(pieces[i][0]) >= 0xB0 && i % 3 != 2)
+            table[CodeOf(pieces[i])] = next++;
+    std::vector<std::string> texts;
+    for (int i = 0; i < 150; ++i) {
+        std::string t;
+        for (size_t k = 1 + rng() % 8; k > 0; --k) t += pieces[rng() % pieces.size()];
+        texts.push_back(t);
+    }
+    std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
+    float trans[kSegLabels][kSegLabels] = {};
+    std::string good;
+    // All five profile features, and an odd number of them.
+    for (uint32_t mask : {0x1Fu, 0x0Bu}) {
+        std::vector<SegGroup> groups;
+        std::vector<uint64_t> seen;
+        std::vector<Atom> atoms;
+        std::vector<WordMarks> marks;
+        std::vector<uint64_t> ids;
+        std::vector<uint8_t> prof;
+        std::vector<std::vector<SegFeature>> features;
+        for (const std::string &t : texts) {
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            marks.resize(atoms.size());
+            lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
+            prof.resize(atoms.size() + 2);
+            SegAtomProfiles(t.data(), atoms.data(), atoms.size(), table.data(), prof.data());
+            features.emplace_back();
+            SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features.back(), prof.data(), mask);
+            for (const SegFeature &f : features.back()) {
+                if (std::find(seen.begin(), seen.end(), f.key) != seen.end()) continue;
+                seen.push_back(f.key);
+                if (rng() % 8 == 0) continue;
+                SegGroup g{f.key, std::vector<float>(kSegTemplateRows[SegKeyTemplate(f.key)] * kSegLabels)};
+                for (float &w : g.weights) w = weight(rng);
+                groups.push_back(g);
+            }
+        }
+        const std::string bytes = EncodeSegModel(groups, trans, mask, &table);
+        SegModel m;
+        std::string error;
+        ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+        EXPECT_EQ(m.ProfileMask(), mask);
+        EXPECT_EQ(m.ProfileTable(), table);
+        // The cutter's own path finds the profile features the trainer made.
+        CutScratch scratch;
+        std::vector<int32_t> plain;
+        for (size_t i = 0; i < texts.size(); ++i) {
+            const std::string &t = texts[i];
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            m.Score(t.data(), atoms.data(), atoms.size(), lex, scratch);
+            m.ScoreFeatures(features[i], atoms.size(), plain);
+            ASSERT_EQ(scratch.score, plain) << vsgtest::Utf8(t) << " mask " << mask;
+        }
+        good = bytes;
+    }
+
+    // The profile table: [mask][count][code, profile]... at the file's end.
+    auto load = [](const std::string &bytes, std::string *error) {
+        SegModel m;
+        const bool ok = m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), error);
+        EXPECT_EQ(ok, m.Loaded());
+        return ok;
+    };
+    auto resum = [](std::string *bad) {
+        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad->data()) + kSegHeaderBytes,
+                                   bad->size() - kSegHeaderBytes);
+        std::memcpy(&(*bad)[kSegHeaderBytes - 8], &sum, 8);
+    };
+    uint32_t count = 0;
+    for (uint8_t p : table) count += p != kSegProfileRare;
+    const size_t at = good.size() - 3 * count - 8;
+    std::string error;
+    ASSERT_TRUE(load(good, &error)) << error;
+    for (size_t len : {at, at + 4, at + 8, good.size() - 1}) {
+        EXPECT_FALSE(load(good.substr(0, len), &error)) << len;
+        EXPECT_NE(error.find("truncated"), std::string::npos) << len << ": " << error;
+    }
+    struct Damage {
+        size_t offset;  // from the start of the profile section
+        uint8_t value;
+        const char *reason;
+    } damages[] = {{0, 0, "profile table header"},        // no profile feature
+                   {0, 0xFF, "profile table header"},     // unknown features
+                   {6, 0xFF, "profile table header"},     // count beyond every character
+                   {8 + 2, 1, "profile table entry 0"},   // profile below the counted ones
+                   {8 + 1, 0x20, "profile table entry 0"},  // no Chinese character
+                   {8 + 3 + 1, 0x81, "profile table entry 1"}};  // codes not ascending
+    for (const Damage &d : damages) {
+        std::string bad = good;
+        if (d.offset == 0) std::memset(&bad[at], 0, 4);
+        bad[at + d.offset] = static_cast<char>(d.value);
+        resum(&bad);
+        EXPECT_FALSE(load(bad, &error)) << d.offset;
+        EXPECT_NE(error.find(d.reason), std::string::npos) << d.offset << ": " << error;
+    }
+    // A profile feature in a file of a version without profiles.
+    std::string older = good.substr(0, at);
+    const uint32_t four = 4;
+    std::memcpy(&older[8], &four, 4);
+    resum(&older);
+    EXPECT_FALSE(load(older, &error));
+    EXPECT_NE(error.find("bad feature slot"), std::string::npos) << error;
+}
+
 std::string SmallModelBytes() {
     std::vector<SegGroup> groups;
     for (uint64_t v = 1; v <= 50; ++v) {
