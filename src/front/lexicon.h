@@ -69,7 +69,6 @@ struct CutScratch {
     std::vector<int32_t> wordScore;
     std::vector<uint8_t> path;
     std::vector<uint8_t> labels;
-    std::vector<uint8_t> profiles;
 };
 
 // A read-only word lexicon with costs; safe to share between threads.

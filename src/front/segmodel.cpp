@@ -110,24 +110,6 @@ inline uint64_t FeatureKey(SegTemplate t, uint64_t a, uint64_t b) {
     return (h & ~uint64_t{15}) | static_cast<uint64_t>(t);
 }
 
-// Key of a profile feature of variant `v` (SegProfileFeature).
-inline uint64_t ProfileKey(uint32_t v, uint64_t a, uint64_t b) {
-    return FeatureKey(kSegProfile, a, (uint64_t{v} << 32) | b);
-}
-
-// The profile feature keys of variants in `mask` of an atom with key `id`
-// and profiles pp, pc, pn of the atoms before, at and after it, in variant
-// order.
-inline size_t ProfileKeys(uint32_t mask, uint64_t id, uint64_t pp, uint64_t pc, uint64_t pn, uint64_t *out) {
-    size_t k = 0;
-    if (mask & (1u << kProfPrevCur)) out[k++] = ProfileKey(kProfPrevCur, pp << 8 | pc, 0);
-    if (mask & (1u << kProfCurNext)) out[k++] = ProfileKey(kProfCurNext, pc << 8 | pn, 0);
-    if (mask & (1u << kProfTriple)) out[k++] = ProfileKey(kProfTriple, pp << 16 | pc << 8 | pn, 0);
-    if (mask & (1u << kProfAtomNext)) out[k++] = ProfileKey(kProfAtomNext, id, pn);
-    if (mask & (1u << kProfPrevAtom)) out[k++] = ProfileKey(kProfPrevAtom, id, pp);
-    return k;
-}
-
 // Keys of the positions before and after a run.
 constexpr uint64_t kPadIds[4] = {0x5EC0000000000001ull, 0x5EC0000000000002ull, 0x5EC0000000000003ull,
                                  0x5EC0000000000004ull};
@@ -162,19 +144,13 @@ inline uint64_t WordCostKey(size_t length, uint8_t endCost) {
 // 280  u64      checksum of everything after the header
 // 288  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
-// Version 5 (a model with character profiles) then has
-//      u32      the profile features used (bit v: SegProfileFeature v)
-//      u32      m, the characters with a profile
-//      m x (u16 character code, u8 profile), codes ascending
 // A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 // Version 4 holds word features (kSegWord, kSegWordCost); a model without
-// them is written as version 3, which has none. Version 5 holds profile
-// features and the profile table (and may hold word features). Version 2
-// had six labels (no name labels), version 1 four.
-constexpr uint32_t kVersionProfiles = 5;
+// them is written as version 3, which has none. Version 2 had six labels
+// (no name labels), version 1 four.
 constexpr uint32_t kVersion = 4;
 constexpr uint32_t kVersionNoWords = 3;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
@@ -226,47 +202,8 @@ uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, s
 
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) { return FeatureKey(t, a, b); }
 
-uint8_t SegProfileOf(const uint32_t (&uses)[kSegCharUses], int scheme, uint32_t minCount) {
-    uint32_t total = 0;
-    for (uint32_t u : uses) total += u;
-    if (total == 0 || total < minCount) return kSegProfileRare;
-    double share[kSegCharUses];
-    for (int u = 0; u < kSegCharUses; ++u) share[u] = static_cast<double>(uses[u]) / total;
-    uint32_t id = 0;
-    if (scheme == 1) {
-        // The most frequent use (the first on a tie) and how dominant it is.
-        int top = 0;
-        for (int u = 1; u < kSegCharUses; ++u)
-            if (share[u] > share[top]) top = u;
-        const uint32_t bin = share[top] < 0.6 ? 0 : share[top] < 0.9 ? 1 : 2;
-        id = static_cast<uint32_t>(top) * 3 + bin;
-    } else if (scheme == 2) {
-        // Which uses make at least a fifth.
-        for (int u = 0; u < kSegCharUses; ++u) id = id * 2 + (share[u] >= 0.2 ? 1 : 0);
-    } else {
-        // Each use absent or rare, common, or the main use.
-        for (int u = 0; u < kSegCharUses; ++u) id = id * 3 + (share[u] < 0.1 ? 0 : share[u] < 0.5 ? 1 : 2);
-    }
-    return static_cast<uint8_t>(kSegProfileFirst + id);
-}
-static_assert(kSegProfileFirst + 243 <= 256, "profiles of three bins per use fit in a byte");
-
-void SegAtomProfiles(const char *text, const Atom *atoms, size_t n, const uint8_t *table, uint8_t *out) {
-    out[0] = out[n + 1] = 1 + kClassPad;
-    for (size_t k = 0; k < n; ++k) {
-        const Atom &a = atoms[k];
-        if (a.kind == AtomKind::kHan && a.length == 2) {
-            const unsigned code = (static_cast<unsigned char>(text[a.start]) << 8) |
-                                  static_cast<unsigned char>(text[a.start + 1]);
-            out[k + 1] = table != nullptr ? table[code] : kSegProfileRare;
-        } else {
-            out[k + 1] = static_cast<uint8_t>(1 + AtomClass(text, a));
-        }
-    }
-}
-
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
-                 std::vector<SegFeature> &out, const uint8_t *profiles, uint32_t profileMask) {
+                 std::vector<SegFeature> &out) {
     out.clear();
     if (n == 0) return;
     // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1.
@@ -303,11 +240,6 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
         out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
-        if (profiles != nullptr && profileMask != 0) {
-            uint64_t keys[kSegProfileFeatures];
-            const size_t nk = ProfileKeys(profileMask, id[j], profiles[k], profiles[k + 1], profiles[k + 2], keys);
-            for (size_t i = 0; i < nk; ++i) out.push_back({keys[i], p});
-        }
     }
 }
 
@@ -336,9 +268,7 @@ void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMa
         }
 }
 
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           uint32_t profileMask, const std::vector<uint8_t> *profiles) {
-    const bool withProfiles = profileMask != 0 && profiles != nullptr && profiles->size() == 0x10000;
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
     std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
     float top = 0.0f;
     for (const SegGroup &g : groups)
@@ -355,7 +285,6 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     for (const SegGroup &g : groups) {
         size_t rows = kSegTemplateRows[SegKeyTemplate(g.key) % kSegTemplates];
         if (g.weights.size() != rows * kSegLabels) continue;
-        if (SegKeyTemplate(g.key) == kSegProfile && !withProfiles) continue;
         std::vector<int16_t> q(g.weights.size());
         bool any = false;
         for (size_t i = 0; i < q.size(); ++i) any |= (q[i] = quant(g.weights[i])) != 0;
@@ -383,22 +312,11 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     payload.reserve(slots.size() * 8 + weights.size() * 2);
     for (uint64_t s : slots) Put(payload, s);
     for (int16_t w : weights) Put(payload, w);
-    if (withProfiles) {
-        Put(payload, profileMask);
-        uint32_t m = 0;
-        for (uint8_t p : *profiles) m += p != kSegProfileRare;
-        Put(payload, m);
-        for (uint32_t c = 0; c < 0x10000; ++c)
-            if ((*profiles)[c] != kSegProfileRare) {
-                Put(payload, static_cast<uint16_t>(c));
-                Put(payload, (*profiles)[c]);
-            }
-    }
 
     bool words = false;
     for (const auto &kv : kept) words |= SegWordTemplate(SegKeyTemplate(kv.first));
     std::string out(kMagic, sizeof kMagic);
-    Put(out, withProfiles ? kVersionProfiles : words ? kVersion : kVersionNoWords);
+    Put(out, words ? kVersion : kVersionNoWords);
     Put(out, bits);
     Put(out, static_cast<uint32_t>(weights.size()));
     Put(out, kFeatureSet);
@@ -423,8 +341,8 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     uint32_t version = Get<uint32_t>(data + 8);
-    if (version != kVersion && version != kVersionNoWords && version != kVersionProfiles) {
-        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersionProfiles) +
+    if (version != kVersion && version != kVersionNoWords) {
+        *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) +
                  "; made by an older vsglex-train, retrain the model set)";
         return false;
     }
@@ -444,22 +362,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     const size_t nSlots = size_t{1} << bits;
-    size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
-    // The profile section: its mask and size, then three bytes a character.
-    uint32_t profileMask = 0, nProfiles = 0;
-    if (version == kVersionProfiles) {
-        if (size < expected + 8) {
-            *error = "truncated (" + std::to_string(size) + " bytes, no profile table)";
-            return false;
-        }
-        profileMask = Get<uint32_t>(data + expected);
-        nProfiles = Get<uint32_t>(data + expected + 4);
-        if (profileMask == 0 || profileMask >= (1u << kSegProfileFeatures) || nProfiles > 0x10000) {
-            *error = "bad profile table header";
-            return false;
-        }
-        expected += 8 + size_t{nProfiles} * 3;
-    }
+    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
     if (size != expected) {
         *error = (size < expected ? "truncated (" : "trailing bytes (") + std::to_string(size) + " bytes, expected " +
                  std::to_string(expected) + ")";
@@ -495,8 +398,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         uint32_t fp = static_cast<uint32_t>(s >> 32);
         uint32_t offset = static_cast<uint32_t>(s);
         uint32_t t = fp & 15u;
-        if (t == 0 || t > kSegTemplates || (version == kVersionNoWords && SegWordTemplate(static_cast<int>(t) - 1)) ||
-            (version != kVersionProfiles && t - 1 == kSegProfile)) {
+        if (t == 0 || t > kSegTemplates || (version == kVersionNoWords && SegWordTemplate(static_cast<int>(t) - 1))) {
             *this = SegModel();
             *error = "bad feature slot (template " + std::to_string(t) + ")";
             return false;
@@ -522,24 +424,6 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
     if (nWeights > 0)
         std::memcpy(weights_.data() + kZeroRows * kSegLabels, slotBytes + nSlots * 8, size_t{nWeights} * 2);
-    if (version == kVersionProfiles) {
-        std::vector<uint8_t> table(0x10000, kSegProfileRare);
-        const uint8_t *p = slotBytes + nSlots * 8 + size_t{nWeights} * 2 + 8;
-        int64_t last = -1;
-        for (uint32_t i = 0; i < nProfiles; ++i, p += 3) {
-            const uint16_t code = Get<uint16_t>(p);
-            // Two-byte GB characters only, ascending, each a counted profile.
-            if (code <= last || (code >> 8) < 0x81 || (code & 0xFF) < 0x40 || p[2] < kSegProfileFirst) {
-                *this = SegModel();
-                *error = "bad profile table entry " + std::to_string(i);
-                return false;
-            }
-            last = code;
-            table[code] = p[2];
-        }
-        profiles_ = std::move(table);
-        profileMask_ = profileMask;
-    }
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
@@ -737,9 +621,7 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     // prefetching what the next one reads, so that cache misses overlap.
     const size_t nUnigrams = n + 4;
     const size_t nBigrams = n + 3;
-    // Profile features per atom (after the other hashed keys).
-    const auto nProfile = static_cast<size_t>(__builtin_popcount(profileMask_));
-    const size_t nKeys = nBigrams + (3 + nProfile) * n;
+    const size_t nKeys = nBigrams + 3 * n;
     scratch.keys.resize(nKeys);
     scratch.offsets.resize(nUnigrams + nKeys);
     uint64_t *keys = scratch.keys.data();
@@ -772,14 +654,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         key[1] = FeatureKey(kSegTrigram, mixedPrev ^ id[j], id[j + 1]);
         key[2] = FeatureKey(kSegDictAtom, id[j], (uint64_t{marks[k].starts} << 8) | marks[k].ends);
         mixedPrev = Mix(id[j]);
-    }
-    if (nProfile != 0) {
-        scratch.profiles.resize(n + 2);
-        uint8_t *prof = scratch.profiles.data();
-        SegAtomProfiles(text, atoms, n, profiles_.data(), prof);
-        uint64_t *key = keys + nBigrams + 3 * n;
-        for (size_t k = 0; k < n; ++k, key += nProfile)
-            ProfileKeys(profileMask_, id[k + 2], prof[k], prof[k + 1], prof[k + 2], key);
     }
     // Keys whose presence bit is clear are not looked up (offset kNone);
     // the others are marked 1 (no offset of a group) until probed. The
@@ -824,12 +698,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         sum.AddPair(row(dict_[1][m.ends]), row(dict_[2][m.inside]));
         sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
                     row(startCost_[m.starts * kWordCostClasses + m.startCost]));
-        if (nProfile != 0) {
-            const uint32_t *q = hashed + 3 * n + nProfile * k;
-            size_t i = 0;
-            for (; i + 1 < nProfile; i += 2) sum.AddPair(row(q[i]), row(q[i + 1]));
-            if (i < nProfile) sum.AddPair(row(q[i]), row(kNone));
-        }
         sum.Store(score + k * kSegLabels);
     }
     if (hasWords_) ScoreWords(n, id + 2, marks, scratch.wordScore);

@@ -71,10 +71,9 @@ enum SegTemplate : uint8_t {
     // atoms ending at k (lane 0 of their one row), not the labels of atoms.
     kSegWord,           // the dictionary word itself (its atoms and length)
     kSegWordCost,       // the candidate's length with its dictionary cost class (0: no word)
-    kSegProfile,        // character profiles around k (SegProfileFeature): row for atom k
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 // Whether a template scores whole words rather than atom labels.
 constexpr bool SegWordTemplate(int t) { return t == kSegWord || t == kSegWordCost; }
 // Candidate words with word features have 2..kSegWordMax atoms: the
@@ -86,41 +85,6 @@ static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a tabl
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
 
-// Character profiles: a small id per atom saying how the training words
-// use the character (its shares as a word alone, first, middle and last
-// character of a word, and name character, each in a few bins), so that
-// the model can judge characters never seen side by side. Profile 0 is a
-// character seen too rarely to say; 1 + class is an atom that is not a
-// two-byte Chinese character, or a place outside the run.
-inline constexpr uint8_t kSegProfileRare = 0;
-inline constexpr uint8_t kSegProfileFirst = 8;  // first id of a counted profile
-// Uses of a character counted for its profile.
-enum SegCharUse : uint8_t { kUseSingle, kUseFirst, kUseMiddle, kUseLast, kUseName, kSegCharUses };
-// Use of the character of an atom with this gold label.
-constexpr uint8_t SegUseOfLabel(int label) {
-    return label == kSegSingle ? kUseSingle
-           : label == kSegBegin ? kUseFirst
-           : label == kSegEnd   ? kUseLast
-           : label >= kSegNameFirst ? kUseName
-                                    : kUseMiddle;
-}
-// Profile of a character from its use counts: kSegProfileRare below
-// `minCount` uses, else each share in bins (`scheme`, see the .cpp).
-uint8_t SegProfileOf(const uint32_t (&uses)[kSegCharUses], int scheme, uint32_t minCount);
-// Profile features (bit v of a mask: variant v): profiles of atoms (k-1, k),
-// (k, k+1), (k-1, k, k+1), and atom k with the profile of k+1 and of k-1.
-enum SegProfileFeature : uint8_t {
-    kProfPrevCur,
-    kProfCurNext,
-    kProfTriple,
-    kProfAtomNext,
-    kProfPrevAtom,
-    kSegProfileFeatures
-};
-// Profiles of atoms -1 .. n of a run into out[0 .. n+2): `table` gives the
-// profile of a two-byte Chinese character by its code (65536 entries).
-void SegAtomProfiles(const char *text, const Atom *atoms, size_t n, const uint8_t *table, uint8_t *out);
-
 // Key of a feature: a hash of the template and two values, with the
 // template in the low four bits.
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b);
@@ -129,11 +93,9 @@ inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate
 
 // The features of atoms[0..n) of `text`. Half-width ASCII atoms have the
 // keys of their full-width forms. `marks` are the lexicon's word marks of the
-// run (capped at kSegDictCap). `ids` is working memory. With `profiles`
-// (SegAtomProfiles of the run) the profile features of the bits of
-// `profileMask` are added.
+// run (capped at kSegDictCap). `ids` is working memory.
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
-                 std::vector<SegFeature> &out, const uint8_t *profiles = nullptr, uint32_t profileMask = 0);
+                 std::vector<SegFeature> &out);
 
 // A word feature: its key, the atom the word ends at and its length.
 struct SegWordFeature {
@@ -259,12 +221,8 @@ struct SegGroup {
 };
 
 // Encodes a model file: groups (any order; keys unique) and the transition
-// weights, quantised to 16 bits with one scale, and with a non-zero
-// `profileMask` the profile features used and the profile table (65536
-// entries by character code; entries of kSegProfileRare are not written).
-// Deterministic.
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           uint32_t profileMask = 0, const std::vector<uint8_t> *profiles = nullptr);
+// weights, quantised to 16 bits with one scale. Deterministic.
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
 // Size of the model file's header.
 inline constexpr size_t kSegHeaderBytes = 24 + 4 * kSegLabels * kSegLabels + 8;
@@ -318,10 +276,6 @@ public:
     // for the tests).
     void ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n, std::vector<int32_t> &score) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
-    // The profile features the model uses (0: none) and its profile table
-    // (65536 entries, empty without profiles).
-    uint32_t ProfileMask() const { return profileMask_; }
-    const std::vector<uint8_t> &ProfileTable() const { return profiles_; }
 
 private:
     // Rows of label weights are kSegLabels int16 weights each, as in the
@@ -359,8 +313,6 @@ private:
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     std::vector<uint32_t> wordCost_;   // by length * 32 + 1 + cost class (0: no word)
     bool hasWords_ = false;
-    uint32_t profileMask_ = 0;
-    std::vector<uint8_t> profiles_;
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a

@@ -217,47 +217,6 @@ TEST(SegTrainTest, WordFeaturesAreLearnedDeterministicallyAndKeepTheCut) {
     EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
 }
 
-TEST(SegTrainTest, CharacterProfilesComeFromTheTargetCut) {
-    auto all = Units(8);
-    vsgtrain::SegTrainOptions opt;
-    opt.minCount = 1;
-    opt.epochs = 4;
-    opt.profileScheme = 2;
-    vsgtrain::SegTrainSummary s1, s2;
-    const std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
-    ASSERT_EQ(a, vsgtrain::TrainSegmenter(all, opt, &s2));
-    vsg::front::SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
-    EXPECT_EQ(m.ProfileMask(), opt.profileMask);
-    const std::vector<uint8_t> &table = m.ProfileTable();
-    ASSERT_EQ(table.size(), 0x10000u);
-    auto profile = [&](const char *utf8) {
-        const std::string gb = Gb(utf8);
-        return table[(static_cast<unsigned char>(gb[0]) << 8) | static_cast<unsigned char>(gb[1])];
-    };
-    // A character of one use only has the profile of that use.
-    auto only = [&](int use) {
-        uint32_t uses[vsg::front::kSegCharUses] = {};
-        uses[use] = 8;
-        return vsg::front::SegProfileOf(uses, opt.profileScheme, static_cast<uint32_t>(opt.profileMin));
-    };
-    EXPECT_EQ(profile("在"), only(vsg::front::kUseSingle));
-    EXPECT_EQ(profile("会"), only(vsg::front::kUseFirst));
-    EXPECT_EQ(profile("播"), only(vsg::front::kUseLast));
-    EXPECT_EQ(profile("泽"), only(vsg::front::kUseName));  // a person's later character
-    EXPECT_EQ(profile("江"), only(vsg::front::kUseName));
-    // 北京 is a place the other folds know: whole, so 京 ends a word.
-    EXPECT_EQ(profile("京"), only(vsg::front::kUseLast));
-    EXPECT_NE(only(vsg::front::kUseFirst), only(vsg::front::kUseLast));
-    // Characters the corpus never shows, or shows too rarely, are rare.
-    EXPECT_EQ(profile("天"), vsg::front::kSegProfileRare);
-    opt.profileMin = 1000;
-    const std::string none = vsgtrain::TrainSegmenter(all, opt, &s2);
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(none.data()), none.size(), &error)) << error;
-    EXPECT_EQ(m.ProfileTable(), std::vector<uint8_t>(0x10000, vsg::front::kSegProfileRare));
-}
-
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;

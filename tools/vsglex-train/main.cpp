@@ -113,14 +113,6 @@ int main(int argc, char **argv) {
             opt.seg.nameLabels = std::atoi(argv[++i]);
         } else if (a == "--seg-name-places" && i + 1 < argc) {
             opt.seg.namePlaces = std::atoi(argv[++i]) != 0;
-        } else if (a == "--seg-profiles" && i + 1 < argc) {
-            opt.seg.profileScheme = std::atoi(argv[++i]);
-        } else if (a == "--seg-profile-mask" && i + 1 < argc) {
-            opt.seg.profileMask = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 0));
-        } else if (a == "--seg-profile-classes" && i + 1 < argc) {
-            opt.seg.profileClasses = std::atoi(argv[++i]);
-        } else if (a == "--seg-profile-min" && i + 1 < argc) {
-            opt.seg.profileMin = std::atoi(argv[++i]);
         } else if (a == "--seg-words" && i + 1 < argc) {
             opt.seg.wordFeatures = std::atoi(argv[++i]);
         } else if (a == "--seg-drop-templates" && i + 1 < argc) {

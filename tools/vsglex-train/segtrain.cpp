@@ -4,7 +4,6 @@
 #include "segtrain.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <unordered_map>
@@ -128,103 +127,6 @@ void BuildRuns(const std::vector<Unit> &units, const std::vector<std::pair<std::
     }
 }
 
-// Code of a two-byte Chinese character atom, or 1 for any other atom.
-uint32_t NeighbourCode(const std::string &text, const Atom &a) {
-    if (a.kind != AtomKind::kHan || a.length != 2) return 1;
-    return (static_cast<unsigned char>(text[a.start]) << 8) | static_cast<unsigned char>(text[a.start + 1]);
-}
-
-// Counts of the neighbours of Chinese characters, for the distributional
-// classes: by character << 17 | side << 16 | neighbour (0: the run's edge,
-// 1: an atom that is no Chinese character), and each character's count.
-struct Neighbours {
-    std::unordered_map<uint64_t, uint32_t> pairs;
-    std::vector<uint32_t> count = std::vector<uint32_t>(0x10000, 0);
-    void Add(const ParagraphRuns &pr) {
-        for (const auto &r : pr.runs)
-            for (size_t i = r.first; i < r.second; ++i) {
-                const uint32_t c = NeighbourCode(pr.text, pr.atoms[i]);
-                if (c == 1) continue;
-                ++count[c];
-                const uint64_t left = i > r.first ? NeighbourCode(pr.text, pr.atoms[i - 1]) : 0;
-                const uint64_t right = i + 1 < r.second ? NeighbourCode(pr.text, pr.atoms[i + 1]) : 0;
-                ++pairs[uint64_t{c} << 17 | left];
-                ++pairs[uint64_t{c} << 17 | 1u << 16 | right];
-            }
-    }
-};
-
-// Distributional classes of the characters seen at least `minCount` times
-// in `parts`: each character is the vector of the square roots of its left
-// and right neighbour counts (the 200 most frequent characters, the edge,
-// other atoms, other characters), of unit length, and `classes` clusters
-// are found by k-means on the cosine, started from the most frequent
-// characters (deterministic). Profile kSegProfileFirst + cluster.
-std::vector<uint8_t> ClassTable(const std::vector<const Neighbours *> &parts, int classes, uint32_t minCount) {
-    std::vector<uint8_t> table(0x10000, vsg::front::kSegProfileRare);
-    std::vector<uint32_t> count(0x10000, 0);
-    for (const Neighbours *p : parts)
-        for (uint32_t c = 0; c < 0x10000; ++c) count[c] += p->count[c];
-    std::vector<uint32_t> byFreq;
-    for (uint32_t c = 2; c < 0x10000; ++c)
-        if (count[c] > 0) byFreq.push_back(c);
-    std::sort(byFreq.begin(), byFreq.end(),
-              [&](uint32_t a, uint32_t b) { return count[a] != count[b] ? count[a] > count[b] : a < b; });
-    constexpr size_t kContexts = 200;
-    std::vector<int32_t> dim(0x10000, -1);
-    dim[0] = 0;
-    dim[1] = 1;
-    for (size_t i = 0; i < byFreq.size() && i < kContexts; ++i) dim[byFreq[i]] = static_cast<int32_t>(2 + i);
-    const size_t side = kContexts + 3;  // the last: any other character
-    const size_t d = 2 * side;
-    std::vector<uint32_t> chars;
-    for (uint32_t c : byFreq)
-        if (count[c] >= std::max(1u, minCount)) chars.push_back(c);
-    const size_t k = std::min<size_t>(static_cast<size_t>(std::max(1, classes)), chars.size());
-    if (k == 0) return table;
-    std::vector<uint32_t> row(0x10000, 0);
-    for (size_t i = 0; i < chars.size(); ++i) row[chars[i]] = static_cast<uint32_t>(i);
-    std::vector<double> v(chars.size() * d, 0.0);
-    std::vector<char> held(0x10000, 0);
-    for (uint32_t c : chars) held[c] = 1;
-    for (const Neighbours *p : parts)
-        for (const auto &kv : p->pairs) {
-            const auto c = static_cast<uint32_t>(kv.first >> 17);
-            if (!held[c]) continue;
-            const size_t s = (kv.first >> 16) & 1;
-            const int32_t nd = dim[kv.first & 0xFFFF];
-            v[row[c] * d + s * side + static_cast<size_t>(nd < 0 ? static_cast<int32_t>(side - 1) : nd)] += kv.second;
-        }
-    auto normalise = [d](double *x) {
-        double n = 0.0;
-        for (size_t j = 0; j < d; ++j) n += x[j] * x[j];
-        n = n > 0.0 ? 1.0 / std::sqrt(n) : 0.0;
-        for (size_t j = 0; j < d; ++j) x[j] *= n;
-    };
-    for (size_t i = 0; i < chars.size(); ++i) {
-        for (size_t j = 0; j < d; ++j) v[i * d + j] = std::sqrt(v[i * d + j]);
-        normalise(&v[i * d]);
-    }
-    std::vector<double> centre(v.begin(), v.begin() + static_cast<long>(k * d));
-    std::vector<uint32_t> of(chars.size(), 0);
-    for (int iter = 0; iter < 15; ++iter) {
-        for (size_t i = 0; i < chars.size(); ++i) {
-            double best = -1.0;
-            for (size_t c = 0; c < k; ++c) {
-                double dot = 0.0;
-                for (size_t j = 0; j < d; ++j) dot += v[i * d + j] * centre[c * d + j];
-                if (dot > best) best = dot, of[i] = static_cast<uint32_t>(c);
-            }
-        }
-        std::fill(centre.begin(), centre.end(), 0.0);
-        for (size_t i = 0; i < chars.size(); ++i)
-            for (size_t j = 0; j < d; ++j) centre[of[i] * d + j] += v[i * d + j];
-        for (size_t c = 0; c < k; ++c) normalise(&centre[c * d]);
-    }
-    for (size_t i = 0; i < chars.size(); ++i) table[chars[i]] = static_cast<uint8_t>(vsg::front::kSegProfileFirst + of[i]);
-    return table;
-}
-
 }  // namespace
 
 void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
@@ -296,61 +198,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     std::vector<std::vector<SegWordFeature>> perRunWords;
     std::unordered_map<uint64_t, uint32_t> keyCount;
     keyCount.reserve(4u << 20);
-    // Character uses of each fold's target cut, for the profiles: a
-    // paragraph's profiles come from the other folds, the model's from all.
-    using Uses = std::array<uint32_t, vsg::front::kSegCharUses>;
-    const bool profiles = opt.profileScheme > 0;
-    std::vector<std::vector<Uses>> foldUses(profiles ? static_cast<size_t>(folds) : 0);
-    const bool distributional = opt.profileScheme == 9;
-    std::vector<Neighbours> foldNeighbours(distributional ? static_cast<size_t>(folds) : 0);
-    auto placesWithout = [&](int f) {
-        std::unordered_map<std::string, int32_t> places;
-        for (size_t p = 0; p < all.size(); ++p) {
-            if (folds > 1 && static_cast<int>(p % static_cast<size_t>(folds)) == f) continue;
-            for (const Unit &u : all[p])
-                if (u.kind == UnitKind::Place) ++places[u.text];
-        }
-        std::vector<std::pair<std::string, int32_t>> placeCount(places.begin(), places.end());
-        std::sort(placeCount.begin(), placeCount.end());
-        return placeCount;
-    };
-    auto profileTable = [&](int without) {
-        if (distributional) {
-            std::vector<const Neighbours *> parts;
-            for (int g = 0; g < folds; ++g)
-                if (g != without || folds == 1) parts.push_back(&foldNeighbours[g]);
-            return ClassTable(parts, opt.profileClasses, static_cast<uint32_t>(opt.profileMin));
-        }
-        std::vector<uint8_t> table(0x10000, vsg::front::kSegProfileRare);
-        for (uint32_t c = 0; c < 0x10000; ++c) {
-            uint32_t uses[vsg::front::kSegCharUses] = {};
-            for (int g = 0; g < folds; ++g)
-                if (g != without || folds == 1)
-                    for (int u = 0; u < vsg::front::kSegCharUses; ++u) uses[u] += foldUses[g][c][u];
-            table[c] = vsg::front::SegProfileOf(uses, opt.profileScheme, static_cast<uint32_t>(opt.profileMin));
-        }
-        return table;
-    };
-    if (profiles) {
-        ParagraphRuns pr;
-        for (int f = 0; f < folds; ++f) {
-            foldUses[f].assign(0x10000, Uses{});
-            const auto placeCount = placesWithout(f);
-            for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
-                BuildRuns(all[p], placeCount, opt, &pr);
-                if (distributional) foldNeighbours[f].Add(pr);
-                for (size_t i = 0; i < pr.atoms.size(); ++i) {
-                    const Atom &a = pr.atoms[i];
-                    if (a.kind != AtomKind::kHan || a.length != 2) continue;
-                    const unsigned code = (static_cast<unsigned char>(pr.text[a.start]) << 8) |
-                                          static_cast<unsigned char>(pr.text[a.start + 1]);
-                    ++foldUses[f][code][vsg::front::SegUseOfLabel(pr.labels[i])];
-                }
-            }
-        }
-    }
     {
-        std::vector<uint8_t> profileOf, runProfiles;
         ParagraphRuns pr;
         std::vector<uint64_t> ids;
         std::vector<vsg::front::WordMarks> marks;
@@ -375,7 +223,6 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             // The words a lexicon holds do not depend on the list's order.
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
-            if (profiles) profileOf = profileTable(f);
             for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
                 BuildRuns(all[p], placeCount, opt, &pr);
                 for (const auto &r : pr.runs) {
@@ -384,12 +231,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
                     marks.resize(n);
                     lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
                     perRun.emplace_back();
-                    if (profiles) {
-                        runProfiles.resize(n + 2);
-                        vsg::front::SegAtomProfiles(pr.text.data(), atoms, n, profileOf.data(), runProfiles.data());
-                    }
-                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back(),
-                                            profiles ? runProfiles.data() : nullptr, opt.profileMask);
+                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
                     for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
                     perRunWords.emplace_back();
                     if (opt.wordFeatures > 0) {
@@ -560,10 +402,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         groups.push_back({keys[g], std::vector<float>(w.begin() + offset[g], w.begin() + offset[g + 1])});
     }
     summary->groups = static_cast<int64_t>(groups.size());
-    std::vector<uint8_t> table;
-    if (profiles) table = profileTable(-1);
-    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans, profiles ? opt.profileMask : 0,
-                                                   profiles ? &table : nullptr);
+    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);
     summary->bytes = static_cast<int64_t>(bytes.size());
     return bytes;
 }

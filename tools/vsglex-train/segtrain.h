@@ -44,14 +44,6 @@ struct SegTrainOptions {
     // with its cost class, 2 also the word with the atom before and with the
     // atom after it.
     int wordFeatures = 0;
-    // Character profile features: 0 none, else the binning scheme of the
-    // profiles (vsg::front::SegProfileOf); `profileMask` the profile
-    // features used (bit v: SegProfileFeature v); characters seen fewer
-    // than `profileMin` times have the rare profile.
-    int profileScheme = 0;
-    uint32_t profileMask = 0x1F;
-    int profileMin = 3;
-    int profileClasses = 64;  // distributional classes (scheme 9)
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
