@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "common/gbtext.h"
 #include "model/loaders.h"
@@ -127,35 +128,104 @@ bool BuildBuckets(DictionaryS *dict, bool isCoreFile) {
 // a class word the dictionary does not hold.
 bool PositionValid(int32_t pos, int32_t count) { return pos == -1 || pos == 0 || (pos > 0 && pos < count); }
 
-// Reads one binary entry: word, rows, statistics, hash and flag.
-bool ReadEntry(BinaryReader &in, DictSEntry &entry) {
-    if (!vsg::model::ReadWord(in, &entry.word, &entry.length)) return false;
-    int32_t rows = 0;
-    if (!in.I32(&rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > in.left()) return false;
-    const unsigned char *stats = in.Next(sizeof entry.stats);
-    if (stats == nullptr) return false;
-    for (size_t k = 0; k < 4; ++k) entry.stats[k] = BinaryReader::BigFloat(stats + 4 * k);
-    entry.posList =
-        static_cast<DictSRow *>(std::calloc(static_cast<size_t>(rows) + 1, sizeof(DictSRow)));
-    if (entry.posList == nullptr) return false;
-    entry.posCount = rows;
-    // A row is code (2 bytes), sub-code (1), value (4) and flag (4), decoded
-    // from one read.
-    for (int32_t r = 0; r < rows; ++r) {
-        const unsigned char *at = in.Next(kRowBytes);
-        if (at == nullptr) return false;
-        DictSRow &row = entry.posList[r];
-        row.code = BinaryReader::Little16(at);
-        row.subCode = at[2];
-        row.value = BinaryReader::BigFloat(at + 3);
-        row.flag = BinaryReader::Little32(at + 7);
-    }
-    const unsigned char *tail = in.Next(8);
-    if (tail == nullptr) return false;
-    entry.hash = static_cast<int32_t>(BinaryReader::Little32(tail));
-    entry.flag = static_cast<int32_t>(BinaryReader::Little32(tail + 4));
-    return true;
+// A binary-loaded dictionary keeps the words and rows of all its entries in
+// one block, instead of two heap blocks per entry; the entry past the last
+// (the table has one more, zeroed) records the block so that
+// DictionaryS_Free releases it instead of the entries' own pointers.
+constexpr int32_t kBlockMark = 0x4B4C4253;  // "SBLK"
+
+bool HoldsBlock(const DictionaryS &dict) {
+    const DictSEntry &past = dict.entries[dict.count];
+    return past.flag == kBlockMark && past.length == -1;
 }
+
+// The entries of a binary core dictionary, held in memory whole (`bytes`
+// from the first entry to the end of the file): a first pass checks their
+// layout and sums their words and rows, a second fills the entry table and
+// one block that holds every word and row.
+class EntryParser {
+public:
+    EntryParser(const unsigned char *bytes, size_t size) : bytes_(bytes), size_(size) {}
+
+    // Checks the layout of `count` entries; false when the bytes end first
+    // or a length or row count is negative. Sets end().
+    bool Scan(int32_t count) {
+        size_t at = 0;
+        for (int32_t i = 0; i < count; ++i) {
+            int32_t n = 0, rows = 0;
+            if (!I32(at, &n) || n < 0 || static_cast<size_t>(n) > size_ - at) return false;
+            at += static_cast<size_t>(n);
+            if (!I32(at, &rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > size_ - at) return false;
+            const uint64_t rest = 16 + static_cast<uint64_t>(rows) * kRowBytes + 8;
+            if (rest > size_ - at) return false;
+            at += static_cast<size_t>(rest);
+            wordBytes_ += static_cast<size_t>(n) + 1;
+            rowCount_ += static_cast<size_t>(rows) + 1;  // room for one more, zeroed
+        }
+        end_ = at;
+        return true;
+    }
+    // Bytes the entries take (after Scan).
+    size_t end() const { return end_; }
+
+    // Fills the `count` scanned entries; their words and rows go to one
+    // zeroed block (rows first, then the words, then padding), recorded in
+    // the entry past the last. False when memory runs out.
+    bool Fill(DictionaryS *dict) const {
+        constexpr size_t kPad = 16;
+        const size_t rowBytes = rowCount_ * sizeof(DictSRow);
+        auto *block = static_cast<unsigned char *>(std::calloc(rowBytes + wordBytes_ + kPad, 1));
+        if (block == nullptr) return false;
+        DictSRow *rows = reinterpret_cast<DictSRow *>(block);
+        char *words = reinterpret_cast<char *>(block + rowBytes);
+        const unsigned char *at = bytes_;
+        for (int32_t i = 0; i < dict->count; ++i) {
+            DictSEntry &entry = dict->entries[i];
+            const int32_t n = static_cast<int32_t>(BinaryReader::Little32(at));
+            std::memcpy(words, at + 4, static_cast<size_t>(n));
+            entry.word = words;
+            entry.length = n;
+            words += n + 1;  // the terminator is the block's zero
+            at += 4 + n;
+            const int32_t count = static_cast<int32_t>(BinaryReader::Little32(at));
+            for (size_t k = 0; k < 4; ++k) entry.stats[k] = BinaryReader::BigFloat(at + 4 + 4 * k);
+            at += 20;
+            entry.posList = rows;
+            entry.posCount = count;
+            // A row is code (2 bytes), sub-code (1), value (4) and flag (4).
+            for (int32_t r = 0; r < count; ++r, at += kRowBytes) {
+                DictSRow &row = rows[r];
+                row.code = BinaryReader::Little16(at);
+                row.subCode = at[2];
+                row.value = BinaryReader::BigFloat(at + 3);
+                row.flag = BinaryReader::Little32(at + 7);
+            }
+            rows += count + 1;
+            entry.hash = static_cast<int32_t>(BinaryReader::Little32(at));
+            entry.flag = static_cast<int32_t>(BinaryReader::Little32(at + 4));
+            at += 8;
+        }
+        DictSEntry &past = dict->entries[dict->count];
+        past.word = reinterpret_cast<char *>(block);
+        past.length = -1;
+        past.flag = kBlockMark;
+        return true;
+    }
+
+private:
+    bool I32(size_t &at, int32_t *value) const {
+        if (size_ - at < 4) return false;
+        *value = static_cast<int32_t>(BinaryReader::Little32(bytes_ + at));
+        at += 4;
+        return true;
+    }
+
+    const unsigned char *bytes_;
+    size_t size_;
+    size_t end_ = 0;
+    size_t wordBytes_ = 0;
+    size_t rowCount_ = 0;
+};
 
 }  // namespace
 
@@ -204,16 +274,27 @@ LoadFault LoadCoreBinary(const char *path, DictionaryS *dict) noexcept {
     if (!PositionValid(dict->personIndex, count) || !PositionValid(dict->placeIndex, count) ||
         !PositionValid(dict->orgIndex, count))
         return LoadFault::kDamaged;
+    // The rest of the file is read with one call and parsed in memory.
+    const uint64_t left = in.left();
+    if (left > SIZE_MAX / 2) return LoadFault::kNoMemory;
+    std::unique_ptr<unsigned char, decltype(&std::free)> bytes(
+        static_cast<unsigned char *>(std::malloc(static_cast<size_t>(left) + 1)), &std::free);
+    if (bytes == nullptr) return LoadFault::kNoMemory;
+    if (!in.Bytes(bytes.get(), static_cast<size_t>(left))) return LoadFault::kDamaged;
     dict->count = count;
     dict->entries = static_cast<DictSEntry *>(
         std::calloc(static_cast<size_t>(count) + 1, sizeof(DictSEntry)));
     if (dict->entries == nullptr) return LoadFault::kNoMemory;
-    for (int32_t i = 0; i < count; ++i)
-        if (!ReadEntry(in, dict->entries[i])) return LoadFault::kDamaged;
+    EntryParser parser(bytes.get(), static_cast<size_t>(left));
+    if (!parser.Scan(count)) return LoadFault::kDamaged;
+    if (!parser.Fill(dict)) return LoadFault::kNoMemory;
 
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return LoadFault::kNoMemory;
-    return ReadBuckets(in, dict->buckets, DICTS_BUCKETS, count) ? LoadFault::kNone : LoadFault::kDamaged;
+    return vsg::model::DecodeBuckets(bytes.get() + parser.end(), static_cast<size_t>(left) - parser.end(),
+                                     dict->buckets, DICTS_BUCKETS, count)
+               ? LoadFault::kNone
+               : LoadFault::kDamaged;
 }
 
 }  // namespace vsg::model
@@ -278,7 +359,11 @@ int32_t DictionaryS_GetCoreInfo(const char *word, const DictionaryS *dict) {
 
 void DictionaryS_Free(DictionaryS *dict) {
     if (dict == nullptr) return;
-    if (dict->entries != nullptr) {
+    if (dict->entries != nullptr && dict->count >= 0 && HoldsBlock(*dict)) {
+        std::free(dict->entries[dict->count].word);
+        std::free(dict->entries);
+        dict->entries = nullptr;
+    } else if (dict->entries != nullptr) {
         for (int32_t i = 0; i < dict->count; ++i) {
             std::free(dict->entries[i].word);
             dict->entries[i].word = nullptr;
