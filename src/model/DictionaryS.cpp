@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <algorithm>
 
 #include "common/gbtext.h"
 #include "model/loaders.h"
@@ -16,6 +16,9 @@ using vsg::model::BinaryReader;
 using vsg::model::BinaryWriter;
 using vsg::model::BytesLeft;
 using vsg::model::File;
+using vsg::model::LoadFault;
+using vsg::model::ClearBuckets;
+using vsg::model::DecodeBuckets;
 using vsg::model::OpenFile;
 using vsg::model::ReadLine;
 using vsg::model::Scratch;
@@ -139,57 +142,131 @@ bool HoldsBlock(const DictionaryS &dict) {
     return past.flag == kBlockMark && past.length == -1;
 }
 
-// The entries of a binary core dictionary, held in memory whole (`bytes`
-// from the first entry to the end of the file): a first pass checks their
-// layout and sums their words and rows, a second fills the entry table and
-// one block that holds every word and row.
+// The bytes of a file from a position on, read in large pieces into one
+// reused buffer: Need(k) makes the next k bytes contiguous at Data().
+class Window {
+public:
+    Window(FILE *fp, uint64_t left) : fp_(fp), left_(left) {}
+
+    // False when fewer than k bytes are left, or memory runs out.
+    bool Need(size_t k) {
+        if (end_ - pos_ >= k) return true;
+        if (k - (end_ - pos_) > left_) return false;
+        const size_t have = end_ - pos_;
+        if (k > capacity_) {
+            const size_t want = std::max(k, std::max(2 * capacity_, kFirstBytes));
+            auto *grown = static_cast<unsigned char *>(std::malloc(want));
+            if (grown == nullptr) return false;
+            if (have > 0) std::memcpy(grown, buffer_ + pos_, have);
+            std::free(buffer_);
+            buffer_ = grown;
+            capacity_ = want;
+        } else if (have > 0) {
+            std::memmove(buffer_, buffer_ + pos_, have);
+        }
+        pos_ = 0;
+        end_ = have;
+        const size_t room = static_cast<size_t>(std::min<uint64_t>(capacity_ - end_, left_));
+        const size_t got = std::fread(buffer_ + end_, 1, room, fp_);
+        end_ += got;
+        left_ = got == room ? left_ - got : 0;  // a file that shrank ends here
+        return end_ >= k;
+    }
+    const unsigned char *Data() const { return buffer_ + pos_; }
+    void Skip(size_t k) { pos_ += k; }
+    // Bytes not yet skipped.
+    uint64_t Left() const { return left_ + (end_ - pos_); }
+
+    ~Window() { std::free(buffer_); }
+    Window(const Window &) = delete;
+    Window &operator=(const Window &) = delete;
+
+private:
+    static constexpr size_t kFirstBytes = 64 * 1024;
+
+    FILE *fp_;
+    uint64_t left_;  // bytes of the file not yet read
+    unsigned char *buffer_ = nullptr;
+    size_t capacity_ = 0;
+    size_t pos_ = 0;
+    size_t end_ = 0;
+};
+
+// Bytes of the entry at `in` whose first bytes are there (its length word
+// at least), or 0 when its word length or row count is negative or it
+// cannot fit the bytes left; `n` and `rows` get them.
+size_t EntryBytes(Window &in, int32_t *n, int32_t *rows) {
+    if (!in.Need(4)) return 0;
+    *n = static_cast<int32_t>(BinaryReader::Little32(in.Data()));
+    if (*n < 0 || static_cast<uint64_t>(*n) + 8 > in.Left()) return 0;
+    const size_t head = 8 + static_cast<size_t>(*n);
+    if (!in.Need(head)) return 0;
+    *rows = static_cast<int32_t>(BinaryReader::Little32(in.Data() + head - 4));
+    if (*rows < 0) return 0;
+    const uint64_t size = head + 16 + static_cast<uint64_t>(*rows) * kRowBytes + 8;
+    return size <= in.Left() ? static_cast<size_t>(size) : 0;
+}
+
+// The entries of a binary core dictionary, from the file position `start`
+// on: a first pass checks their layout and sums their words and rows, a
+// second fills the entry table and one block that holds every word and row.
 class EntryParser {
 public:
-    EntryParser(const unsigned char *bytes, size_t size) : bytes_(bytes), size_(size) {}
+    EntryParser(FILE *fp, uint64_t left) : fp_(fp), start_(std::ftell(fp)), left_(left) {}
 
-    // Checks the layout of `count` entries; false when the bytes end first
-    // or a length or row count is negative. Sets end().
+    // Checks the layout of `count` entries; false when the file ends first
+    // or a length or row count is negative.
     bool Scan(int32_t count) {
-        size_t at = 0;
+        if (start_ < 0) return false;
+        Window in(fp_, left_);
         for (int32_t i = 0; i < count; ++i) {
             int32_t n = 0, rows = 0;
-            if (!I32(at, &n) || n < 0 || static_cast<size_t>(n) > size_ - at) return false;
-            at += static_cast<size_t>(n);
-            if (!I32(at, &rows) || rows < 0 || static_cast<uint64_t>(rows) * kRowBytes > size_ - at) return false;
-            const uint64_t rest = 16 + static_cast<uint64_t>(rows) * kRowBytes + 8;
-            if (rest > size_ - at) return false;
-            at += static_cast<size_t>(rest);
+            const size_t size = EntryBytes(in, &n, &rows);
+            if (size == 0 || !in.Need(size)) return false;
+            in.Skip(size);
             wordBytes_ += static_cast<size_t>(n) + 1;
             rowCount_ += static_cast<size_t>(rows) + 1;  // room for one more, zeroed
         }
-        end_ = at;
         return true;
     }
-    // Bytes the entries take (after Scan).
-    size_t end() const { return end_; }
 
-    // Fills the `count` scanned entries; their words and rows go to one
-    // zeroed block (rows first, then the words, then padding), recorded in
-    // the entry past the last. False when memory runs out.
-    bool Fill(DictionaryS *dict) const {
+    // Reads the `count` scanned entries again and fills them; their words
+    // and rows go to one zeroed block (rows first, then the words, then
+    // padding), recorded in the entry past the last. Then the `buckets`
+    // table that follows them. kDamaged when the file no longer matches the
+    // scan or the buckets fail ReadBuckets' checks.
+    LoadFault Fill(DictionaryS *dict, DictBucket *buckets, size_t bucketCount) const {
         constexpr size_t kPad = 16;
         const size_t rowBytes = rowCount_ * sizeof(DictSRow);
         auto *block = static_cast<unsigned char *>(std::calloc(rowBytes + wordBytes_ + kPad, 1));
-        if (block == nullptr) return false;
+        if (block == nullptr) return LoadFault::kNoMemory;
+        DictSEntry &past = dict->entries[dict->count];
+        past.word = reinterpret_cast<char *>(block);
+        past.length = -1;
+        past.flag = kBlockMark;
+        if (std::fseek(fp_, start_, SEEK_SET) != 0) return LoadFault::kDamaged;
+        Window in(fp_, left_);
         DictSRow *rows = reinterpret_cast<DictSRow *>(block);
         char *words = reinterpret_cast<char *>(block + rowBytes);
-        const unsigned char *at = bytes_;
+        size_t rowsLeft = rowCount_, wordsLeft = wordBytes_;
         for (int32_t i = 0; i < dict->count; ++i) {
+            int32_t n = 0, count = 0;
+            const size_t size = EntryBytes(in, &n, &count);
+            // The file changed since the scan: its sizes no longer hold.
+            if (size == 0 || !in.Need(size) || static_cast<size_t>(n) + 1 > wordsLeft ||
+                static_cast<size_t>(count) + 1 > rowsLeft)
+                return LoadFault::kDamaged;
+            wordsLeft -= static_cast<size_t>(n) + 1;
+            rowsLeft -= static_cast<size_t>(count) + 1;
+            const unsigned char *at = in.Data();
             DictSEntry &entry = dict->entries[i];
-            const int32_t n = static_cast<int32_t>(BinaryReader::Little32(at));
             std::memcpy(words, at + 4, static_cast<size_t>(n));
             entry.word = words;
             entry.length = n;
             words += n + 1;  // the terminator is the block's zero
-            at += 4 + n;
-            const int32_t count = static_cast<int32_t>(BinaryReader::Little32(at));
-            for (size_t k = 0; k < 4; ++k) entry.stats[k] = BinaryReader::BigFloat(at + 4 + 4 * k);
-            at += 20;
+            at += 8 + n;
+            for (size_t k = 0; k < 4; ++k) entry.stats[k] = BinaryReader::BigFloat(at + 4 * k);
+            at += 16;
             entry.posList = rows;
             entry.posCount = count;
             // A row is code (2 bytes), sub-code (1), value (4) and flag (4).
@@ -203,26 +280,26 @@ public:
             rows += count + 1;
             entry.hash = static_cast<int32_t>(BinaryReader::Little32(at));
             entry.flag = static_cast<int32_t>(BinaryReader::Little32(at + 4));
-            at += 8;
+            in.Skip(size);
         }
-        DictSEntry &past = dict->entries[dict->count];
-        past.word = reinterpret_cast<char *>(block);
-        past.length = -1;
-        past.flag = kBlockMark;
-        return true;
+        // The buckets, in pieces; bytes past the table are ignored.
+        constexpr size_t kPiece = 4096;
+        for (size_t h = 0; h < bucketCount; h += kPiece) {
+            const size_t take = std::min(kPiece, bucketCount - h);
+            if (!in.Need(8 * take) ||
+                !DecodeBuckets(in.Data(), 8 * take, buckets + h, take, dict->count)) {
+                ClearBuckets(buckets, bucketCount);
+                return LoadFault::kDamaged;
+            }
+            in.Skip(8 * take);
+        }
+        return LoadFault::kNone;
     }
 
 private:
-    bool I32(size_t &at, int32_t *value) const {
-        if (size_ - at < 4) return false;
-        *value = static_cast<int32_t>(BinaryReader::Little32(bytes_ + at));
-        at += 4;
-        return true;
-    }
-
-    const unsigned char *bytes_;
-    size_t size_;
-    size_t end_ = 0;
+    FILE *fp_;
+    long start_;
+    uint64_t left_;
     size_t wordBytes_ = 0;
     size_t rowCount_ = 0;
 };
@@ -274,27 +351,22 @@ LoadFault LoadCoreBinary(const char *path, DictionaryS *dict) noexcept {
     if (!PositionValid(dict->personIndex, count) || !PositionValid(dict->placeIndex, count) ||
         !PositionValid(dict->orgIndex, count))
         return LoadFault::kDamaged;
-    // The rest of the file is read with one call and parsed in memory.
+    // The entries are read in two passes through one reused buffer (the
+    // first sizes the block their words and rows go to), then the buckets.
     const uint64_t left = in.left();
-    if (left > SIZE_MAX / 2) return LoadFault::kNoMemory;
-    std::unique_ptr<unsigned char, decltype(&std::free)> bytes(
-        static_cast<unsigned char *>(std::malloc(static_cast<size_t>(left) + 1)), &std::free);
-    if (bytes == nullptr) return LoadFault::kNoMemory;
-    if (!in.Bytes(bytes.get(), static_cast<size_t>(left))) return LoadFault::kDamaged;
+    const long start = std::ftell(fp.get());
+    if (start < 0) return LoadFault::kDamaged;
     dict->count = count;
     dict->entries = static_cast<DictSEntry *>(
         std::calloc(static_cast<size_t>(count) + 1, sizeof(DictSEntry)));
     if (dict->entries == nullptr) return LoadFault::kNoMemory;
-    EntryParser parser(bytes.get(), static_cast<size_t>(left));
+    // The reader has read ahead: the entries start where it stands.
+    if (std::fseek(fp.get(), start - static_cast<long>(in.buffered()), SEEK_SET) != 0) return LoadFault::kDamaged;
+    EntryParser parser(fp.get(), left);
     if (!parser.Scan(count)) return LoadFault::kDamaged;
-    if (!parser.Fill(dict)) return LoadFault::kNoMemory;
-
     dict->buckets = static_cast<DictBucket *>(std::malloc(sizeof(DictBucket) * DICTS_BUCKETS));
     if (dict->buckets == nullptr) return LoadFault::kNoMemory;
-    return vsg::model::DecodeBuckets(bytes.get() + parser.end(), static_cast<size_t>(left) - parser.end(),
-                                     dict->buckets, DICTS_BUCKETS, count)
-               ? LoadFault::kNone
-               : LoadFault::kDamaged;
+    return parser.Fill(dict, dict->buckets, DICTS_BUCKETS);
 }
 
 }  // namespace vsg::model

@@ -101,6 +101,8 @@ public:
 
     // Bytes not yet read.
     uint64_t left() const { return left_; }
+    // Bytes read from the file ahead of what was handed out.
+    size_t buffered() const { return end_ - pos_; }
 
     // Reads n raw bytes into `out`.
     bool Bytes(void *out, size_t n) noexcept {
