@@ -534,9 +534,10 @@ bool IsBoundaryRecord(const SpanWord &w) {
            (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
-// The dictionary's entry table, and the span of the heap its words and rows
-// were allocated in one after another while loading, read at random by
-// every call: backed by large pages where the system allows.
+// The dictionary's entry table, and the span of memory its words and rows
+// lie in (one block for a binary dictionary, heap blocks allocated one
+// after another for a text one), read at random by every call: backed by
+// large pages where the system allows.
 void BackDictionary(const DictionaryS &core) {
     if (core.entries == nullptr || core.count <= 0) return;
     vsg::BackWithHugePages(core.entries, core.entries + core.count);
