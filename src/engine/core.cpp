@@ -19,6 +19,7 @@
 #include "common/gbtext.h"
 #include "common/huge_pages.h"
 #include "common/tagset.h"
+#include "model/model_io.h"
 #include "tagging/Span.h"
 #include "tagging/Span_names.h"
 #include "tagging/org_rows.h"
@@ -51,21 +52,57 @@ public:
             return false;
         }
         mask_ = size - 1;
+        // The words' keys first, in one pass over the entries; then the
+        // inserts, each starting to load the slot and the dictionary bucket
+        // of a word kPrefetch words ahead: the slots lie at random in a
+        // table of megabytes, and waiting on each in turn is most of the
+        // build.
+        struct Key {
+            uint64_t head;
+            uint32_t hash;
+            uint32_t length;
+            uint32_t bucket;  // VSGHash of the word: its dictionary bucket
+        };
+        std::vector<Key> keys;
+        try {
+            keys.resize(words);
+        } catch (const std::bad_alloc &) {
+            return false;
+        }
         for (size_t e = 0; e < words; ++e) {
             const char *word = entries_[e].word;
             if (word == nullptr || word[0] == '\0') continue;
             const size_t length = strlen(word);
-            const uint64_t head = Head(word, length);
-            const uint32_t hash = Hash(word, length, head);
-            size_t at = hash & mask_;
-            while (slots_[at].key >= 0 && !Matches(slots_[at], hash, head, word, length)) at = (at + 1) & mask_;
+            Key &key = keys[e];
+            key.head = Head(word, length);
+            key.hash = Hash(word, length, key.head);
+            key.length = static_cast<uint32_t>(length);
+            key.bucket = VSGHash(word, DICTS_BUCKETS);
+        }
+        constexpr size_t kPrefetch = 8;
+        for (size_t e = 0; e < words; ++e) {
+            if (e + kPrefetch < words) {
+                const Key &ahead = keys[e + kPrefetch];
+                __builtin_prefetch(&slots_[ahead.hash & mask_], 1);
+                if (buckets_ != nullptr) __builtin_prefetch(&buckets_[ahead.bucket]);
+            }
+            const char *word = entries_[e].word;
+            if (word == nullptr || word[0] == '\0') continue;
+            const Key &key = keys[e];
+            const size_t length = key.length;
+            size_t at = key.hash & mask_;
+            while (slots_[at].key >= 0 && !Matches(slots_[at], key.hash, key.head, word, length))
+                at = (at + 1) & mask_;
             if (slots_[at].key >= 0) continue;  // a word seen before
             Slot &slot = slots_[at];
-            slot.hash = hash;
+            slot.hash = key.hash;
             slot.key = static_cast<int32_t>(e);
-            slot.result = DictionaryS_GetCoreInfo(word, &core);
+            // DictionaryS_GetCoreInfo(word), its bucket's hash known.
+            slot.result = buckets_ != nullptr
+                              ? vsg::model::FindInBucket(buckets_[key.bucket], entries_, count_, word)
+                              : -1;
             slot.length = static_cast<uint32_t>(length);
-            slot.head = head;
+            slot.head = key.head;
             if (slot.result >= 0 && slot.result < count_) {
                 const DictSEntry &entry = entries_[slot.result];
                 slot.posList = entry.posList;
@@ -497,9 +534,10 @@ bool IsBoundaryRecord(const SpanWord &w) {
            (w.text[0] == vsg::kEndWord[0] && memcmp(w.text, vsg::kEndWord, sizeof vsg::kEndWord) == 0);
 }
 
-// The dictionary's entry table, and the span of the heap its words and rows
-// were allocated in one after another while loading, read at random by
-// every call: backed by large pages where the system allows.
+// The dictionary's entry table, and the span of memory its words and rows
+// lie in (one block for a binary dictionary, heap blocks allocated one
+// after another for a text one), read at random by every call: backed by
+// large pages where the system allows.
 void BackDictionary(const DictionaryS &core) {
     if (core.entries == nullptr || core.count <= 0) return;
     vsg::BackWithHugePages(core.entries, core.entries + core.count);

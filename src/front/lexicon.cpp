@@ -170,6 +170,27 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
     unknownCost_ = logTotal + 3.0;
     runCost_ = logTotal - std::log(100.0);
 
+    // The keys are inserted in order, each kAhead keys after it was made:
+    // its slot, at random in a table of megabytes, is loaded meanwhile.
+    struct Pending {
+        uint32_t hash;
+        uint32_t length;
+        const char *key;
+        float cost;
+        bool isWord;
+    };
+    constexpr size_t kAhead = 8;
+    Pending pending[kAhead];
+    size_t made = 0, inserted = 0;
+    auto insertOldest = [&]() {
+        const Pending &p = pending[inserted++ % kAhead];
+        Insert(p.hash, p.key, p.length, p.isWord, p.cost);
+    };
+    auto insertLater = [&](const Pending &p) {
+        if (made - inserted == kAhead) insertOldest();
+        __builtin_prefetch(&slots_[p.hash & (slots_.size() - 1)], 1);
+        pending[made++ % kAhead] = p;
+    };
     std::vector<Atom> atoms;
     for (size_t e = 0; e < words.size(); ++e) {
         double count = counts[e];
@@ -193,7 +214,7 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
             h = HashMore(h, word + atoms[k].start, atoms[k].length);
             size_t len = atoms[k].start + atoms[k].length;
             bool last = k + 1 == atoms.size();
-            Insert(h, word, len, last, last ? cost : 0.0f);
+            insertLater(Pending{h, static_cast<uint32_t>(len), word, last ? cost : 0.0f, last});
             if (k > 0) {
                 size_t bit = BloomBit(h);
                 bloom_[bit >> 6] |= uint64_t{1} << (bit & 63);
@@ -202,6 +223,7 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
         ++words_;
         if (length > maxBytes_) maxBytes_ = length;
     }
+    while (inserted < made) insertOldest();
     return words_ > 0;
 }
 

@@ -490,9 +490,12 @@ uint32_t SegModel::OffsetOf(uint64_t key) const {
 }
 
 void SegModel::BuildDirect() {
-    unigram_.assign(0x10100, kNone);
+    // The unigram keys first, then their look-ups, each loading the slot of
+    // the key kAhead further on: the slots lie at random in megabytes.
+    constexpr uint32_t kUnigrams = 0x10100, kAhead = 16;
+    std::vector<uint64_t> keys(kUnigrams);
     char bytes[2];
-    for (uint32_t c = 0; c < 0x10100; ++c) {
+    for (uint32_t c = 0; c < kUnigrams; ++c) {
         Atom a{0, 2, AtomKind::kOther};
         if (c < 0x10000) {
             bytes[0] = static_cast<char>(c >> 8);
@@ -501,7 +504,12 @@ void SegModel::BuildDirect() {
             bytes[0] = static_cast<char>(c & 0xFF);
             a.length = 1;
         }
-        unigram_[c] = OffsetOf(SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0));
+        keys[c] = SegFeatureKey(kSegUnigram, AtomId(bytes, a), 0);
+    }
+    unigram_.assign(kUnigrams, kNone);
+    for (uint32_t c = 0; c < kUnigrams; ++c) {
+        if (c + kAhead < kUnigrams && !slots_.empty()) __builtin_prefetch(&slots_[(keys[c + kAhead] >> 4) & mask_]);
+        unigram_[c] = OffsetOf(keys[c]);
     }
     for (int k = 0; k < 4; ++k) padUnigram_[k] = OffsetOf(SegFeatureKey(kSegUnigram, kPadIds[k], 0));
     classes_.assign(512, kNone);

@@ -8,9 +8,27 @@ using vsg::model::GetLittle;
 using vsg::model::PutBig;
 using vsg::model::PutLittle;
 
+namespace {
+
+// The hash with the modulus known when compiled: the division of every
+// byte becomes a multiplication (the core dictionary's bucket count is what
+// nearly every call asks with).
+template <uint32_t M>
+uint32_t HashModulo(const char *text) {
+    uint32_t h = 0;
+    for (const char *p = text; *p != '\0'; ++p) {
+        const auto c = static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(*p)));
+        h = (c + h * 64u) % M;
+    }
+    return h;
+}
+
+}  // namespace
+
 extern "C" {
 
 uint32_t VSGHash(const char *text, uint32_t m) {
+    if (m == DICTS_BUCKETS) return HashModulo<DICTS_BUCKETS>(text);
     uint32_t h = 0;
     for (const char *p = text; *p != '\0'; ++p) {
         // Bytes are signed: GB lead and trail bytes count as negative.

@@ -101,6 +101,8 @@ public:
 
     // Bytes not yet read.
     uint64_t left() const { return left_; }
+    // Bytes read from the file ahead of what was handed out.
+    size_t buffered() const { return end_ - pos_; }
 
     // Reads n raw bytes into `out`.
     bool Bytes(void *out, size_t n) noexcept {
@@ -109,8 +111,9 @@ public:
         size_t need = n;
         while (need > 0) {
             if (pos_ == end_) {
-                // Without a buffer (no memory for it) read straight through.
-                if (buffer_ == nullptr) {
+                // Without a buffer (no memory for it), and for the rest of a
+                // read that would fill it, read straight through.
+                if (buffer_ == nullptr || need >= kBufferBytes) {
                     if (std::fread(dst, 1, need, fp_) != need) return Exhausted();
                     break;
                 }
@@ -309,6 +312,20 @@ inline void ClearBuckets(DictBucket *buckets, size_t n) noexcept {
 inline bool ReadBuckets(BinaryReader &in, DictBucket *buckets, size_t n, int32_t entries) noexcept {
     bool ok = in.Buckets(buckets, n);
     for (size_t h = 0; ok && h < n; ++h) ok = BucketInRange(buckets[h], entries);
+    if (!ok) ClearBuckets(buckets, n);
+    return ok;
+}
+
+// The same from `size` bytes in memory (first, count pairs; bytes past the
+// table are ignored).
+inline bool DecodeBuckets(const unsigned char *bytes, size_t size, DictBucket *buckets, size_t n,
+                          int32_t entries) noexcept {
+    bool ok = size / 8 >= n;
+    for (size_t h = 0; ok && h < n; ++h) {
+        buckets[h].first = static_cast<int32_t>(BinaryReader::Little32(bytes + 8 * h));
+        buckets[h].count = static_cast<int32_t>(BinaryReader::Little32(bytes + 8 * h + 4));
+        ok = BucketInRange(buckets[h], entries);
+    }
     if (!ok) ClearBuckets(buckets, n);
     return ok;
 }

@@ -63,29 +63,57 @@ inline int MainPosRowTag(const DictSRow *rows, int32_t count) {
     return tag;
 }
 
+// The fact bits of rows given one by one in order (Add with the row's
+// index), so that a pass over the rows for other ends can gather them:
+// Org() is OrgRowFacts, Entry() EntryFacts of the rows added.
+class RowFacts {
+public:
+    void Add(const DictSRow &row, int32_t k) {
+        // The organisation facts and the main tag look at the first 256
+        // rows only; the class at every row.
+        if (k < 256) {
+            if (row.code == 0) {
+                if (row.subCode == vsg::kOrgTag) facts_ |= kFactOrgPosRow | kFactNameRow;
+                if (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag) facts_ |= kFactNameRow;
+                if (row.value > best_) {
+                    best_ = row.value;
+                    tag_ = row.subCode;
+                }
+            }
+            if (row.code == kOrgRowSet && row.subCode == kOrgSuffixRole && row.value >= kMinOrgSuffixValue)
+                facts_ |= kFactOrgSuffixRow;
+        }
+        const int t = vsg::ClassTagOfRow(row.subCode, static_cast<double>(row.value));
+        if (t >= 0) class_ = t;
+    }
+    uint32_t Org() const {
+        return tag_ >= 0 ? facts_ | kFactMainTag | (static_cast<uint32_t>(tag_) << kFactMainTagShift) : facts_;
+    }
+    uint32_t Entry() const { return Org() | (ClassCode(class_) << kFactClassShift); }
+
+private:
+    uint32_t facts_ = 0;
+    float best_ = -1e9f;  // value of the main tag's row (MainPosRowTag)
+    int tag_ = -1;
+    int class_ = -1;  // vsg::ClassTagOfRows
+};
+
 // The fact bits of `count` rows that the organisation scan asks (at most
 // the first 256 are looked at).
 inline uint32_t OrgRowFacts(const DictSRow *rows, int32_t count) {
-    uint32_t facts = 0;
-    if (rows == nullptr) return facts;
-    for (int32_t k = 0; k < count && k < 256; ++k) {
-        const DictSRow &row = rows[k];
-        if (row.code == 0 && row.subCode == vsg::kOrgTag) facts |= kFactOrgPosRow;
-        if (row.code == kOrgRowSet && row.subCode == kOrgSuffixRole && row.value >= kMinOrgSuffixValue)
-            facts |= kFactOrgSuffixRow;
-        if (row.code == 0 && (row.subCode == vsg::kPlaceTag || row.subCode == vsg::kForeignPlaceTag ||
-                              row.subCode == vsg::kOrgTag))
-            facts |= kFactNameRow;
-    }
-    const int tag = MainPosRowTag(rows, count);
-    if (tag >= 0) facts |= kFactMainTag | (static_cast<uint32_t>(tag) << kFactMainTagShift);
-    return facts;
+    RowFacts facts;
+    if (rows == nullptr) return 0;
+    for (int32_t k = 0; k < count && k < 256; ++k) facts.Add(rows[k], k);
+    return facts.Org();
 }
 
 // The fact bits of `count` rows and their class code: what an entry's
 // record keeps.
 inline uint32_t EntryFacts(const DictSRow *rows, int32_t count) {
-    return OrgRowFacts(rows, count) | (ClassCode(vsg::ClassTagOfRows(rows, count)) << kFactClassShift);
+    RowFacts facts;
+    if (rows != nullptr)
+        for (int32_t k = 0; k < count; ++k) facts.Add(rows[k], k);
+    return facts.Entry();
 }
 
 }  // namespace vsg::tagging

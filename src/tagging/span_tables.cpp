@@ -70,43 +70,26 @@ void SpanTables::SetLetterTags(const POSmap &map, const char *letters) noexcept 
     letters_ = letters;
 }
 
-// How many of an entry's rows of this set become candidates: the first
-// kMaxCands in row order, as in the fill.
-int32_t SpanTables::CandCount(const DictSEntry &entry) const {
-    if (entry.posList == nullptr) return 0;
-    int32_t n = 0;
-    for (int32_t r = 0; r < entry.posCount && n < kMaxCands; ++r)
-        if (entry.posList[r].code == set_) ++n;
-    return n;
-}
-
-int32_t SpanTables::PutCands(const DictSEntry &entry, uint8_t *tags, unsigned char *values) const {
-    if (entry.posList == nullptr) return 0;
-    int32_t n = 0;
-    for (int32_t r = 0; r < entry.posCount && n < kMaxCands; ++r) {
-        const DictSRow &row = entry.posList[r];
-        if (row.code != set_) continue;
-        tags[n] = row.subCode;
-        const float value = row.value;
-        memcpy(values + 4 * n, &value, sizeof value);
-        ++n;
-    }
-    return n;
-}
-
 bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
     // The block: each entry's record offset (4 bytes), then the records: the
     // counts, the entry's fact bits, the tags of its candidates in sets
     // 0..count-1, then their values, 5 bytes per candidate (a row's value is
     // kept rather than its cost, which takes 8: the fill adds the single
     // value, a small table). Padding at the end for the block copies (16
-    // tags, two values).
+    // tags, two values). The records are written in one pass over the rows;
+    // the block is sized for every row that can become a candidate, which
+    // is nearly every row.
     const size_t entries = static_cast<size_t>(sets[0].count_);
-    size_t total = 0;
-    for (size_t e = 0; e < entries; ++e)
-        for (int s = 0; s < count; ++s) total += static_cast<size_t>(sets[s].CandCount(sets[0].entries_[e]));
+    const DictSEntry *const all = sets[0].entries_;
+    const size_t perEntry = static_cast<size_t>(count) * kMaxCands;
+    size_t bound = 0;
+    for (size_t e = 0; e < entries; ++e) {
+        if (all[e].posList == nullptr || all[e].posCount <= 0) continue;
+        const size_t rows = static_cast<size_t>(all[e].posCount);
+        bound += rows < perEntry ? rows : perEntry;
+    }
     const size_t recordWords = (entries + 1) / 2;
-    const size_t dataBytes = kHeader * entries + 5 * total;
+    const size_t dataBytes = kHeader * entries + 5 * bound;
     if (dataBytes >= UINT32_MAX - kCopyPad) return false;
     const size_t dataWords = (dataBytes + kCopyPad + 7) / 8;
     SpanTables &holder = sets[0];
@@ -117,25 +100,50 @@ bool SpanTables::Fill(SpanTables *sets, int count) noexcept {
     }
     uint32_t *records = reinterpret_cast<uint32_t *>(holder.block_.data());
     unsigned char *data = reinterpret_cast<unsigned char *>(holder.block_.data() + recordWords);
+    int32_t codes[kSets];
+    for (int s = 0; s < count; ++s) codes[s] = sets[s].set_;
     uint32_t at = 0;
-    uint8_t tags[kSets * kMaxCands];
-    unsigned char values[4 * kSets * kMaxCands];
+    // Each set's candidates of the entry at hand, in row order.
+    uint8_t tags[kSets][kMaxCands];
+    float values[kSets][kMaxCands];
     for (size_t e = 0; e < entries; ++e) {
         records[e] = at;
         unsigned char *record = data + at;
-        uint32_t n = 0;
-        for (int s = 0; s < count; ++s) {
-            n += static_cast<uint32_t>(sets[s].PutCands(sets[0].entries_[e], tags + n, values + 4 * n));
-            record[s] = static_cast<uint8_t>(n);
+        const DictSEntry &entry = all[e];
+        int32_t n[kSets] = {0, 0, 0, 0};
+        RowFacts facts;  // EntryFacts, gathered in the same pass
+        if (entry.posList != nullptr) {
+            for (int32_t r = 0; r < entry.posCount; ++r) {
+                const DictSRow &row = entry.posList[r];
+                facts.Add(row, r);
+                for (int s = 0; s < count; ++s) {
+                    if (row.code != codes[s]) continue;
+                    if (n[s] < kMaxCands) {
+                        tags[s][n[s]] = row.subCode;
+                        values[s][n[s]] = row.value;
+                        ++n[s];
+                    }
+                    break;  // the sets' codes differ (one per tag set)
+                }
+            }
         }
-        for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(n);
-        const DictSEntry &entry = sets[0].entries_[e];
-        const uint32_t facts = EntryFacts(entry.posList, entry.posCount);
-        record[kSets] = static_cast<uint8_t>(facts);
-        record[kSets + 1] = static_cast<uint8_t>(facts >> 8);
-        memcpy(record + kHeader, tags, n);
-        memcpy(record + kHeader + n, values, 4 * n);
-        at += kHeader + 5 * n;
+        // Most entries have one to three candidates: element loops, not
+        // calls of memcpy.
+        uint32_t total = 0;
+        for (int s = 0; s < count; ++s) {
+            unsigned char *tag = record + kHeader + total;
+            for (int32_t k = 0; k < n[s]; ++k) tag[k] = tags[s][k];
+            total += static_cast<uint32_t>(n[s]);
+            record[s] = static_cast<uint8_t>(total);
+        }
+        for (int s = count; s < kSets; ++s) record[s] = static_cast<uint8_t>(total);
+        unsigned char *value = record + kHeader + total;
+        for (int s = 0; s < count; ++s)
+            for (int32_t k = 0; k < n[s]; ++k, value += 4) memcpy(value, &values[s][k], 4);
+        const uint32_t factBits = facts.Entry();
+        record[kSets] = static_cast<uint8_t>(factBits);
+        record[kSets + 1] = static_cast<uint8_t>(factBits >> 8);
+        at += kHeader + 5 * total;
     }
     memset(data + at, kNoTag, kCopyPad);
     for (int s = 0; s < count; ++s) {

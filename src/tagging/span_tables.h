@@ -129,11 +129,6 @@ public:
 private:
     // Sets the fields and cost rows of one set; false when memory runs out.
     bool Start(const DictionaryS &core, const ContextStat &model, int32_t set) noexcept;
-    // Candidates entry e has in this set.
-    int32_t CandCount(const DictSEntry &entry) const;
-    // Appends entry e's candidates of this set at tags (their rows' values
-    // at values, unaligned); returns how many.
-    int32_t PutCands(const DictSEntry &entry, uint8_t *tags, unsigned char *values) const;
     // Builds `count` sets, which Start has prepared, in one block held by
     // sets[0].
     static bool Fill(SpanTables *sets, int count) noexcept;

@@ -165,6 +165,9 @@ TEST(DictionaryS, BinaryRoundTripKeepsEverythingButLeavesClassGlobal) {
             EXPECT_EQ(x.posList[r].value, y.posList[r].value);
             EXPECT_EQ(x.posList[r].flag, y.posList[r].flag);
         }
+        // The record promises room for one more row, zeroed.
+        const DictSRow &extra = y.posList[y.posCount];
+        EXPECT_TRUE(extra.code == 0 && extra.subCode == 0 && extra.value == 0.0f && extra.flag == 0) << x.word;
         EXPECT_EQ(DictionaryS_GetCoreInfo(x.word, &b.d), DictionaryS_GetCoreInfo(x.word, &a.d));
     }
     EXPECT_EQ(0, std::memcmp(a.d.buckets, b.d.buckets, sizeof(DictBucket) * DICTS_BUCKETS));
