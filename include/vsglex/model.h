@@ -79,9 +79,7 @@ VSGLEX_API extern int32_t gTaIndexNum;
 
 /* Loads the text form; 1 or -1. */
 VSGLEX_API int32_t DictionaryS_Load(const char *path, DictionaryS *dict);
-/* Loads the binary form; 1 or -1. Does not touch gTaIndexNum. The words and
- * rows of all entries then lie in one block that DictionaryS_Free releases
- * (their pointers are not blocks of their own). */
+/* Loads the binary form; 1 or -1. Does not touch gTaIndexNum. */
 VSGLEX_API int32_t DictionaryS_LoadBinary(const char *path, DictionaryS *dict);
 /* Writes the binary form of a loaded dictionary; 1 or -1. */
 VSGLEX_API int32_t DictionaryS_SaveBinary(const char *path, const DictionaryS *dict);
