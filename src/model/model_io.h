@@ -101,8 +101,6 @@ public:
 
     // Bytes not yet read.
     uint64_t left() const { return left_; }
-    // Bytes read from the file ahead of what was handed out.
-    size_t buffered() const { return end_ - pos_; }
 
     // Reads n raw bytes into `out`.
     bool Bytes(void *out, size_t n) noexcept {
@@ -312,20 +310,6 @@ inline void ClearBuckets(DictBucket *buckets, size_t n) noexcept {
 inline bool ReadBuckets(BinaryReader &in, DictBucket *buckets, size_t n, int32_t entries) noexcept {
     bool ok = in.Buckets(buckets, n);
     for (size_t h = 0; ok && h < n; ++h) ok = BucketInRange(buckets[h], entries);
-    if (!ok) ClearBuckets(buckets, n);
-    return ok;
-}
-
-// The same from `size` bytes in memory (first, count pairs; bytes past the
-// table are ignored).
-inline bool DecodeBuckets(const unsigned char *bytes, size_t size, DictBucket *buckets, size_t n,
-                          int32_t entries) noexcept {
-    bool ok = size / 8 >= n;
-    for (size_t h = 0; ok && h < n; ++h) {
-        buckets[h].first = static_cast<int32_t>(BinaryReader::Little32(bytes + 8 * h));
-        buckets[h].count = static_cast<int32_t>(BinaryReader::Little32(bytes + 8 * h + 4));
-        ok = BucketInRange(buckets[h], entries);
-    }
     if (!ok) ClearBuckets(buckets, n);
     return ok;
 }
