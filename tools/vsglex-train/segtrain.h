@@ -44,6 +44,13 @@ struct SegTrainOptions {
     // with its cost class, 2 also the word with the atom before and with the
     // atom after it.
     int wordFeatures = 0;
+    // Perceptrons trained, each with its own fold assignment of the
+    // jackknife and its own visiting order; their averaged weights are
+    // summed into the one model written.
+    int members = 1;
+    // Margin of the loss-augmented search in training: every atom label
+    // other than the gold one scores this much more (0: plain perceptron).
+    double margin = 0.0;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
