@@ -320,7 +320,6 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
     float trans[kSegLabels][kSegLabels] = {};
     double transU[kSegLabels][kSegLabels] = {};
     double step = 1.0;
-    const float margin = static_cast<float>(opt.margin);
     std::vector<float> scores, wordScores;
     std::vector<uint8_t> labels, back;
     std::vector<std::pair<uint32_t, float>> delta;
@@ -345,13 +344,6 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                     for (int l = 0; l < kSegLabels; ++l) scores[static_cast<size_t>(i) * kSegLabels + l] += wg[row * kSegLabels + l];
                 }
             }
-            // Loss-augmented search: every label but the gold one costs the
-            // margin less, so the update also comes when the gold labels win
-            // by less than the margin per wrong atom.
-            if (margin > 0.0f)
-                for (size_t i = 0; i < n; ++i)
-                    for (int l = 0; l < kSegLabels; ++l)
-                        if (l != g[i]) scores[i * kSegLabels + l] += margin;
             const bool words = run.wordEnd > run.wordBegin;
             if (words) {
                 // A word feature's weight is lane 0 of its row.

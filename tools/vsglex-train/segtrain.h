@@ -48,9 +48,6 @@ struct SegTrainOptions {
     // jackknife and its own visiting order; their averaged weights are
     // summed into the one model written.
     int members = 1;
-    // Margin of the loss-augmented search in training: every atom label
-    // other than the gold one scores this much more (0: plain perceptron).
-    double margin = 0.0;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
