@@ -217,6 +217,32 @@ TEST(SegTrainTest, WordFeaturesAreLearnedDeterministicallyAndKeepTheCut) {
     EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
 }
 
+TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt;
+    opt.minCount = 1;
+    opt.epochs = 8;
+    vsgtrain::SegTrainSummary one, s1, s2;
+    const std::string single = vsgtrain::TrainSegmenter(all, opt, &one);
+    opt.members = 3;
+    const std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
+    const std::string b = vsgtrain::TrainSegmenter(all, opt, &s2);
+    ASSERT_FALSE(a.empty());
+    EXPECT_EQ(a, b);
+    // Members that learned the same weights would sum to a multiple of one
+    // member's, which the file's single scale writes as the same bytes.
+    EXPECT_NE(a, single);
+    // The first pass counts of the first member, whatever the others do.
+    EXPECT_EQ(s1.errorsFirst, one.errorsFirst);
+    EXPECT_EQ(s1.atoms, one.atoms);
+    vsg::front::SegModel m;
+    std::string error;
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
+    const vsg::front::Lexicon lex = LexiconOf(all);
+    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
+    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+}
+
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;

@@ -183,11 +183,35 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
     return bounds;
 }
 
-std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
-                           SegTrainSummary *summary) {
-    *summary = SegTrainSummary();
-    if (opt.epochs <= 0 || all.empty()) return std::string();
+namespace {
+
+// The averaged weights of the members trained so far, summed per group,
+// and their summed transitions.
+struct SegSum {
+    std::unordered_map<uint64_t, std::vector<double>> groups;
+    double trans[kSegLabels][kSegLabels] = {};
+};
+
+// Fold of paragraph `p` for member `member`: the first member takes the
+// paragraph index modulo the folds, the others a seeded hash of it, so that
+// each member sees another jackknife of the dictionary features.
+int FoldOf(size_t p, int folds, int member) {
+    if (folds <= 1) return 0;
+    if (member == 0) return static_cast<int>(p % static_cast<size_t>(folds));
+    uint64_t x = (uint64_t{p} + 1) * 0x9E3779B97F4A7C15ull ^ (uint64_t(member) * 0xBF58476D1CE4E5B9ull);
+    x ^= x >> 31;
+    x *= 0x94D049BB133111EBull;
+    x ^= x >> 29;
+    return static_cast<int>(x % static_cast<uint64_t>(folds));
+}
+
+// Trains one member (its fold assignment and visiting order from `member`)
+// and adds its averaged weights to `sum`.
+void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
+                 SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
+    std::vector<int> foldOf(all.size());
+    for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
 
     // Features of every run; the dictionary marks of a paragraph come from a
     // lexicon of the other folds' words, so that the model learns how far to
@@ -206,7 +230,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             std::unordered_map<std::string, std::pair<double, double>> counts;
             std::unordered_map<std::string, int32_t> places;
             for (size_t p = 0; p < all.size(); ++p) {
-                if (folds > 1 && static_cast<int>(p % static_cast<size_t>(folds)) == f) continue;
+                if (folds > 1 && foldOf[p] == f) continue;
                 for (const Unit &u : all[p]) {
                     if (u.kind == UnitKind::Place) ++places[u.text];
                     if (u.text.size() > kMaxDictWord) continue;
@@ -223,7 +247,8 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             // The words a lexicon holds do not depend on the list's order.
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
-            for (size_t p = static_cast<size_t>(f); p < all.size(); p += static_cast<size_t>(folds)) {
+            for (size_t p = 0; p < all.size(); ++p) {
+                if (foldOf[p] != f) continue;
                 BuildRuns(all[p], placeCount, opt, &pr);
                 for (const auto &r : pr.runs) {
                     size_t n = r.second - r.first;
@@ -264,9 +289,10 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         groupOf.emplace(keys[g], static_cast<uint32_t>(g));
         offset[g + 1] = offset[g] + kSegTemplateRows[vsg::front::SegKeyTemplate(keys[g])] * kSegLabels;
     }
-    keyCount.clear();
+    std::unordered_map<uint64_t, uint32_t>().swap(keyCount);
     std::vector<Ref> refs;
     std::vector<WordRef> wordRefs;
+    const bool first = member == 0;
     for (size_t r = 0; r < runs.size(); ++r) {
         runs[r].featureBegin = static_cast<uint32_t>(refs.size());
         for (const SegFeature &x : perRun[r]) {
@@ -282,10 +308,10 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         }
         runs[r].wordEnd = static_cast<uint32_t>(wordRefs.size());
         std::vector<SegWordFeature>().swap(perRunWords[r]);
-        summary->atoms += runs[r].length;
+        if (first) summary->atoms += runs[r].length;
     }
-    summary->runs = static_cast<int64_t>(runs.size());
-    summary->features = static_cast<int64_t>(keys.size());
+    std::unordered_map<uint64_t, uint32_t>().swap(groupOf);
+    if (first) summary->runs = static_cast<int64_t>(runs.size());
 
     // Averaged perceptron: w holds the weights, u the sum of step * update,
     // and the average is w - u / step.
@@ -299,13 +325,14 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     std::vector<std::pair<uint32_t, float>> delta;
     std::vector<uint32_t> order(runs.size());
     for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
-    Lcg rng{0x5E65E6ull};
+    Lcg rng{0x5E65E6ull + uint64_t(member) * 0x9E3779B97F4A7C15ull};
     for (int epoch = 0; epoch < opt.epochs; ++epoch) {
         for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[rng.Next() % i]);
         int64_t errors = 0;
         for (uint32_t r : order) {
             const Run &run = runs[r];
             const size_t n = run.length;
+            const uint8_t *g = gold.data() + run.labelBegin;
             scores.assign(n * kSegLabels, 0.0f);
             for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
                 const Ref &ref = refs[k];
@@ -328,7 +355,6 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             }
             vsg::front::SegViterbi<float, double>(scores.data(), n, trans, labels, back,
                                                   words ? wordScores.data() : nullptr);
-            const uint8_t *g = gold.data() + run.labelBegin;
             bool wrong = false;
             for (size_t i = 0; i < n; ++i)
                 if (labels[i] != g[i]) {
@@ -378,28 +404,51 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
             }
             step += 1.0;
         }
-        if (epoch == 0) summary->errorsFirst = errors;
-        summary->errorsLast = errors;
+        if (first && epoch == 0) summary->errorsFirst = errors;
+        if (first) summary->errorsLast = errors;
     }
 
-    // Averaged weights; groups far below the largest weight are dropped.
+    // The averaged weights, added to the sum.
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l) sum->trans[p][l] += static_cast<float>(trans[p][l] - transU[p][l] / step);
+    for (size_t g = 0; g < keys.size(); ++g) {
+        std::vector<double> &acc = sum->groups[keys[g]];
+        acc.resize(offset[g + 1] - offset[g], 0.0);
+        for (uint32_t i = offset[g]; i < offset[g + 1]; ++i)
+            acc[i - offset[g]] += static_cast<float>(w[i] - u[i] / step);
+    }
+}
+
+}  // namespace
+
+std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
+                           SegTrainSummary *summary) {
+    *summary = SegTrainSummary();
+    if (opt.epochs <= 0 || all.empty()) return std::string();
+    SegSum sum;
+    for (int m = 0; m < std::max(1, opt.members); ++m) TrainMember(all, opt, m, &sum, summary);
+    summary->features = static_cast<int64_t>(sum.groups.size());
+
+    // The summed weights in key order; groups far below the largest weight
+    // are dropped.
+    std::vector<std::pair<uint64_t, std::vector<double>>> sorted(sum.groups.begin(), sum.groups.end());
+    decltype(sum.groups)().swap(sum.groups);
+    std::sort(sorted.begin(), sorted.end(),
+              [](const auto &a, const auto &b) { return a.first < b.first; });
     float avgTrans[kSegLabels][kSegLabels];
     for (int p = 0; p < kSegLabels; ++p)
-        for (int l = 0; l < kSegLabels; ++l)
-            avgTrans[p][l] = static_cast<float>(trans[p][l] - transU[p][l] / step);
-    std::vector<vsg::front::SegGroup> groups;
-    groups.reserve(keys.size());
+        for (int l = 0; l < kSegLabels; ++l) avgTrans[p][l] = static_cast<float>(sum.trans[p][l]);
     float top = 0.0f;
-    for (size_t i = 0; i < w.size(); ++i) {
-        w[i] = static_cast<float>(w[i] - u[i] / step);
-        top = std::max(top, std::fabs(w[i]));
-    }
+    for (const auto &g : sorted)
+        for (double x : g.second) top = std::max(top, std::fabs(static_cast<float>(x)));
     const float floor = static_cast<float>(opt.prune) * top;
-    for (size_t g = 0; g < keys.size(); ++g) {
+    std::vector<vsg::front::SegGroup> groups;
+    groups.reserve(sorted.size());
+    for (const auto &g : sorted) {
         float big = 0.0f;
-        for (uint32_t i = offset[g]; i < offset[g + 1]; ++i) big = std::max(big, std::fabs(w[i]));
+        for (double x : g.second) big = std::max(big, std::fabs(static_cast<float>(x)));
         if (big < floor || big == 0.0f) continue;
-        groups.push_back({keys[g], std::vector<float>(w.begin() + offset[g], w.begin() + offset[g + 1])});
+        groups.push_back({g.first, std::vector<float>(g.second.begin(), g.second.end())});
     }
     summary->groups = static_cast<int64_t>(groups.size());
     std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);

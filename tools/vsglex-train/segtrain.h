@@ -44,6 +44,10 @@ struct SegTrainOptions {
     // with its cost class, 2 also the word with the atom before and with the
     // atom after it.
     int wordFeatures = 0;
+    // Perceptrons trained, each with its own fold assignment of the
+    // jackknife and its own visiting order; their averaged weights are
+    // summed into the one model written.
+    int members = 1;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
