@@ -68,7 +68,7 @@ void Usage() {
                  "  --seg-name-places 0|1  unknown places' characters get the name labels too (default 1)\n"
                  "  --seg-drop-templates MASK  word cutter feature templates left out (bit t: template t; default 0)\n"
                  "  --seg-words 0|1|2  word cutter features of whole words of 2-4 atoms: none, the word and its length, also the word with each neighbour (default 0)\n"
-                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 1)\n");
+                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 2)\n");
 }
 
 // Reads "FROM-TO" (days of the month, FROM <= TO).

@@ -47,7 +47,7 @@ struct SegTrainOptions {
     // Perceptrons trained, each with its own fold assignment of the
     // jackknife and its own visiting order; their averaged weights are
     // summed into the one model written.
-    int members = 1;
+    int members = 2;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
