@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -376,7 +377,13 @@ private:
     std::vector<bool> nameEnds_;    // by the last character's two bytes
     // Places found in this text so far (GB text), and the stems of those
     // that end in an administrative unit (象山 of 象山县).
-    std::unordered_set<std::string> places_;
+    struct PlaceMentions {
+        uint32_t places = 0;  // times the text holds the string as a place
+        uint32_t plain = 0;   // times as a new plain word that could take it
+        bool stem = false;    // the stem of a place with a unit suffix
+    };
+    std::unordered_map<std::string, PlaceMentions> places_;
+    std::vector<Span *> placeRepeats_;  // words that spell a remembered place
     std::vector<bool> placeFirsts_;  // by the first character's two bytes
 };
 

@@ -111,6 +111,14 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
 // tagger never gives a new word a place tag, and the place recogniser
 // joins single characters only. The places of the batch are taken first,
 // so an earlier mention profits from a later one; only the tag changes.
+namespace {
+
+// A string held as a place lends its tag to at most this many plain
+// mentions per place mention.
+constexpr uint32_t kPlainPerPlace = 2;
+
+}  // namespace
+
 void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     if (!shared_.repeatPlaces) return;
     const std::string &gb = work_.gb;
@@ -124,8 +132,8 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         if (t.size() < 4 || t.size() > 16 || !IsGb2312ChineseText(t.data(), t.size())) continue;
         if (placeFirsts_.empty()) placeFirsts_.resize(1 << 16);
         placeFirsts_[GbCharKey(t.data())] = true;
-        places_.emplace(t);
-        if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_.emplace(t.substr(0, t.size() - 2));
+        ++places_[t].places;
+        if (t.size() >= 6 && UnitSuffix(t.data() + t.size() - 2)) places_[t.substr(0, t.size() - 2)].stem = true;
     }
     if (places_.empty()) return;
     // A run of three or more one-character plain words of one sentence
@@ -170,6 +178,7 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         spans.resize(out);
     }
     // Most words are turned down by the first character before any lookup.
+    placeRepeats_.clear();
     for (Span &s : spans) {
         const Item &a = items_[s.first];
         const char *w = gb.data() + a.start;
@@ -179,11 +188,22 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         const size_t length = SpanText(s).size();
         if ((length != 4 && length != 6) || !placeFirsts_[GbCharKey(w)] ||
             !ShortChineseWord(w, length) || s.tag < 0 ||
-            IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0 ||
-            places_.count(std::string(w, length)) == 0 ||
-            CoreWordCount(&shared_.engine->models(), w, length) != 0.0)
+            IsNameTag(s.tag) || HoldsFixedItem(s) || s.split != 0 || s.partCount != 0)
             continue;
-        s.tag = kPlaceTag;
+        auto found = places_.find(std::string(w, length));
+        if (found == places_.end() || CoreWordCount(&shared_.engine->models(), w, length) != 0.0) continue;
+        ++found->second.plain;
+        placeRepeats_.push_back(&s);
+    }
+    // A place the text names under the same string lends it only while the
+    // text does not write the string far more often as a plain word: one
+    // false place of the engine (a temple's name cut after a foreign name)
+    // would otherwise make every mention of a common word a place. The stem
+    // of a place with a unit suffix (象山 of 象山县) is rarely a place by
+    // itself in the text, and always lends.
+    for (Span *s : placeRepeats_) {
+        const PlaceMentions &m = places_.find(std::string(SpanText(*s)))->second;
+        if (m.stem || m.plain <= kPlainPerPlace * m.places) s->tag = kPlaceTag;
     }
 }
 
