@@ -162,6 +162,18 @@ vsg::front::Lexicon LexiconOf(const std::vector<std::vector<vsgtrain::Unit>> &al
     return lex;
 }
 
+// Known words come out whole and a person name one character a word with
+// the model `bytes` trained on `all`.
+void ExpectWordsWholeAndNameInCharacters(const std::string &bytes,
+                                          const std::vector<std::vector<vsgtrain::Unit>> &all) {
+    vsg::front::SegModel m;
+    std::string error;
+    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+    const vsg::front::Lexicon lex = LexiconOf(all);
+    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
+    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+}
+
 TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt;
@@ -176,14 +188,9 @@ TEST(SegTrainTest, TrainingIsDeterministicAndLearnsTheCut) {
     EXPECT_GT(s1.errorsFirst, s1.errorsLast);
     EXPECT_EQ(s1.bytes, static_cast<int64_t>(a.size()));
 
-    vsg::front::SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
-    const vsg::front::Lexicon lex = LexiconOf(all);
-    // Known words whole, person names one character a word (the name
-    // labels give one-character words like S).
-    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
-    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+    // Person names one character a word (the name labels give
+    // one-character words like S).
+    ExpectWordsWholeAndNameInCharacters(a, all);
 
     // Fewer passes or another minimum give another model.
     opt.epochs = 1;
@@ -211,10 +218,7 @@ TEST(SegTrainTest, WordFeaturesAreLearnedDeterministicallyAndKeepTheCut) {
     ASSERT_TRUE(old.LoadBytes(reinterpret_cast<const uint8_t *>(without.data()), without.size(), &error)) << error;
     EXPECT_TRUE(m.HasWordFeatures());
     EXPECT_FALSE(old.HasWordFeatures());
-    const vsg::front::Lexicon lex = LexiconOf(all);
-    // The words still whole and the name still in characters.
-    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
-    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+    ExpectWordsWholeAndNameInCharacters(a, all);
 }
 
 TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
@@ -223,6 +227,7 @@ TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
     opt.minCount = 1;
     opt.epochs = 8;
     vsgtrain::SegTrainSummary one, s1, s2;
+    opt.members = 1;
     const std::string single = vsgtrain::TrainSegmenter(all, opt, &one);
     opt.members = 3;
     const std::string a = vsgtrain::TrainSegmenter(all, opt, &s1);
@@ -235,12 +240,7 @@ TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
     // The first pass counts of the first member, whatever the others do.
     EXPECT_EQ(s1.errorsFirst, one.errorsFirst);
     EXPECT_EQ(s1.atoms, one.atoms);
-    vsg::front::SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(a.data()), a.size(), &error)) << error;
-    const vsg::front::Lexicon lex = LexiconOf(all);
-    EXPECT_EQ(CutText(m, lex, "江泽民在上海会见了朋友。"), "江/泽/民/在/上海/会见/了/朋友/。");
-    EXPECT_EQ(CutText(m, lex, "我们访问了北京和上海。"), "我们/访问/了/北京/和/上海/。");
+    ExpectWordsWholeAndNameInCharacters(a, all);
 }
 
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
