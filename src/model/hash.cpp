@@ -1,5 +1,7 @@
 // String hashes of the dictionary buckets and the byte-order helpers of the
 // binary model files (integers little-endian, floats big-endian).
+#include <type_traits>
+
 #include "model/byte_order.h"
 #include "vsglex/model.h"
 
@@ -10,15 +12,16 @@ using vsg::model::PutLittle;
 
 namespace {
 
-// The hash with the modulus known when compiled: the division of every
-// byte becomes a multiplication (the core dictionary's bucket count is what
-// nearly every call asks with).
-template <uint32_t M>
-uint32_t HashModulo(const char *text) {
+// The bucket hash under modulus `m`: a plain number, or a
+// std::integral_constant when the modulus is known when compiled, so that
+// the division of every byte becomes a multiplication.
+template <typename Modulus>
+uint32_t HashModulo(const char *text, Modulus m) {
     uint32_t h = 0;
     for (const char *p = text; *p != '\0'; ++p) {
+        // Bytes are signed: GB lead and trail bytes count as negative.
         const auto c = static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(*p)));
-        h = (c + h * 64u) % M;
+        h = (c + h * 64u) % m;
     }
     return h;
 }
@@ -28,14 +31,9 @@ uint32_t HashModulo(const char *text) {
 extern "C" {
 
 uint32_t VSGHash(const char *text, uint32_t m) {
-    if (m == DICTS_BUCKETS) return HashModulo<DICTS_BUCKETS>(text);
-    uint32_t h = 0;
-    for (const char *p = text; *p != '\0'; ++p) {
-        // Bytes are signed: GB lead and trail bytes count as negative.
-        const auto c = static_cast<uint32_t>(static_cast<int32_t>(static_cast<signed char>(*p)));
-        h = (c + h * 64u) % m;
-    }
-    return h;
+    // The core dictionary's bucket count is what nearly every call asks with.
+    if (m == DICTS_BUCKETS) return HashModulo(text, std::integral_constant<uint32_t, DICTS_BUCKETS>());
+    return HashModulo(text, m);
 }
 
 uint32_t VSGHash1(const char *text, uint32_t m) {
