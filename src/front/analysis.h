@@ -14,6 +14,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "common/gbtext.h"
@@ -383,7 +384,8 @@ private:
         bool stem = false;    // the stem of a place with a unit suffix
     };
     std::unordered_map<std::string, PlaceMentions> places_;
-    std::vector<Span *> placeRepeats_;  // words that spell a remembered place
+    // Words that spell a remembered place, with that place's mentions.
+    std::vector<std::pair<Span *, const PlaceMentions *>> placeRepeats_;
     std::vector<bool> placeFirsts_;  // by the first character's two bytes
 };
 

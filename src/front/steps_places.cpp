@@ -193,7 +193,7 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
         auto found = places_.find(std::string(w, length));
         if (found == places_.end() || CoreWordCount(&shared_.engine->models(), w, length) != 0.0) continue;
         ++found->second.plain;
-        placeRepeats_.push_back(&s);
+        placeRepeats_.emplace_back(&s, &found->second);
     }
     // A place the text names under the same string lends it only while the
     // text does not write the string far more often as a plain word: one
@@ -201,10 +201,8 @@ void Analysis::RepeatPlaces(std::vector<Span> &spans) {
     // would otherwise make every mention of a common word a place. The stem
     // of a place with a unit suffix (象山 of 象山县) is rarely a place by
     // itself in the text, and always lends.
-    for (Span *s : placeRepeats_) {
-        const PlaceMentions &m = places_.find(std::string(SpanText(*s)))->second;
-        if (m.stem || m.plain <= kPlainPerPlace * m.places) s->tag = kPlaceTag;
-    }
+    for (const auto &[s, m] : placeRepeats_)
+        if (m->stem || m->plain <= kPlainPerPlace * m->places) s->tag = kPlaceTag;
 }
 
 }  // namespace vsg::front
