@@ -13,6 +13,9 @@ ends into a neighbour), "cross" (both); by whether it occurs in the
 training days (IV) or not (OOV); and by the class of its gold tag. Then
 the cut's own wrong words: pieces of a longer gold word, joins of several,
 or crossing a boundary. Examples with their counts follow each line.
+Last, the cut's joins by what the training days write of the joined
+string: never (an unseen string), never as one word, both ways (as one
+word at least half the times or less), or always as one word.
 """
 import sys, re, collections
 TOKEN = re.compile(r'^(\[?)(.+)/([A-Za-z]+)(\][a-z]+)?$')
@@ -24,17 +27,20 @@ def gold_tokens(line):
         if not m: continue
         out.append((m.group(2), m.group(3)))
     return out
-def vocab(path):
-    v=set()
+def training_words(path):
+    """Word counts and the paragraphs' text, one paragraph a line."""
+    words = collections.Counter(); text = []
     for line in open(path,encoding='utf-8'):
-        for w,t in gold_tokens(line): v.add(w)
-    return v
+        ws = [w for w,t in gold_tokens(line)]
+        words.update(ws); text.append(''.join(ws))
+    return words, '\n'.join(text)
 test_tagged, train_tagged, sysfile = sys.argv[1:4]
-V = vocab(train_tagged)
+V, train_text = training_words(train_tagged)
 gl = [gold_tokens(l) for l in open(test_tagged,encoding='utf-8') if l.split()]
 sl = [[t.rpartition('/')[0] for t in l.split(' ') if t] for l in open(sysfile,encoding='utf-8').read().split('\n')]
 cat = collections.Counter(); ex = collections.defaultdict(collections.Counter)
 fp = collections.Counter(); fpex = collections.defaultdict(collections.Counter)
+joins = collections.Counter()
 def tagclass(t, w):
     if t in ('m','t','q','mq'): return 'num/time'
     if t.startswith('nr'): return 'person'
@@ -66,6 +72,7 @@ for g, s in zip(gl, sl):
         outer = not (a in gb and b in gb)
         kind = 'sys-split-piece' if not inner and outer else ('sys-joined' if inner and not outer else 'sys-cross')
         fp[kind]+=1; fpex[kind][w]+=1
+        if kind == 'sys-joined': joins[w]+=1
 tot=sum(cat.values())
 print('missed gold words', tot)
 for k,v in cat.most_common(30):
@@ -73,3 +80,15 @@ for k,v in cat.most_common(30):
 print('false system words', sum(fp.values()))
 for k,v in fp.most_common():
     print(f'{v:6d} {k} e.g. '+' '.join(f'{w}:{c}' for w,c in fpex[k].most_common(15)))
+def training_use(w):
+    seen, whole = train_text.count(w), V[w]
+    if seen == 0: return 'unseen string'
+    if whole == 0: return 'never one word'
+    if whole >= seen: return 'always one word'
+    return 'both, one word >= half' if 2*whole >= seen else 'both, one word < half'
+use = collections.Counter(); useex = collections.defaultdict(collections.Counter)
+for w,c in joins.items():
+    k = training_use(w); use[k]+=c; useex[k][w]+=c
+print('joins by what the training days write of the string', sum(use.values()))
+for k,v in use.most_common():
+    print(f'{v:6d} {v/max(1,sum(use.values())):6.1%} {k} e.g. '+' '.join(f'{w}:{c}' for w,c in useex[k].most_common(10)))
