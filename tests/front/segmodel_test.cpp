@@ -284,6 +284,116 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
 }
 
+TEST(SegModelTest, PosteriorMatchesEnumerationAndCutMaximisesExpectedWords) {
+    // Label and word probabilities against the sums over every label
+    // sequence of short runs, with word scores, forbidden labels (the score
+    // FixBoundaries gives them) and scores far apart, where unscaled sums
+    // would overflow; then the posterior cut against every cut of the run.
+    constexpr int32_t kForbidden = -(int32_t{1} << 30);
+    std::mt19937 rng(31);
+    std::uniform_int_distribution<int32_t> weight(-60000, 60000);
+    std::vector<double> buffer;
+    CutScratch scratch;
+    int confident = 0;
+    for (int round = 0; round < 120; ++round) {
+        float trans[kSegLabels][kSegLabels];
+        for (auto &row : trans)
+            for (float &t : row) t = static_cast<float>(weight(rng)) / 1000.0f;
+        const std::string bytes = EncodeSegModel({}, trans);
+        SegModel m;
+        std::string error;
+        ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
+        int32_t transitions[kSegLabels][kSegLabels];
+        for (int p = 0; p < kSegLabels; ++p)
+            for (int l = 0; l < kSegLabels; ++l) transitions[p][l] = m.Transition(p, l);
+        const size_t n = 1 + rng() % 5;
+        std::vector<int32_t> score(n * kSegLabels), words(n * kSegWordLengths);
+        for (int32_t &v : score) v = rng() % 9 == 0 ? kForbidden : weight(rng);
+        for (size_t i = 0; i < n; ++i) score[i * kSegLabels + kSegSingle] = weight(rng);  // never forbidden
+        for (int32_t &v : words) v = weight(rng);
+        const double temperature = round % 3 == 0 ? 400.0 : round % 3 == 1 ? 8000.0 : 60000.0;
+
+        // Every sequence's weight; a word [i, j) stands where a word ends
+        // before i and at j - 1 and nowhere between.
+        std::vector<long double> label(n * kSegLabels, 0.0L), word(n * (n + 1), 0.0L);
+        std::vector<uint8_t> cur(n), best;
+        std::vector<std::pair<std::vector<uint8_t>, int64_t>> valid;
+        int64_t top = std::numeric_limits<int64_t>::min();
+        size_t total = 1;
+        for (size_t i = 0; i < n; ++i) total *= kSegLabels;
+        for (size_t code = 0; code < total; ++code) {
+            for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
+            bool ok = SegLabelOpens(cur[0]) && SegLabelCloses(cur[n - 1]);
+            int64_t sum = 0;
+            for (size_t i = 0; i < n && ok; ++i) {
+                ok = score[i * kSegLabels + cur[i]] != kForbidden && (i == 0 || SegTransitionAllowed(cur[i - 1], cur[i]));
+                sum += score[i * kSegLabels + cur[i]] + (i > 0 ? transitions[cur[i - 1]][cur[i]] : 0);
+                for (int len = 2; len <= kSegWordMax && static_cast<size_t>(len) <= i + 1; ++len)
+                    if (SegWordAt(cur.data(), i, len)) sum += words[i * kSegWordLengths + len - 2];
+            }
+            if (!ok) continue;
+            valid.emplace_back(cur, sum);
+            if (sum > top) top = sum, best = cur;
+        }
+        long double z = 0.0L;
+        for (const auto &[seq, sum] : valid) {
+            const long double w = std::exp(static_cast<long double>(sum - top) / temperature);
+            z += w;
+            for (size_t i = 0; i < n; ++i) label[i * kSegLabels + seq[i]] += w;
+            for (size_t i = 0, start = 0; i < n; ++i)
+                if (SegLabelCloses(seq[i])) word[start * (n + 1) + i + 1 - start] += w, start = i + 1;
+        }
+        SegPosterior post(buffer);
+        ASSERT_TRUE(post.Compute(score.data(), n, transitions, words.data(), temperature)) << round;
+        for (size_t i = 0; i < n; ++i) {
+            for (int l = 0; l < kSegLabels; ++l)
+                EXPECT_NEAR(post.Label(i, l), static_cast<double>(label[i * kSegLabels + l] / z), 1e-9) << round;
+            for (size_t len = 1; i + len <= n; ++len)
+                EXPECT_NEAR(post.Word(i, len), static_cast<double>(word[i * (n + 1) + len] / z), 1e-9) << round;
+        }
+
+        // The posterior cut has the largest sum of (probability - penalty)
+        // of all 2^(n-1) cuts; its labels spell it. With a penalty of one
+        // half and a best sequence of probability above one half it is that
+        // sequence, labels and all.
+        const double penalty = round % 2 == 0 ? 0.0 : 0.5;
+        m.SetDecode(temperature, penalty);
+        std::vector<uint32_t> ends;
+        std::vector<uint8_t> labels;
+        std::vector<int32_t> changed = score;
+        ASSERT_TRUE(m.PosteriorCut(changed.data(), n, words.data(), ends, labels, scratch)) << round;
+        auto gain = [&](const std::vector<uint32_t> &cut) {
+            double g = 0.0;
+            for (size_t k = 0, start = 0; k < cut.size(); start = cut[k++])
+                g += static_cast<double>(word[start * (n + 1) + cut[k] - start] / z) - penalty;
+            return g;
+        };
+        for (uint32_t mask = 0; mask < (1u << (n - 1)); ++mask) {
+            std::vector<uint32_t> cut;
+            for (uint32_t i = 1; i < n; ++i)
+                if (mask >> (i - 1) & 1) cut.push_back(i);
+            cut.push_back(static_cast<uint32_t>(n));
+            EXPECT_LE(gain(cut), gain(ends) + 1e-9) << round << " mask " << mask;
+        }
+        ASSERT_EQ(labels.size(), n);
+        std::vector<uint32_t> spelt;
+        for (size_t i = 0; i < n; ++i) {
+            if (SegLabelCloses(labels[i])) spelt.push_back(static_cast<uint32_t>(i + 1));
+            EXPECT_NE(score[i * kSegLabels + labels[i]], kForbidden) << round;
+            if (i > 0) {
+                EXPECT_TRUE(SegTransitionAllowed(labels[i - 1], labels[i])) << round;
+            }
+        }
+        EXPECT_EQ(spelt, ends) << round;
+        const long double bestShare = 1.0L / z;  // the best sequence's weight is one
+        if (penalty == 0.5 && bestShare > 0.5L) {
+            ++confident;
+            EXPECT_EQ(labels, best) << round;
+        }
+    }
+    EXPECT_GT(confident, 5);  // the cases above must include confident runs
+}
+
 TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
     std::mt19937 rng(23);
     const std::vector<std::string> pieces = Pieces();
