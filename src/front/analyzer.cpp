@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -771,16 +770,6 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     if (!LoadCutterModel(dir, set->segModel, &cutterError)) {
         SetError("model set " + shown + ": cannot load " + cutterError);
         return nullptr;
-    }
-    // Measurement switch: how the trained cutter picks its cut,
-    // "viterbi" (the best label sequence) or "mbr:T:P" (the cut of most
-    // probable words at temperature T, each word less the penalty P).
-    if (const char *v = std::getenv("VSGLEX_SEG_DECODE"); v != nullptr && *v != '\0') {
-        double temperature = 0.0, penalty = 0.0;
-        if (std::sscanf(v, "mbr:%lf:%lf", &temperature, &penalty) >= 1 && temperature > 0.0)
-            set->segModel.SetDecode(temperature, penalty);
-        else
-            set->segModel.SetDecode(0.0, 0.0);
     }
     // The person words the corpus view keeps whole, when the set has them.
     if (!LoadPersonWords(dir, set->personWords, &cutterError)) {

@@ -69,8 +69,6 @@ struct CutScratch {
     std::vector<int32_t> wordScore;
     std::vector<uint8_t> path;
     std::vector<uint8_t> labels;
-    // The posterior cut's sums (SegPosterior).
-    std::vector<double> posterior;
 };
 
 // A read-only word lexicon with costs; safe to share between threads.

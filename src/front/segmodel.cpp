@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <new>
 
@@ -813,153 +812,6 @@ void SegModel::Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labe
     }
 }
 
-bool SegPosterior::Compute(const int32_t *score, size_t n, const int32_t (&transitions)[kSegLabels][kSegLabels],
-                           const int32_t *words, double temperature) {
-    n_ = n;
-    z_ = 0.0;
-    if (n == 0) return false;
-    buf_.resize(n * kStride);
-    const double inv = 1.0 / temperature;
-    // Transition factors, the largest allowed transition as one.
-    int32_t top = std::numeric_limits<int32_t>::lowest();
-    for (int l = 0; l < kSegLabels; ++l)
-        for (int k = 0; k < kSegPredecessorCount[l]; ++k) top = std::max(top, transitions[kSegPredecessors[l][k]][l]);
-    for (int l = 0; l < kSegLabels; ++l)
-        for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
-            const int p = kSegPredecessors[l][k];
-            tau_[p][l] = std::exp((static_cast<double>(transitions[p][l]) - top) * inv);
-        }
-    // Label factors of each atom, its largest (E with a word score among
-    // them) as one: no factor overflows, and a forbidden label's is zero.
-    for (size_t i = 0; i < n; ++i) {
-        double *at = buf_.data() + i * kStride;
-        const int32_t *sc = score + i * kSegLabels;
-        const int32_t *wd = words != nullptr && i > 0 ? words + i * kSegWordLengths : nullptr;
-        int64_t best = sc[0];
-        for (int l = 1; l < kSegLabels; ++l) best = std::max<int64_t>(best, sc[l]);
-        for (int w = 0; wd != nullptr && w < kSegWordLengths; ++w)
-            best = std::max<int64_t>(best, int64_t{sc[kSegEnd]} + wd[w]);
-        for (int l = 0; l < kSegLabels; ++l)
-            at[kE + l] = sc[l] <= kSegForbidden ? 0.0 : std::exp(static_cast<double>(sc[l] - best) * inv);
-        for (int w = 0; w < kSegWordLengths; ++w)
-            at[kEWord + w] = sc[kSegEnd] <= kSegForbidden ? 0.0
-                             : wd == nullptr         ? at[kE + kSegEnd]
-                                                     : std::exp(static_cast<double>(int64_t{sc[kSegEnd]} + wd[w] - best) * inv);
-    }
-    // Forward sums, scaled to add up to one at every atom.
-    for (size_t i = 0; i < n; ++i) {
-        double *at = buf_.data() + i * kStride;
-        double sum = 0.0;
-        for (int l = 0; l < kSegLabels; ++l) {
-            double v;
-            if (i == 0) {
-                v = SegLabelOpens(l) ? at[kE + l] : 0.0;
-            } else {
-                const double *before = at - kStride;
-                v = 0.0;
-                for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
-                    const int p = kSegPredecessors[l][k];
-                    // B, B2, B3 before E: a word of p + 2 atoms, with its score.
-                    const double f = l == kSegEnd && p <= kSegBegin3 ? at[kEWord + p] : at[kE + l];
-                    v += before[kA + p] * tau_[p][l] * f;
-                }
-            }
-            at[kA + l] = v;
-            sum += v;
-        }
-        if (!(sum > 0.0) || !std::isfinite(sum)) return false;
-        for (int l = 0; l < kSegLabels; ++l) at[kA + l] /= sum;
-        at[kC] = sum;
-    }
-    // Backward sums with the same scales; the last atom must close a word.
-    for (size_t i = n; i-- > 0;) {
-        double *at = buf_.data() + i * kStride;
-        if (i + 1 == n) {
-            for (int l = 0; l < kSegLabels; ++l) at[kB + l] = SegLabelCloses(l) ? 1.0 : 0.0;
-            continue;
-        }
-        const double *after = at + kStride;
-        for (int p = 0; p < kSegLabels; ++p) at[kB + p] = 0.0;
-        for (int l = 0; l < kSegLabels; ++l) {
-            const double next = after[kB + l] / after[kC];
-            if (next == 0.0) continue;
-            for (int k = 0; k < kSegPredecessorCount[l]; ++k) {
-                const int p = kSegPredecessors[l][k];
-                const double f = l == kSegEnd && p <= kSegBegin3 ? after[kEWord + p] : after[kE + l];
-                at[kB + p] += tau_[p][l] * f * next;
-            }
-        }
-        for (int p = 0; p < kSegLabels; ++p)
-            if (!std::isfinite(at[kB + p])) return false;
-    }
-    const double *last = At(n - 1);
-    for (int l = 0; l < kSegLabels; ++l) z_ += last[kA + l] * last[kB + l];
-    return z_ > 0.0 && std::isfinite(z_);
-}
-
-double SegPosterior::Label(size_t i, int label) const { return At(i)[kA + label] * At(i)[kB + label] / z_; }
-
-double SegPosterior::Word(size_t start, size_t length) const {
-    if (length == 1) return Label(start, kSegSingle) + Label(start, kSegNameFirst) + Label(start, kSegNameLater);
-    double p = 0.0;
-    Words(start, 0.0, [&](size_t l, double q) {
-        if (l == length) p = q;
-    });
-    return p;
-}
-
-bool SegModel::PosteriorCut(int32_t *score, size_t n, const int32_t *words, std::vector<uint32_t> &ends,
-                            std::vector<uint8_t> &labels, CutScratch &scratch) const {
-    SegPosterior post(scratch.posterior);
-    if (!post.Compute(score, n, transitions_, words, temperature_)) return false;
-    // best[j]: the largest sum of (probability - penalty) over cuts of
-    // atoms [0, j); from[j]: where the last word of that cut starts. Words
-    // whose first atoms are less probable than this are not tried: they
-    // would add next to nothing (or lose the penalty).
-    constexpr double kFloor = 1e-4;
-    std::vector<double> &best = scratch.cost;
-    std::vector<uint32_t> &from = scratch.back;
-    best.assign(n + 1, -std::numeric_limits<double>::infinity());
-    from.assign(n + 1, 0);
-    best[0] = 0.0;
-    auto offer = [&](size_t start, size_t length, double p) {
-        // A longer word the labels cannot spell (a forbidden label) is none.
-        if (length > 1 && !(p > 0.0)) return;
-        const double v = best[start] + p - penalty_;
-        // Strictly larger: on a tie the word found first (shorter, or
-        // starting earlier) stays.
-        if (v > best[start + length]) {
-            best[start + length] = v;
-            from[start + length] = static_cast<uint32_t>(start);
-        }
-    };
-    for (size_t i = 0; i < n; ++i) {
-        offer(i, 1, post.Word(i, 1));
-        post.Words(i, kFloor, [&](size_t length, double p) { offer(i, length, p); });
-    }
-    // The words back from the end; then the labels: every atom of a longer
-    // word has the one label its place in the word gives, a one-atom word
-    // S, NF or NL as the best label sequence over these choices has it.
-    const size_t first = ends.size();
-    for (size_t j = n; j > 0; j = from[j]) ends.push_back(static_cast<uint32_t>(j));
-    std::reverse(ends.begin() + static_cast<ptrdiff_t>(first), ends.end());
-    size_t start = 0;
-    for (size_t k = first; k < ends.size(); ++k) {
-        const size_t end = ends[k], length = end - start;
-        for (size_t i = start; i < end; ++i) {
-            int32_t *sc = score + i * kSegLabels;
-            const int keep = length == 1 ? -1 : static_cast<int>(SegLabelAt(i - start, length));
-            for (int l = 0; l < kSegLabels; ++l) {
-                const bool allowed = keep >= 0 ? l == keep : l >= kSegSingle;
-                if (!allowed) sc[l] = kSegForbidden;
-            }
-        }
-        start = end;
-    }
-    Labels(score, n, labels, scratch.path, words);
-    return true;
-}
-
 void SegModel::FixBoundaries(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, int32_t *score) {
     // A web or e-mail address is a word alone: no word of the corpus joins
     // one to the characters around it, and the model, which never saw an
@@ -1002,9 +854,7 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
     Score(text, atoms, n, lexicon, scratch);
     FixBoundaries(text, atoms, n, scratch.marks.data(), scratch.score.data());
     std::vector<uint8_t> &labels = scratch.labels;
-    const int32_t *words = hasWords_ ? scratch.wordScore.data() : nullptr;
-    if (temperature_ > 0.0 && PosteriorCut(scratch.score.data(), n, words, ends, labels, scratch)) return;
-    Labels(scratch.score.data(), n, labels, scratch.path, words);
+    Labels(scratch.score.data(), n, labels, scratch.path, hasWords_ ? scratch.wordScore.data() : nullptr);
     for (size_t i = 0; i < n; ++i)
         if (SegLabelCloses(labels[i]) || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
 }

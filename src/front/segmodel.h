@@ -214,63 +214,6 @@ void SegViterbi(const Score *scores, size_t n, const Score (&transitions)[kSegLa
     }
 }
 
-// Label and word probabilities of a run by the forward-backward sums: a
-// label sequence has probability proportional to exp(score / temperature),
-// its score as SegViterbi adds it, over the allowed sequences only. The
-// sums are kept in doubles, each atom's forward sums scaled to add up to
-// one, so that runs of any length stay in range. Works in `buffer`.
-class SegPosterior {
-public:
-    explicit SegPosterior(std::vector<double> &buffer) : buf_(buffer) {}
-    // Sums for scores (n x kSegLabels), transitions and word scores (n x
-    // kSegWordLengths, or null) as SegViterbi takes them. False when they
-    // leave the range of a double; the probabilities are then not usable.
-    bool Compute(const int32_t *score, size_t n, const int32_t (&transitions)[kSegLabels][kSegLabels],
-                 const int32_t *words, double temperature);
-    // Probability that atom `i` has `label`.
-    double Label(size_t i, int label) const;
-    // Probability that atoms [start, start + length) are one word (for one
-    // atom: a word alone or a name character).
-    double Word(size_t start, size_t length) const;
-    // Calls visit(length, probability) for the words of two or more atoms
-    // starting at `start`, longer ones after shorter ones, while the
-    // probability of the word's first atoms (B, B2, ...) is at least
-    // `floor`: a longer word is never more probable than that.
-    template <typename Visit>
-    void Words(size_t start, double floor, Visit &&visit) const;
-
-private:
-    // Per atom: the label factors exp((score - top) / temperature) (E's
-    // without word score, after M), E's with the score of the word of 2, 3,
-    // 4 atoms, the forward and backward sums, the forward scale.
-    static constexpr size_t kE = 0, kEWord = kSegLabels, kA = kEWord + kSegWordLengths, kB = kA + kSegLabels,
-                            kC = kB + kSegLabels, kStride = kC + 1;
-    const double *At(size_t i) const { return buf_.data() + i * kStride; }
-    std::vector<double> &buf_;
-    size_t n_ = 0;
-    double tau_[kSegLabels][kSegLabels] = {};
-    double z_ = 0.0;
-};
-
-template <typename Visit>
-void SegPosterior::Words(size_t start, double floor, Visit &&visit) const {
-    // The labels of a word are fixed by its length: B, B2, B3, M.., E. The
-    // product runs over the atoms after the first, each divided by its
-    // forward scale, as the scaled forward sums are.
-    double prefix = At(start)[kA + kSegBegin] / z_;
-    int prev = kSegBegin;
-    for (size_t k = start + 1; k < n_ && prefix > 0.0; ++k) {
-        const double *at = At(k);
-        const size_t length = k - start + 1;
-        const double word = length <= kSegWordMax ? at[kEWord + length - 2] : at[kE + kSegEnd];
-        visit(length, prefix * tau_[prev][kSegEnd] * word / at[kC] * at[kB + kSegEnd]);
-        const int inner = length == 2 ? kSegBegin2 : length == 3 ? kSegBegin3 : kSegMiddle;
-        prefix *= tau_[prev][inner] * at[kE + inner] / at[kC];
-        if (prefix * at[kB + inner] < floor) break;
-        prev = inner;
-    }
-}
-
 // The weights of a trained model before quantisation, for the writer.
 struct SegGroup {
     uint64_t key;
@@ -334,22 +277,6 @@ public:
     void ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n, std::vector<int32_t> &score) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
 
-    // How Cut picks the cut. A temperature of zero (the default): the cut
-    // of the best label sequence. Above zero: the cut that maximises the
-    // sum over its words of (word probability - penalty) under
-    // SegPosterior at that temperature (in units of the label scores), the
-    // labels then the best sequence that spells this cut. Set after Load.
-    void SetDecode(double temperature, double penalty) {
-        temperature_ = temperature;
-        penalty_ = penalty;
-    }
-    // The posterior cut of a run, as Cut takes it with SetDecode's
-    // settings: the atom index past each word into `ends`, the labels into
-    // `labels`. False (nothing written) when the sums leave the range of a
-    // double. `score` is changed.
-    bool PosteriorCut(int32_t *score, size_t n, const int32_t *words, std::vector<uint32_t> &ends,
-                      std::vector<uint8_t> &labels, CutScratch &scratch) const;
-
 private:
     // Rows of label weights are kSegLabels int16 weights each, as in the
     // file. Rows 0 .. kZeroRows-1 are zero: a feature that is not in the
@@ -387,7 +314,6 @@ private:
     std::vector<uint32_t> wordCost_;   // by length * 32 + 1 + cost class (0: no word)
     bool hasWords_ = false;
     int32_t transitions_[kSegLabels][kSegLabels] = {};
-    double temperature_ = 0.0, penalty_ = 0.0;
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a
     // text are not in the model, and the table is larger than the caches).
