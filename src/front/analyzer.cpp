@@ -771,9 +771,6 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         SetError("model set " + shown + ": cannot load " + cutterError);
         return nullptr;
     }
-    // The cutter model knows how often each word's string is written as the
-    // word; the lexicon's marks carry that class.
-    if (set->segModel.Loaded()) set->lexicon.SetRatioClasses(set->segModel.RatioTable());
     // The person words the corpus view keeps whole, when the set has them.
     if (!LoadPersonWords(dir, set->personWords, &cutterError)) {
         SetError("model set " + shown + ": cannot load " + cutterError);

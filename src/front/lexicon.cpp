@@ -3,7 +3,6 @@
 #include "common/tagset.h"
 #include "front/lexicon.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -88,7 +87,7 @@ void Lexicon::Grow() {
     }
 }
 
-void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost, uint8_t ratio) {
+void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost) {
     if ((used_ + 1) * 3 >= slots_.size() * 2) Grow();
     uint64_t inlineKey = InlineKey(key, length);
     size_t mask = slots_.size() - 1;
@@ -100,13 +99,12 @@ void Lexicon::Insert(uint32_t hash, const char *key, size_t length, bool isWord,
             if (isWord) {
                 s.isWord = 1;
                 s.cost = cost;
-                s.ratio = ratio;
             }
             return;
         }
     }
     Slot s{inlineKey, hash, static_cast<uint32_t>(keys_.size()), static_cast<uint16_t>(length),
-           static_cast<uint8_t>(isWord ? 1 : 0), static_cast<uint8_t>(isWord ? ratio : 0), cost};
+           static_cast<uint8_t>(isWord ? 1 : 0), 0, cost};
     if (length > 8) keys_.append(key, length);
     slots_[i] = s;
     ++used_;
@@ -180,14 +178,13 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
         const char *key;
         float cost;
         bool isWord;
-        uint8_t ratio;
     };
     constexpr size_t kAhead = 8;
     Pending pending[kAhead];
     size_t made = 0, inserted = 0;
     auto insertOldest = [&]() {
         const Pending &p = pending[inserted++ % kAhead];
-        Insert(p.hash, p.key, p.length, p.isWord, p.cost, p.ratio);
+        Insert(p.hash, p.key, p.length, p.isWord, p.cost);
     };
     auto insertLater = [&](const Pending &p) {
         if (made - inserted == kAhead) insertOldest();
@@ -208,8 +205,6 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
         if (hasSpace || atoms.empty() || atoms.size() > kMaxWordAtoms) continue;
         uint32_t h = kFnvBasis;
         float cost = static_cast<float>(logTotal - std::log(count));
-        const uint8_t ratio =
-            words[e].ratio > 0 && words[e].ratio < kRatioClasses ? words[e].ratio : kRatioDefault;
         int direct = DirectIndex(word, atoms[0]);
         if (direct >= 0) {
             if (atoms.size() == 1) directCost_[static_cast<size_t>(direct)] = cost;
@@ -219,7 +214,7 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
             h = HashMore(h, word + atoms[k].start, atoms[k].length);
             size_t len = atoms[k].start + atoms[k].length;
             bool last = k + 1 == atoms.size();
-            insertLater(Pending{h, static_cast<uint32_t>(len), word, last ? cost : 0.0f, last, last ? ratio : uint8_t{0}});
+            insertLater(Pending{h, static_cast<uint32_t>(len), word, last ? cost : 0.0f, last});
             if (k > 0) {
                 size_t bit = BloomBit(h);
                 bloom_[bit >> 6] |= uint64_t{1} << (bit & 63);
@@ -230,40 +225,6 @@ bool Lexicon::Build(const std::vector<LexiconWord> &words, const LexiconOptions 
     }
     while (inserted < made) insertOldest();
     return words_ > 0;
-}
-
-uint8_t RatioClass(double words, double strings) {
-    if (!(strings > 0.0)) return kRatioUnseen;
-    const double r = words / strings;
-    static constexpr double kBounds[] = {0.1, 0.3, 0.5, 0.7, 0.9};
-    uint8_t c = 1;
-    for (double b : kBounds) {
-        if (r < b) return c;
-        ++c;
-    }
-    return c;
-}
-
-uint64_t RatioKey(const char *text, size_t length) {
-    uint64_t h = 0xCBF29CE484222325ull;
-    for (size_t i = 0; i < length; ++i) h = (h ^ static_cast<unsigned char>(text[i])) * 0x100000001B3ull;
-    h ^= h >> 31;
-    h *= 0x94D049BB133111EBull;
-    h ^= h >> 29;
-    return h & ~uint64_t{7};
-}
-
-void Lexicon::SetRatioClasses(const std::vector<uint64_t> &table) {
-    for (Slot &s : slots_) {
-        if (s.length == 0 || !s.isWord) continue;
-        char bytes[8];
-        const char *text = bytes;
-        if (s.length <= 8) std::memcpy(bytes, &s.inlineKey, 8);
-        else text = keys_.data() + s.offset;
-        const uint64_t key = RatioKey(text, s.length);
-        auto it = std::lower_bound(table.begin(), table.end(), key);
-        s.ratio = it != table.end() && (*it & ~uint64_t{7}) == key ? static_cast<uint8_t>(*it & 7) : kRatioDefault;
-    }
 }
 
 bool Lexicon::HasWord(const char *text, size_t length) const {
@@ -301,17 +262,10 @@ void Lexicon::MarkWords(const char *text, const Atom *atoms, size_t n, uint8_t c
                 static_cast<uint8_t>(c >= kWordCostClasses - 1 ? kWordCostClasses - 1 : static_cast<int>(c));
             marks[i].starts = v;
             marks[i].startCost = costClass;
-            marks[i].startRatio = s->ratio;
             if (len <= 4) marks[j].endCost[len - 2] = static_cast<uint8_t>(costClass + 1);
-            if (v > marks[j].ends) {
-                marks[j].ends = v;
-                marks[j].endRatio = s->ratio;
-            }
+            if (v > marks[j].ends) marks[j].ends = v;
             for (size_t m = i + 1; m < j; ++m)
-                if (v > marks[m].inside) {
-                    marks[m].inside = v;
-                    marks[m].insideRatio = s->ratio;
-                }
+                if (v > marks[m].inside) marks[m].inside = v;
         }
     }
 }

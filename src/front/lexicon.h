@@ -30,24 +30,7 @@ struct LexiconWord {
     std::string_view text;
     double count = 0.0;
     double personCount = 0.0;
-    // Ratio class (kRatio*; 0: kRatioDefault) of how often the word's string
-    // is written as the word.
-    uint8_t ratio = 0;
 };
-
-// Classes of how often a word's string, wherever it occurs in the training
-// text, is the word itself (word count / string count): below 0.1, 0.3,
-// 0.5, 0.7, 0.9, at least 0.9, and a string the text never shows. 0 in
-// WordMarks means no word. A word without a class of its own counts as
-// written whole (kRatioDefault).
-inline constexpr uint8_t kRatioClasses = 8;
-inline constexpr uint8_t kRatioUnseen = 7;
-inline constexpr uint8_t kRatioDefault = 6;
-// The class of `words` occurrences as a word out of `strings` as a string.
-uint8_t RatioClass(double words, double strings);
-// Key of a word's text in a ratio table: a 64-bit hash of its bytes with the
-// low three bits clear (an entry is the key | its class).
-uint64_t RatioKey(const char *text, size_t length);
 
 // Longest dictionary word (in atoms, capped) that starts at, ends at and
 // strictly covers each atom, and how frequent the longest word starting
@@ -59,11 +42,6 @@ struct WordMarks {
     uint8_t startCost = 0;  // cost class of the longest word starting here
     // 1 + cost class of the word of 2, 3 and 4 atoms ending here (0: none).
     uint8_t endCost[3] = {0, 0, 0};
-    // Ratio classes (0: no word) of the longest word starting here, ending
-    // here and covering the atom.
-    uint8_t startRatio = 0;
-    uint8_t endRatio = 0;
-    uint8_t insideRatio = 0;
 };
 // Cost classes of WordMarks: whole units of the word's cost (the negative
 // log of its share of all words), capped.
@@ -117,10 +95,6 @@ public:
     // word of the lexicon (then the core dictionary has part-of-speech rows
     // for it). One probe of a table the cutter keeps warm.
     bool HasWord(const char *text, size_t length) const;
-    // Gives every word its ratio class from `table` (sorted entries of
-    // RatioKey | class, as the cutter model holds them); the words it lacks
-    // get kRatioDefault.
-    void SetRatioClasses(const std::vector<uint64_t> &table);
 
 private:
     // One key: keys of up to 8 bytes are held in the slot itself (most
@@ -131,12 +105,12 @@ private:
         uint32_t offset;     // key bytes in keys_ when length > 8
         uint16_t length;     // 0: empty slot
         uint8_t isWord;
-        uint8_t ratio;       // ratio class of a word
+        uint8_t unused;
         float cost;
     };
     bool SameKey(const Slot &s, uint64_t inlineKey, const char *key, size_t length) const;
     const Slot *Find(uint32_t hash, const char *key, size_t length) const;
-    void Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost, uint8_t ratio);
+    void Insert(uint32_t hash, const char *key, size_t length, bool isWord, float cost);
     void Grow();
 
     // Index of a one- or two-byte atom in the direct tables, or -1.

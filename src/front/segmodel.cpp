@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -128,19 +127,6 @@ inline uint64_t WordKey(uint64_t hash, size_t length, int side, uint64_t neighbo
     return FeatureKey(kSegWord, side == 0 ? hash : Mix(hash) ^ neighbour, length + 8 * static_cast<uint64_t>(side));
 }
 
-// Which ratio features are made (measurement switch VSGLEX_SEG_RATIO, read
-// once): 0 none, 1 length and class of the longest word starting, ending,
-// covering, 2 the three classes as one value, 3 the three classes alone, 4
-// the starting word's only, 5 the starting and ending words', 6 the
-// starting word's class with its cost class.
-int RatioMode() {
-    static const int mode = [] {
-        const char *v = std::getenv("VSGLEX_SEG_RATIO");
-        return v != nullptr && *v != '\0' ? std::atoi(v) : 1;
-    }();
-    return mode;
-}
-
 // Key of a candidate's length with its cost class (1 + class; 0: no word).
 inline uint64_t WordCostKey(size_t length, uint8_t endCost) {
     return FeatureKey(kSegWordCost, length * 32 + endCost, 0);
@@ -158,19 +144,15 @@ inline uint64_t WordCostKey(size_t length, uint8_t endCost) {
 // 280  u64      checksum of everything after the header
 // 288  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
-//      u32      ratio entries r
-//      r x u64  RatioKey(word) | ratio class, ascending (words of kRatioDefault left out)
 // A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
 constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
-// Version 6 holds word features (kSegWord, kSegWordCost); a model without
-// them is written as version 5, which has none. Versions 3 and 4 had no
-// ratio table, version 2 six labels (no name labels), version 1 four.
-constexpr uint32_t kVersion = 6;
-constexpr uint32_t kVersionNoWords = 5;
-// Most entries a ratio table may hold.
-constexpr uint32_t kMaxRatios = 1u << 24;
+// Version 4 holds word features (kSegWord, kSegWordCost); a model without
+// them is written as version 3, which has none. Version 2 had six labels
+// (no name labels), version 1 four.
+constexpr uint32_t kVersion = 4;
+constexpr uint32_t kVersionNoWords = 3;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
@@ -220,30 +202,6 @@ uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, s
 
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) { return FeatureKey(t, a, b); }
 
-int SegRatioValues(const WordMarks &m, uint32_t *out) {
-    static_assert(kSegDictCap < 8 && kRatioClasses <= 8, "length and class fit three bits each");
-    switch (RatioMode()) {
-    case 0: return 0;
-    case 2: out[0] = 256u + m.startRatio * 64u + m.endRatio * 8u + m.insideRatio; return 1;
-    case 3:
-        out[0] = m.startRatio;
-        out[1] = 64u + m.endRatio;
-        out[2] = 128u + m.insideRatio;
-        return 3;
-    case 4: out[0] = m.starts * 8u + m.startRatio; return 1;
-    case 6: out[0] = 384u + m.startRatio * 16u + m.startCost; return 1;
-    case 5:
-        out[0] = m.starts * 8u + m.startRatio;
-        out[1] = 64u + m.ends * 8u + m.endRatio;
-        return 2;
-    default:
-        out[0] = m.starts * 8u + m.startRatio;
-        out[1] = 64u + m.ends * 8u + m.endRatio;
-        out[2] = 128u + m.inside * 8u + m.insideRatio;
-        return 3;
-    }
-}
-
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
                  std::vector<SegFeature> &out) {
     out.clear();
@@ -282,9 +240,6 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegTrigram, Mix(id[j - 1]) ^ id[j], id[j + 1]), p});
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
         out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
-        uint32_t ratio[kSegRatioFeatures];
-        const int nRatio = SegRatioValues(m, ratio);
-        for (int r = 0; r < nRatio; ++r) out.push_back({SegFeatureKey(kSegDictRatio, ratio[r], 0), p});
     }
 }
 
@@ -313,8 +268,7 @@ void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMa
         }
 }
 
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           const std::vector<uint64_t> &ratios) {
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
     std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
     float top = 0.0f;
     for (const SegGroup &g : groups)
@@ -355,11 +309,9 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     }
 
     std::string payload;
-    payload.reserve(slots.size() * 8 + weights.size() * 2 + 4 + ratios.size() * 8);
+    payload.reserve(slots.size() * 8 + weights.size() * 2);
     for (uint64_t s : slots) Put(payload, s);
     for (int16_t w : weights) Put(payload, w);
-    Put(payload, static_cast<uint32_t>(ratios.size()));
-    for (uint64_t r : ratios) Put(payload, r);
 
     bool words = false;
     for (const auto &kv : kept) words |= SegWordTemplate(SegKeyTemplate(kv.first));
@@ -410,17 +362,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     const size_t nSlots = size_t{1} << bits;
-    const size_t ratiosAt = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2 + 4;
-    if (size < ratiosAt) {
-        *error = "truncated (" + std::to_string(size) + " bytes, expected at least " + std::to_string(ratiosAt) + ")";
-        return false;
-    }
-    const uint32_t nRatios = Get<uint32_t>(data + ratiosAt - 4);
-    if (nRatios > kMaxRatios) {
-        *error = "bad ratio entry count " + std::to_string(nRatios);
-        return false;
-    }
-    const size_t expected = ratiosAt + size_t{nRatios} * 8;
+    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
     if (size != expected) {
         *error = (size < expected ? "truncated (" : "trailing bytes (") + std::to_string(size) + " bytes, expected " +
                  std::to_string(expected) + ")";
@@ -482,19 +424,6 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
     if (nWeights > 0)
         std::memcpy(weights_.data() + kZeroRows * kSegLabels, slotBytes + nSlots * 8, size_t{nWeights} * 2);
-    // Ratio entries: ascending keys, each with a class other than the
-    // default one.
-    ratios_.resize(nRatios);
-    for (uint32_t i = 0; i < nRatios; ++i) {
-        const uint64_t r = Get<uint64_t>(data + ratiosAt + 8 * size_t{i});
-        const uint64_t c = r & 7;
-        if (c == 0 || c == kRatioDefault || (i > 0 && (r & ~uint64_t{7}) <= (ratios_[i - 1] & ~uint64_t{7}))) {
-            *this = SegModel();
-            *error = "bad ratio entry " + std::to_string(i);
-            return false;
-        }
-        ratios_[i] = r;
-    }
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
@@ -594,8 +523,6 @@ void SegModel::BuildDirect() {
     for (uint32_t v = 0; v < startCost_.size(); ++v) startCost_[v] = OffsetOf(SegFeatureKey(kSegDictStartCost, v, 0));
     wordCost_.assign((kSegWordMax + 1) * 32, kNone);
     for (uint32_t v = 0; v < wordCost_.size(); ++v) wordCost_[v] = OffsetOf(WordCostKey(v / 32, v % 32));
-    ratio_.assign(kSegRatioValues, kNone);
-    for (uint32_t v = 0; v < kSegRatioValues; ++v) ratio_[v] = OffsetOf(SegFeatureKey(kSegDictRatio, v, 0));
     constexpr uint32_t kValues = kSegDictCap + 1;
     dict_[3].assign(kValues * kValues * kValues * 8, kNone);
     for (uint32_t s = 0; s < kValues; ++s)
@@ -779,11 +706,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         sum.AddPair(row(dict_[1][m.ends]), row(dict_[2][m.inside]));
         sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
                     row(startCost_[m.starts * kWordCostClasses + m.startCost]));
-        uint32_t ratio[kSegRatioFeatures + 1];
-        const int nRatio = SegRatioValues(m, ratio);
-        for (int r = 0; r < kSegRatioFeatures + 1; ++r) ratio[r] = r < nRatio ? ratio_[ratio[r]] : kNone;
-        sum.AddPair(row(ratio[0]), row(ratio[1]));
-        if (nRatio > 2) sum.AddPair(row(ratio[2]), row(kNone));
         sum.Store(score + k * kSegLabels);
     }
     if (hasWords_) ScoreWords(n, id + 2, marks, scratch.wordScore);

@@ -71,10 +71,9 @@ enum SegTemplate : uint8_t {
     // atoms ending at k (lane 0 of their one row), not the labels of atoms.
     kSegWord,           // the dictionary word itself (its atoms and length)
     kSegWordCost,       // the candidate's length with its dictionary cost class (0: no word)
-    kSegDictRatio,      // ratio classes of the longest words starting at, ending at and covering k
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 // Whether a template scores whole words rather than atom labels.
 constexpr bool SegWordTemplate(int t) { return t == kSegWord || t == kSegWordCost; }
 // Candidate words with word features have 2..kSegWordMax atoms: the
@@ -85,12 +84,6 @@ inline constexpr int kSegWordLengths = kSegWordMax - 1;
 static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a table slot template + 1");
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
-
-// Values of the ratio features (kSegDictRatio) of an atom with these marks
-// into `out` (at most kSegRatioFeatures); returns how many.
-inline constexpr int kSegRatioFeatures = 3;
-inline constexpr uint32_t kSegRatioValues = 768;
-int SegRatioValues(const WordMarks &m, uint32_t *out);
 
 // Key of a feature: a hash of the template and two values, with the
 // template in the low four bits.
@@ -229,11 +222,7 @@ struct SegGroup {
 
 // Encodes a model file: groups (any order; keys unique) and the transition
 // weights, quantised to 16 bits with one scale. Deterministic.
-// `ratios` are the ratio classes of the cutter's words that are not
-// kRatioDefault (RatioKey | class, sorted, keys unique), which the file
-// holds for the lexicon (Lexicon::SetRatioClasses).
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           const std::vector<uint64_t> &ratios = {});
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
 // Size of the model file's header.
 inline constexpr size_t kSegHeaderBytes = 24 + 4 * kSegLabels * kSegLabels + 8;
@@ -287,8 +276,6 @@ public:
     // for the tests).
     void ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n, std::vector<int32_t> &score) const;
     int32_t Transition(int prev, int next) const { return transitions_[prev][next]; }
-    // The file's ratio classes of words, for Lexicon::SetRatioClasses.
-    const std::vector<uint64_t> &RatioTable() const { return ratios_; }
 
 private:
     // Rows of label weights are kSegLabels int16 weights each, as in the
@@ -325,8 +312,6 @@ private:
     std::vector<uint32_t> dict_[4];
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     std::vector<uint32_t> wordCost_;   // by length * 32 + 1 + cost class (0: no word)
-    std::vector<uint32_t> ratio_;      // by SegRatioValues value
-    std::vector<uint64_t> ratios_;     // the file's ratio table
     bool hasWords_ = false;
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is

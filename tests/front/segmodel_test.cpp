@@ -36,11 +36,9 @@ Lexicon SmallLexicon() {
     static const std::vector<std::string> words = {Gb("中国"), Gb("人民"), Gb("北京"), Gb("中国人民"), Gb("一二"),
                                                    Gb("国人"), "7a"};
     std::vector<LexiconWord> list;
-    // Counts of several sizes and every ratio class, so that the marks' cost
-    // and ratio classes vary.
+    // Counts of several sizes, so that the marks' cost classes vary.
     double count = 1.0;
-    uint8_t ratio = 0;
-    for (const std::string &w : words) list.push_back({w, count *= 7.0, 0.0, ++ratio});
+    for (const std::string &w : words) list.push_back({w, count *= 7.0, 0.0});
     Lexicon lex;
     lex.Build(list);
     return lex;
@@ -310,8 +308,8 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
         // refused: they hold slots of templates that version lacks.
         const float none[kSegLabels][kSegLabels] = {};
         std::string older = EncodeSegModel(groups, none), error;
-        EXPECT_EQ(older[8], 6);
-        older[8] = 5;
+        EXPECT_EQ(older[8], 4);
+        older[8] = 3;
         SegModel refused;
         EXPECT_FALSE(refused.LoadBytes(reinterpret_cast<const uint8_t *>(older.data()), older.size(), &error));
         EXPECT_NE(error.find("bad feature slot"), std::string::npos) << error;
@@ -375,74 +373,7 @@ TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
     }
     // A model without word groups is written as the version before them.
     const float none[kSegLabels][kSegLabels] = {};
-    EXPECT_EQ(EncodeSegModel({}, none)[8], 5);
-}
-
-TEST(SegModelTest, RatioClassesGoFromTheFileThroughTheLexiconToTheFeatures) {
-    // Class bounds: 0.1, 0.3, 0.5, 0.7, 0.9 start the next class; a string
-    // never seen has a class of its own.
-    EXPECT_EQ(RatioClass(0, 5), 1);
-    EXPECT_EQ(RatioClass(1, 10), 2);
-    EXPECT_EQ(RatioClass(118, 616), 2);
-    EXPECT_EQ(RatioClass(2, 4), 4);
-    EXPECT_EQ(RatioClass(89, 100), 5);
-    EXPECT_EQ(RatioClass(9, 10), kRatioDefault);
-    EXPECT_EQ(RatioClass(0, 0), kRatioUnseen);
-
-    const std::string beijing = Gb("北京"), zhongguo = Gb("中国"), people = Gb("中国人民");
-    std::vector<LexiconWord> list = {{beijing, 50.0, 0.0}, {zhongguo, 50.0, 0.0}, {people, 5.0, 0.0}};
-    Lexicon lex;
-    ASSERT_TRUE(lex.Build(list));
-    std::vector<uint64_t> table = {RatioKey(zhongguo.data(), zhongguo.size()) | 2,
-                                   RatioKey(people.data(), people.size()) | kRatioUnseen};
-    std::sort(table.begin(), table.end());
-    const float none[kSegLabels][kSegLabels] = {};
-    const std::string bytes = EncodeSegModel({}, none, table);
-    SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
-    EXPECT_EQ(m.RatioTable(), table);
-    lex.SetRatioClasses(m.RatioTable());
-
-    auto marksOf = [&](const std::string &t) {
-        std::vector<Atom> atoms;
-        Atomise(t.data(), 0, t.size(), atoms);
-        std::vector<WordMarks> marks(atoms.size());
-        lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
-        return marks;
-    };
-    // The longest word's class at its start, end and inside; a word the
-    // table lacks has the default class, an atom without a word none.
-    const std::vector<WordMarks> marks = marksOf(Gb("北京中国人民的"));
-    ASSERT_EQ(marks.size(), 7u);
-    EXPECT_EQ(marks[0].startRatio, kRatioDefault);
-    EXPECT_EQ(marks[1].endRatio, kRatioDefault);
-    EXPECT_EQ(marks[2].startRatio, kRatioUnseen);  // 中国人民, not 中国
-    EXPECT_EQ(marks[3].endRatio, 2);               // 中国 ends here
-    EXPECT_EQ(marks[3].insideRatio, kRatioUnseen);
-    EXPECT_EQ(marks[4].insideRatio, kRatioUnseen);
-    EXPECT_EQ(marks[5].endRatio, kRatioUnseen);
-    EXPECT_EQ(marks[6].startRatio + marks[6].endRatio + marks[6].insideRatio, 0);
-
-    // 北京 and 中国 alone differ only by their ratio class: so do the ratio
-    // features of their atoms.
-    auto ratioKeys = [&](const std::string &t) {
-        std::vector<Atom> atoms;
-        Atomise(t.data(), 0, t.size(), atoms);
-        const std::vector<WordMarks> mk = marksOf(t);
-        std::vector<uint64_t> ids, keys;
-        std::vector<SegFeature> all;
-        SegFeatures(t.data(), atoms.data(), atoms.size(), mk.data(), ids, all);
-        for (const SegFeature &f : all)
-            if (SegKeyTemplate(f.key) == kSegDictRatio) keys.push_back(f.key);
-        return keys;
-    };
-    const std::vector<uint64_t> a = ratioKeys(beijing), b = ratioKeys(zhongguo);
-    ASSERT_FALSE(a.empty());
-    EXPECT_NE(a, b);
-    // Without the table every word has the default class again.
-    lex.SetRatioClasses({});
-    EXPECT_EQ(ratioKeys(zhongguo), a);
+    EXPECT_EQ(EncodeSegModel({}, none)[8], 3);
 }
 
 TEST(SegModelTest, DictionaryFeaturesTellFrequentWordsFromRareOnes) {
@@ -505,9 +436,7 @@ std::string SmallModelBytes() {
     float trans[kSegLabels][kSegLabels];
     for (int p = 0; p < kSegLabels; ++p)
         for (int l = 0; l < kSegLabels; ++l) trans[p][l] = static_cast<float>((p * 5 + l * 3) % 4);
-    std::vector<uint64_t> ratios = {RatioKey("ab", 2) | 1, RatioKey("cd", 2) | kRatioUnseen};
-    std::sort(ratios.begin(), ratios.end());
-    return EncodeSegModel(groups, trans, ratios);
+    return EncodeSegModel(groups, trans);
 }
 
 // Header size of the model file: fields, transition weights, checksum.
@@ -577,35 +506,6 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
         std::memcpy(&bad[kHeader - 8], &sum, 8);
         EXPECT_FALSE(load(bad, &error));
         EXPECT_NE(error.find("past the weights"), std::string::npos) << error;
-    }
-    // Ratio entries (the two at the end): a class of 0 or the default one,
-    // keys out of order, a count beyond the limit, each with a matching
-    // checksum.
-    auto fixSum = [](std::string &bad) {
-        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + kHeader, bad.size() - kHeader);
-        std::memcpy(&bad[kHeader - 8], &sum, 8);
-    };
-    const size_t lastEntry = good.size() - 8, firstEntry = good.size() - 16;
-    for (uint64_t c : {uint64_t{0}, uint64_t{kRatioDefault}}) {
-        std::string bad = good;
-        bad[lastEntry] = static_cast<char>((bad[lastEntry] & ~7) | static_cast<char>(c));
-        fixSum(bad);
-        EXPECT_FALSE(load(bad, &error)) << c;
-        EXPECT_NE(error.find("bad ratio entry"), std::string::npos) << error;
-    }
-    {
-        std::string bad = good;
-        std::swap_ranges(bad.begin() + static_cast<long>(firstEntry), bad.begin() + static_cast<long>(lastEntry),
-                         bad.begin() + static_cast<long>(lastEntry));
-        fixSum(bad);
-        EXPECT_FALSE(load(bad, &error));
-        EXPECT_NE(error.find("bad ratio entry 1"), std::string::npos) << error;
-        bad = good;
-        const uint32_t huge = 0xFFFFFFF0u;
-        std::memcpy(&bad[firstEntry - 4], &huge, 4);
-        fixSum(bad);
-        EXPECT_FALSE(load(bad, &error));
-        EXPECT_NE(error.find("ratio entry count"), std::string::npos) << error;
     }
 
     // Files: the message names the file; directories and missing files fail.

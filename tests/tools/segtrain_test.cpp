@@ -2,7 +2,6 @@
 // test: the cut the engine wants, determinism, and that the model learns it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -246,61 +245,6 @@ TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
     EXPECT_EQ(s1.errorsFirst, one.errorsFirst);
     EXPECT_EQ(s1.atoms, one.atoms);
     ExpectWordsWholeAndNameInCharacters(a, all);
-}
-
-TEST(SegTrainTest, RatioClassesCountStringsAcrossWordsAndReachTheFile) {
-    // 就是 is a word once and a string four times (three times across 就 是);
-    // 学生 always a word; 生就 never a unit but a word of the lexicon
-    // given beside the units.
-    const char *lines[] = {"他/r  就是/v  学生/n  。/w", "他/r  就/d  是/v  学生/n  。/w",
-                           "她/r  就/d  是/v  学生/n  。/w", "我/r  就/d  是/v  学生/n  。/w"};
-    std::vector<std::vector<vsgtrain::Unit>> all;
-    int k = 0;
-    for (int c = 0; c < 3; ++c)
-        for (const char *line : lines) {
-            char id[64];
-            std::snprintf(id, sizeof id, "19980101-01-%03d-%03d/m  ", c + 1, ++k);
-            vsgtrain::Paragraph p;
-            ASSERT_TRUE(vsgtrain::ParseParagraph(std::string(id) + line, &p)) << line;
-            all.push_back(vsgtrain::BuildUnits(p));
-        }
-    const std::string jiushi = Gb("就是"), student = Gb("学生"), born = Gb("生就"), absent = Gb("老师");
-    const vsgtrain::RatioCounts rc = vsgtrain::CountRatios(all, {born, absent});
-    auto count = [&](const std::string &w, const std::vector<uint32_t> &ids) {
-        const int64_t id = rc.IdOf(w);
-        EXPECT_GE(id, 0) << Utf8(w);
-        return std::count(ids.begin(), ids.end(), static_cast<uint32_t>(id));
-    };
-    EXPECT_EQ(count(jiushi, rc.stringIds), 12);
-    EXPECT_EQ(count(jiushi, rc.wordIds), 3);
-    EXPECT_EQ(count(student, rc.stringIds), 12);
-    EXPECT_EQ(count(student, rc.wordIds), 12);
-    EXPECT_EQ(count(born, rc.stringIds), 0);
-    EXPECT_EQ(rc.IdOf(Gb("他")), -1);  // one atom: not counted
-    ASSERT_EQ(rc.stringAt.size(), all.size() + 1);
-    EXPECT_EQ(rc.stringAt[1] - rc.stringAt[0], 2u);  // 就是 and 学生
-
-    // The file holds every class but the default one; the lexicon takes
-    // them from it.
-    vsgtrain::SegTrainOptions opt = SmallOptions(2);
-    vsgtrain::SegTrainSummary summary;
-    const std::string bytes = vsgtrain::TrainSegmenter(all, opt, &summary, {born, absent});
-    vsg::front::SegModel m;
-    std::string error;
-    ASSERT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
-    std::vector<vsg::front::LexiconWord> words = {{jiushi, 3.0, 0.0}, {student, 12.0, 0.0}, {born, 1.0, 0.0}};
-    vsg::front::Lexicon lex;
-    ASSERT_TRUE(lex.Build(words));
-    lex.SetRatioClasses(m.RatioTable());
-    EXPECT_EQ(m.RatioTable().size(), 3u);  // 就是, 生就, 老师
-    const std::string text = Gb("就是学生就");
-    std::vector<vsg::front::Atom> atoms;
-    vsg::front::Atomise(text.data(), 0, text.size(), atoms);
-    std::vector<vsg::front::WordMarks> marks(atoms.size());
-    lex.MarkWords(text.data(), atoms.data(), atoms.size(), vsg::front::kSegDictCap, marks.data());
-    EXPECT_EQ(marks[0].startRatio, vsg::front::RatioClass(3, 12));
-    EXPECT_EQ(marks[2].startRatio, vsg::front::kRatioDefault);
-    EXPECT_EQ(marks[3].startRatio, vsg::front::kRatioUnseen);
 }
 
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {

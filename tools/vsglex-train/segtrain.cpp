@@ -185,91 +185,6 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
 
 namespace {
 
-// FNV-1a over bytes, continued from `h` (the ratio counts' text keys).
-inline uint64_t TextHash(uint64_t h, const char *p, size_t n) {
-    for (size_t i = 0; i < n; ++i) h = (h ^ static_cast<unsigned char>(p[i])) * 0x100000001B3ull;
-    return h;
-}
-constexpr uint64_t kTextBasis = 0xCBF29CE484222325ull;
-// Longest word counted, in atoms (the lexicon's longest).
-constexpr size_t kRatioMaxAtoms = 16;
-
-}  // namespace
-
-int64_t RatioCounts::IdOf(const std::string &text) const {
-    const uint64_t h = TextHash(kTextBasis, text.data(), text.size());
-    auto it = std::lower_bound(byHash.begin(), byHash.end(), std::make_pair(h, uint32_t{0}));
-    return it != byHash.end() && it->first == h ? int64_t{it->second} : -1;
-}
-
-RatioCounts CountRatios(const std::vector<std::vector<Unit>> &all, const std::vector<std::string> &extra) {
-    RatioCounts rc;
-    // Words of two or more atoms (no space), keyed by the hash of their
-    // text, and the hashes of their atom prefixes for an early stop.
-    std::unordered_map<uint64_t, uint32_t> ids;
-    std::unordered_map<uint64_t, char> prefixes;
-    std::vector<Atom> atoms;
-    auto add = [&](const std::string &w) {
-        if (w.size() > kMaxDictWord) return;
-        atoms.clear();
-        vsg::front::Atomise(w.data(), 0, w.size(), atoms);
-        if (atoms.size() < 2 || atoms.size() > kRatioMaxAtoms) return;
-        uint64_t h = kTextBasis;
-        for (const Atom &a : atoms) {
-            if (a.kind == AtomKind::kSpace) return;
-            h = TextHash(h, w.data() + a.start, a.length);
-            prefixes.emplace(h, 1);
-        }
-        if (ids.emplace(h, static_cast<uint32_t>(rc.words.size())).second) rc.words.push_back(w);
-    };
-    for (const auto &units : all)
-        for (const Unit &u : units) add(u.text);
-    for (const std::string &w : extra) add(w);
-    rc.byHash.assign(ids.begin(), ids.end());
-    std::sort(rc.byHash.begin(), rc.byHash.end());
-    rc.stringAt.push_back(0);
-    rc.wordAt.push_back(0);
-    std::string text;
-    for (const auto &units : all) {
-        text.clear();
-        for (const Unit &u : units) {
-            auto it = ids.find(TextHash(kTextBasis, u.text.data(), u.text.size()));
-            if (it != ids.end()) rc.wordIds.push_back(it->second);
-            text += u.text;
-        }
-        atoms.clear();
-        vsg::front::Atomise(text.data(), 0, text.size(), atoms);
-        for (size_t i = 0; i < atoms.size(); ++i) {
-            uint64_t h = TextHash(kTextBasis, text.data() + atoms[i].start, atoms[i].length);
-            for (size_t j = i + 1; j < atoms.size() && j - i < kRatioMaxAtoms; ++j) {
-                h = TextHash(h, text.data() + atoms[j].start, atoms[j].length);
-                if (prefixes.find(h) == prefixes.end()) break;
-                auto it = ids.find(h);
-                if (it != ids.end()) rc.stringIds.push_back(it->second);
-            }
-        }
-        rc.stringAt.push_back(static_cast<uint32_t>(rc.stringIds.size()));
-        rc.wordAt.push_back(static_cast<uint32_t>(rc.wordIds.size()));
-    }
-    return rc;
-}
-
-namespace {
-
-// The ratio classes of the counted words over the paragraphs whose fold
-// is not `fold` (all of them when fold < 0).
-std::vector<uint8_t> RatioClasses(const RatioCounts &rc, const std::vector<int> &foldOf, int fold) {
-    std::vector<uint32_t> words(rc.words.size(), 0), strings(rc.words.size(), 0);
-    for (size_t p = 0; p + 1 < rc.stringAt.size(); ++p) {
-        if (fold >= 0 && foldOf[p] == fold) continue;
-        for (uint32_t k = rc.stringAt[p]; k < rc.stringAt[p + 1]; ++k) ++strings[rc.stringIds[k]];
-        for (uint32_t k = rc.wordAt[p]; k < rc.wordAt[p + 1]; ++k) ++words[rc.wordIds[k]];
-    }
-    std::vector<uint8_t> out(rc.words.size());
-    for (size_t i = 0; i < out.size(); ++i) out[i] = vsg::front::RatioClass(words[i], strings[i]);
-    return out;
-}
-
 // The averaged weights of the members trained so far, summed per group,
 // and their summed transitions.
 struct SegSum {
@@ -292,8 +207,8 @@ int FoldOf(size_t p, int folds, int member) {
 
 // Trains one member (its fold assignment and visiting order from `member`)
 // and adds its averaged weights to `sum`.
-void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member,
-                 const RatioCounts &ratios, SegSum *sum, SegTrainSummary *summary) {
+void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
+                 SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
     for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
@@ -326,15 +241,9 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
             }
             std::vector<std::pair<std::string, int32_t>> placeCount(places.begin(), places.end());
             std::sort(placeCount.begin(), placeCount.end());
-            // How often each word's string is the word, in the other folds.
-            const std::vector<uint8_t> ratioClass = RatioClasses(ratios, foldOf, folds > 1 ? f : -1);
             std::vector<vsg::front::LexiconWord> words;
             words.reserve(counts.size());
-            for (const auto &kv : counts) {
-                const int64_t id = ratios.IdOf(kv.first);
-                words.push_back({kv.first, kv.second.first, kv.second.second,
-                                 id >= 0 ? ratioClass[static_cast<size_t>(id)] : uint8_t{0}});
-            }
+            for (const auto &kv : counts) words.push_back({kv.first, kv.second.first, kv.second.second});
             // The words a lexicon holds do not depend on the list's order.
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
@@ -513,26 +422,11 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
 }  // namespace
 
 std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
-                           SegTrainSummary *summary, const std::vector<std::string> &lexiconWords) {
+                           SegTrainSummary *summary) {
     *summary = SegTrainSummary();
     if (opt.epochs <= 0 || all.empty()) return std::string();
-    const RatioCounts ratios = CountRatios(all, lexiconWords);
     SegSum sum;
-    for (int m = 0; m < std::max(1, opt.members); ++m) TrainMember(all, opt, m, ratios, &sum, summary);
-    // The ratio classes of all training days for the file: the words whose
-    // class is not the default, keys ascending (of two words with one key,
-    // the lower class).
-    std::vector<uint64_t> ratioTable;
-    {
-        const std::vector<uint8_t> classes = RatioClasses(ratios, {}, -1);
-        for (size_t i = 0; i < classes.size(); ++i)
-            if (classes[i] != vsg::front::kRatioDefault)
-                ratioTable.push_back(vsg::front::RatioKey(ratios.words[i].data(), ratios.words[i].size()) | classes[i]);
-        std::sort(ratioTable.begin(), ratioTable.end());
-        ratioTable.erase(std::unique(ratioTable.begin(), ratioTable.end(),
-                                     [](uint64_t a, uint64_t b) { return (a & ~uint64_t{7}) == (b & ~uint64_t{7}); }),
-                         ratioTable.end());
-    }
+    for (int m = 0; m < std::max(1, opt.members); ++m) TrainMember(all, opt, m, &sum, summary);
     summary->features = static_cast<int64_t>(sum.groups.size());
 
     // The summed weights in key order; groups far below the largest weight
@@ -557,15 +451,14 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         groups.push_back({g.first, std::vector<float>(g.second.begin(), g.second.end())});
     }
     summary->groups = static_cast<int64_t>(groups.size());
-    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans, ratioTable);
+    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);
     summary->bytes = static_cast<int64_t>(bytes.size());
     return bytes;
 }
 
 bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
-                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error,
-                    const std::vector<std::string> &lexiconWords) {
-    std::string bytes = TrainSegmenter(all, opt, summary, lexiconWords);
+                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error) {
+    std::string bytes = TrainSegmenter(all, opt, summary);
     for (const std::string &dir : dirs) {
         const std::string path = dir + "/" + vsg::front::kSegModelFile;
         if (bytes.empty()) {

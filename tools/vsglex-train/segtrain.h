@@ -91,31 +91,13 @@ std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::
 
 // Trains the model from the paragraphs' units and returns the file's bytes
 // (empty when there is nothing to learn).
-// `lexiconWords` are the words of the cutter's lexicon beyond the units'
-// (the core dictionary's), whose ratio classes the file holds as well.
 std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
-                           SegTrainSummary *summary, const std::vector<std::string> &lexiconWords = {});
+                           SegTrainSummary *summary);
 
 // Trains and writes DIR/segment.mdl into each of `dirs` (removes it when
 // no model is trained); false with a message on failure.
 bool WriteSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
-                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error,
-                    const std::vector<std::string> &lexiconWords = {});
-
-// How often each word of two or more atoms is written as a word and how
-// often its string occurs anywhere in the text, paragraph by paragraph.
-struct RatioCounts {
-    std::vector<std::string> words;      // by id
-    std::vector<uint32_t> stringAt;      // paragraph p's string occurrences: ids[stringAt[p] .. stringAt[p+1])
-    std::vector<uint32_t> wordAt;        // its word occurrences: ids[wordAt[p] .. wordAt[p+1])
-    std::vector<uint32_t> stringIds;
-    std::vector<uint32_t> wordIds;
-    // Id of a word's text, or -1.
-    int64_t IdOf(const std::string &text) const;
-    std::vector<std::pair<uint64_t, uint32_t>> byHash;  // sorted by text hash
-};
-// Counts the unit texts and `extra` words in the paragraphs' texts.
-RatioCounts CountRatios(const std::vector<std::vector<Unit>> &all, const std::vector<std::string> &extra);
+                    const std::vector<std::string> &dirs, SegTrainSummary *summary, std::string *error);
 
 }  // namespace vsgtrain
 

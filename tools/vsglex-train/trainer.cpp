@@ -54,12 +54,7 @@ bool TrainModels(const std::vector<Paragraph> &paragraphs, const std::string &ou
     if (!WriteModelSet(outDir, opt, entries, counts, error)) return false;
     std::vector<std::string> segDirs = {outDir};
     if (opt.text) segDirs.push_back(outDir + "/text");
-    // The core dictionary's words: the cutter's lexicon at run time, whose
-    // ratio classes the cutter model holds.
-    std::vector<std::string> coreWords;
-    coreWords.reserve(entries.size());
-    for (const Entry &e : entries) coreWords.push_back(e.word);
-    if (!WriteSegmenter(counts.units, opt.seg, segDirs, &summary->seg, error, coreWords)) return false;
+    if (!WriteSegmenter(counts.units, opt.seg, segDirs, &summary->seg, error)) return false;
     if (!WritePersonWords(counts.units, segDirs, error)) return false;
     return WriteSetManifests(outDir, opt.text ? outDir + "/text" : std::string(), error);
 }
