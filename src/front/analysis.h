@@ -76,6 +76,20 @@ struct Shared {
     int repeatedWords = 1;      // VSGLEX_REPEATED_WORDS: whole mentions a join needs (0: off; measurement switch)
     size_t nameRunMax = 8;      // VSGLEX_NAME_RUN_MAX: longest run joined, in characters (measurement switch)
     double nameRunMin = 8.0;    // VSGLEX_NAME_RUN_MIN: log gain over plain characters a person run needs
+    // New words kept whole across a text (KeepTextWords). Costs are in the
+    // cutter's score units (1/32767 of its largest weight).
+    // VSGLEX_TEXT_WORDS: the largest cost of keeping whole a mention of a
+    // new word that the text's cut holds whole elsewhere (<0: off, the
+    // default; measured with 50000; measurement switch).
+    int64_t textWordCost = -1;
+    bool textWordNames = false;  // VSGLEX_TEXT_WORD_NAMES=1: also over the cutter's name characters
+    // VSGLEX_TEXT_WORD_TILES: where a mention may start and end: 0 anywhere,
+    // 1 at word ends of the cut, 2 not inside a new word of the cut.
+    int textWordTiles = 2;
+    // VSGLEX_TEXT_WORD_SURE: the cost of cutting inside its surest whole
+    // mention that such a word needs (measurement switch).
+    int64_t textWordSure = 5000;
+    bool textWordPlaces = false; // VSGLEX_TEXT_WORD_PLACES=1: also mentions with a place word among their pieces
     UnknownTags unknownTags;    // tags of words the dictionary lacks, from their characters
     bool retagUnknown = true;   // VSGLEX_UNKNOWN_TAGS=0 (measurement switch): off
     double unknownMargin = UnknownTags::kDefaultMargin;  // VSGLEX_UNKNOWN_MARGIN (measurement switch)
@@ -227,6 +241,12 @@ private:
                   const Span *parts = nullptr, size_t partCount = 0);
     // Forces the handle's user words into the cut of n atoms (ends_).
     void ApplyUserWords(const Atom *atoms, size_t n);
+    // The cutter's new words of a run just cut (cutText, atoms[0..n); ends_
+    // holds its cut), remembered in textWords_.
+    void RememberTextWords(const char *cutText, const Atom *atoms, size_t n);
+    // Keeps whole, where the cutter's cost of it is small, the mentions of
+    // textWords_ in a run just cut that its labels split.
+    void KeepTextWords(const char *cutText, const Atom *atoms, size_t n);
     // Emits an engine word, taking apart one that joins a user word with
     // others.
     void EmitEngineWord(const Span &span);
@@ -302,6 +322,14 @@ private:
     };
     std::vector<NewWord> newWords_;
     std::vector<bool> newWordFirsts_;  // by the first character's two bytes
+    // The text's new words: strings of two to four Chinese characters that
+    // the cutter cut as one word longer than every lexicon word starting
+    // there, found by a first pass over each window (collecting_).
+    // Each with the cutter's largest cost of cutting inside one of its whole
+    // mentions (SegModel::SplitCost).
+    std::unordered_map<std::string, int64_t> textWords_;
+    std::vector<bool> textWordFirsts_;  // by the first character's two bytes
+    bool collecting_ = false;           // the first pass: runs are cut and remembered only
     // Appends a word's text in UTF-8 to texts_: the caller's bytes
     // [offset, offset + length) where they can be kept, else the work text
     // [gbStart, gbEnd) converted.

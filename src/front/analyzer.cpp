@@ -116,18 +116,36 @@ inline void Analysis::Window(const char *src, size_t n, uint64_t base, int chars
     ToWorkText(src, n, charset, work_, invalid_, base, (flags_ & VSGLEX_T2S) != 0);
     const std::string &gb = work_.gb;
     closingQuotes_.clear();
-    size_t lineStart = 0;
-    while (lineStart < gb.size()) {
+    auto lineEnd = [&](size_t lineStart) {
         const void *nl = std::memchr(gb.data() + lineStart, '\n', gb.size() - lineStart);
-        size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - gb.data()) : gb.size();
+        return nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - gb.data()) : gb.size();
+    };
+    for (size_t lineStart = 0; lineStart < gb.size();) {
+        const size_t end = lineEnd(lineStart);
         bool open = false;
         for (const char *q = gb.data() + lineStart;
-             (q = static_cast<const char *>(std::memchr(q, '"', gb.data() + lineEnd - q))) != nullptr; ++q) {
+             (q = static_cast<const char *>(std::memchr(q, '"', gb.data() + end - q))) != nullptr; ++q) {
             if (open) closingQuotes_.push_back(static_cast<uint32_t>(q - gb.data()));
             open = !open;
         }
-        Line(lineStart, lineEnd);
-        lineStart = lineEnd + 1;
+        lineStart = end + 1;
+    }
+    // New words that the cutter keeps whole somewhere in the text are kept
+    // whole in its other mentions where that costs the cutter little: the
+    // window is cut once to find them before it is cut for good.
+    if (shared_.textWordCost >= 0 && shared_.segModel.Loaded() && (flags_ & VSGLEX_PRECUT) == 0) {
+        collecting_ = true;
+        for (size_t lineStart = 0; lineStart < gb.size();) {
+            const size_t end = lineEnd(lineStart);
+            Line(lineStart, end);
+            lineStart = end + 1;
+        }
+        collecting_ = false;
+    }
+    for (size_t lineStart = 0; lineStart < gb.size();) {
+        const size_t end = lineEnd(lineStart);
+        Line(lineStart, end);
+        lineStart = end + 1;
     }
     Flush();
 }
@@ -204,14 +222,16 @@ inline void Analysis::Line(size_t begin, size_t end) {
 void Analysis::AddRun(const Atom *atoms, size_t n) {
     if (n == 0) return;
     const std::string &gb = work_.gb;
-    if (!sentenceOpen_) {
-        sentenceOpen_ = true;
-        open_.gbStart = atoms[0].start;
-        openItems_ = 0;
-        vsglex_sentence s{};
-        sentences_.push_back(s);
+    if (!collecting_) {
+        if (!sentenceOpen_) {
+            sentenceOpen_ = true;
+            open_.gbStart = atoms[0].start;
+            openItems_ = 0;
+            vsglex_sentence s{};
+            sentences_.push_back(s);
+        }
+        open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     }
-    open_.gbEnd = atoms[n - 1].start + atoms[n - 1].length;
     uint32_t sentence = static_cast<uint32_t>(sentences_.size() - 1);
     bool ascii = true;  // the run may hold ASCII bytes (known below for cut runs)
     auto push = [&](size_t a, size_t b, const UserDict::Entry *user = nullptr, uint8_t name = 0,
@@ -265,6 +285,11 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
         shared_.segModel.Cut(cutText, cutAtoms, n, shared_.lexicon, ends_, scratch_);
     else
         shared_.lexicon.Cut(cutText, cutAtoms, n, ends_, scratch_);
+    if (collecting_) {
+        RememberTextWords(cutText, cutAtoms, n);
+        return;
+    }
+    if (!textWords_.empty()) KeepTextWords(cutText, cutAtoms, n);
     JoinNumberWords(gb.data(), atoms, n, ends_);
     if (user_ != nullptr) ApplyUserWords(atoms, n);
     // The cutter's labels of the run, when the run's name characters are
@@ -291,7 +316,7 @@ void Analysis::AddRun(const Atom *atoms, size_t n) {
 }
 
 void Analysis::CloseSentence() {
-    if (!sentenceOpen_) return;
+    if (!sentenceOpen_ || collecting_) return;
     sentenceOpen_ = false;
     vsglex_sentence &s = sentences_.back();
     s.offset = base_ + work_.srcStart[open_.gbStart];
@@ -838,6 +863,16 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
         unknownOptions.numbers = std::atoi(v) != 0;
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_BACKOFF"); v != nullptr && *v != '\0')
         unknownOptions.backoff = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_TEXT_WORDS"); v != nullptr && *v != '\0')
+        set->textWordCost = std::atoll(v);
+    if (const char *v = std::getenv("VSGLEX_TEXT_WORD_NAMES"); v != nullptr && *v != '\0')
+        set->textWordNames = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_TEXT_WORD_TILES"); v != nullptr && *v != '\0')
+        set->textWordTiles = std::atoi(v);
+    if (const char *v = std::getenv("VSGLEX_TEXT_WORD_PLACES"); v != nullptr && *v != '\0')
+        set->textWordPlaces = std::atoi(v) != 0;
+    if (const char *v = std::getenv("VSGLEX_TEXT_WORD_SURE"); v != nullptr && *v != '\0')
+        set->textWordSure = std::atoll(v);
     if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames, unknownOptions);
     if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
         set->unknownMargin = std::atof(v);

@@ -859,4 +859,61 @@ void SegModel::Cut(const char *text, const Atom *atoms, size_t n, const Lexicon 
         if (SegLabelCloses(labels[i]) || i + 1 == n) ends.push_back(static_cast<uint32_t>(i + 1));
 }
 
+int64_t SegModel::PathScore(const int32_t *score, size_t n, const uint8_t *labels, const int32_t *words) const {
+    int64_t sum = 0;
+    for (size_t i = 0; i < n; ++i) {
+        sum += score[i * kSegLabels + labels[i]];
+        if (i == 0) continue;
+        sum += transitions_[labels[i - 1]][labels[i]];
+        if (words != nullptr && labels[i] == kSegEnd && labels[i - 1] <= kSegBegin3)
+            sum += words[i * kSegWordLengths + labels[i - 1]];
+    }
+    return sum;
+}
+
+int64_t SegModel::SplitCost(size_t n, size_t from, size_t to, CutScratch &scratch) const {
+    if (from + 2 > to || to > n || scratch.labels.size() != n) return 0;
+    const int32_t *words = hasWords_ ? scratch.wordScore.data() : nullptr;
+    const int64_t best = PathScore(scratch.score.data(), n, scratch.labels.data(), words);
+    thread_local std::vector<uint8_t> cut, back;
+    int64_t bestCut = std::numeric_limits<int64_t>::lowest();
+    for (size_t k = from; k + 1 < to; ++k) {
+        // A word ends at atom k: the labels that do not close are forbidden.
+        int32_t *row = scratch.score.data() + k * kSegLabels;
+        int32_t saved[kSegLabels];
+        std::copy(row, row + kSegLabels, saved);
+        for (int label = 0; label < kSegLabels; ++label)
+            if (!SegLabelCloses(label)) row[label] = kSegForbidden;
+        Labels(scratch.score.data(), n, cut, back, words);
+        bestCut = std::max(bestCut, PathScore(scratch.score.data(), n, cut.data(), words));
+        std::copy(saved, saved + kSegLabels, row);
+    }
+    return best - bestCut;
+}
+
+bool SegModel::KeepWhole(size_t n, size_t from, size_t to, int64_t maxCost, CutScratch &scratch) const {
+    if (from + 2 > to || to > n || scratch.labels.size() != n) return false;
+    const int32_t *words = hasWords_ ? scratch.wordScore.data() : nullptr;
+    const int64_t best = PathScore(scratch.score.data(), n, scratch.labels.data(), words);
+    // Every other label of the span is forbidden: the search then keeps the
+    // word, and the ends around it follow from the allowed transitions.
+    int32_t saved[kSegWordMax * kSegLabels];
+    const size_t length = to - from;
+    if (length > kSegWordMax) return false;
+    int32_t *rows = scratch.score.data() + from * kSegLabels;
+    std::copy(rows, rows + length * kSegLabels, saved);
+    for (size_t i = 0; i < length; ++i)
+        for (int label = 0; label < kSegLabels; ++label)
+            if (label != SegLabelAt(i, length)) rows[i * kSegLabels + label] = kSegForbidden;
+    thread_local std::vector<uint8_t> kept, back;
+    Labels(scratch.score.data(), n, kept, back, words);
+    const int64_t whole = PathScore(scratch.score.data(), n, kept.data(), words);
+    if (best - whole > maxCost) {
+        std::copy(saved, saved + length * kSegLabels, rows);
+        return false;
+    }
+    scratch.labels.swap(kept);
+    return true;
+}
+
 }  // namespace vsg::front

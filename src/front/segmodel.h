@@ -269,6 +269,22 @@ public:
     // as SegViterbi does.
     void Labels(const int32_t *score, size_t n, std::vector<uint8_t> &labels, std::vector<uint8_t> &back,
                 const int32_t *words = nullptr) const;
+    // After Cut of a run of n atoms (scratch holds its scores and labels):
+    // the cutter's cost of keeping atoms [from, to) one word, i.e. the score
+    // of its labels less the best score of labels that have that word
+    // (labels of that word over the span, word ends before and after it).
+    // When the cost is at most `maxCost`, the labels become those and the
+    // word stays forced for later calls on the run; true then. Else nothing
+    // changes.
+    bool KeepWhole(size_t n, size_t from, size_t to, int64_t maxCost, CutScratch &scratch) const;
+    // After Cut of a run of n atoms whose labels hold atoms [from, to) as one
+    // word: the cutter's cost of cutting that word somewhere inside, i.e.
+    // the score of its labels less the best score of labels with a word end
+    // before `to - 1`. Nothing changes.
+    int64_t SplitCost(size_t n, size_t from, size_t to, CutScratch &scratch) const;
+    // Score of `labels` under scores (n x kSegLabels), the transitions and
+    // the word scores (`words`, or null), as the label search sums it.
+    int64_t PathScore(const int32_t *score, size_t n, const uint8_t *labels, const int32_t *words) const;
     // Whether the model holds word features; then Score also fills
     // scratch.wordScore (n x kSegWordLengths).
     bool HasWordFeatures() const { return hasWords_; }

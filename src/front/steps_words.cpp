@@ -9,6 +9,7 @@
 #include "common/gbtext.h"
 #include "common/tagset.h"
 #include "front/analysis.h"
+#include "front/analyzer.h"
 #include "front/conventions.h"
 #include "front/corpusview.h"
 
@@ -125,6 +126,115 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
                                                                                      : kSentenceEndTag;
         s.tag = shared_.unknownTags.Retag(w, length, prev, s.tag, next, shared_.unknownMargin);
     }
+}
+
+}  // namespace vsg::front
+
+namespace vsg::front {
+
+namespace {
+
+// Whether atoms [from, to) are Chinese characters of GB 2312 that make no
+// number or time (the new words kept whole across a text).
+bool TextWordAtoms(const char *text, const Atom *atoms, size_t from, size_t to) {
+    for (size_t k = from; k < to; ++k)
+        if (atoms[k].kind != AtomKind::kHan || atoms[k].length != 2) return false;
+    const char *w = text + atoms[from].start;
+    const size_t length = 2 * (to - from);
+    return IsGb2312ChineseText(w, length) && ClassOfString(w, length) == StringClass::kOther;
+}
+
+// Whether a word end at atom `at` of a run of n atoms would cut into a
+// new word of its labels: one of several atoms longer than every lexicon
+// word at its first (`marks`).
+bool CutsNewWord(const uint8_t *labels, const WordMarks *marks, size_t n, size_t at) {
+    if (at == 0 || at >= n || SegLabelCloses(labels[at - 1])) return false;
+    size_t first = at - 1, last = at;
+    while (first > 0 && !SegLabelCloses(labels[first - 1])) --first;
+    while (last + 1 < n && !SegLabelCloses(labels[last])) ++last;
+    return marks[first].starts < last + 1 - first;
+}
+
+}  // namespace
+
+void Analysis::RememberTextWords(const char *cutText, const Atom *atoms, size_t n) {
+    const WordMarks *marks = scratch_.marks.data();
+    size_t a = 0;
+    for (uint32_t b : ends_) {
+        // Two to four characters, longer than every lexicon word at its
+        // first: a word the cutter made rather than found.
+        if (b >= a + 2 && b <= a + kSegWordMax && marks[a].starts < b - a && TextWordAtoms(cutText, atoms, a, b)) {
+            if (textWordFirsts_.empty()) textWordFirsts_.resize(1 << 16);
+            textWordFirsts_[GbCharKey(cutText + atoms[a].start)] = true;
+            const int64_t sure = shared_.segModel.SplitCost(n, a, b, scratch_);
+            int64_t &surest = textWords_[std::string(cutText + atoms[a].start, 2 * (b - a))];
+            surest = std::max(surest, sure);
+        }
+        a = b;
+    }
+}
+
+// The cutter cuts a word it has never seen by the evidence around each
+// mention, so the same new word may be whole in one sentence and in pieces
+// in the next (航天飞机 and 航天 飞机). A mention that the labels split is
+// kept whole when the best labels that keep it cost the cutter at most
+// shared_.textWordCost; the longest such word from an atom wins, and a
+// word kept stays forced while the others are weighed.
+void Analysis::KeepTextWords(const char *cutText, const Atom *atoms, size_t n) {
+    if (n < 2) return;
+    const uint8_t *labels = scratch_.labels.data();
+    const WordMarks *marks = scratch_.marks.data();
+    bool changed = false;
+    thread_local std::string key;
+    for (size_t a = 0; a + 2 <= n; ++a) {
+        if (atoms[a].kind != AtomKind::kHan || !textWordFirsts_[GbCharKey(cutText + atoms[a].start)]) continue;
+        for (size_t length = std::min<size_t>(kSegWordMax, n - a); length >= 2; --length) {
+            if (!TextWordAtoms(cutText, atoms, a, a + length)) continue;
+            key.assign(cutText + atoms[a].start, 2 * length);
+            auto known = textWords_.find(key);
+            if (known == textWords_.end() || known->second < shared_.textWordSure) continue;
+            labels = scratch_.labels.data();
+            bool whole = a == 0 || SegLabelCloses(labels[a - 1]);
+            bool names = false;
+            for (size_t i = 0; i < length; ++i) {
+                whole = whole && labels[a + i] == SegLabelAt(i, length);
+                names = names || labels[a + i] >= kSegNameFirst;
+            }
+            if (whole) {
+                a += length - 1;
+                break;
+            }
+            if (names && !shared_.textWordNames) continue;
+            // The pieces of the mention: words of the cut that tile it, none
+            // of them a place of the dictionary (长江 口 of 长江口: the
+            // corpus writes a place and a following character apart).
+            if (shared_.textWordTiles == 1 && !((a == 0 || SegLabelCloses(labels[a - 1])) &&
+                                                (a + length == n || SegLabelCloses(labels[a + length - 1]))))
+                continue;
+            if (shared_.textWordTiles == 2 && (CutsNewWord(labels, marks, n, a) || CutsNewWord(labels, marks, n, a + length)))
+                continue;
+            if (!shared_.textWordPlaces) {
+                bool place = false;
+                for (size_t p = a, q = a; q < a + length && !place; ++q) {
+                    if (!SegLabelCloses(labels[q]) && q + 1 < a + length) continue;
+                    const char *w = cutText + atoms[p].start;
+                    place = q > p && IsPlaceTag(CoreWordTag(&shared_.engine->models(), w, 2 * (q + 1 - p)));
+                    p = q + 1;
+                }
+                if (place) continue;
+            }
+            if (shared_.segModel.KeepWhole(n, a, a + length, shared_.textWordCost, scratch_)) {
+                changed = true;
+                a += length - 1;
+                break;
+            }
+        }
+    }
+    if (!changed) return;
+    labels = scratch_.labels.data();
+    ends_.clear();
+    for (size_t i = 0; i < n; ++i)
+        if (SegLabelCloses(labels[i]) || i + 1 == n) ends_.push_back(static_cast<uint32_t>(i + 1));
 }
 
 }  // namespace vsg::front

@@ -270,6 +270,36 @@ TEST(ApiErrorTest, BadArgumentsAndMissingModels) {
     vsglex_close(h);
 }
 
+TEST(TextWordsTest, NewWordCutWholeOnceIsKeptWholeWhereTheCutterHesitates) {
+    // The cutter writes 速达网 (a word no model knows) whole after nothing,
+    // but 从速 达 网 after 从; with the text pass switched on, the second
+    // mention follows the first, in either order, and a text without the
+    // whole mention is cut as before.
+    REQUIRE_MODELS();
+    const std::string whole = "速达网的产品在市场上很受欢迎。\n";
+    const std::string hesitant = "本报讯 记者从速达网获悉，今年的销量大增。\n";
+    auto mentions = [](const char *cost, const std::string &text) {
+        if (cost != nullptr) setenv("VSGLEX_TEXT_WORDS", cost, 1);
+        vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());
+        unsetenv("VSGLEX_TEXT_WORDS");
+        EXPECT_NE(h, nullptr) << vsglex_last_error();
+        vsglex_result *r = nullptr;
+        int count = -1;
+        if (h != nullptr && vsglex_analyze(h, text.data(), text.size(), VSGLEX_CHARSET_UTF8, 0, &r) == VSGLEX_OK) {
+            count = 0;
+            for (size_t k = 0; k < r->word_count; ++k) count += std::string(r->words[k].text) == "速达网";
+            vsglex_result_free(r);
+        }
+        vsglex_close(h);
+        return count;
+    };
+    ASSERT_EQ(mentions(nullptr, whole + hesitant), 1) << "the shipped cutter no longer hesitates here";
+    EXPECT_EQ(mentions("50000", whole + hesitant), 2);
+    EXPECT_EQ(mentions("50000", hesitant + whole), 2);
+    EXPECT_EQ(mentions("50000", hesitant), 0);
+    EXPECT_EQ(mentions("0", whole + hesitant), 1);  // keeping it whole costs the cutter something
+}
+
 TEST(ApiThreadTest, ConcurrentAnalysesMatchOneThread) {
     REQUIRE_MODELS();
     vsglex_handle *h = vsglex_open(fronttest::ModelDir().c_str());

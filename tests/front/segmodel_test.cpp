@@ -284,6 +284,107 @@ TEST(SegModelTest, LabelsSpellWordsOfEveryLength) {
     }
 }
 
+TEST(SegModelTest, CostsOfKeepingAndBreakingAWordAreThoseOfTheBestSuchLabels) {
+    // On runs of up to five atoms every label sequence is tried: the cost of
+    // keeping atoms [from, to) one word is the best score less the best of
+    // the sequences with that word, the cost of breaking a word of the cut
+    // the best score less the best of those with a word end inside it.
+    std::mt19937 rng(31);
+    const std::vector<std::string> pieces = Pieces();
+    const Lexicon lex = SmallLexicon();
+    std::vector<std::string> texts;
+    for (int t = 0; t < 60; ++t) {
+        std::string s;
+        for (size_t k = 0, len = 2 + rng() % 4; k < len; ++k) s += pieces[rng() % 10];  // Chinese characters
+        texts.push_back(s);
+    }
+    const SegModel m = RandomModel(texts, lex, rng, nullptr, true);
+    ASSERT_TRUE(m.HasWordFeatures());
+    CutScratch scratch;
+    std::vector<Atom> atoms;
+    std::vector<uint32_t> ends;
+    int kept = 0;
+    for (const std::string &t : texts) {
+        atoms.clear();
+        Atomise(t.data(), 0, t.size(), atoms);
+        const size_t n = atoms.size();
+        ends.clear();
+        m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
+        const std::vector<int32_t> score = scratch.score, words = scratch.wordScore;
+        const std::vector<uint8_t> cut = scratch.labels;
+        // Best totals: of all sequences, and by span [from, to) of those
+        // that hold it as one word and of those with a word end inside it.
+        constexpr int64_t kNone = std::numeric_limits<int64_t>::min();
+        int64_t best = kNone, whole[6][6], broken[6][6];
+        for (auto *table : {&whole, &broken})
+            for (auto &row : *table)
+                for (int64_t &v : row) v = kNone;
+        std::vector<uint8_t> cur(n);
+        size_t total = 1;
+        for (size_t i = 0; i < n; ++i) total *= kSegLabels;
+        for (size_t code = 0; code < total; ++code) {
+            for (size_t i = 0, c = code; i < n; ++i, c /= kSegLabels) cur[i] = static_cast<uint8_t>(c % kSegLabels);
+            bool ok = SegLabelOpens(cur[0]) && SegLabelCloses(cur[n - 1]);
+            int64_t sum = 0;
+            for (size_t i = 0; i < n && ok; ++i) {
+                sum += score[i * kSegLabels + cur[i]];
+                if (i == 0) continue;
+                ok = SegTransitionAllowed(cur[i - 1], cur[i]);
+                sum += m.Transition(cur[i - 1], cur[i]);
+                for (int len = 2; len <= kSegWordMax && static_cast<size_t>(len) <= i + 1; ++len)
+                    if (SegWordAt(cur.data(), i, len)) sum += words[i * kSegWordLengths + len - 2];
+            }
+            if (!ok || sum < -(int64_t{1} << 29)) continue;  // forbidden labels are no choice
+            best = std::max(best, sum);
+            for (size_t from = 0; from < n; ++from)
+                for (size_t to = from + 2; to <= n && to <= from + kSegWordMax; ++to) {
+                    bool one = from == 0 || SegLabelCloses(cur[from - 1]), inside = false;
+                    for (size_t i = from; i < to; ++i) {
+                        one = one && cur[i] == SegLabelAt(i - from, to - from);
+                        inside = inside || (i + 1 < to && SegLabelCloses(cur[i]));
+                    }
+                    if (one) whole[from][to] = std::max(whole[from][to], sum);
+                    if (inside) broken[from][to] = std::max(broken[from][to], sum);
+                }
+        }
+        ASSERT_EQ(m.PathScore(score.data(), n, cut.data(), words.data()), best) << vsgtest::Utf8(t);
+        for (size_t from = 0; from < n; ++from)
+            for (size_t to = from + 2; to <= n && to <= from + kSegWordMax; ++to) {
+                if (whole[from][to] == kNone) continue;
+                const int64_t cost = best - whole[from][to];
+                if (cost == 0) {
+                    // The cut holds the word: breaking it costs what the
+                    // best sequence with a word end inside it loses.
+                    if (scratch.labels[from] != kSegBegin || broken[from][to] == kNone) continue;
+                    bool holds = from == 0 || SegLabelCloses(scratch.labels[from - 1]);
+                    for (size_t i = from; i < to; ++i) holds = holds && scratch.labels[i] == SegLabelAt(i - from, to - from);
+                    if (holds) {
+                        EXPECT_EQ(m.SplitCost(n, from, to, scratch), best - broken[from][to]) << vsgtest::Utf8(t);
+                    }
+                    EXPECT_EQ(scratch.score, score);
+                    continue;
+                }
+                // Refused below its cost: nothing changes.
+                EXPECT_FALSE(m.KeepWhole(n, from, to, cost - 1, scratch)) << vsgtest::Utf8(t);
+                EXPECT_EQ(scratch.labels, cut);
+                EXPECT_EQ(scratch.score, score);
+                // Kept at its cost: the labels are the best that hold it.
+                ASSERT_TRUE(m.KeepWhole(n, from, to, cost, scratch)) << vsgtest::Utf8(t);
+                EXPECT_EQ(m.PathScore(score.data(), n, scratch.labels.data(), words.data()), whole[from][to]);
+                for (size_t i = from; i < to; ++i) EXPECT_EQ(scratch.labels[i], SegLabelAt(i - from, to - from));
+                ++kept;
+                // The word stays forced while another after it is kept.
+                if (to + 2 <= n && m.KeepWhole(n, to, to + 2, int64_t{1} << 40, scratch)) {
+                    for (size_t i = from; i < to; ++i) EXPECT_EQ(scratch.labels[i], SegLabelAt(i - from, to - from));
+                }
+                // Back to the run's own cut for the next span.
+                ends.clear();
+                m.Cut(t.data(), atoms.data(), n, lex, ends, scratch);
+            }
+    }
+    EXPECT_GT(kept, 20);
+}
+
 TEST(SegModelTest, WordFeaturesScoreWholeWordsInTheSearch) {
     std::mt19937 rng(23);
     const std::vector<std::string> pieces = Pieces();
