@@ -84,7 +84,8 @@ struct Shared {
     int64_t textWordCost = -1;
     bool textWordNames = false;  // VSGLEX_TEXT_WORD_NAMES=1: also over the cutter's name characters
     // VSGLEX_TEXT_WORD_TILES: where a mention may start and end: 0 anywhere,
-    // 1 at word ends of the cut, 2 not inside a new word of the cut.
+    // 1 at word ends of the cut, 2 not inside a new word of the cut, 3 end
+    // at a word end of the cut and start anywhere.
     int textWordTiles = 2;
     // VSGLEX_TEXT_WORD_SURE: the cost of cutting inside its surest whole
     // mention that such a word needs (measurement switch).

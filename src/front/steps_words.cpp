@@ -128,10 +128,6 @@ void Analysis::RetagUnknownWords(std::vector<Span> &spans) {
     }
 }
 
-}  // namespace vsg::front
-
-namespace vsg::front {
-
 namespace {
 
 // Whether atoms [from, to) are Chinese characters of GB 2312 that make no
@@ -205,13 +201,18 @@ void Analysis::KeepTextWords(const char *cutText, const Atom *atoms, size_t n) {
                 break;
             }
             if (names && !shared_.textWordNames) continue;
-            // The pieces of the mention: words of the cut that tile it, none
-            // of them a place of the dictionary (长江 口 of 长江口: the
-            // corpus writes a place and a following character apart).
+            // Its ends: word ends of the cut (1), anywhere but inside a new
+            // word of the cut (2: 从速 达 网 -> 从 速达网, but never 电热毯 ->
+            // 电 热毯), or its last at a word end (3); and none of its pieces a place of the
+            // dictionary (长江 口 of 长江口: the corpus writes a place and a
+            // following character apart).
             if (shared_.textWordTiles == 1 && !((a == 0 || SegLabelCloses(labels[a - 1])) &&
                                                 (a + length == n || SegLabelCloses(labels[a + length - 1]))))
                 continue;
-            if (shared_.textWordTiles == 2 && (CutsNewWord(labels, marks, n, a) || CutsNewWord(labels, marks, n, a + length)))
+            if (shared_.textWordTiles == 3 && !(a + length == n || SegLabelCloses(labels[a + length - 1])))
+                continue;
+            if (shared_.textWordTiles == 2 &&
+                (CutsNewWord(labels, marks, n, a) || CutsNewWord(labels, marks, n, a + length)))
                 continue;
             if (!shared_.textWordPlaces) {
                 bool place = false;
