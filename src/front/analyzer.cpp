@@ -17,6 +17,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_set>
 #include <vector>
 
@@ -738,6 +739,22 @@ int32_t TagOfText(const vsglex_handle *handle, std::string_view text) {
 
 namespace {
 
+// A measurement switch: the environment variable `name`, when set and not
+// empty, overrides one setting of a loaded set (for a flag, 0 is off). The
+// switches let the evaluation scripts measure each step of the front end
+// without a second build; docs/front.md names them with the steps.
+template <class T>
+void ReadSwitch(const char *name, T &value) {
+    const char *v = std::getenv(name);
+    if (v == nullptr || *v == '\0') return;
+    if constexpr (std::is_same_v<T, bool>)
+        value = std::atoi(v) != 0;
+    else if constexpr (std::is_floating_point_v<T>)
+        value = std::atof(v);
+    else
+        value = static_cast<T>(std::atoi(v));
+}
+
 // Checks and loads the model set of `dir` (canonical path; messages name it
 // as `shown`), or returns null with the error set.
 std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown) {
@@ -759,8 +776,7 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     set->warning = check.warning;
     LexiconOptions options;
     // Measurement switch: the shortest person word the cutter keeps.
-    if (const char *chars = std::getenv("VSGLEX_PERSON_WORD_CHARS"); chars != nullptr && *chars != '\0')
-        options.minPersonWordChars = std::atoi(chars);
+    ReadSwitch("VSGLEX_PERSON_WORD_CHARS", options.minPersonWordChars);
     if (!set->lexicon.Build(engine->models().core, options)) {
         SetError("the core dictionary in " + shown + " holds no words");
         return nullptr;
@@ -795,52 +811,30 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     set->pieceTags = PieceTags(&engine->models());
     set->placeEnds.Build(engine->models().core);
     set->neighbours.Build(engine->models().core);
-    if (const char *v = std::getenv("VSGLEX_PLACE_EVIDENCE"); v != nullptr && *v != '\0')
-        set->placeEvidenceMin = std::atof(v);
-    if (const char *v = std::getenv("VSGLEX_KNOWN_PLACES"); v != nullptr && *v != '\0')
-        set->knownPlaces = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_KNOWN_COMPOUNDS"); v != nullptr && *v != '\0')
-        set->knownCompounds = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_TITLED_NAMES"); v != nullptr && *v != '\0')
-        set->titledNames = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PARTICLE_ENDS"); v != nullptr && *v != '\0')
-        set->particleEnds = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_SUFFIXED_WORDS"); v != nullptr && *v != '\0')
-        set->suffixedWords = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PLACE_RUNS"); v != nullptr && *v != '\0')
-        set->placeRuns = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PRONOUN_UNITS"); v != nullptr && *v != '\0')
-        set->pronounUnits = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PLACE_SUFFIXES"); v != nullptr && *v != '\0')
-        set->placeSuffixes = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_REPEAT_PLACES"); v != nullptr && *v != '\0')
-        set->repeatPlaces = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PRECUT_SENTENCE_ENDS"); v != nullptr && *v != '\0')
-        set->precutSentenceEnds = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_NAME_RUNS"); v != nullptr && *v != '\0')
-        set->nameRuns = std::atoi(v);
-    if (const char *v = std::getenv("VSGLEX_REPEAT_WHOLE_NAMES"); v != nullptr && *v != '\0')
-        set->repeatWholeNames = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_REPEATED_WORDS"); v != nullptr && *v != '\0')
-        set->repeatedWords = std::atoi(v);
-    if (const char *v = std::getenv("VSGLEX_NAME_RUN_MIN"); v != nullptr && *v != '\0')
-        set->nameRunMin = std::atof(v);
-    if (const char *v = std::getenv("VSGLEX_NAME_RUN_MAX"); v != nullptr && *v != '\0')
-        set->nameRunMax = static_cast<size_t>(std::atoi(v));
-    if (const char *v = std::getenv("VSGLEX_ORG_NAME_RUNS"); v != nullptr && *v != '\0')
-        set->orgNameRuns = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_PLACE_COMPOUNDS"); v != nullptr && *v != '\0')
-        set->placeCompounds = std::atoi(v);
-    if (const char *v = std::getenv("VSGLEX_UNKNOWN_TAGS"); v != nullptr && *v != '\0')
-        set->retagUnknown = std::atoi(v) != 0;
+    ReadSwitch("VSGLEX_PLACE_EVIDENCE", set->placeEvidenceMin);
+    ReadSwitch("VSGLEX_KNOWN_PLACES", set->knownPlaces);
+    ReadSwitch("VSGLEX_KNOWN_COMPOUNDS", set->knownCompounds);
+    ReadSwitch("VSGLEX_TITLED_NAMES", set->titledNames);
+    ReadSwitch("VSGLEX_PARTICLE_ENDS", set->particleEnds);
+    ReadSwitch("VSGLEX_SUFFIXED_WORDS", set->suffixedWords);
+    ReadSwitch("VSGLEX_PLACE_RUNS", set->placeRuns);
+    ReadSwitch("VSGLEX_PRONOUN_UNITS", set->pronounUnits);
+    ReadSwitch("VSGLEX_PLACE_SUFFIXES", set->placeSuffixes);
+    ReadSwitch("VSGLEX_REPEAT_PLACES", set->repeatPlaces);
+    ReadSwitch("VSGLEX_PRECUT_SENTENCE_ENDS", set->precutSentenceEnds);
+    ReadSwitch("VSGLEX_NAME_RUNS", set->nameRuns);
+    ReadSwitch("VSGLEX_REPEAT_WHOLE_NAMES", set->repeatWholeNames);
+    ReadSwitch("VSGLEX_REPEATED_WORDS", set->repeatedWords);
+    ReadSwitch("VSGLEX_NAME_RUN_MIN", set->nameRunMin);
+    ReadSwitch("VSGLEX_NAME_RUN_MAX", set->nameRunMax);
+    ReadSwitch("VSGLEX_ORG_NAME_RUNS", set->orgNameRuns);
+    ReadSwitch("VSGLEX_PLACE_COMPOUNDS", set->placeCompounds);
+    ReadSwitch("VSGLEX_UNKNOWN_TAGS", set->retagUnknown);
     UnknownTagOptions unknownOptions;
-    if (const char *v = std::getenv("VSGLEX_UNKNOWN_NUMBERS"); v != nullptr && *v != '\0')
-        unknownOptions.numbers = std::atoi(v) != 0;
-    if (const char *v = std::getenv("VSGLEX_UNKNOWN_BACKOFF"); v != nullptr && *v != '\0')
-        unknownOptions.backoff = std::atoi(v) != 0;
+    ReadSwitch("VSGLEX_UNKNOWN_NUMBERS", unknownOptions.numbers);
+    ReadSwitch("VSGLEX_UNKNOWN_BACKOFF", unknownOptions.backoff);
     if (set->retagUnknown) set->unknownTags.Build(engine->models(), set->tagNames, unknownOptions);
-    if (const char *v = std::getenv("VSGLEX_UNKNOWN_MARGIN"); v != nullptr && *v != '\0')
-        set->unknownMargin = std::atof(v);
+    ReadSwitch("VSGLEX_UNKNOWN_MARGIN", set->unknownMargin);
     set->engine = std::move(engine);
     return set;
 }
