@@ -51,6 +51,10 @@ struct SegTrainOptions {
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
+    // Variety features of strings of 2..varietyMax atoms (0: none): how
+    // many distinct atoms stand on either side of the strings around an
+    // atom in the other folds' text (in the model file, all the text).
+    int varietyMax = 0;
 };
 
 struct SegTrainSummary {
