@@ -161,6 +161,8 @@ constexpr uint32_t kVersionNoWords = 3;
 // features).
 constexpr uint32_t kVersionVariety = 5;
 constexpr uint32_t kMaxVarietyBits = 26;
+// Bit of the variety table's length field: one feature per length.
+constexpr uint32_t kVarietyPerLength = 0x100;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
@@ -252,8 +254,14 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
     if (variety != nullptr && !variety->Empty()) {
         std::vector<uint32_t> values;
         SegVarietyValues(id + 2, n, *variety, values);
-        for (size_t k = 0; k < n; ++k)
-            out.push_back({SegFeatureKey(kSegVariety, values[k], 0), static_cast<int32_t>(k)});
+        for (size_t k = 0; k < n; ++k) {
+            if (!variety->perLength) {
+                out.push_back({SegFeatureKey(kSegVariety, values[k], 0), static_cast<int32_t>(k)});
+                continue;
+            }
+            for (int len = 2, unit = 1; len <= variety->maxLength; ++len, unit *= 25)
+                out.push_back({SegFeatureKey(kSegVariety, values[k] / unit % 25, len), static_cast<int32_t>(k)});
+        }
     }
 }
 
@@ -417,7 +425,7 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     if (hasVariety) {
         uint32_t vbits = 0;
         while ((size_t{1} << vbits) < variety->slots.size()) ++vbits;
-        Put(payload, static_cast<uint32_t>(variety->maxLength));
+        Put(payload, static_cast<uint32_t>(variety->maxLength) | (variety->perLength ? kVarietyPerLength : 0u));
         Put(payload, vbits);
         for (uint32_t e : variety->slots) Put(payload, e);
     }
@@ -474,8 +482,11 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
     // The variety table's length and size stand behind the weights.
     uint32_t varietyMax = 0, varietyBits = 0;
+    bool perLength = false;
     if (version == kVersionVariety && size >= expected + 8) {
         varietyMax = Get<uint32_t>(data + expected);
+        perLength = (varietyMax & kVarietyPerLength) != 0;
+        varietyMax &= ~kVarietyPerLength;
         varietyBits = Get<uint32_t>(data + expected + 4);
         if (varietyMax < 2 || varietyMax > kSegVarietyMax || varietyBits < 4 || varietyBits > kMaxVarietyBits) {
             *error = "bad variety table (strings up to " + std::to_string(varietyMax) + ", 2^" +
@@ -550,6 +561,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         const uint8_t *entries = slotBytes + nSlots * 8 + size_t{nWeights} * 2 + 8;
         const size_t count = size_t{1} << varietyBits;
         variety_.maxLength = static_cast<int>(varietyMax);
+        variety_.perLength = perLength;
         variety_.slots.resize(count);
         std::memcpy(variety_.slots.data(), entries, count * 4);
         size_t free = 0;
@@ -676,9 +688,17 @@ void SegModel::BuildDirect() {
                     dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
                         OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
     varietyRow_.clear();
+    varietyLengthRow_.clear();
     if (!variety_.Empty()) {
-        varietyRow_.assign(kSegVarietyValues, kNone);
-        for (uint32_t v = 0; v < kSegVarietyValues; ++v) varietyRow_[v] = OffsetOf(SegFeatureKey(kSegVariety, v, 0));
+        if (variety_.perLength) {
+            varietyLengthRow_.assign((kSegVarietyMax - 1) * 25, kNone);
+            for (uint32_t v = 0; v < varietyLengthRow_.size(); ++v)
+                varietyLengthRow_[v] = OffsetOf(SegFeatureKey(kSegVariety, v % 25, v / 25 + 2));
+        } else {
+            varietyRow_.assign(kSegVarietyValues, kNone);
+            for (uint32_t v = 0; v < kSegVarietyValues; ++v)
+                varietyRow_[v] = OffsetOf(SegFeatureKey(kSegVariety, v, 0));
+        }
     }
 }
 
@@ -859,10 +879,19 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
     }
     if (!variety_.Empty()) {
         SegVarietyValues(id + 2, n, variety_, scratch.variety);
-        for (size_t k = 0; k < n; ++k) {
-            const int16_t *w = row(varietyRow_[scratch.variety[k]]);
+        auto add = [&](size_t k, uint32_t offset) {
+            const int16_t *w = row(offset);
             int32_t *s = score + k * kSegLabels;
             for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
+        };
+        for (size_t k = 0; k < n; ++k) {
+            const uint32_t v = scratch.variety[k];
+            if (!variety_.perLength) {
+                add(k, varietyRow_[v]);
+                continue;
+            }
+            for (uint32_t len = 0, unit = 1; len + 2 <= static_cast<uint32_t>(variety_.maxLength); ++len, unit *= 25)
+                add(k, varietyLengthRow_[len * 25 + v / unit % 25]);
         }
     }
     if (hasWords_) ScoreWords(n, id + 2, marks, scratch.wordScore);

@@ -104,6 +104,10 @@ inline constexpr uint32_t kSegVarietyValues = 5 * 5 * 5 * 5 * 5 * 5;
 struct SegVarietyTable {
     std::vector<uint32_t> slots;
     int maxLength = 0;  // longest string length counted (0: no table)
+    // Whether the features are one per string length (the classes of the
+    // strings of that length starting and ending at the atom) rather than
+    // one of all the classes together.
+    bool perLength = false;
     bool Empty() const { return slots.empty(); }
     // Class of a string hash (SegVarietyHash), 0 when absent.
     uint8_t Class(uint64_t hash) const;
@@ -369,6 +373,7 @@ private:
     bool hasWords_ = false;
     SegVarietyTable variety_;
     std::vector<uint32_t> varietyRow_;  // by feature value (empty without a table)
+    std::vector<uint32_t> varietyLengthRow_;  // per length: by (length - 2) * 25 + the length's two digits
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a

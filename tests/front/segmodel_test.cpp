@@ -569,35 +569,41 @@ TEST(SegModelTest, VarietyClassesReachTheScoresAndSurviveTheFile) {
     SegVarietyValues(id.data(), id.size(), table, values);
     EXPECT_EQ(values, (std::vector<uint32_t>{1, 5, 4, 20, 0, 0}));
 
-    // A model with variety features scores them on its fast path as the
-    // plain references do, and keeps its table through the file.
+    // A model with variety features (one of all lengths, or one per
+    // length) scores them on its fast path as the plain references do, and
+    // keeps its table through the file.
     std::mt19937 rng(11);
     const Lexicon lex = SmallLexicon();
     std::vector<std::string> texts = {run, Gb("中甲乙国丙丁，") + chars[3], Gb("甲乙") + chars[25] + Gb("戊己")};
-    std::vector<SegGroup> groups;
     std::string bytes;
-    SegModel m = RandomModel(texts, lex, rng, &groups, false, &table, &bytes);
-    ASSERT_TRUE(m.Loaded());
-    ASSERT_FALSE(m.Variety().Empty());
-    EXPECT_EQ(m.Variety().slots, table.slots);
-    const size_t varietyGroups = static_cast<size_t>(std::count_if(
-        groups.begin(), groups.end(), [](const SegGroup &g) { return SegKeyTemplate(g.key) == kSegVariety; }));
-    EXPECT_GE(varietyGroups, 2u);
-    CutScratch scratch;
-    std::vector<uint64_t> ids;
-    std::vector<SegFeature> features;
-    std::vector<int32_t> plain;
-    for (const std::string &t : texts) {
-        atoms.clear();
-        Atomise(t.data(), 0, t.size(), atoms);
-        const size_t n = atoms.size();
-        m.Score(t.data(), atoms.data(), n, lex, scratch);
-        std::vector<WordMarks> marks(n);
-        lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
-        SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features, &m.Variety());
-        m.ScoreFeatures(features, n, plain);
-        EXPECT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
-        EXPECT_EQ(plain, GroupScores(groups, features, n)) << vsgtest::Utf8(t);
+    for (bool perLength : {true, false}) {
+        SegVarietyTable form = table;
+        form.perLength = perLength;
+        std::vector<SegGroup> groups;
+        SegModel m = RandomModel(texts, lex, rng, &groups, false, &form, &bytes);
+        ASSERT_TRUE(m.Loaded());
+        ASSERT_FALSE(m.Variety().Empty());
+        EXPECT_EQ(m.Variety().slots, table.slots);
+        EXPECT_EQ(m.Variety().perLength, perLength);
+        const size_t varietyGroups = static_cast<size_t>(std::count_if(
+            groups.begin(), groups.end(), [](const SegGroup &g) { return SegKeyTemplate(g.key) == kSegVariety; }));
+        EXPECT_GE(varietyGroups, 2u);
+        CutScratch scratch;
+        std::vector<uint64_t> ids;
+        std::vector<SegFeature> features;
+        std::vector<int32_t> plain;
+        for (const std::string &t : texts) {
+            atoms.clear();
+            Atomise(t.data(), 0, t.size(), atoms);
+            const size_t n = atoms.size();
+            m.Score(t.data(), atoms.data(), n, lex, scratch);
+            std::vector<WordMarks> marks(n);
+            lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
+            SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features, &m.Variety());
+            m.ScoreFeatures(features, n, plain);
+            EXPECT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
+            EXPECT_EQ(plain, GroupScores(groups, features, n)) << vsgtest::Utf8(t);
+        }
     }
 
     // A damaged table is refused with its reason (checksum made to match).

@@ -228,13 +228,15 @@ ParagraphIds AllRunIds(const std::vector<std::vector<Unit>> &all, const SegTrain
 // The variety table of the paragraphs whose fold is not `fold` (all of
 // them when `fold` is negative).
 vsg::front::SegVarietyTable VarietyTable(const ParagraphIds &ids, const std::vector<int> &foldOf, int fold,
-                                         int maxLength) {
+                                         int maxLength, bool perLength) {
     vsg::front::SegVarietyCounter counter(std::min(maxLength, vsg::front::kSegVarietyMax));
     for (size_t p = 0; p < ids.size(); ++p) {
         if (fold >= 0 && foldOf[p] == fold) continue;
         for (const auto &run : ids[p]) counter.AddIds(run.data(), run.size());
     }
-    return counter.Build();
+    vsg::front::SegVarietyTable table = counter.Build();
+    table.perLength = perLength;
+    return table;
 }
 
 void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member,
@@ -278,7 +280,7 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
             vsg::front::SegVarietyTable variety;
-            if (runIds != nullptr) variety = VarietyTable(*runIds, foldOf, folds > 1 ? f : -1, opt.varietyMax);
+            if (runIds != nullptr) variety = VarietyTable(*runIds, foldOf, folds > 1 ? f : -1, opt.varietyMax, opt.varietyPerLength);
             for (size_t p = 0; p < all.size(); ++p) {
                 if (foldOf[p] != f) continue;
                 BuildRuns(all[p], placeCount, opt, &pr);
@@ -462,7 +464,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     vsg::front::SegVarietyTable variety;
     if (opt.varietyMax >= 2) {
         runIds = AllRunIds(all, opt);
-        variety = VarietyTable(runIds, {}, -1, std::min(opt.varietyMax, vsg::front::kSegVarietyMax));
+        variety = VarietyTable(runIds, {}, -1, opt.varietyMax, opt.varietyPerLength);
     }
     for (int m = 0; m < std::max(1, opt.members); ++m)
         TrainMember(all, opt, m, opt.varietyMax >= 2 ? &runIds : nullptr, &sum, summary);

@@ -55,6 +55,8 @@ struct SegTrainOptions {
     // many distinct atoms stand on either side of the strings around an
     // atom in the other folds' text (in the model file, all the text).
     int varietyMax = 0;
+    // One variety feature per string length instead of one of all lengths.
+    bool varietyPerLength = false;
 };
 
 struct SegTrainSummary {
