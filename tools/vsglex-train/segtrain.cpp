@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <unordered_map>
 
 #include "front/atoms.h"
@@ -226,13 +228,30 @@ ParagraphIds AllRunIds(const std::vector<std::vector<Unit>> &all, const SegTrain
 }
 
 // The variety table of the paragraphs whose fold is not `fold` (all of
-// them when `fold` is negative).
+// them when `fold` is negative), with the runs of `extra` when given.
 vsg::front::SegVarietyTable VarietyTable(const ParagraphIds &ids, const std::vector<int> &foldOf, int fold,
-                                         int maxLength, bool perLength) {
+                                         int maxLength, bool perLength, const std::string *extra = nullptr) {
     vsg::front::SegVarietyCounter counter(std::min(maxLength, vsg::front::kSegVarietyMax));
     for (size_t p = 0; p < ids.size(); ++p) {
         if (fold >= 0 && foldOf[p] == fold) continue;
         for (const auto &run : ids[p]) counter.AddIds(run.data(), run.size());
+    }
+    if (extra != nullptr) {
+        std::vector<Atom> atoms;
+        size_t line = 0;
+        while (line < extra->size()) {
+            size_t end = extra->find('\n', line);
+            if (end == std::string::npos) end = extra->size();
+            atoms.clear();
+            vsg::front::Atomise(extra->data(), line, end, atoms);
+            for (size_t k = 0; k < atoms.size();) {
+                size_t e = k;
+                while (e < atoms.size() && atoms[e].kind != AtomKind::kSpace) ++e;
+                if (e > k) counter.Add(extra->data(), atoms.data() + k, e - k);
+                k = e + 1;
+            }
+            line = end + 1;
+        }
     }
     vsg::front::SegVarietyTable table = counter.Build();
     table.perLength = perLength;
@@ -280,7 +299,9 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
             vsg::front::SegVarietyTable variety;
-            if (runIds != nullptr) variety = VarietyTable(*runIds, foldOf, folds > 1 ? f : -1, opt.varietyMax, opt.varietyPerLength);
+            if (runIds != nullptr)
+                variety = VarietyTable(*runIds, foldOf, folds > 1 && opt.varietyText.empty() ? f : -1, opt.varietyMax,
+                                       opt.varietyPerLength);
             for (size_t p = 0; p < all.size(); ++p) {
                 if (foldOf[p] != f) continue;
                 BuildRuns(all[p], placeCount, opt, &pr);
@@ -464,7 +485,14 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     vsg::front::SegVarietyTable variety;
     if (opt.varietyMax >= 2) {
         runIds = AllRunIds(all, opt);
-        variety = VarietyTable(runIds, {}, -1, opt.varietyMax, opt.varietyPerLength);
+        std::string extra;
+        if (!opt.varietyText.empty()) {
+            std::ifstream in(opt.varietyText, std::ios::binary);
+            extra.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+            std::fprintf(stderr, "variety text %s: %zu bytes\n", opt.varietyText.c_str(), extra.size());
+        }
+        variety = VarietyTable(runIds, {}, -1, opt.varietyMax, opt.varietyPerLength,
+                               opt.varietyText.empty() ? nullptr : &extra);
     }
     for (int m = 0; m < std::max(1, opt.members); ++m)
         TrainMember(all, opt, m, opt.varietyMax >= 2 ? &runIds : nullptr, &sum, summary);

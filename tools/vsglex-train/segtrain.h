@@ -57,6 +57,11 @@ struct SegTrainOptions {
     int varietyMax = 0;
     // One variety feature per string length instead of one of all lengths.
     bool varietyPerLength = false;
+    // A raw GB text (one paragraph a line) whose strings the model file's
+    // variety table counts too, standing in for a text counted at run
+    // time; then the training features count all the training text, the
+    // paragraph's own fold included, as the run-time text counts itself.
+    std::string varietyText;
 };
 
 struct SegTrainSummary {
