@@ -67,7 +67,6 @@ struct CutScratch {
     std::vector<SegFeature> features;
     std::vector<int32_t> score;
     std::vector<int32_t> wordScore;
-    std::vector<uint32_t> variety;  // variety feature values per atom
     std::vector<uint8_t> path;
     std::vector<uint8_t> labels;
 };

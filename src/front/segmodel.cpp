@@ -144,10 +144,6 @@ inline uint64_t WordCostKey(size_t length, uint8_t endCost) {
 // 280  u64      checksum of everything after the header
 // 288  2^b x u64 slots: fingerprint << 32 | offset of the group's weights; 0 empty
 //      w x i16  weights, kSegLabels per row
-// Version 5 then holds the variety table:
-//      u32      longest string length counted (2..kSegVarietyMax)
-//      u32      table bits v
-//      2^v x u32 entries (SegVarietyTable)
 // A key's slot is (key >> 4) & (2^b - 1), probed linearly; its fingerprint
 // is the key's high 32 bits with the low four replaced by template + 1.
 
@@ -157,12 +153,6 @@ constexpr char kMagic[8] = {'V', 'S', 'G', 'S', 'E', 'G', 'M', 'D'};
 // (no name labels), version 1 four.
 constexpr uint32_t kVersion = 4;
 constexpr uint32_t kVersionNoWords = 3;
-// Version 5 adds the variety table and its template (with or without word
-// features).
-constexpr uint32_t kVersionVariety = 5;
-constexpr uint32_t kMaxVarietyBits = 26;
-// Bit of the variety table's length field: one feature per length.
-constexpr uint32_t kVarietyPerLength = 0x100;
 constexpr uint32_t kFeatureSet = 0x400u | kSegDictCap;
 constexpr size_t kTransitionsAt = 24;
 constexpr size_t kChecksumAt = kTransitionsAt + 4 * kSegLabels * kSegLabels;
@@ -213,7 +203,7 @@ uint64_t SegChecksum(const uint8_t *data, size_t size) { return Checksum(data, s
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b) { return FeatureKey(t, a, b); }
 
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
-                 std::vector<SegFeature> &out, const SegVarietyTable *variety) {
+                 std::vector<SegFeature> &out) {
     out.clear();
     if (n == 0) return;
     // Keys (id[k + 2]) and classes (cls[k + 2]) of atoms k = -2 .. n+1.
@@ -251,104 +241,6 @@ void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks 
         out.push_back({SegFeatureKey(kSegDictAtom, id[j], (uint64_t{m.starts} << 8) | m.ends), p});
         out.push_back({SegFeatureKey(kSegDictStartCost, uint64_t{m.starts} * kWordCostClasses + m.startCost, 0), p});
     }
-    if (variety != nullptr && !variety->Empty()) {
-        std::vector<uint32_t> values;
-        SegVarietyValues(id + 2, n, *variety, values);
-        for (size_t k = 0; k < n; ++k) {
-            if (!variety->perLength) {
-                out.push_back({SegFeatureKey(kSegVariety, values[k], 0), static_cast<int32_t>(k)});
-                continue;
-            }
-            for (int len = 2, unit = 1; len <= variety->maxLength; ++len, unit *= 25)
-                out.push_back({SegFeatureKey(kSegVariety, values[k] / unit % 25, len), static_cast<int32_t>(k)});
-        }
-    }
-}
-
-// ---- Variety of strings ----------------------------------------------------------
-
-uint64_t SegVarietyHash(const uint64_t *id, size_t s, size_t length) {
-    return Mix(WordHash(id, s, s + length - 1) + length * 0x9E3779B97F4A7C15ull);
-}
-
-uint8_t SegVarietyTable::Class(uint64_t hash) const {
-    if (slots.empty()) return 0;
-    const size_t mask = slots.size() - 1;
-    const uint32_t fp = static_cast<uint32_t>(hash >> 32) & ~7u;
-    for (size_t i = hash & mask;; i = (i + 1) & mask) {
-        const uint32_t e = slots[i];
-        if (e == 0) return 0;
-        if ((e & ~7u) == fp) return static_cast<uint8_t>(e & 7u);
-    }
-}
-
-void SegVarietyCounter::Ids(const char *text, const Atom *atoms, size_t n, std::vector<uint64_t> &out) {
-    out.resize(n);
-    for (size_t k = 0; k < n; ++k) out[k] = AtomId(text, atoms[k]);
-}
-
-void SegVarietyCounter::Add(const char *text, const Atom *atoms, size_t n) {
-    std::vector<uint64_t> id;
-    Ids(text, atoms, n, id);
-    AddIds(id.data(), n);
-}
-
-void SegVarietyCounter::AddIds(const uint64_t *id, size_t n) {
-    // The run's edge is one neighbour on either side.
-    constexpr uint64_t kEdge = 0x5EC0000000000005ull;
-    for (size_t len = 2; len <= static_cast<size_t>(maxLength_) && len <= n; ++len)
-        for (size_t s = 0; s + len <= n; ++s) {
-            const uint64_t h = SegVarietyHash(id, s, len);
-            const uint64_t left = s > 0 ? id[s - 1] : kEdge;
-            const uint64_t right = s + len < n ? id[s + len] : kEdge;
-            pairs_.emplace_back(h, Mix(left) & ~uint64_t{1});
-            pairs_.emplace_back(h, Mix(right) | 1u);
-        }
-}
-
-SegVarietyTable SegVarietyCounter::Build() {
-    std::sort(pairs_.begin(), pairs_.end());
-    pairs_.erase(std::unique(pairs_.begin(), pairs_.end()), pairs_.end());
-    std::vector<std::pair<uint64_t, uint8_t>> classes;
-    for (size_t i = 0; i < pairs_.size();) {
-        size_t e = i;
-        uint32_t sides[2] = {0, 0};
-        for (; e < pairs_.size() && pairs_[e].first == pairs_[i].first; ++e) ++sides[pairs_[e].second & 1];
-        const uint32_t v = std::min(sides[0], sides[1]);
-        const uint8_t c = v >= 16 ? 4 : v >= 8 ? 3 : v >= 4 ? 2 : v >= 2 ? 1 : 0;
-        if (c > 0) classes.emplace_back(pairs_[i].first, c);
-        i = e;
-    }
-    std::vector<std::pair<uint64_t, uint64_t>>().swap(pairs_);
-    SegVarietyTable table;
-    table.maxLength = maxLength_;
-    size_t size = 16;
-    while (size * 7 / 10 < classes.size() + 1) size *= 2;
-    table.slots.assign(size, 0);
-    const size_t mask = size - 1;
-    for (const auto &hc : classes) {
-        const uint32_t fp = static_cast<uint32_t>(hc.first >> 32) & ~7u;
-        size_t i = hc.first & mask;
-        bool shadowed = false;
-        for (; table.slots[i] != 0; i = (i + 1) & mask) shadowed |= (table.slots[i] & ~7u) == fp;
-        // Two hashes alike in slot and fingerprint: the first one answers.
-        if (!shadowed) table.slots[i] = fp | hc.second;
-    }
-    return table;
-}
-
-void SegVarietyValues(const uint64_t *id, size_t n, const SegVarietyTable &table, std::vector<uint32_t> &out) {
-    out.assign(n, 0);
-    if (table.Empty()) return;
-    // Digit (len - 2) * 2 for strings starting at an atom, + 1 for those
-    // ending there.
-    uint32_t unit = 1;
-    for (size_t len = 2; len <= static_cast<size_t>(table.maxLength) && len <= kSegVarietyMax; ++len, unit *= 25)
-        for (size_t s = 0; s + len <= n; ++s) {
-            const uint32_t c = table.Class(SegVarietyHash(id, s, len));
-            out[s] += c * unit;
-            out[s + len - 1] += c * unit * 5;
-        }
 }
 
 void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
@@ -376,8 +268,7 @@ void SegWordFeatures(const char *text, const Atom *atoms, size_t n, const WordMa
         }
 }
 
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           const SegVarietyTable *variety) {
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]) {
     std::sort(groups.begin(), groups.end(), [](const SegGroup &a, const SegGroup &b) { return a.key < b.key; });
     float top = 0.0f;
     for (const SegGroup &g : groups)
@@ -421,19 +312,11 @@ std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions
     payload.reserve(slots.size() * 8 + weights.size() * 2);
     for (uint64_t s : slots) Put(payload, s);
     for (int16_t w : weights) Put(payload, w);
-    const bool hasVariety = variety != nullptr && !variety->Empty();
-    if (hasVariety) {
-        uint32_t vbits = 0;
-        while ((size_t{1} << vbits) < variety->slots.size()) ++vbits;
-        Put(payload, static_cast<uint32_t>(variety->maxLength) | (variety->perLength ? kVarietyPerLength : 0u));
-        Put(payload, vbits);
-        for (uint32_t e : variety->slots) Put(payload, e);
-    }
 
     bool words = false;
     for (const auto &kv : kept) words |= SegWordTemplate(SegKeyTemplate(kv.first));
     std::string out(kMagic, sizeof kMagic);
-    Put(out, hasVariety ? kVersionVariety : words ? kVersion : kVersionNoWords);
+    Put(out, words ? kVersion : kVersionNoWords);
     Put(out, bits);
     Put(out, static_cast<uint32_t>(weights.size()));
     Put(out, kFeatureSet);
@@ -458,7 +341,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     uint32_t version = Get<uint32_t>(data + 8);
-    if (version != kVersion && version != kVersionNoWords && version != kVersionVariety) {
+    if (version != kVersion && version != kVersionNoWords) {
         *error = "unsupported version " + std::to_string(version) + " (expected " + std::to_string(kVersion) +
                  "; made by an older vsglex-train, retrain the model set)";
         return false;
@@ -479,22 +362,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         return false;
     }
     const size_t nSlots = size_t{1} << bits;
-    size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
-    // The variety table's length and size stand behind the weights.
-    uint32_t varietyMax = 0, varietyBits = 0;
-    bool perLength = false;
-    if (version == kVersionVariety && size >= expected + 8) {
-        varietyMax = Get<uint32_t>(data + expected);
-        perLength = (varietyMax & kVarietyPerLength) != 0;
-        varietyMax &= ~kVarietyPerLength;
-        varietyBits = Get<uint32_t>(data + expected + 4);
-        if (varietyMax < 2 || varietyMax > kSegVarietyMax || varietyBits < 4 || varietyBits > kMaxVarietyBits) {
-            *error = "bad variety table (strings up to " + std::to_string(varietyMax) + ", 2^" +
-                     std::to_string(varietyBits) + " slots)";
-            return false;
-        }
-    }
-    if (version == kVersionVariety) expected += 8 + (size_t{4} << varietyBits);
+    const size_t expected = kHeaderBytes + nSlots * 8 + size_t{nWeights} * 2;
     if (size != expected) {
         *error = (size < expected ? "truncated (" : "trailing bytes (") + std::to_string(size) + " bytes, expected " +
                  std::to_string(expected) + ")";
@@ -530,8 +398,7 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
         uint32_t fp = static_cast<uint32_t>(s >> 32);
         uint32_t offset = static_cast<uint32_t>(s);
         uint32_t t = fp & 15u;
-        if (t == 0 || t > kSegTemplates || (version == kVersionNoWords && SegWordTemplate(static_cast<int>(t) - 1)) ||
-            (version != kVersionVariety && t - 1 == kSegVariety)) {
+        if (t == 0 || t > kSegTemplates || (version == kVersionNoWords && SegWordTemplate(static_cast<int>(t) - 1))) {
             *this = SegModel();
             *error = "bad feature slot (template " + std::to_string(t) + ")";
             return false;
@@ -557,29 +424,6 @@ bool SegModel::LoadBytes(const uint8_t *data, size_t size, std::string *error) {
     weights_.assign(kZeroRows * kSegLabels + nWeights + kTailWeights, 0);
     if (nWeights > 0)
         std::memcpy(weights_.data() + kZeroRows * kSegLabels, slotBytes + nSlots * 8, size_t{nWeights} * 2);
-    if (version == kVersionVariety) {
-        const uint8_t *entries = slotBytes + nSlots * 8 + size_t{nWeights} * 2 + 8;
-        const size_t count = size_t{1} << varietyBits;
-        variety_.maxLength = static_cast<int>(varietyMax);
-        variety_.perLength = perLength;
-        variety_.slots.resize(count);
-        std::memcpy(variety_.slots.data(), entries, count * 4);
-        size_t free = 0;
-        for (uint32_t e : variety_.slots) {
-            free += e == 0;
-            if (e != 0 && ((e & 7u) == 0 || (e & 7u) >= kSegVarietyClasses)) {
-                *this = SegModel();
-                *error = "bad variety class " + std::to_string(e & 7u);
-                return false;
-            }
-        }
-        // A look-up stops at an empty entry: without one it would not stop.
-        if (free == 0) {
-            *this = SegModel();
-            *error = "variety table has no empty slot";
-            return false;
-        }
-    }
     slots_ = std::move(slots);
     mask_ = nSlots - 1;
     groups_ = groups;
@@ -687,19 +531,6 @@ void SegModel::BuildDirect() {
                 for (uint32_t c = 0; c < 8; ++c)
                     dict_[3][((s * kValues + e) * kValues + in) * 8 + c] =
                         OffsetOf(SegFeatureKey(kSegDictAll, (uint64_t{s} << 16) | (uint64_t{e} << 8) | in, c));
-    varietyRow_.clear();
-    varietyLengthRow_.clear();
-    if (!variety_.Empty()) {
-        if (variety_.perLength) {
-            varietyLengthRow_.assign((kSegVarietyMax - 1) * 25, kNone);
-            for (uint32_t v = 0; v < varietyLengthRow_.size(); ++v)
-                varietyLengthRow_[v] = OffsetOf(SegFeatureKey(kSegVariety, v % 25, v / 25 + 2));
-        } else {
-            varietyRow_.assign(kSegVarietyValues, kNone);
-            for (uint32_t v = 0; v < kSegVarietyValues; ++v)
-                varietyRow_[v] = OffsetOf(SegFeatureKey(kSegVariety, v, 0));
-        }
-    }
 }
 
 void SegModel::ScoreFeatures(const std::vector<SegFeature> &features, size_t n, std::vector<int32_t> &score) const {
@@ -876,23 +707,6 @@ void SegModel::Score(const char *text, const Atom *atoms, size_t n, const Lexico
         sum.AddPair(row(dict_[3][((m.starts * kValues + m.ends) * kValues + m.inside) * 8 + cls[j]]),
                     row(startCost_[m.starts * kWordCostClasses + m.startCost]));
         sum.Store(score + k * kSegLabels);
-    }
-    if (!variety_.Empty()) {
-        SegVarietyValues(id + 2, n, variety_, scratch.variety);
-        auto add = [&](size_t k, uint32_t offset) {
-            const int16_t *w = row(offset);
-            int32_t *s = score + k * kSegLabels;
-            for (int l = 0; l < kSegLabels; ++l) s[l] += w[l];
-        };
-        for (size_t k = 0; k < n; ++k) {
-            const uint32_t v = scratch.variety[k];
-            if (!variety_.perLength) {
-                add(k, varietyRow_[v]);
-                continue;
-            }
-            for (uint32_t len = 0, unit = 1; len + 2 <= static_cast<uint32_t>(variety_.maxLength); ++len, unit *= 25)
-                add(k, varietyLengthRow_[len * 25 + v / unit % 25]);
-        }
     }
     if (hasWords_) ScoreWords(n, id + 2, marks, scratch.wordScore);
 }

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "common/huge_pages.h"
@@ -72,10 +71,9 @@ enum SegTemplate : uint8_t {
     // atoms ending at k (lane 0 of their one row), not the labels of atoms.
     kSegWord,           // the dictionary word itself (its atoms and length)
     kSegWordCost,       // the candidate's length with its dictionary cost class (0: no word)
-    kSegVariety,        // variety classes of the 2-4 atom strings starting and ending at k
     kSegTemplates
 };
-inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+inline constexpr uint8_t kSegTemplateRows[kSegTemplates] = {5, 4, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 // Whether a template scores whole words rather than atom labels.
 constexpr bool SegWordTemplate(int t) { return t == kSegWord || t == kSegWordCost; }
 // Candidate words with word features have 2..kSegWordMax atoms: the
@@ -87,57 +85,6 @@ static_assert(kSegTemplates < 15, "a key keeps its template in four bits, a tabl
 // Dictionary word lengths (atoms) are capped at this value.
 inline constexpr uint8_t kSegDictCap = 5;
 
-// Variety of strings of 2..kSegVarietyMax atoms: how many distinct atoms
-// (the run's edge counting as one) stand before and after a string in the
-// training text. A string with many on both sides behaves like a word,
-// which helps on words the dictionary lacks. The smaller of the two
-// varieties is bucketed into a class: 0 unseen or 1, then 2-3, 4-7, 8-15
-// and 16 or more (1-4).
-inline constexpr int kSegVarietyMax = 4;
-inline constexpr int kSegVarietyClasses = 5;
-// Feature value of an atom: one base-5 digit per string length and side.
-inline constexpr uint32_t kSegVarietyValues = 5 * 5 * 5 * 5 * 5 * 5;
-
-// A table of variety classes by string hash: 32-bit entries, the high 29
-// bits of the hash's upper word with the class (1..4) in the low three,
-// probed linearly from the hash's low bits; 0 is empty.
-struct SegVarietyTable {
-    std::vector<uint32_t> slots;
-    int maxLength = 0;  // longest string length counted (0: no table)
-    // Whether the features are one per string length (the classes of the
-    // strings of that length starting and ending at the atom) rather than
-    // one of all the classes together.
-    bool perLength = false;
-    bool Empty() const { return slots.empty(); }
-    // Class of a string hash (SegVarietyHash), 0 when absent.
-    uint8_t Class(uint64_t hash) const;
-};
-
-// Hash of the atoms id[s .. s+length) (atom keys as SegFeatures makes them).
-uint64_t SegVarietyHash(const uint64_t *id, size_t s, size_t length);
-
-// Counts the neighbours of the strings of 2..maxLength atoms in runs of
-// text, then builds the table of their classes (only classes 1..4 are
-// kept: unseen and variety 1 are alike).
-class SegVarietyCounter {
-public:
-    explicit SegVarietyCounter(int maxLength) : maxLength_(maxLength) {}
-    void Add(const char *text, const Atom *atoms, size_t n);
-    // Adds a run given by its atom keys.
-    void AddIds(const uint64_t *id, size_t n);
-    SegVarietyTable Build();
-    // The atom keys of atoms[0..n), as SegFeatures makes them.
-    static void Ids(const char *text, const Atom *atoms, size_t n, std::vector<uint64_t> &out);
-
-private:
-    int maxLength_;
-    std::vector<std::pair<uint64_t, uint64_t>> pairs_;  // string hash, neighbour key with side in bit 0
-};
-
-// Feature value (kSegVariety) of every atom of a run from its atom keys
-// (id[-1] and id[n] must be readable) and a table.
-void SegVarietyValues(const uint64_t *id, size_t n, const SegVarietyTable &table, std::vector<uint32_t> &out);
-
 // Key of a feature: a hash of the template and two values, with the
 // template in the low four bits.
 uint64_t SegFeatureKey(SegTemplate t, uint64_t a, uint64_t b);
@@ -147,9 +94,8 @@ inline SegTemplate SegKeyTemplate(uint64_t key) { return static_cast<SegTemplate
 // The features of atoms[0..n) of `text`. Half-width ASCII atoms have the
 // keys of their full-width forms. `marks` are the lexicon's word marks of the
 // run (capped at kSegDictCap). `ids` is working memory.
-// `variety`, when given and not empty, adds the kSegVariety features.
 void SegFeatures(const char *text, const Atom *atoms, size_t n, const WordMarks *marks, std::vector<uint64_t> &ids,
-                 std::vector<SegFeature> &out, const SegVarietyTable *variety = nullptr);
+                 std::vector<SegFeature> &out);
 
 // A word feature: its key, the atom the word ends at and its length.
 struct SegWordFeature {
@@ -276,9 +222,7 @@ struct SegGroup {
 
 // Encodes a model file: groups (any order; keys unique) and the transition
 // weights, quantised to 16 bits with one scale. Deterministic.
-// A variety table, when not empty, is written behind the weights.
-std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels],
-                           const SegVarietyTable *variety = nullptr);
+std::string EncodeSegModel(std::vector<SegGroup> groups, const float transitions[kSegLabels][kSegLabels]);
 
 // Size of the model file's header.
 inline constexpr size_t kSegHeaderBytes = 24 + 4 * kSegLabels * kSegLabels + 8;
@@ -328,8 +272,6 @@ public:
     // Whether the model holds word features; then Score also fills
     // scratch.wordScore (n x kSegWordLengths).
     bool HasWordFeatures() const { return hasWords_; }
-    // The variety table the model was trained with (empty when none).
-    const SegVarietyTable &Variety() const { return variety_; }
     // The word scores from a word feature list by plain look-ups (reference
     // for the tests).
     void ScoreWordFeatures(const std::vector<SegWordFeature> &features, size_t n, std::vector<int32_t> &score) const;
@@ -371,9 +313,6 @@ private:
     std::vector<uint32_t> startCost_;  // by length * kWordCostClasses + cost class
     std::vector<uint32_t> wordCost_;   // by length * 32 + 1 + cost class (0: no word)
     bool hasWords_ = false;
-    SegVarietyTable variety_;
-    std::vector<uint32_t> varietyRow_;  // by feature value (empty without a table)
-    std::vector<uint32_t> varietyLengthRow_;  // per length: by (length - 2) * 25 + the length's two digits
     int32_t transitions_[kSegLabels][kSegLabels] = {};
     // One bit per fingerprint hash of the groups held: a key whose bit is
     // clear is not in the table, which is then not read (most keys of a

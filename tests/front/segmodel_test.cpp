@@ -47,8 +47,7 @@ Lexicon SmallLexicon() {
 // A model with a random weight group for every feature the texts have (and
 // some they lack), so that every path of the scorer is used.
 SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, std::mt19937 &rng,
-                     std::vector<SegGroup> *kept = nullptr, bool words = false,
-                     const SegVarietyTable *variety = nullptr, std::string *file = nullptr) {
+                     std::vector<SegGroup> *kept = nullptr, bool words = false) {
     std::uniform_real_distribution<float> weight(-3.0f, 3.0f);
     std::bernoulli_distribution keep(0.85);
     std::vector<SegGroup> groups;
@@ -62,7 +61,7 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
         Atomise(t.data(), 0, t.size(), atoms);
         marks.resize(atoms.size());
         lex.MarkWords(t.data(), atoms.data(), atoms.size(), kSegDictCap, marks.data());
-        SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features, variety);
+        SegFeatures(t.data(), atoms.data(), atoms.size(), marks.data(), ids, features);
         std::vector<uint64_t> keys;
         for (const SegFeature &f : features) keys.push_back(f.key);
         std::vector<SegWordFeature> wordFeatures;
@@ -80,8 +79,7 @@ SegModel RandomModel(const std::vector<std::string> &texts, const Lexicon &lex, 
     float trans[kSegLabels][kSegLabels];
     for (auto &row : trans)
         for (float &t : row) t = weight(rng);
-    std::string bytes = EncodeSegModel(groups, trans, variety);
-    if (file != nullptr) *file = bytes;
+    std::string bytes = EncodeSegModel(groups, trans);
     SegModel m;
     std::string error;
     EXPECT_TRUE(m.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error)) << error;
@@ -534,105 +532,6 @@ TEST(SegModelTest, DamagedFilesAreRefusedWithTheirReason) {
     EXPECT_TRUE(m.Load(path, &error)) << error;
     // The seven groups whose weights are all zero are not written.
     EXPECT_EQ(m.Groups(), 43u);
-}
-
-TEST(SegModelTest, VarietyClassesReachTheScoresAndSurviveTheFile) {
-    // Distinct characters to stand around the strings counted.
-    const std::string others =
-        Gb("的一是在不了有和人这中大为上个国我以要他时来用们生到作地于出就分对成会可主发年动同工也能下过子说产种面");
-    std::vector<std::string> chars;
-    for (size_t i = 0; i + 1 < others.size(); i += 2) chars.push_back(others.substr(i, 2));
-    ASSERT_GE(chars.size(), 40u);
-    SegVarietyCounter counter(3);
-    auto add = [&counter](const std::string &t) {
-        std::vector<Atom> atoms;
-        Atomise(t.data(), 0, t.size(), atoms);
-        counter.Add(t.data(), atoms.data(), atoms.size());
-    };
-    // 甲乙: 20 neighbours on each side (class 4); 丙丁: 3 before and 9 after
-    // (the smaller, 3, is class 1); 戊己 always opens its run (variety 1
-    // before it: not kept).
-    for (int i = 0; i < 20; ++i) add(chars[i] + Gb("甲乙") + chars[20 + i]);
-    for (int i = 0; i < 9; ++i) add(chars[i % 3] + Gb("丙丁") + chars[30 + i]);
-    for (int i = 0; i < 5; ++i) add(Gb("戊己") + chars[i]);
-    const SegVarietyTable table = counter.Build();
-    ASSERT_FALSE(table.Empty());
-    // In the run 丙丁甲乙戊己 each atom has one digit per string length and
-    // side: 2-atom strings starting there (x1), ending there (x5); the
-    // strings across the pieces were never seen.
-    const std::string run = Gb("丙丁甲乙戊己");
-    std::vector<Atom> atoms;
-    Atomise(run.data(), 0, run.size(), atoms);
-    std::vector<uint64_t> id;
-    SegVarietyCounter::Ids(run.data(), atoms.data(), atoms.size(), id);
-    std::vector<uint32_t> values;
-    SegVarietyValues(id.data(), id.size(), table, values);
-    EXPECT_EQ(values, (std::vector<uint32_t>{1, 5, 4, 20, 0, 0}));
-
-    // A model with variety features (one of all lengths, or one per
-    // length) scores them on its fast path as the plain references do, and
-    // keeps its table through the file.
-    std::mt19937 rng(11);
-    const Lexicon lex = SmallLexicon();
-    std::vector<std::string> texts = {run, Gb("中甲乙国丙丁，") + chars[3], Gb("甲乙") + chars[25] + Gb("戊己")};
-    std::string bytes;
-    for (bool perLength : {true, false}) {
-        SegVarietyTable form = table;
-        form.perLength = perLength;
-        std::vector<SegGroup> groups;
-        SegModel m = RandomModel(texts, lex, rng, &groups, false, &form, &bytes);
-        ASSERT_TRUE(m.Loaded());
-        ASSERT_FALSE(m.Variety().Empty());
-        EXPECT_EQ(m.Variety().slots, table.slots);
-        EXPECT_EQ(m.Variety().perLength, perLength);
-        const size_t varietyGroups = static_cast<size_t>(std::count_if(
-            groups.begin(), groups.end(), [](const SegGroup &g) { return SegKeyTemplate(g.key) == kSegVariety; }));
-        EXPECT_GE(varietyGroups, 2u);
-        CutScratch scratch;
-        std::vector<uint64_t> ids;
-        std::vector<SegFeature> features;
-        std::vector<int32_t> plain;
-        for (const std::string &t : texts) {
-            atoms.clear();
-            Atomise(t.data(), 0, t.size(), atoms);
-            const size_t n = atoms.size();
-            m.Score(t.data(), atoms.data(), n, lex, scratch);
-            std::vector<WordMarks> marks(n);
-            lex.MarkWords(t.data(), atoms.data(), n, kSegDictCap, marks.data());
-            SegFeatures(t.data(), atoms.data(), n, marks.data(), ids, features, &m.Variety());
-            m.ScoreFeatures(features, n, plain);
-            EXPECT_EQ(scratch.score, plain) << vsgtest::Utf8(t);
-            EXPECT_EQ(plain, GroupScores(groups, features, n)) << vsgtest::Utf8(t);
-        }
-    }
-
-    // A damaged table is refused with its reason (checksum made to match).
-    auto refused = [](std::string bad, size_t at, uint32_t value) {
-        std::memcpy(&bad[at], &value, 4);
-        uint64_t sum = SegChecksum(reinterpret_cast<const uint8_t *>(bad.data()) + kSegHeaderBytes,
-                                   bad.size() - kSegHeaderBytes);
-        std::memcpy(&bad[kSegHeaderBytes - 8], &sum, 8);
-        SegModel d;
-        std::string error;
-        EXPECT_FALSE(d.LoadBytes(reinterpret_cast<const uint8_t *>(bad.data()), bad.size(), &error));
-        EXPECT_FALSE(d.Loaded());
-        return error;
-    };
-    const size_t entries = table.slots.size() * 4;
-    const size_t sizeAt = bytes.size() - entries - 8;
-    EXPECT_NE(refused(bytes, bytes.size() - 4, 0xABCD0007u).find("bad variety class"), std::string::npos);
-    EXPECT_NE(refused(bytes, sizeAt, 5).find("bad variety table"), std::string::npos);
-    EXPECT_NE(refused(bytes, sizeAt + 4, 30).find("bad variety table"), std::string::npos);
-    std::string full = bytes;
-    for (size_t i = 0; i < table.slots.size(); ++i) {
-        const uint32_t e = 0x10u * static_cast<uint32_t>(i + 1) | 1u;
-        std::memcpy(&full[bytes.size() - entries + 4 * i], &e, 4);
-    }
-    EXPECT_NE(refused(full, bytes.size() - 4, 0x77770001u).find("no empty slot"), std::string::npos);
-    std::string error;
-    SegModel cut;
-    EXPECT_FALSE(cut.LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size() - 3, &error));
-    EXPECT_NE(error.find("truncated"), std::string::npos) << error;
 }
 
 }  // namespace

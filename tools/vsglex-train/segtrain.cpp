@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <unordered_map>
 
 #include "front/atoms.h"
@@ -209,57 +207,8 @@ int FoldOf(size_t p, int folds, int member) {
 
 // Trains one member (its fold assignment and visiting order from `member`)
 // and adds its averaged weights to `sum`.
-// Atom keys of every run of every paragraph, for the variety counts.
-using ParagraphIds = std::vector<std::vector<std::vector<uint64_t>>>;
-
-ParagraphIds AllRunIds(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt) {
-    ParagraphIds out(all.size());
-    ParagraphRuns pr;
-    const std::vector<std::pair<std::string, int32_t>> none;
-    for (size_t p = 0; p < all.size(); ++p) {
-        BuildRuns(all[p], none, opt, &pr);
-        for (const auto &r : pr.runs) {
-            out[p].emplace_back();
-            vsg::front::SegVarietyCounter::Ids(pr.text.data(), pr.atoms.data() + r.first, r.second - r.first,
-                                               out[p].back());
-        }
-    }
-    return out;
-}
-
-// The variety table of the paragraphs whose fold is not `fold` (all of
-// them when `fold` is negative), with the runs of `extra` when given.
-vsg::front::SegVarietyTable VarietyTable(const ParagraphIds &ids, const std::vector<int> &foldOf, int fold,
-                                         int maxLength, bool perLength, const std::string *extra = nullptr) {
-    vsg::front::SegVarietyCounter counter(std::min(maxLength, vsg::front::kSegVarietyMax));
-    for (size_t p = 0; p < ids.size(); ++p) {
-        if (fold >= 0 && foldOf[p] == fold) continue;
-        for (const auto &run : ids[p]) counter.AddIds(run.data(), run.size());
-    }
-    if (extra != nullptr) {
-        std::vector<Atom> atoms;
-        size_t line = 0;
-        while (line < extra->size()) {
-            size_t end = extra->find('\n', line);
-            if (end == std::string::npos) end = extra->size();
-            atoms.clear();
-            vsg::front::Atomise(extra->data(), line, end, atoms);
-            for (size_t k = 0; k < atoms.size();) {
-                size_t e = k;
-                while (e < atoms.size() && atoms[e].kind != AtomKind::kSpace) ++e;
-                if (e > k) counter.Add(extra->data(), atoms.data() + k, e - k);
-                k = e + 1;
-            }
-            line = end + 1;
-        }
-    }
-    vsg::front::SegVarietyTable table = counter.Build();
-    table.perLength = perLength;
-    return table;
-}
-
-void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member,
-                 const ParagraphIds *runIds, SegSum *sum, SegTrainSummary *summary) {
+void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
+                 SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
     for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
@@ -298,10 +247,6 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
             // The words a lexicon holds do not depend on the list's order.
             vsg::front::Lexicon lexicon;
             lexicon.Build(words);
-            vsg::front::SegVarietyTable variety;
-            if (runIds != nullptr)
-                variety = VarietyTable(*runIds, foldOf, folds > 1 && opt.varietyText.empty() ? f : -1, opt.varietyMax,
-                                       opt.varietyPerLength);
             for (size_t p = 0; p < all.size(); ++p) {
                 if (foldOf[p] != f) continue;
                 BuildRuns(all[p], placeCount, opt, &pr);
@@ -311,7 +256,7 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                     marks.resize(n);
                     lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
                     perRun.emplace_back();
-                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back(), &variety);
+                    vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
                     for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
                     perRunWords.emplace_back();
                     if (opt.wordFeatures > 0) {
@@ -481,21 +426,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     *summary = SegTrainSummary();
     if (opt.epochs <= 0 || all.empty()) return std::string();
     SegSum sum;
-    ParagraphIds runIds;
-    vsg::front::SegVarietyTable variety;
-    if (opt.varietyMax >= 2) {
-        runIds = AllRunIds(all, opt);
-        std::string extra;
-        if (!opt.varietyText.empty()) {
-            std::ifstream in(opt.varietyText, std::ios::binary);
-            extra.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-            std::fprintf(stderr, "variety text %s: %zu bytes\n", opt.varietyText.c_str(), extra.size());
-        }
-        variety = VarietyTable(runIds, {}, -1, opt.varietyMax, opt.varietyPerLength,
-                               opt.varietyText.empty() ? nullptr : &extra);
-    }
-    for (int m = 0; m < std::max(1, opt.members); ++m)
-        TrainMember(all, opt, m, opt.varietyMax >= 2 ? &runIds : nullptr, &sum, summary);
+    for (int m = 0; m < std::max(1, opt.members); ++m) TrainMember(all, opt, m, &sum, summary);
     summary->features = static_cast<int64_t>(sum.groups.size());
 
     // The summed weights in key order; groups far below the largest weight
@@ -520,7 +451,7 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
         groups.push_back({g.first, std::vector<float>(g.second.begin(), g.second.end())});
     }
     summary->groups = static_cast<int64_t>(groups.size());
-    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans, &variety);
+    std::string bytes = vsg::front::EncodeSegModel(std::move(groups), avgTrans);
     summary->bytes = static_cast<int64_t>(bytes.size());
     return bytes;
 }

@@ -51,17 +51,6 @@ struct SegTrainOptions {
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
-    // Variety features of strings of 2..varietyMax atoms (0: none): how
-    // many distinct atoms stand on either side of the strings around an
-    // atom in the other folds' text (in the model file, all the text).
-    int varietyMax = 0;
-    // One variety feature per string length instead of one of all lengths.
-    bool varietyPerLength = false;
-    // A raw GB text (one paragraph a line) whose strings the model file's
-    // variety table counts too, standing in for a text counted at run
-    // time; then the training features count all the training text, the
-    // paragraph's own fold included, as the run-time text counts itself.
-    std::string varietyText;
 };
 
 struct SegTrainSummary {
