@@ -1,6 +1,7 @@
 // Training of the word cutter model: the corpus units give the cut the
 // engine wants, the atoms of each paragraph get their labels, and an
-// averaged structured perceptron learns the feature weights.
+// averaged structured perceptron (or a conditional random field) learns
+// the feature weights.
 #include "segtrain.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 // Training of the word cutter model ("segment.mdl") from the corpus units:
-// an averaged structured perceptron over atom labels (see
-// src/front/segmodel.h for the features and the file).
+// an averaged structured perceptron over atom labels, or optionally a
+// conditional random field (see src/front/segmodel.h for the features and
+// the file).
 #ifndef VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
 #define VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
 
