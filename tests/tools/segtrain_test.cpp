@@ -2,7 +2,6 @@
 // test: the cut the engine wants, determinism, and that the model learns it.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <map>
 #include <string>
 #include <vector>
@@ -263,64 +262,6 @@ TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
     vsgtrain::TrainSegmenter(all, opt, &noneAtAll);
     EXPECT_EQ(noneAtAll.features, 0);
     EXPECT_EQ(noneAtAll.groups, 0);
-}
-
-// The field's marginals against the sum over every label sequence the
-// search may choose, with word scores on; then a field trained on the small
-// corpus cuts it as the perceptron does, the same bytes every time.
-TEST(SegTrainTest, FieldMarginalsMatchEnumerationAndFieldLearnsTheCut) {
-    using namespace vsg::front;
-    constexpr int L = kSegLabels;
-    uint64_t state = 12345;
-    auto next = [&state] {
-        state = state * 6364136223846793005ull + 1442695040888963407ull;
-        return static_cast<double>(state >> 40) / double(1 << 24) * 4.0 - 2.0;
-    };
-    double trans[L][L];
-    for (auto &row : trans)
-        for (double &x : row) x = next();
-    for (size_t n : {size_t{1}, size_t{2}, size_t{5}}) {
-        std::vector<double> scores(n * L), words(n * kSegWordLengths);
-        for (double &x : scores) x = next();
-        for (double &x : words) x = next();
-        std::vector<double> node, edge, work;
-        const double logZ = vsgtrain::SegMarginals(scores.data(), n, trans, words.data(), node, edge, work);
-        std::vector<double> wantNode(n * L, 0.0), wantEdge(n * L * L, 0.0);
-        double z = 0.0;
-        size_t total = 1;
-        for (size_t i = 0; i < n; ++i) total *= L;
-        std::vector<int> seq(n);
-        for (size_t code = 0; code < total; ++code) {
-            size_t c = code;
-            for (size_t i = 0; i < n; ++i, c /= L) seq[i] = static_cast<int>(c % L);
-            bool ok = SegLabelOpens(seq[0]) && SegLabelCloses(seq[n - 1]);
-            double score = scores[static_cast<size_t>(seq[0])];
-            for (size_t i = 1; i < n && ok; ++i) {
-                ok = SegTransitionAllowed(seq[i - 1], seq[i]);
-                score += trans[seq[i - 1]][seq[i]] + scores[i * L + seq[i]];
-                if (seq[i] == kSegEnd && seq[i - 1] <= kSegBegin3) score += words[i * kSegWordLengths + seq[i - 1]];
-            }
-            if (!ok) continue;
-            const double w = std::exp(score);
-            z += w;
-            for (size_t i = 0; i < n; ++i) wantNode[i * L + seq[i]] += w;
-            for (size_t i = 1; i < n; ++i) wantEdge[(i * L + seq[i - 1]) * L + seq[i]] += w;
-        }
-        EXPECT_NEAR(logZ, std::log(z), 1e-9) << n;
-        ASSERT_EQ(node.size(), wantNode.size());
-        ASSERT_EQ(edge.size(), wantEdge.size());
-        for (size_t i = 0; i < node.size(); ++i) EXPECT_NEAR(node[i], wantNode[i] / z, 1e-9) << n << " " << i;
-        for (size_t i = 0; i < edge.size(); ++i) EXPECT_NEAR(edge[i], wantEdge[i] / z, 1e-9) << n << " " << i;
-    }
-
-    auto all = Units(8);
-    vsgtrain::SegTrainOptions opt = SmallOptions(8);
-    opt.crf = true;
-    opt.crfRate = 0.5;
-    vsgtrain::SegTrainSummary s1;
-    const std::string a = TrainedAlikeTwice(all, opt, &s1);
-    EXPECT_NE(a, vsgtrain::TrainSegmenter(all, SmallOptions(8), &s1));
-    ExpectWordsWholeAndNameInCharacters(a, all);
 }
 
 }  // namespace

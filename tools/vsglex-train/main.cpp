@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] [--seg-crf 0|1] [--seg-crf-rate X] [--seg-crf-l2 X] [--seg-crf-average 0|1] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -68,11 +68,7 @@ void Usage() {
                  "  --seg-name-places 0|1  unknown places' characters get the name labels too (default 1)\n"
                  "  --seg-drop-templates MASK  word cutter feature templates left out (bit t: template t; default 0)\n"
                  "  --seg-words 0|1|2  word cutter features of whole words of 2-4 atoms: none, the word and its length, also the word with each neighbour (default 0)\n"
-                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 2)\n"
-                 "  --seg-crf 0|1   train the word cutter members as conditional random fields instead of perceptrons (default 0)\n"
-                 "  --seg-crf-rate X  first step size of the fields' gradient ascent, decaying as X / (1 + pass) (default 0.1)\n"
-                 "  --seg-crf-l2 X  L2 penalty of the fields' weights, X / 2 * |w|^2 (default 1)\n"
-                 "  --seg-crf-average 0|1  average the fields' weights over the later half of the passes (default 0)\n");
+                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 2)\n");
 }
 
 // Reads "FROM-TO" (days of the month, FROM <= TO).
@@ -120,14 +116,6 @@ int main(int argc, char **argv) {
             opt.seg.namePlaces = std::atoi(argv[++i]) != 0;
         } else if (a == "--seg-members" && i + 1 < argc) {
             opt.seg.members = std::atoi(argv[++i]);
-        } else if (a == "--seg-crf" && i + 1 < argc) {
-            opt.seg.crf = std::atoi(argv[++i]) != 0;
-        } else if (a == "--seg-crf-rate" && i + 1 < argc) {
-            opt.seg.crfRate = std::atof(argv[++i]);
-        } else if (a == "--seg-crf-l2" && i + 1 < argc) {
-            opt.seg.crfL2 = std::atof(argv[++i]);
-        } else if (a == "--seg-crf-average" && i + 1 < argc) {
-            opt.seg.crfAverage = std::atoi(argv[++i]) != 0;
         } else if (a == "--seg-words" && i + 1 < argc) {
             opt.seg.wordFeatures = std::atoi(argv[++i]);
         } else if (a == "--seg-drop-templates" && i + 1 < argc) {

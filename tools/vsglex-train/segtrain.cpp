@@ -1,13 +1,11 @@
 // Training of the word cutter model: the corpus units give the cut the
 // engine wants, the atoms of each paragraph get their labels, and an
-// averaged structured perceptron (or a conditional random field) learns
-// the feature weights.
+// averaged structured perceptron learns the feature weights.
 #include "segtrain.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 #include <unordered_map>
 
 #include "front/atoms.h"
@@ -207,26 +205,10 @@ int FoldOf(size_t p, int folds, int member) {
     return static_cast<int>(x % static_cast<uint64_t>(folds));
 }
 
-// What one member trains on: the runs with their gold labels and feature
-// occurrences, and the groups (keys in order, their weight ranges).
-struct MemberData {
-    std::vector<Run> runs;
-    std::vector<uint8_t> gold;
-    std::vector<Ref> refs;
-    std::vector<WordRef> wordRefs;
-    std::vector<uint64_t> keys;
-    std::vector<uint32_t> offset;
-};
-
-// The training data of one member (its fold assignment from `member`).
-void BuildMemberData(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member,
-                     MemberData *data, SegTrainSummary *summary) {
-    std::vector<Run> &runs = data->runs;
-    std::vector<uint8_t> &gold = data->gold;
-    std::vector<uint64_t> &keys = data->keys;
-    std::vector<uint32_t> &offset = data->offset;
-    std::vector<Ref> &refs = data->refs;
-    std::vector<WordRef> &wordRefs = data->wordRefs;
+// Trains one member (its fold assignment and visiting order from `member`)
+// and adds its averaged weights to `sum`.
+void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
+                 SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
     for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
@@ -234,6 +216,8 @@ void BuildMemberData(const std::vector<std::vector<Unit>> &all, const SegTrainOp
     // Features of every run; the dictionary marks of a paragraph come from a
     // lexicon of the other folds' words, so that the model learns how far to
     // trust the dictionary on words it does not hold.
+    std::vector<Run> runs;
+    std::vector<uint8_t> gold;
     std::vector<std::vector<SegFeature>> perRun;  // keys before indexing
     std::vector<std::vector<SegWordFeature>> perRunWords;
     std::unordered_map<uint64_t, uint32_t> keyCount;
@@ -292,6 +276,7 @@ void BuildMemberData(const std::vector<std::vector<Unit>> &all, const SegTrainOp
     }
 
     // Groups of the features seen often enough, numbered in key order.
+    std::vector<uint64_t> keys;
     for (const auto &kv : keyCount)
         if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount)) &&
             !((opt.dropTemplates >> vsg::front::SegKeyTemplate(kv.first)) & 1u))
@@ -299,12 +284,14 @@ void BuildMemberData(const std::vector<std::vector<Unit>> &all, const SegTrainOp
     std::sort(keys.begin(), keys.end());
     std::unordered_map<uint64_t, uint32_t> groupOf;
     groupOf.reserve(keys.size() * 2);
-    offset.assign(keys.size() + 1, 0);
+    std::vector<uint32_t> offset(keys.size() + 1, 0);
     for (size_t g = 0; g < keys.size(); ++g) {
         groupOf.emplace(keys[g], static_cast<uint32_t>(g));
         offset[g + 1] = offset[g] + kSegTemplateRows[vsg::front::SegKeyTemplate(keys[g])] * kSegLabels;
     }
     std::unordered_map<uint64_t, uint32_t>().swap(keyCount);
+    std::vector<Ref> refs;
+    std::vector<WordRef> wordRefs;
     const bool first = member == 0;
     for (size_t r = 0; r < runs.size(); ++r) {
         runs[r].featureBegin = static_cast<uint32_t>(refs.size());
@@ -325,19 +312,7 @@ void BuildMemberData(const std::vector<std::vector<Unit>> &all, const SegTrainOp
     }
     std::unordered_map<uint64_t, uint32_t>().swap(groupOf);
     if (first) summary->runs = static_cast<int64_t>(runs.size());
-}
 
-// Trains one member as an averaged perceptron (visiting order from
-// `member`) and adds its averaged weights to `sum`.
-void TrainPerceptron(const MemberData &data, const SegTrainOptions &opt, int member, SegSum *sum,
-                     SegTrainSummary *summary) {
-    const std::vector<Run> &runs = data.runs;
-    const std::vector<uint8_t> &gold = data.gold;
-    const std::vector<uint64_t> &keys = data.keys;
-    const std::vector<uint32_t> &offset = data.offset;
-    const std::vector<Ref> &refs = data.refs;
-    const std::vector<WordRef> &wordRefs = data.wordRefs;
-    const bool first = member == 0;
     // Averaged perceptron: w holds the weights, u the sum of step * update,
     // and the average is w - u / step.
     std::vector<float> w(offset.back(), 0.0f);
@@ -444,210 +419,7 @@ void TrainPerceptron(const MemberData &data, const SegTrainOptions &opt, int mem
     }
 }
 
-// Trains one member as a conditional random field: stochastic gradient
-// ascent on the conditional log-likelihood of each run's gold labels, with
-// an L2 penalty, over the runs in the perceptron's visiting order. The
-// feature weights are scale * v, so that the penalty's shrinking of every
-// weight is one multiplication and a step costs only the run's features.
-void TrainCrf(const MemberData &data, const SegTrainOptions &opt, int member, SegSum *sum,
-              SegTrainSummary *summary) {
-    const std::vector<Run> &runs = data.runs;
-    const std::vector<uint8_t> &gold = data.gold;
-    const std::vector<uint32_t> &offset = data.offset;
-    const std::vector<Ref> &refs = data.refs;
-    const std::vector<WordRef> &wordRefs = data.wordRefs;
-    const bool first = member == 0;
-    std::vector<double> v(offset.back(), 0.0);
-    double scale = 1.0;
-    double trans[kSegLabels][kSegLabels] = {};
-    // Averages of the weights at the ends of the later passes.
-    std::vector<double> avg;
-    double avgTrans[kSegLabels][kSegLabels] = {};
-    int averaged = 0;
-    const int averageFrom = opt.crfAverage ? opt.epochs / 2 : opt.epochs - 1;
-    const double n = static_cast<double>(std::max<size_t>(1, runs.size()));
-    // The penalty c/2 |w|^2 of the whole corpus, spread over its runs.
-    const double lambda = opt.crfL2 / n;
-    std::vector<double> scores, wordScores, node, edge, work;
-    std::vector<uint32_t> order(runs.size());
-    for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<uint32_t>(i);
-    Lcg rng{0x5E65E6ull + uint64_t(member) * 0x9E3779B97F4A7C15ull};
-    int64_t t = 0;
-    for (int epoch = 0; epoch < opt.epochs; ++epoch) {
-        for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[rng.Next() % i]);
-        int64_t errors = 0;
-        for (uint32_t r : order) {
-            const Run &run = runs[r];
-            const size_t len = run.length;
-            const uint8_t *g = gold.data() + run.labelBegin;
-            const double eta = opt.crfRate / (1.0 + static_cast<double>(t++) / n);
-            scores.assign(len * kSegLabels, 0.0);
-            for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
-                const Ref &ref = refs[k];
-                const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
-                const double *vg = v.data() + offset[ref.group];
-                for (uint32_t row = 0; row < rows; ++row) {
-                    int64_t i = int64_t{ref.position} + row;
-                    if (i < 0 || i >= static_cast<int64_t>(len)) continue;
-                    for (int l = 0; l < kSegLabels; ++l)
-                        scores[static_cast<size_t>(i) * kSegLabels + l] += vg[row * kSegLabels + l];
-                }
-            }
-            for (double &x : scores) x *= scale;
-            const bool words = run.wordEnd > run.wordBegin;
-            if (words) {
-                wordScores.assign(len * kSegWordLengths, 0.0);
-                for (uint32_t k = run.wordBegin; k < run.wordEnd; ++k) {
-                    const WordRef &ref = wordRefs[k];
-                    wordScores[ref.end * kSegWordLengths + ref.length - 2] += scale * v[offset[ref.group]];
-                }
-            }
-            SegMarginals(scores.data(), len, trans, words ? wordScores.data() : nullptr, node, edge, work);
-            for (size_t i = 0; i < len; ++i) {
-                const double *m = node.data() + i * kSegLabels;
-                if (std::max_element(m, m + kSegLabels) - m != g[i]) ++errors;
-            }
-
-            // The penalty shrinks every weight; the gradient, gold counts
-            // less expected ones, is added in units of v.
-            scale *= 1.0 - eta * lambda;
-            const double step = eta / scale;
-            for (uint32_t k = run.featureBegin; k < run.featureEnd; ++k) {
-                const Ref &ref = refs[k];
-                const uint32_t rows = (offset[ref.group + 1] - offset[ref.group]) / kSegLabels;
-                double *vg = v.data() + offset[ref.group];
-                for (uint32_t row = 0; row < rows; ++row) {
-                    int64_t i = int64_t{ref.position} + row;
-                    if (i < 0 || i >= static_cast<int64_t>(len)) continue;
-                    auto a = static_cast<size_t>(i);
-                    const double *m = node.data() + a * kSegLabels;
-                    double *vr = vg + row * kSegLabels;
-                    for (int l = 0; l < kSegLabels; ++l) vr[l] -= step * m[l];
-                    vr[g[a]] += step;
-                }
-            }
-            // A word feature fires on the transition B, B2 or B3 into E at
-            // the word's last atom.
-            for (uint32_t k = run.wordBegin; k < run.wordEnd; ++k) {
-                const WordRef &ref = wordRefs[k];
-                const bool inGold = vsg::front::SegWordAt(g, ref.end, static_cast<int>(ref.length));
-                const double expected =
-                    edge[(ref.end * kSegLabels + (ref.length - 2)) * kSegLabels + vsg::front::kSegEnd];
-                v[offset[ref.group]] += step * ((inGold ? 1.0 : 0.0) - expected);
-            }
-            for (size_t i = 1; i < len; ++i) {
-                trans[g[i - 1]][g[i]] += eta;
-                const double *e = edge.data() + i * kSegLabels * kSegLabels;
-                for (int p = 0; p < kSegLabels; ++p)
-                    for (int l = 0; l < kSegLabels; ++l) trans[p][l] -= eta * e[p * kSegLabels + l];
-            }
-            if (scale < 1e-9) {
-                for (double &x : v) x *= scale;
-                scale = 1.0;
-            }
-        }
-        if (first && epoch == 0) summary->errorsFirst = errors;
-        if (first) summary->errorsLast = errors;
-        if (epoch >= averageFrom) {
-            if (avg.empty()) avg.assign(v.size(), 0.0);
-            for (size_t i = 0; i < v.size(); ++i) avg[i] += scale * v[i];
-            for (int p = 0; p < kSegLabels; ++p)
-                for (int l = 0; l < kSegLabels; ++l) avgTrans[p][l] += trans[p][l];
-            ++averaged;
-        }
-    }
-
-    if (averaged == 0) return;
-    for (int p = 0; p < kSegLabels; ++p)
-        for (int l = 0; l < kSegLabels; ++l) sum->trans[p][l] += avgTrans[p][l] / averaged;
-    for (size_t g = 0; g < data.keys.size(); ++g) {
-        std::vector<double> &acc = sum->groups[data.keys[g]];
-        acc.resize(offset[g + 1] - offset[g], 0.0);
-        for (uint32_t i = offset[g]; i < offset[g + 1]; ++i) acc[i - offset[g]] += avg[i] / averaged;
-    }
-}
-
-// Trains one member with the chosen learner and adds its weights to `sum`.
-void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
-                 SegTrainSummary *summary) {
-    MemberData data;
-    BuildMemberData(all, opt, member, &data, summary);
-    if (opt.crf)
-        TrainCrf(data, opt, member, sum, summary);
-    else
-        TrainPerceptron(data, opt, member, sum, summary);
-}
-
 }  // namespace
-
-double SegMarginals(const double *scores, size_t n, const double (&trans)[kSegLabels][kSegLabels],
-                    const double *words, std::vector<double> &node, std::vector<double> &edge,
-                    std::vector<double> &work) {
-    constexpr double kNone = -std::numeric_limits<double>::infinity();
-    constexpr int L = kSegLabels;
-    node.assign(n * L, 0.0);
-    edge.assign(n * L * L, 0.0);
-    if (n == 0) return 0.0;
-    work.assign(2 * n * L, kNone);
-    double *alpha = work.data();
-    double *beta = work.data() + n * L;
-    // Score of the step from label p at atom i-1 to label l at atom i,
-    // without the atom's own score.
-    auto link = [&](size_t i, int p, int l) {
-        double x = trans[p][l];
-        if (words != nullptr && l == vsg::front::kSegEnd && p <= vsg::front::kSegBegin3)
-            x += words[i * kSegWordLengths + p];
-        return x;
-    };
-    auto logSum = [](const double *x, int count) {
-        double top = kNone;
-        for (int k = 0; k < count; ++k) top = std::max(top, x[k]);
-        if (top == kNone) return kNone;
-        double s = 0.0;
-        for (int k = 0; k < count; ++k) s += std::exp(x[k] - top);
-        return top + std::log(s);
-    };
-    double terms[L];
-    for (int l = 0; l < L; ++l) alpha[l] = vsg::front::SegLabelOpens(l) ? scores[l] : kNone;
-    for (size_t i = 1; i < n; ++i)
-        for (int l = 0; l < L; ++l) {
-            int c = 0;
-            for (int k = 0; k < vsg::front::kSegPredecessorCount[l]; ++k) {
-                const int p = vsg::front::kSegPredecessors[l][k];
-                terms[c++] = alpha[(i - 1) * L + p] + link(i, p, l);
-            }
-            const double s = logSum(terms, c);
-            alpha[i * L + l] = s == kNone ? kNone : s + scores[i * L + l];
-        }
-    for (int l = 0; l < L; ++l) beta[(n - 1) * L + l] = vsg::front::SegLabelCloses(l) ? 0.0 : kNone;
-    for (size_t i = n - 1; i-- > 0;)
-        for (int p = 0; p < L; ++p) {
-            int c = 0;
-            for (int l = 0; l < L; ++l)
-                if (vsg::front::SegTransitionAllowed(p, l))
-                    terms[c++] = link(i + 1, p, l) + scores[(i + 1) * L + l] + beta[(i + 1) * L + l];
-            beta[i * L + p] = logSum(terms, c);
-        }
-    for (int l = 0; l < L; ++l) terms[l] = alpha[(n - 1) * L + l] + beta[(n - 1) * L + l];
-    const double logZ = logSum(terms, L);
-    for (size_t i = 0; i < n; ++i)
-        for (int l = 0; l < L; ++l) {
-            const double a = alpha[i * L + l], b = beta[i * L + l];
-            if (a != kNone && b != kNone) node[i * L + l] = std::exp(a + b - logZ);
-        }
-    for (size_t i = 1; i < n; ++i)
-        for (int l = 0; l < L; ++l) {
-            const double b = beta[i * L + l];
-            if (b == kNone) continue;
-            for (int k = 0; k < vsg::front::kSegPredecessorCount[l]; ++k) {
-                const int p = vsg::front::kSegPredecessors[l][k];
-                const double a = alpha[(i - 1) * L + p];
-                if (a == kNone) continue;
-                edge[(i * L + p) * L + l] = std::exp(a + link(i, p, l) + scores[i * L + l] + b - logZ);
-            }
-        }
-    return logZ;
-}
 
 std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt,
                            SegTrainSummary *summary) {

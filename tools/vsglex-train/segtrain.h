@@ -1,7 +1,6 @@
 // Training of the word cutter model ("segment.mdl") from the corpus units:
-// an averaged structured perceptron over atom labels, or optionally a
-// conditional random field (see src/front/segmodel.h for the features and
-// the file).
+// an averaged structured perceptron over atom labels (see
+// src/front/segmodel.h for the features and the file).
 #ifndef VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
 #define VSGLEX_TOOLS_TRAIN_SEGTRAIN_H
 
@@ -11,7 +10,6 @@
 
 #include "corpus.h"
 #include "front/atoms.h"
-#include "front/segmodel.h"
 
 namespace vsgtrain {
 
@@ -53,14 +51,6 @@ struct SegTrainOptions {
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
-    // Learner of the members: an averaged perceptron, or a conditional
-    // random field trained by stochastic gradient with an L2 penalty.
-    bool crf = false;
-    double crfRate = 0.1;   // first step size, eta0 / (1 + t / runs) at step t
-    double crfL2 = 1.0;     // L2 penalty c / 2 * |w|^2 over the whole corpus
-    // Whether the field's weights are averaged over the ends of the later
-    // half of the passes (else those of the last pass).
-    bool crfAverage = false;
 };
 
 struct SegTrainSummary {
@@ -95,17 +85,6 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
 void SegTargetLabels(const std::vector<Unit> &units, const std::vector<std::pair<std::string, int32_t>> &placeCount,
                      const SegTrainOptions &opt, std::string *text, std::vector<vsg::front::Atom> *atoms,
                      std::vector<uint8_t> *labels);
-
-// Label marginals of a run under per-atom scores (n x kSegLabels),
-// transition scores and, when given, word scores (n x kSegWordLengths, as
-// SegViterbi adds them), over the label sequences SegViterbi may choose:
-// `node` gets the probability of label l at atom i (entry i * kSegLabels +
-// l), `edge` that of p at atom i - 1 and l at atom i (entry (i * kSegLabels
-// + p) * kSegLabels + l, zero at i = 0). `work` is working memory. Returns
-// the log of the partition function.
-double SegMarginals(const double *scores, size_t n, const double (&trans)[vsg::front::kSegLabels][vsg::front::kSegLabels],
-                    const double *words, std::vector<double> &node, std::vector<double> &edge,
-                    std::vector<double> &work);
 
 // Counts of the place units (sorted by text).
 std::vector<std::pair<std::string, int32_t>> CountPlaces(const std::vector<std::vector<Unit>> &all);
