@@ -114,6 +114,10 @@ int main(int argc, char **argv) {
             opt.seg.nameLabels = std::atoi(argv[++i]);
         } else if (a == "--seg-name-places" && i + 1 < argc) {
             opt.seg.namePlaces = std::atoi(argv[++i]) != 0;
+        } else if (a == "--seg-fold-block" && i + 1 < argc) {
+            opt.seg.foldBlock = std::atoi(argv[++i]);
+        } else if (a == "--seg-fold-block-from" && i + 1 < argc) {
+            opt.seg.foldBlockFrom = std::atoi(argv[++i]);
         } else if (a == "--seg-members" && i + 1 < argc) {
             opt.seg.members = std::atoi(argv[++i]);
         } else if (a == "--seg-words" && i + 1 < argc) {

@@ -211,7 +211,8 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                  SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
-    for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
+    for (size_t p = 0; p < all.size(); ++p)
+        foldOf[p] = FoldOf(p / static_cast<size_t>(member >= opt.foldBlockFrom ? std::max(1, opt.foldBlock) : 1), folds, member);
 
     // Features of every run; the dictionary marks of a paragraph come from a
     // lexicon of the other folds' words, so that the model learns how far to

@@ -48,6 +48,9 @@ struct SegTrainOptions {
     // jackknife and its own visiting order; their averaged weights are
     // summed into the one model written.
     int members = 2;
+    // Paragraphs go to the folds in blocks of this many consecutive ones.
+    int foldBlock = 1;
+    int foldBlockFrom = 0;  // first member that uses foldBlock
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
