@@ -20,7 +20,7 @@
 #      of days 13-16;
 #   D (only when asked for): models trained on days 1-7 only, text of days
 #      22-28: less training text and a gap of two weeks, so more unseen
-#      words (6.1% of the gold words against 3.6% on A), a stand-in for
+#      words (8.4% of the gold words against 3.6% on A), a stand-in for
 #      text of another period.
 #
 # usage: bench/segeval/segeval.sh [BUILD_DIR]   (default: build)

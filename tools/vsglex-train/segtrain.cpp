@@ -192,9 +192,9 @@ struct SegSum {
     double trans[kSegLabels][kSegLabels] = {};
 };
 
-// Fold of paragraph `p` for member `member`: the first member takes the
-// paragraph index modulo the folds, the others a seeded hash of it, so that
-// each member sees another jackknife of the dictionary features.
+// Fold of block `p` of paragraphs for member `member`: the first member
+// takes the block index modulo the folds, the others a seeded hash of it,
+// so that each member sees another jackknife of the dictionary features.
 int FoldOf(size_t p, int folds, int member) {
     if (folds <= 1) return 0;
     if (member == 0) return static_cast<int>(p % static_cast<size_t>(folds));
@@ -211,8 +211,8 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                  SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
-    for (size_t p = 0; p < all.size(); ++p)
-        foldOf[p] = FoldOf(p / static_cast<size_t>(member >= opt.foldBlockFrom ? std::max(1, opt.foldBlock) : 1), folds, member);
+    const auto block = static_cast<size_t>(std::max(1, opt.foldBlock));
+    for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p / block, folds, member);
 
     // Features of every run; the dictionary marks of a paragraph come from a
     // lexicon of the other folds' words, so that the model learns how far to
