@@ -211,7 +211,10 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                  SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
-    const auto block = static_cast<size_t>(std::max(1, opt.foldBlock));
+    // A small corpus keeps at least eight blocks a fold, else a fold would
+    // be one block and its dictionary features those of too few paragraphs.
+    const size_t most = std::max<size_t>(1, all.size() / (static_cast<size_t>(folds) * 8));
+    const size_t block = std::min(static_cast<size_t>(std::max(1, opt.foldBlock)), most);
     for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p / block, folds, member);
 
     // Features of every run; the dictionary marks of a paragraph come from a
