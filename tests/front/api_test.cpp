@@ -179,43 +179,43 @@ TEST_F(ApiTest, UnknownNamesReachTheEngineAsSingleCharacters) {
 }
 
 TEST_F(ApiTest, PersonNameFoundOnceIsTakenWhereItComesAgain) {
-    // In a headline the recognisers miss 李和平 (和平 is a word); a later
+    // In a headline the recognisers miss 石成功 (成功 is a word); a later
     // sentence of the same text where they find it makes it a name in the
     // headline too.
-    const std::string headline = "李和平的年终书账\n";
-    const std::string later = "本报记者李和平报道。\n";
+    const std::string headline = "石成功的年终书账\n";
+    const std::string later = "本报记者石成功报道。\n";
     Out alone = Analyze(headline, VSGLEX_CHARSET_UTF8);
     ASSERT_GE(alone.words.size(), 2u);
-    ASSERT_EQ(alone.words[0], "李/nr") << "the models find the name alone: the case needs another name";
+    ASSERT_EQ(alone.words[0], "石/j") << "the models find the name alone: the case needs another name";
     Out both = Analyze(headline + later, VSGLEX_CHARSET_UTF8);
     ASSERT_GE(both.words.size(), 2u);
-    EXPECT_EQ(both.words[0], "李和平/nr");
+    EXPECT_EQ(both.words[0], "石成功/nr");
     EXPECT_EQ(both.raw[0].name_class, VSGLEX_NAME_PERSON);
     EXPECT_EQ(both.raw[0].merged, 2);
-    EXPECT_EQ(both.raw[0].part_count, 2u);  // 李 和平 in the corpus view
+    EXPECT_EQ(both.raw[0].part_count, 2u);  // 石 成功 in the corpus view
     EXPECT_EQ(both.words[1], "的/ude1");
     ExpectOffsetsMatch(headline + later, "UTF-8", both.raw, both.texts);
     // Nothing is carried from one analysis to the next.
     EXPECT_EQ(Analyze(headline, VSGLEX_CHARSET_UTF8).words, alone.words);
     // Words apart are not joined into the name.
-    Out spaced = Analyze("李 和平的年终书账\n" + later, VSGLEX_CHARSET_UTF8);
+    Out spaced = Analyze("石 成功的年终书账\n" + later, VSGLEX_CHARSET_UTF8);
     ASSERT_GE(spaced.texts.size(), 2u);
-    EXPECT_EQ(spaced.texts[0], "李");
-    EXPECT_EQ(spaced.texts[1], "和平");
+    EXPECT_EQ(spaced.texts[0], "石");
+    EXPECT_EQ(spaced.texts[1], "成功");
 
     // A given name that is a word after a surname taken alone (孙/nr
-    // 成功/a): the name found in the photo credit extends the surname,
+    // 进步/v): the name found in the photo credit extends the surname,
     // however often it came that way.
-    const std::string credit = "（新华社记者孙成功摄）\n";
-    const std::string lines = "孙成功领导地质工作长达２４年。\n国务院任命孙成功为副部长。\n";
+    const std::string credit = "（新华社记者孙进步摄）\n";
+    const std::string lines = "孙进步领导地质工作长达２４年。\n国务院任命孙进步为副部长。\n";
     Out apart = Analyze(lines, VSGLEX_CHARSET_UTF8);
     ASSERT_FALSE(apart.words.empty());
-    ASSERT_NE(apart.words[0], "孙成功/nr") << "the models find the name alone: the case needs another name";
+    ASSERT_NE(apart.words[0], "孙进步/nr") << "the models find the name alone: the case needs another name";
     Out joined = Analyze(credit + lines, VSGLEX_CHARSET_UTF8);
     std::vector<std::string> names;
     for (const std::string &w : joined.words)
         if (w.find("/nr") != std::string::npos) names.push_back(w);
-    EXPECT_EQ(names, (std::vector<std::string>{"孙成功/nr", "孙成功/nr", "孙成功/nr"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"孙进步/nr", "孙进步/nr", "孙进步/nr"}));
 }
 
 TEST(ApiErrorTest, BadArgumentsAndMissingModels) {

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-fold-block N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -62,13 +62,14 @@ void Usage() {
                  "  --seg-min-count N  word cutter features seen fewer times are not learned (default 3)\n"
                  "  --seg-prune X   drop word cutter features below this share of the largest weight (default 0.01)\n"
                  "  --seg-folds N   word cutter dictionary features of a paragraph come from the other N-1 folds (default 4)\n"
+                 "  --seg-fold-block N  word cutter folds take consecutive paragraphs N at a time (default 100; 1: one by one)\n"
                  "  --seg-foreign-places 0|1  the word cutter keeps rare transliterated places whole (default 0)\n"
                  "  --seg-place-chars N  the word cutter keeps rare places of at most N characters whole (default 0)\n"
                  "  --seg-name-labels 0|1|2  word cutter labels of name characters: none, one, first and later apart (default 2)\n"
                  "  --seg-name-places 0|1  unknown places' characters get the name labels too (default 1)\n"
                  "  --seg-drop-templates MASK  word cutter feature templates left out (bit t: template t; default 0)\n"
                  "  --seg-words 0|1|2  word cutter features of whole words of 2-4 atoms: none, the word and its length, also the word with each neighbour (default 0)\n"
-                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 2)\n");
+                 "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 3)\n");
 }
 
 // Reads "FROM-TO" (days of the month, FROM <= TO).
@@ -114,6 +115,8 @@ int main(int argc, char **argv) {
             opt.seg.nameLabels = std::atoi(argv[++i]);
         } else if (a == "--seg-name-places" && i + 1 < argc) {
             opt.seg.namePlaces = std::atoi(argv[++i]) != 0;
+        } else if (a == "--seg-fold-block" && i + 1 < argc) {
+            opt.seg.foldBlock = std::atoi(argv[++i]);
         } else if (a == "--seg-members" && i + 1 < argc) {
             opt.seg.members = std::atoi(argv[++i]);
         } else if (a == "--seg-words" && i + 1 < argc) {

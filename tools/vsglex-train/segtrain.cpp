@@ -192,9 +192,9 @@ struct SegSum {
     double trans[kSegLabels][kSegLabels] = {};
 };
 
-// Fold of paragraph `p` for member `member`: the first member takes the
-// paragraph index modulo the folds, the others a seeded hash of it, so that
-// each member sees another jackknife of the dictionary features.
+// Fold of block `p` of paragraphs for member `member`: the first member
+// takes the block index modulo the folds, the others a seeded hash of it,
+// so that each member sees another jackknife of the dictionary features.
 int FoldOf(size_t p, int folds, int member) {
     if (folds <= 1) return 0;
     if (member == 0) return static_cast<int>(p % static_cast<size_t>(folds));
@@ -211,7 +211,11 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                  SegTrainSummary *summary) {
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
-    for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p, folds, member);
+    // A small corpus keeps at least eight blocks a fold, else a fold would
+    // be one block and its dictionary features those of too few paragraphs.
+    const size_t most = std::max<size_t>(1, all.size() / (static_cast<size_t>(folds) * 8));
+    const size_t block = std::min(static_cast<size_t>(std::max(1, opt.foldBlock)), most);
+    for (size_t p = 0; p < all.size(); ++p) foldOf[p] = FoldOf(p / block, folds, member);
 
     // Features of every run; the dictionary marks of a paragraph come from a
     // lexicon of the other folds' words, so that the model learns how far to

@@ -47,7 +47,12 @@ struct SegTrainOptions {
     // Perceptrons trained, each with its own fold assignment of the
     // jackknife and its own visiting order; their averaged weights are
     // summed into the one model written.
-    int members = 2;
+    int members = 3;
+    // Paragraphs go to the folds in blocks of this many consecutive ones
+    // (an article or a few), so that the words of an article are as new to
+    // its own paragraphs' dictionary features as those of a text never seen
+    // are to the shipped dictionary. 1: paragraph by paragraph.
+    int foldBlock = 100;
     // Feature templates left out of training (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
