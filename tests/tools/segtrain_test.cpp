@@ -247,6 +247,43 @@ TEST(SegTrainTest, SummedMembersDifferFromOneAndAreDeterministic) {
     ExpectWordsWholeAndNameInCharacters(a, all);
 }
 
+TEST(SegTrainTest, MemberKindsChooseTheirTemplates) {
+    std::vector<vsgtrain::SegMemberKind> kinds;
+    ASSERT_TRUE(vsgtrain::ParseSegMemberKinds("all,nodict,notri", &kinds));
+    EXPECT_EQ(kinds, (std::vector<vsgtrain::SegMemberKind>{vsgtrain::SegMemberKind::All,
+                                                           vsgtrain::SegMemberKind::NoDictionary,
+                                                           vsgtrain::SegMemberKind::NoTrigram}));
+    for (const char *bad : {"", "all,", ",all", "all,,nodict", "dict", "All", "all nodict"})
+        EXPECT_FALSE(vsgtrain::ParseSegMemberKinds(bad, &kinds)) << bad;
+    EXPECT_EQ(kinds.size(), 3u);  // a bad list leaves the kinds alone
+
+    // A member that reads no dictionary cuts the same whatever the lexicon
+    // holds; one that reads it does not.
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt = SmallOptions(8);
+    opt.members = 1;
+    vsgtrain::SegTrainSummary s1;
+    opt.memberKinds = {vsgtrain::SegMemberKind::NoDictionary};
+    const std::string plain = TrainedAlikeTwice(all, opt, &s1);
+    opt.memberKinds = {vsgtrain::SegMemberKind::All};
+    const std::string full = vsgtrain::TrainSegmenter(all, opt, &s1);
+    const vsg::front::Lexicon lex = LexiconOf(all);
+    // A lexicon of wrong words only.
+    const std::string w1 = Gb("在上"), w2 = Gb("海会"), w3 = Gb("们访");
+    vsg::front::Lexicon none;
+    ASSERT_TRUE(none.Build({{w1, 50.0, 0.0}, {w2, 50.0, 0.0}, {w3, 50.0, 0.0}}));
+    vsg::front::SegModel p, f;
+    std::string error;
+    ASSERT_TRUE(p.LoadBytes(reinterpret_cast<const uint8_t *>(plain.data()), plain.size(), &error)) << error;
+    ASSERT_TRUE(f.LoadBytes(reinterpret_cast<const uint8_t *>(full.data()), full.size(), &error)) << error;
+    bool fullDiffers = false;
+    for (const char *text : {"江泽民在上海会见了朋友。", "我们访问了北京和上海。", "中央人民广播电台在北京。"}) {
+        EXPECT_EQ(CutText(p, lex, text), CutText(p, none, text)) << text;
+        fullDiffers = fullDiffers || CutText(f, lex, text) != CutText(f, none, text);
+    }
+    EXPECT_TRUE(fullDiffers);
+}
+
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {
     auto all = Units(8);
     vsgtrain::SegTrainOptions opt = SmallOptions(2);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <unordered_map>
+#include <utility>
 
 #include "front/atoms.h"
 #include "front/lexicon.h"
@@ -183,6 +184,27 @@ std::vector<uint32_t> EngineBoundaries(const std::vector<Unit> &units,
     return bounds;
 }
 
+bool ParseSegMemberKinds(std::string_view list, std::vector<SegMemberKind> *kinds) {
+    std::vector<SegMemberKind> out;
+    for (;;) {
+        const size_t comma = list.find(',');
+        const std::string_view name = list.substr(0, comma);
+        if (name == "all") {
+            out.push_back(SegMemberKind::All);
+        } else if (name == "nodict") {
+            out.push_back(SegMemberKind::NoDictionary);
+        } else if (name == "notri") {
+            out.push_back(SegMemberKind::NoTrigram);
+        } else {
+            return false;
+        }
+        if (comma == std::string_view::npos) break;
+        list.remove_prefix(comma + 1);
+    }
+    *kinds = std::move(out);
+    return true;
+}
+
 namespace {
 
 // The averaged weights of the members trained so far, summed per group,
@@ -192,23 +214,27 @@ struct SegSum {
     double trans[kSegLabels][kSegLabels] = {};
 };
 
-// Fold of block `p` of paragraphs for member `member`: the first member
-// takes the block index modulo the folds, the others a seeded hash of it,
-// so that each member sees another jackknife of the dictionary features.
-int FoldOf(size_t p, int folds, int member) {
+// Fold of block `block` of paragraphs for member `member`: the first
+// member takes the block index modulo the folds, the others a seeded hash
+// of it, so that each member sees another jackknife of the dictionary
+// features.
+int FoldOf(size_t block, int folds, int member) {
     if (folds <= 1) return 0;
-    if (member == 0) return static_cast<int>(p % static_cast<size_t>(folds));
-    uint64_t x = (uint64_t{p} + 1) * 0x9E3779B97F4A7C15ull ^ (uint64_t(member) * 0xBF58476D1CE4E5B9ull);
+    if (member == 0) return static_cast<int>(block % static_cast<size_t>(folds));
+    uint64_t x = (uint64_t{block} + 1) * 0x9E3779B97F4A7C15ull ^ (uint64_t(member) * 0xBF58476D1CE4E5B9ull);
     x ^= x >> 31;
     x *= 0x94D049BB133111EBull;
     x ^= x >> 29;
     return static_cast<int>(x % static_cast<uint64_t>(folds));
 }
 
-// Trains one member (its fold assignment and visiting order from `member`)
-// and adds its averaged weights to `sum`.
+// Trains one member (its fold assignment and visiting order from `member`,
+// its templates from its kind) and adds its averaged weights to `sum`.
 void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOptions &opt, int member, SegSum *sum,
                  SegTrainSummary *summary) {
+    uint32_t drops = opt.dropTemplates;
+    if (!opt.memberKinds.empty())
+        drops |= SegMemberDrops(opt.memberKinds[static_cast<size_t>(member) % opt.memberKinds.size()]);
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
     // A small corpus keeps at least eight blocks a fold, else a fold would
@@ -283,7 +309,7 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
     std::vector<uint64_t> keys;
     for (const auto &kv : keyCount)
         if (kv.second >= static_cast<uint32_t>(std::max(1, opt.minCount)) &&
-            !((opt.dropTemplates >> vsg::front::SegKeyTemplate(kv.first)) & 1u))
+            !((drops >> vsg::front::SegKeyTemplate(kv.first)) & 1u))
             keys.push_back(kv.first);
     std::sort(keys.begin(), keys.end());
     std::unordered_map<uint64_t, uint32_t> groupOf;

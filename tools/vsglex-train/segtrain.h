@@ -6,12 +6,43 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "corpus.h"
 #include "front/atoms.h"
+#include "front/segmodel.h"
 
 namespace vsgtrain {
+
+// What the features of one summed perceptron (a member) leave out. Members
+// that read no dictionary must learn words from their characters alone;
+// summed with members that read it, they keep unfamiliar runs whole more
+// often without losing the known words.
+enum class SegMemberKind : uint8_t {
+    All,           // every template
+    NoDictionary,  // no template that reads the dictionary
+    NoTrigram      // no atom trigram and no skip pair
+};
+
+// Templates that read the dictionary (its marks or its words).
+inline constexpr uint32_t kSegDictionaryTemplates =
+    1u << vsg::front::kSegDictStart | 1u << vsg::front::kSegDictEnd | 1u << vsg::front::kSegDictInside |
+    1u << vsg::front::kSegDictAll | 1u << vsg::front::kSegDictAtom | 1u << vsg::front::kSegDictStartCost |
+    1u << vsg::front::kSegWord | 1u << vsg::front::kSegWordCost;
+
+// The templates a member of `kind` leaves out (bit t: template t).
+constexpr uint32_t SegMemberDrops(SegMemberKind kind) {
+    switch (kind) {
+    case SegMemberKind::NoDictionary: return kSegDictionaryTemplates;
+    case SegMemberKind::NoTrigram: return 1u << vsg::front::kSegTrigram | 1u << vsg::front::kSegSkip;
+    default: return 0;
+    }
+}
+
+// Reads a comma-separated list of member kinds ("all", "nodict", "notri");
+// false on an empty list or an unknown name.
+bool ParseSegMemberKinds(std::string_view list, std::vector<SegMemberKind> *kinds);
 
 struct SegTrainOptions {
     int epochs = 15;           // perceptron passes (0: no model file)
@@ -47,13 +78,16 @@ struct SegTrainOptions {
     // Perceptrons trained, each with its own fold assignment of the
     // jackknife and its own visiting order; their averaged weights are
     // summed into the one model written.
-    int members = 3;
+    int members = 4;
+    // Kind of each member, in turn (member m is memberKinds[m % size]).
+    std::vector<SegMemberKind> memberKinds = {SegMemberKind::All, SegMemberKind::NoDictionary,
+                                              SegMemberKind::NoTrigram, SegMemberKind::NoDictionary};
     // Paragraphs go to the folds in blocks of this many consecutive ones
     // (an article or a few), so that the words of an article are as new to
     // its own paragraphs' dictionary features as those of a text never seen
     // are to the shipped dictionary. 1: paragraph by paragraph.
     int foldBlock = 100;
-    // Feature templates left out of training (bit t: template t), to
+    // Feature templates every member leaves out (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
 };
