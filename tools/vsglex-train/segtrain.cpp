@@ -235,6 +235,8 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
     uint32_t drops = opt.dropTemplates;
     if (!opt.memberKinds.empty())
         drops |= SegMemberDrops(opt.memberKinds[static_cast<size_t>(member) % opt.memberKinds.size()]);
+    // A member that reads no dictionary needs no lexicon of the other folds.
+    const bool readsDictionary = (drops & kSegDictionaryTemplates) != kSegDictionaryTemplates;
     const int folds = std::max(1, opt.folds);
     std::vector<int> foldOf(all.size());
     // A small corpus keeps at least eight blocks a fold, else a fold would
@@ -263,7 +265,7 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
                 if (folds > 1 && foldOf[p] == f) continue;
                 for (const Unit &u : all[p]) {
                     if (u.kind == UnitKind::Place) ++places[u.text];
-                    if (u.text.size() > kMaxDictWord) continue;
+                    if (!readsDictionary || u.text.size() > kMaxDictWord) continue;
                     auto &c = counts[u.text];
                     c.first += 1.0;
                     if (IsPersonTagNumber(u.tag)) c.second += 1.0;
@@ -276,15 +278,16 @@ void TrainMember(const std::vector<std::vector<Unit>> &all, const SegTrainOption
             for (const auto &kv : counts) words.push_back({kv.first, kv.second.first, kv.second.second});
             // The words a lexicon holds do not depend on the list's order.
             vsg::front::Lexicon lexicon;
-            lexicon.Build(words);
+            if (readsDictionary) lexicon.Build(words);
             for (size_t p = 0; p < all.size(); ++p) {
                 if (foldOf[p] != f) continue;
                 BuildRuns(all[p], placeCount, opt, &pr);
                 for (const auto &r : pr.runs) {
                     size_t n = r.second - r.first;
                     const Atom *atoms = pr.atoms.data() + r.first;
-                    marks.resize(n);
-                    lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
+                    marks.assign(n, vsg::front::WordMarks{});
+                    if (readsDictionary)
+                        lexicon.MarkWords(pr.text.data(), atoms, n, vsg::front::kSegDictCap, marks.data());
                     perRun.emplace_back();
                     vsg::front::SegFeatures(pr.text.data(), atoms, n, marks.data(), ids, perRun.back());
                     for (const SegFeature &x : perRun.back()) ++keyCount[x.key];
