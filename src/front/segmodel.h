@@ -45,6 +45,8 @@ inline constexpr int kSegLabels = 8;
 
 // Whether a word ends at an atom of this label.
 constexpr bool SegLabelCloses(int label) { return label >= kSegEnd; }
+// Whether a word starts at an atom of this label.
+constexpr bool SegLabelStartsWord(int label) { return label == kSegBegin || label >= kSegSingle; }
 
 // Gold label of atom `i` (0-based) of a word of `length` atoms.
 constexpr uint8_t SegLabelAt(size_t i, size_t length) {

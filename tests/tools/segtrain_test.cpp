@@ -2,6 +2,7 @@
 // test: the cut the engine wants, determinism, and that the model learns it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -282,6 +283,37 @@ TEST(SegTrainTest, MemberKindsChooseTheirTemplates) {
         fullDiffers = fullDiffers || CutText(f, lex, text) != CutText(f, none, text);
     }
     EXPECT_TRUE(fullDiffers);
+}
+
+TEST(SegTrainTest, WordBiasMovesTheCountOfWords) {
+    auto all = Units(8);
+    vsgtrain::SegTrainOptions opt = SmallOptions(8);
+    vsgtrain::SegTrainSummary s;
+    const vsg::front::Lexicon lex = LexiconOf(all);
+    // Models trained with no bias, a bonus and a penalty far above the sum
+    // of an atom's weights, and a small bonus.
+    std::map<double, vsg::front::SegModel> models;
+    for (double bias : {0.0, 100.0, -100.0, 0.001}) {
+        opt.wordBias = bias;
+        const std::string bytes = vsgtrain::TrainSegmenter(all, opt, &s);
+        std::string error;
+        ASSERT_TRUE(models[bias].LoadBytes(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), &error))
+            << error;
+    }
+    // Words of a cut ("a/b/c") and characters of a UTF-8 text.
+    auto words = [](const std::string &cut) { return std::count(cut.begin(), cut.end(), '/') + 1; };
+    auto chars = [](const std::string &utf8) {
+        return std::count_if(utf8.begin(), utf8.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
+    };
+    for (const char *text : {"我们在北京会见了朋友。", "中央人民广播电台访问了上海。"}) {
+        const std::string plain = CutText(models[0.0], lex, text);
+        // The bonus makes every character a word; the penalty joins what
+        // the model cuts; the small bonus moves nothing here.
+        const std::string more = CutText(models[100.0], lex, text), fewer = CutText(models[-100.0], lex, text);
+        EXPECT_EQ(words(more), chars(text)) << more;
+        EXPECT_LT(words(fewer), words(plain)) << fewer << " " << plain;
+        EXPECT_EQ(CutText(models[0.001], lex, text), plain) << text;
+    }
 }
 
 TEST(SegTrainTest, DroppedTemplatesAreNotLearned) {

@@ -13,7 +13,7 @@ namespace {
 
 void Usage() {
     std::fprintf(stderr,
-                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-fold-block N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] [--seg-member-kinds LIST] CORPUS_DIR OUT_DIR\n"
+                 "usage: vsglex-train [--text] [--exclude-from YYYYMMDD] [--exclude-days FROM-TO] [--exclude-before YYYYMMDD] [--place-cut N] [--place-cut-short 0|1] [--person-place-cut N] [--person-foreign-place-cut N] [--person-floor X] [--person-floor-share X] [--person-given-floor-min X] [--person-given-floor-max X] [--person-given-floor-min-upto N] [--person-given-after-ratio X] [--person-context-floor X] [--person-lone-names 0|1|2|3|4] [--person-flat-floor-tags LIST] [--surname-floor X] [--foreign-first-floor X] [--foreign-inner-floor X] [--person-after-name-share X] [--person-before-name-share X] [--place-floor X] [--place-foreign-floor X] [--place-class-share X] [--org-suffix-add X] [--org-suffix-place-end 0|1] [--org-char-suffix X] [--org-rare-suffix-upto N] [--org-rare-suffix-share X] [--org-floor X] [--person-place-roles 0|1] [--person-place-floor X] [--unseen-char-rows 0|1] [--pos-epochs N] [--pos-rate X] [--pos-margin X] [--pos-companion X] [--pos-companion-share X] [--pos-companion-min N] [--pos-unseen-rounds N] [--pos-unseen-step X] [--pos-class-min N] [--pos-word-classes N] [--seg-epochs N] [--seg-min-count N] [--seg-prune X] [--seg-folds N] [--seg-fold-block N] [--seg-foreign-places 0|1] [--seg-place-chars N] [--seg-name-labels 0|1|2] [--seg-name-places 0|1] [--seg-drop-templates MASK] [--seg-words 0|1|2] [--seg-members N] [--seg-member-kinds LIST] [--seg-word-bias X] CORPUS_DIR OUT_DIR\n"
                  "  --text          also write the text/raw forms into OUT_DIR/text\n"
                  "  --exclude-from  leave out the paragraphs of this day and later\n"
                  "  --exclude-days FROM-TO  leave out the paragraphs of these days of the month (e.g. 22-28)\n"
@@ -71,7 +71,9 @@ void Usage() {
                  "  --seg-words 0|1|2  word cutter features of whole words of 2-4 atoms: none, the word and its length, also the word with each neighbour (default 0)\n"
                  "  --seg-members N  word cutter perceptrons, each with its own folds and order, summed (default 4)\n"
                  "  --seg-member-kinds LIST  features of those perceptrons in turn: all, nodict (no dictionary templates),\n"
-                 "                  notri (no atom trigram or skip pair) (default all,nodict,notri,nodict)\n");
+                 "                  notri (no atom trigram or skip pair) (default all,nodict,notri,nodict)\n"
+                 "  --seg-word-bias X  word cutter bonus for every word, as a share of the largest weight (default 0;\n"
+                 "                  above 0: more and shorter words)\n");
 }
 
 // Reads "FROM-TO" (days of the month, FROM <= TO).
@@ -131,6 +133,8 @@ int main(int argc, char **argv) {
             opt.seg.wordFeatures = std::atoi(argv[++i]);
         } else if (a == "--seg-drop-templates" && i + 1 < argc) {
             opt.seg.dropTemplates = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 0));
+        } else if (a == "--seg-word-bias" && i + 1 < argc) {
+            opt.seg.wordBias = std::atof(argv[++i]);
         } else if (a == "--seg-prune" && i + 1 < argc) {
             opt.seg.prune = std::atof(argv[++i]);
         } else if (a == "--place-cut-short" && i + 1 < argc) {

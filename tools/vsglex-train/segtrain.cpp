@@ -474,6 +474,10 @@ std::string TrainSegmenter(const std::vector<std::vector<Unit>> &all, const SegT
     float top = 0.0f;
     for (const auto &g : sorted)
         for (double x : g.second) top = std::max(top, std::fabs(static_cast<float>(x)));
+    const float bias = static_cast<float>(opt.wordBias) * top;
+    for (int p = 0; p < kSegLabels; ++p)
+        for (int l = 0; l < kSegLabels; ++l)
+            if (vsg::front::SegLabelStartsWord(l) && vsg::front::SegTransitionAllowed(p, l)) avgTrans[p][l] += bias;
     const float floor = static_cast<float>(opt.prune) * top;
     std::vector<vsg::front::SegGroup> groups;
     groups.reserve(sorted.size());

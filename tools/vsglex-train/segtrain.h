@@ -90,6 +90,11 @@ struct SegTrainOptions {
     // Feature templates every member leaves out (bit t: template t), to
     // measure what a template brings.
     uint32_t dropTemplates = 0;
+    // Added, as this share of the largest weight, to every transition into
+    // a label that starts a word: above 0 the cutter writes more and
+    // shorter words, below 0 fewer and longer ones (recall against
+    // precision).
+    double wordBias = 0.0;
 };
 
 struct SegTrainSummary {
