@@ -27,7 +27,10 @@
 # VSGLEX_SEGEVAL_WORK keeps texts, outputs and models in that folder;
 # VSGLEX_SEGEVAL_JIEBA=0 leaves the peer out; VSGLEX_SEGEVAL_TRAIN_ARGS are
 # passed to vsglex-train (e.g. "--seg-epochs 25"); VSGLEX_SEGEVAL_ERRORS=1
-# also sorts the errors of the corpus-granularity cut (segerrors.py). The peer is installed here
+# also sorts the errors of the corpus-granularity cut (segerrors.py);
+# VSGLEX_SEGEVAL_LATER=1 also scores vsglex on a copy of the text whose
+# years are moved 30 years later (shiftyears.py: 1997 -> 2027), a stand-in
+# for text of a later period. The peer is installed here
 # and only here (Debian package python3-jieba).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -138,5 +141,21 @@ for split in $splits; do
   fi
   echo "split $split: names (chars/s is wall-clock, loading included)"
   "$py" "$compare/score.py" "$dir/test.txt" "$dir/gold.jsonl" "$dir" "${names[@]}"
+
+  if [ "${VSGLEX_SEGEVAL_LATER:-0}" != 0 ]; then
+    step "split $split: the text with its years 30 years later"
+    later=$dir/later
+    mkdir -p "$later"
+    "$py" "$here/shiftyears.py" "$dir/test.txt" "$dir/gold-words.txt" "$dir/test-tagged.txt"
+    cp "$dir/gold.jsonl" "$later/gold.jsonl"
+    "$vsglex" --data "$dir/models" --granularity corpus "$dir/test.txt.later" >"$later/vsglex-corpus.txt"
+    timed "$later/vsglex.jsonl" "$vsglex" --data "$dir/models" --names-only --format json "$dir/test.txt.later"
+    mv "$later/vsglex.jsonl.stats" "$later/vsglex.stats"
+    echo "split $split: words, tags and names with the years 30 years later"
+    "$py" "$here/segscore.py" "$dir/test.txt.later" "$dir/gold-words.txt.later" "$dir/corpus/train.txt" \
+      "vsglex corpus=tagged:$later/vsglex-corpus.txt"
+    "$py" "$here/posscore.py" "$dir/test.txt.later" "$dir/test-tagged.txt.later" "vsglex corpus=$later/vsglex-corpus.txt"
+    "$py" "$compare/score.py" "$dir/test.txt.later" "$later/gold.jsonl" "$later" vsglex
+  fi
   echo
 done

@@ -43,6 +43,9 @@ struct Shared {
     std::vector<std::string> tagNames;
     std::string warning;  // about the loaded set (no manifest), or empty
     StringTagger stringTagger;  // tags of numbers, times and Latin strings
+    // Known words the engine is given for number and time words the
+    // dictionary lacks (VSGLEX_NUMBER_STAND_INS=0, measurement switch: none).
+    NumberStandIns standIns;
     PieceTags pieceTags;        // tags of the pieces of organisation names
     PersonWords personWords;    // person words the corpus view keeps whole; empty: none (older sets)
     PlaceCompoundEnds placeEnds;  // words that close a place name after it (地区, 群岛)

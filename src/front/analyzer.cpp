@@ -455,9 +455,9 @@ void Analysis::Flush() {
     thread_local vsg::engine::Tagging tagged;
     givenAt.resize(n + 1);
     views.resize(n);
-    // Widening at most doubles a word.
+    // Widening at most doubles a word; a stand-in may be longer.
     size_t bound = 0;
-    for (size_t k = 0; k < n; ++k) bound += 2 * size_t{items_[k].length};
+    for (size_t k = 0; k < n; ++k) bound += std::max(2 * size_t{items_[k].length}, shared_.standIns.MaxLength());
     if (given.size() < bound) given.resize(bound);
     size_t at = 0;
     for (size_t k = 0; k < n; ++k) {
@@ -471,6 +471,17 @@ void Analysis::Flush() {
             if (len > kMaxAtomBytes) {
                 len = items_[k].length;
                 std::memcpy(&given[at], word, len);
+            }
+        }
+        // A number or time word the dictionary lacks reaches the engine as
+        // the known word of its form (a user's word as it is).
+        const StringClass cls = ClassOfString(&given[at], len);
+        if ((cls == StringClass::kNumber || cls == StringClass::kTime) && items_[k].user == nullptr &&
+            !items_[k].continues && !KnownWord(shared_, &given[at], len)) {
+            const std::string_view standIn = shared_.standIns.For(&given[at], len, cls);
+            if (!standIn.empty()) {
+                std::memcpy(&given[at], standIn.data(), standIn.size());
+                len = standIn.size();
             }
         }
         at += len;
@@ -811,6 +822,9 @@ std::shared_ptr<Shared> LoadSet(const std::string &dir, const std::string &shown
     set->pieceTags = PieceTags(&engine->models());
     set->placeEnds.Build(engine->models().core);
     set->neighbours.Build(engine->models().core);
+    bool standIns = true;
+    ReadSwitch("VSGLEX_NUMBER_STAND_INS", standIns);
+    if (standIns) set->standIns.Build(engine->models().core);
     ReadSwitch("VSGLEX_PLACE_EVIDENCE", set->placeEvidenceMin);
     ReadSwitch("VSGLEX_KNOWN_PLACES", set->knownPlaces);
     ReadSwitch("VSGLEX_KNOWN_COMPOUNDS", set->knownCompounds);

@@ -1,6 +1,8 @@
 // Number, date, time and Latin-string conventions of the tagged corpus.
 #include "front/conventions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "common/tagset.h"
@@ -22,6 +24,16 @@ constexpr char kClock[] = "\xd6\xd3";         // 钟
 constexpr char kPoint[] = "\xb5\xe3";         // 点
 constexpr char kFraction[] = "\xb7\xd6\xd6\xae";  // 分之
 constexpr char kOf[] = "\xd6\xae";            // 之
+// Words of 年 and a part of the year, which the corpus writes apart after
+// a year of four digits (1998年 底).
+constexpr const char *kYearParts[] = {
+    "\xc4\xea\xb5\xd7",  // 年底
+    "\xc4\xea\xb3\xf5",  // 年初
+    "\xc4\xea\xc4\xa9",  // 年末
+    "\xc4\xea\xd6\xd0",  // 年中
+    "\xc4\xea\xc4\xda",  // 年内
+    "\xc4\xea\xbc\xe4",  // 年间
+};
 // Large units written together with the number before them.
 constexpr const char *kLargeUnits[] = {
     "\xcd\xf2",          // 万
@@ -187,12 +199,25 @@ Shape ShapeOf(const unsigned char *p, size_t len) {
     return s;
 }
 
+// True when a number word of this shape is a year: four digits or four
+// Chinese digits (1998, 二○○一).
+bool IsYear(const Shape &s) {
+    return s.count == 4 && (s.kind == Shape::kDigits || (s.kind == Shape::kNumerals && s.digitsOnly));
+}
+
+// True when p[0..len) is 年 with a part of the year (年底, 年初 ...).
+bool YearPart(const unsigned char *p, size_t len) {
+    for (const char *w : kYearParts)
+        if (Equals(p, len, w)) return true;
+    return false;
+}
+
 // True when a number word of this shape and the unit word `u` make one time
 // word, given whether the word before was an hour.
 bool TimeUnit(const Shape &s, const unsigned char *u, size_t len, bool afterHour) {
     bool number = s.kind == Shape::kDigits || s.kind == Shape::kNumerals;
     if (!number) return false;
-    if (Equals(u, len, kYear)) return s.count == 4 && (s.kind == Shape::kDigits || s.digitsOnly);
+    if (Equals(u, len, kYear)) return IsYear(s);
     if (Equals(u, len, kMonth) || Equals(u, len, kMonthPart)) return s.value >= 1 && s.value <= 12;
     if (Equals(u, len, kDay)) return s.value >= 1 && s.value <= 31;
     if (Equals(u, len, kHour) || Equals(u, len, kOClock)) return s.value >= 0 && s.value <= 24;
@@ -288,6 +313,14 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     };
     for (size_t k = 0; k < words; ++k)
         if (ends[k] == 0 || ends[k] > n || (k > 0 && ends[k] <= ends[k - 1])) return;  // not a valid cut
+
+    // A year before 年底 and its like takes the 年: 2021 年底 -> 2021年 底.
+    // The cutter learned that cut from the years of its corpus and may not
+    // make it for a year it never saw.
+    for (size_t k = 0; k + 1 < words; ++k)
+        if (ends[k + 1] == ends[k] + 2 && YearPart(t + begin(k + 1), finish(k + 1) - begin(k + 1)) &&
+            IsYear(ShapeOf(t + begin(k), finish(k) - begin(k))))
+            ++ends[k];
 
     size_t out = 0;
     bool afterHour = false;
@@ -548,7 +581,66 @@ StringClass ClassOfLongString(const unsigned char *p, size_t length) {
     return StringClass::kOther;
 }
 
+// The form of a GB number or time word: digits as ０, Chinese digits but
+// 两 as 一, everything else as it is; empty when the word holds no digit.
+std::string FormOf(const unsigned char *p, size_t len) {
+    std::string form;
+    bool digits = false;
+    for (size_t i = 0; i < len;) {
+        const size_t l = GbCharLength(p, i, len);
+        const Numeral *n = FindNumeral(p + i, l);
+        if (DigitValue(p + i, l) >= 0) {
+            form += "\xa3\xb0";  // ０
+            digits = true;
+        } else if (n != nullptr && n->value >= 0 && std::memcmp(p + i, "\xc1\xbd", 2) != 0) {  // not 两
+            form += "\xd2\xbb";  // 一
+            digits = true;
+        } else {
+            form.append(reinterpret_cast<const char *>(p + i), l);
+        }
+        i += l;
+    }
+    if (!digits) form.clear();
+    return form;
+}
+
 }  // namespace
+
+void NumberStandIns::Build(const DictionaryS &dict) {
+    byForm_.clear();
+    maxLength_ = 0;
+    std::unordered_map<std::string, double> best;
+    for (int32_t e = 0; dict.entries != nullptr && e < dict.count; ++e) {
+        const DictSEntry &entry = dict.entries[e];
+        if (entry.word == nullptr || entry.length <= 0 || entry.length > 80 || entry.posList == nullptr) continue;
+        const StringClass cls = ClassOfString(entry.word, static_cast<size_t>(entry.length));
+        if (cls != StringClass::kNumber && cls != StringClass::kTime) continue;
+        double count = 0.0;
+        for (int32_t r = 0; r < entry.posCount; ++r)
+            if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value))
+                count += std::exp(static_cast<double>(entry.posList[r].value));
+        const auto *p = reinterpret_cast<const unsigned char *>(entry.word);
+        std::string form = FormOf(p, static_cast<size_t>(entry.length));
+        if (!(count > 0.0) || form.empty()) continue;
+        form += static_cast<char>(cls);  // a form is a number or a time word, not both
+        auto [it, fresh] = best.emplace(form, count);
+        // The most frequent word of the form; on a tie the first in the
+        // dictionary's order, so that the choice does not depend on hashing.
+        if (!fresh && count <= it->second) continue;
+        it->second = count;
+        byForm_[form].assign(entry.word, static_cast<size_t>(entry.length));
+    }
+    for (const auto &kv : byForm_) maxLength_ = std::max(maxLength_, kv.second.size());
+}
+
+std::string_view NumberStandIns::For(const char *text, size_t length, StringClass cls) const {
+    if (byForm_.empty() || (cls != StringClass::kNumber && cls != StringClass::kTime)) return {};
+    std::string form = FormOf(reinterpret_cast<const unsigned char *>(text), length);
+    if (form.empty()) return {};
+    form += static_cast<char>(cls);
+    const auto it = byForm_.find(form);
+    return it == byForm_.end() ? std::string_view() : std::string_view(it->second);
+}
 
 void StringTagger::Resolve(const std::vector<std::string> &tagNames) {
     auto find = [&](const char *name) -> int32_t {

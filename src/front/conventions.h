@@ -7,10 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "front/atoms.h"
 #include "front/gbcharset.h"
+#include "vsglex/model.h"
 
 namespace vsg::front {
 
@@ -22,6 +25,7 @@ namespace vsg::front {
 //   an ordinal                        第 三 -> 第三, 第 12 -> 第12
 //   a fraction or percentage          三 分之 一, 百 分之 五十
 //   a year of four digits             1998 年, 二○○一 年
+//   (and before 年底, 年初 ...         2021 年底 -> 2021年 底)
 //   a month, a day, an hour           12 月 / 月份, 31 日, 10 时
 //   minutes after an hour             10时 30 分 -> 10时 30分
 //   a number and 万 亿 (and 千万 ...)  55.6 亿, 30 万
@@ -82,6 +86,30 @@ private:
     int32_t foreign_ = -1;
     std::vector<uint8_t> latinOk_;   // per tag: acceptable for a Latin string
     std::vector<uint8_t> numberOk_;  // per tag: acceptable for a number
+};
+
+// Known words that stand in for the number and time words the core
+// dictionary lacks when the engine is given the words: the most frequent
+// dictionary word of the same form, every digit (either width) read as ０
+// and every Chinese digit as 一 (２０２６年 and １９９７年 are both ００００年).
+// The engine's models know only the numbers and years of their corpus, and
+// an unknown word is a name's candidate: an unseen year (２０２６年 烟厂)
+// would start an organisation name that the known years never start.
+class NumberStandIns {
+public:
+    // Finds the stand-ins among the dictionary's words with part-of-speech
+    // rows.
+    void Build(const DictionaryS &dict);
+    // The stand-in for the GB word text[0..length) of class `cls` (a number
+    // or time word the dictionary lacks), or an empty view when no
+    // dictionary word has its form.
+    std::string_view For(const char *text, size_t length, StringClass cls) const;
+    // Bytes of the longest stand-in.
+    size_t MaxLength() const { return maxLength_; }
+
+private:
+    std::unordered_map<std::string, std::string> byForm_;
+    size_t maxLength_ = 0;
 };
 
 }  // namespace vsg::front

@@ -60,6 +60,9 @@ TEST(NumberWordsTest, JoinsWhatTheCorpusWritesAsOneWord) {
     EXPECT_EQ(Join("二 ○ ○ 一 年 十二 月 三十 一 日"), "二○○一年 十二月 三十一日");
     EXPECT_EQ(Join("10 时 30 分"), "10时 30分");
     EXPECT_EQ(Join("１０点 钟 8 点钟 十 二 点 钟"), "１０点钟 8点钟 十二点钟");
+    // A year takes the 年 of 年底 and its like; 年度 and a duration keep theirs.
+    EXPECT_EQ(Join("2021 年底 ２０２６ 年初 二○二一 年末 2030 年内"), "2021年 底 ２０２６年 初 二○二一年 末 2030年 内");
+    EXPECT_EQ(Join("2024 年度 3 年底 1998 年 底"), "2024 年度 3 年底 1998年 底");
     // Durations and scores are not dates: three years, 13th month, 3 points.
     EXPECT_EQ(Join("3 年 13 月 32 日 得 3 分"), "3 年 13 月 32 日 得 3 分");
     EXPECT_EQ(Join("三 年"), "三 年");
@@ -226,6 +229,17 @@ TEST_F(WordFormsApiTest, DatesTimesNumbersAndOrdinals) {
     // A duration stays a number and a measure word.
     w = Words("他工作了3年。");
     EXPECT_TRUE(Has(w, "3/m")) << Texts(w);
+}
+
+TEST_F(WordFormsApiTest, YearsTheModelsNeverSawActAsTheirYearsDo) {
+    // The models know the years of their corpus only; a later year is
+    // neither the start of an organisation name nor a verb's object.
+    auto w = Words("据透露，2027年俄政府对航天工业的拨款将增加。");
+    EXPECT_TRUE(Has(w, "2027年/t")) << Texts(w);
+    w = Words("他证实，２０２７年政府共遣散职工三千人。");
+    EXPECT_TRUE(Has(w, "２０２７年/t")) << Texts(w);
+    w = Words("到2026年底，全省完成任务。");
+    for (const char *want : {"到/p", "2026年/t", "底/f"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
 }
 
 TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
