@@ -424,8 +424,12 @@ void Analysis::EmitWord(size_t first, size_t last, int32_t tag, size_t split, in
         uint32_t ps = gbStart + piece.start, pe = gbStart + piece.end;
         part.offset = base_ + work_.srcStart[ps];
         part.length = static_cast<uint32_t>(base_ + work_.srcEnd[pe - 1] - part.offset);
-        part.tag = piece.tag;
-        part.tag_name = TagName(piece.tag);
+        // A piece of a name keeps its dictionary tag only when it fits its
+        // string (a number inside an organisation name is a numeral).
+        part.tag = pieces_.size() == 1 ? piece.tag
+                                       : shared_.stringTagger.Retag(ClassOfString(work_.gb.data() + ps, pe - ps),
+                                                                    piece.tag);
+        part.tag_name = TagName(part.tag);
         if (pieces_.size() == 1) {
             part.text = TextAt(wordText);
         } else {

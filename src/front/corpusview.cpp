@@ -11,6 +11,7 @@
 #include "common/tagset.h"
 #include "front/analyzer.h"
 #include "front/atoms.h"
+#include "front/conventions.h"
 
 namespace vsg::front {
 
@@ -36,6 +37,13 @@ std::vector<uint32_t> CharEnds(const char *text, size_t length) {
 }  // namespace
 
 int32_t PieceTags::Of(const char *word, size_t length, int32_t fallback) const {
+    // The dictionary holds the corpus's full-width forms: a piece with
+    // ASCII in it ("(", "1205") is looked up in that form.
+    char wide[2 * kMaxAtomBytes];
+    if (length <= kMaxAtomBytes && std::any_of(word, word + length, [](char c) { return (c & 0x80) == 0; })) {
+        length = WidenAscii(word, length, wide);
+        word = wide;
+    }
     const int32_t tag = CoreWordTag(engine_, word, length);
     return tag >= 0 ? tag : fallback;
 }

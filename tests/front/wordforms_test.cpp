@@ -530,9 +530,11 @@ TEST_F(WordFormsApiTest, HalfAndFullWidthGiveTheSameCut) {
         {"他拿到了ISO9000证书和CD-ROM。", "他拿到了ＩＳＯ９０００证书和ＣＤ－ＲＯＭ。"},
         {"第12届会议在10时开幕。", "第１２届会议在１０时开幕。"},
         {"他在卡拉OK唱歌，买了BP机和5G手机。", "他在卡拉ＯＫ唱歌，买了ＢＰ机和５Ｇ手机。"},
+        // Pieces of organisation names: marks and numbers keep their tags.
+        {"铜陵有色金属(集团)公司和大庆油田1205钻井队签约。", "铜陵有色金属（集团）公司和大庆油田１２０５钻井队签约。"},
     };
     for (const auto &pair : pairs) {
-        auto half = Words(pair[0]), full = Words(pair[1]);
+        auto half = Words(pair[0], true), full = Words(pair[1], true);
         ASSERT_EQ(half.size(), full.size()) << Texts(half) << "| " << Texts(full);
         for (size_t k = 0; k < half.size(); ++k) {
             // The same characters (counted) and the same tag.
