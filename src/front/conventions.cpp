@@ -2,6 +2,7 @@
 #include "front/conventions.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
 
@@ -279,6 +280,34 @@ bool StartsWithNumber(const unsigned char *p, size_t len) {
     return DigitValue(p, l) >= 0 || FindNumeral(p, l) != nullptr;
 }
 
+// True when p[0..len) holds marks and symbols only: ASCII marks, the GB
+// row of marks (A1) but the numeral ○, full-width ASCII marks, and the emoji of the
+// supplementary plane (U+1F000-1FAFF, four-byte GB18030 sequences).
+bool AllMarks(const unsigned char *p, size_t len) {
+    // Four-byte GB18030 index of U+10000, the first code point above the BMP.
+    constexpr uint32_t kPlaneOneIndex = ((0x90 - 0x81) * 10 * 126 + (0x81 - 0x81)) * 10 + 0;
+    for (size_t i = 0; i < len;) {
+        const size_t l = GbCharLength(p, i, len);
+        bool mark;
+        if (l == 1) {
+            mark = p[i] >= 0x21 && p[i] <= 0x7E && !std::isalnum(p[i]);
+        } else if (l == 2) {
+            mark = (p[i] == 0xA1 && FindNumeral(p + i, 2) == nullptr) ||  // not ○
+                   (p[i] == 0xA3 && !std::isalnum(p[i + 1] - 0x80));
+        } else if (l == 4) {
+            const uint32_t index = (((p[i] - 0x81u) * 10 + (p[i + 1] - 0x30u)) * 126 + (p[i + 2] - 0x81u)) * 10 +
+                                   (p[i + 3] - 0x30u);
+            const uint32_t cp = index >= kPlaneOneIndex ? 0x10000 + (index - kPlaneOneIndex) : 0;
+            mark = cp >= 0x1F000 && cp <= 0x1FAFF;
+        } else {
+            mark = false;
+        }
+        if (!mark) return false;
+        i += l;
+    }
+    return len > 0;
+}
+
 // True when p[0..len) starts with a digit, a Chinese numeral or 第: only
 // such a word can take the words after it in the rules below.
 bool StartsWithNumberOrDi(const unsigned char *p, size_t len) {
@@ -493,7 +522,7 @@ StringClass ClassOfAnyString(const char *text, size_t length) {
     size_t firstLen = GbCharLength(p, 0, length);
     bool ascii = p[0] < 0x80 || (firstLen == 2 && p[0] == 0xA3);
     if (!ascii && FindNumeral(p, firstLen) == nullptr && !(firstLen == 2 && std::memcmp(p, kDi, 2) == 0))
-        return StringClass::kOther;
+        return AllMarks(p, length) ? StringClass::kMark : StringClass::kOther;
     if (ascii && firstLen == length) {
         static const OneCharClasses one;
         return length == 1 ? one.ascii[p[0]] : one.wide[p[1]];
@@ -578,7 +607,7 @@ StringClass ClassOfLongString(const unsigned char *p, size_t length) {
             LargeUnit(u, unitLen))
             return StringClass::kNumber;
     }
-    return StringClass::kOther;
+    return AllMarks(p, length) ? StringClass::kMark : StringClass::kOther;
 }
 
 // The form of a GB number or time word: digits as ０, Chinese digits but
@@ -651,10 +680,15 @@ void StringTagger::Resolve(const std::vector<std::string> &tagNames) {
     numeral_ = find(kNumeralTagName);
     time_ = find(kTimeTagName);
     foreign_ = find(kForeignStringTagName);
+    mark_ = find("w");
     latinOk_.assign(tagNames.size(), 0);
     numberOk_.assign(tagNames.size(), 0);
+    markOk_.assign(tagNames.size(), 0);
     for (size_t k = 0; k < tagNames.size(); ++k) {
         const std::string &name = tagNames[k];
+        // Tags the corpus gives marks and symbols: a mark's, and measure
+        // word for the units ℃ and °.
+        markOk_[k] = (!name.empty() && name[0] == 'w') || name == "q";
         // Tags the corpus gives Latin strings: non-Chinese string, other
         // proper noun, abbreviation, measure word, names.
         for (const char *ok : {"nx", "nz", "j", "q", "nr", "nrf", "nrj", "ns", "nsf", "nt"})
@@ -675,6 +709,7 @@ int32_t StringTagger::Retag(StringClass cls, int32_t tag) const {
     case StringClass::kLatin: return keepOr(known && latinOk_[tag] != 0, foreign_);
     case StringClass::kNumber: return keepOr(known && numberOk_[tag] != 0, numeral_);
     case StringClass::kTime: return keepOr(tag == time_, time_);
+    case StringClass::kMark: return keepOr(known && markOk_[tag] != 0, mark_);
     default: return tag;
     }
 }

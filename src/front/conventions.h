@@ -50,6 +50,7 @@ enum class StringClass : uint8_t {
     kTime,     // a year, month, day or hour word: 1998年, 12月, 31日, 10时
     kLatin,    // letters and digits (and inner marks) led by a letter
     kAddress,  // a web or e-mail address
+    kMark,     // marks and symbols only: ～～, ★, ~, an emoji
 };
 
 // Class of the GB word text[0..length), the long way.
@@ -86,6 +87,8 @@ private:
     int32_t foreign_ = -1;
     std::vector<uint8_t> latinOk_;   // per tag: acceptable for a Latin string
     std::vector<uint8_t> numberOk_;  // per tag: acceptable for a number
+    std::vector<uint8_t> markOk_;    // per tag: acceptable for a mark (w and its kinds, q)
+    int32_t mark_ = -1;
 };
 
 // Known words that stand in for the number and time words the core

@@ -109,9 +109,14 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(ClassOf("a.b@example.org"), StringClass::kAddress);
     EXPECT_EQ(ClassOf("BP机"), StringClass::kOther);
     EXPECT_EQ(ClassOf("北京"), StringClass::kOther);
+    // Marks and symbols alone, either width, and emoji; not the numeral ○,
+    // not a mark within a word, not a rare character beyond the BMP.
+    for (const char *mark : {"～～", "~", "★☆", "……", "℃", "😀", "🚀🚀", "@#"})
+        EXPECT_EQ(ClassOf(mark), StringClass::kMark) << mark;
+    for (const char *other : {"○", "~好", "好😀", "𠮷", "A~"}) EXPECT_NE(ClassOf(other), StringClass::kMark) << other;
 
     // Tags found by name; a fitting engine tag stays, a wrong one is replaced.
-    std::vector<std::string> names = {"n", "v", "m", "t", "nx", "nz", "j", "c"};
+    std::vector<std::string> names = {"n", "v", "m", "t", "nx", "nz", "j", "c", "w", "wd", "q"};
     vsg::front::StringTagger tagger;
     tagger.Resolve(names);
     EXPECT_EQ(tagger.Retag(StringClass::kLatin, 1), 4);   // v -> nx
@@ -125,6 +130,9 @@ TEST(NumberWordsTest, ClassesOfStringsAndTheirTags) {
     EXPECT_EQ(tagger.Retag(StringClass::kTime, 2), 3);    // m -> t
     EXPECT_EQ(tagger.Retag(StringClass::kOther, 1), 1);
     EXPECT_EQ(tagger.Retag(StringClass::kLatin, -1), 4);  // untagged
+    EXPECT_EQ(tagger.Retag(StringClass::kMark, 0), 8);    // n -> w
+    EXPECT_EQ(tagger.Retag(StringClass::kMark, 9), 9);    // wd stays
+    EXPECT_EQ(tagger.Retag(StringClass::kMark, 10), 10);  // q stays (℃)
 }
 
 TEST(NumberWordsTest, AtomsOfAddressesNumbersAndLatinWords) {
@@ -240,6 +248,12 @@ TEST_F(WordFormsApiTest, YearsTheModelsNeverSawActAsTheirYearsDo) {
     EXPECT_TRUE(Has(w, "２０２７年/t")) << Texts(w);
     w = Words("到2026年底，全省完成任务。");
     for (const char *want : {"到/p", "2026年/t", "底/f"}) EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
+}
+
+TEST_F(WordFormsApiTest, SymbolsAndEmojiAreMarks) {
+    auto w = Words("今天天气真好😀！我们去吃饭吧~~ ★☆ 气温30℃。");
+    for (const char *want : {"😀/w", "~/w", "★/w", "☆/w", "℃/q", "！/wt"})
+        EXPECT_TRUE(Has(w, want)) << want << " in " << Texts(w);
 }
 
 TEST_F(WordFormsApiTest, LatinWordsAndAddressesAreSingleNonVerbWords) {
