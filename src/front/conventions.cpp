@@ -2,7 +2,6 @@
 #include "front/conventions.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstring>
 
@@ -284,16 +283,17 @@ bool StartsWithNumber(const unsigned char *p, size_t len) {
 // row of marks (A1) but the numeral ○, full-width ASCII marks, and the emoji of the
 // supplementary plane (U+1F000-1FAFF, four-byte GB18030 sequences).
 bool AllMarks(const unsigned char *p, size_t len) {
+    auto alnum = [](unsigned c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
     // Four-byte GB18030 index of U+10000, the first code point above the BMP.
     constexpr uint32_t kPlaneOneIndex = ((0x90 - 0x81) * 10 * 126 + (0x81 - 0x81)) * 10 + 0;
     for (size_t i = 0; i < len;) {
         const size_t l = GbCharLength(p, i, len);
         bool mark;
         if (l == 1) {
-            mark = p[i] >= 0x21 && p[i] <= 0x7E && !std::isalnum(p[i]);
+            mark = p[i] >= 0x21 && p[i] <= 0x7E && !alnum(p[i]);
         } else if (l == 2) {
             mark = (p[i] == 0xA1 && FindNumeral(p + i, 2) == nullptr) ||  // not ○
-                   (p[i] == 0xA3 && !std::isalnum(p[i + 1] - 0x80));
+                   (p[i] == 0xA3 && p[i + 1] >= 0xA1 && !alnum(p[i + 1] - 0x80u));
         } else if (l == 4) {
             const uint32_t index = (((p[i] - 0x81u) * 10 + (p[i + 1] - 0x30u)) * 126 + (p[i + 2] - 0x81u)) * 10 +
                                    (p[i + 3] - 0x30u);

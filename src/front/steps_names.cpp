@@ -42,7 +42,7 @@ NamePart NamePartOf(const char *text, size_t length, int *depth) {
         if (l == 1) mark = c < 0x80 && !std::isalnum(static_cast<int>(c)) && c != '-' && c != '.';
         else if (l == 2 && t[i] == 0xA1) mark = c != 0xA1A4 && c != 0xA1AA;  // the row of marks: not · —
         else if (l == 2 && t[i] == 0xA3)  // full-width ASCII: not letters, digits, － ．
-            mark = !std::isalnum(t[i + 1] - 0x80) && c != 0xA3AD && c != 0xA3AE;
+            mark = t[i + 1] >= 0xA1 && !std::isalnum(t[i + 1] - 0x80) && c != 0xA3AD && c != 0xA3AE;
         else mark = false;
         if (!mark) return NamePart::kText;
         i += l;
