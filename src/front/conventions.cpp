@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "common/tagset.h"
+#include "front/lexicon.h"
 
 namespace vsg::front {
 
@@ -347,8 +348,8 @@ void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<
     // The cutter learned that cut from the years of its corpus and may not
     // make it for a year it never saw.
     for (size_t k = 0; k + 1 < words; ++k)
-        if (ends[k + 1] == ends[k] + 2 && YearPart(t + begin(k + 1), finish(k + 1) - begin(k + 1)) &&
-            IsYear(ShapeOf(t + begin(k), finish(k) - begin(k))))
+        if (ends[k + 1] == ends[k] + 2 && StartsWithNumber(t + begin(k), finish(k) - begin(k)) &&
+            YearPart(t + begin(k + 1), finish(k + 1) - begin(k + 1)) && IsYear(ShapeOf(t + begin(k), finish(k) - begin(k))))
             ++ends[k];
 
     size_t out = 0;
@@ -644,10 +645,7 @@ void NumberStandIns::Build(const DictionaryS &dict) {
         if (entry.word == nullptr || entry.length <= 0 || entry.length > 80 || entry.posList == nullptr) continue;
         const StringClass cls = ClassOfString(entry.word, static_cast<size_t>(entry.length));
         if (cls != StringClass::kNumber && cls != StringClass::kTime) continue;
-        double count = 0.0;
-        for (int32_t r = 0; r < entry.posCount; ++r)
-            if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value))
-                count += std::exp(static_cast<double>(entry.posList[r].value));
+        const double count = EntryWordCount(entry);
         const auto *p = reinterpret_cast<const unsigned char *>(entry.word);
         std::string form = FormOf(p, static_cast<size_t>(entry.length));
         if (!(count > 0.0) || form.empty()) continue;

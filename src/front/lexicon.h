@@ -3,6 +3,7 @@
 #ifndef VSGLEX_SRC_FRONT_LEXICON_H
 #define VSGLEX_SRC_FRONT_LEXICON_H
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -31,6 +32,16 @@ struct LexiconWord {
     double count = 0.0;
     double personCount = 0.0;
 };
+
+// How often the corpus wrote a dictionary entry as a word: the sum over its
+// part-of-speech rows (code 0) of exp(value).
+inline double EntryWordCount(const DictSEntry &entry) {
+    double count = 0.0;
+    for (int32_t r = 0; entry.posList != nullptr && r < entry.posCount; ++r)
+        if (entry.posList[r].code == 0 && std::isfinite(entry.posList[r].value))
+            count += std::exp(static_cast<double>(entry.posList[r].value));
+    return count;
+}
 
 // Longest dictionary word (in atoms, capped) that starts at, ends at and
 // strictly covers each atom, and how frequent the longest word starting

@@ -60,9 +60,7 @@ void Analysis::SplitNamesOverMarks(std::vector<Span> &spans) {
     // full width, the dictionary's form), else that of a mark or a noun.
     auto alone = [&](size_t q) {
         const char *word = work_.gb.data() + items_[q].start;
-        std::string wide(2 * size_t{items_[q].length}, '\0');
-        wide.resize(Widen(items_[q].start, items_[q].length, wide.data()));
-        int32_t tag = CoreWordTag(&shared_.engine->models(), wide.data(), wide.size());
+        int32_t tag = shared_.pieceTags.Of(word, items_[q].length, -1);
         if (tag < 0) {
             int depth = 0;
             tag = NamePartOf(word, items_[q].length, &depth) == NamePart::kText ? shared_.nounTag : shared_.markTag;

@@ -109,13 +109,7 @@ const DictSEntry *CoreEntry(const SegmentEngine *engine, const char *word, size_
 
 double CoreWordCount(const SegmentEngine *engine, const char *word, size_t length) {
     const DictSEntry *entry = CoreEntry(engine, word, length);
-    double count = 0.0;
-    if (entry == nullptr) return count;
-    for (int32_t r = 0; r < entry->posCount; ++r) {
-        const DictSRow &row = entry->posList[r];
-        if (row.code == 0 && std::isfinite(row.value)) count += std::exp(static_cast<double>(row.value));
-    }
-    return count;
+    return entry != nullptr ? EntryWordCount(*entry) : 0.0;
 }
 
 int32_t CoreWordTag(const SegmentEngine *engine, const char *word, size_t length) {
