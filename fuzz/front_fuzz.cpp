@@ -123,6 +123,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (guess.charset < 1 || guess.charset > 3) std::abort();
     for (int charset = 1; charset <= 3; ++charset)
         if (vsg::front::CutPoint(text, 0, size, size, charset) > size) std::abort();
+    // Blocks of a few characters tile the text, each ending within it.
+    for (int charset = 1; charset <= 3; ++charset) {
+        const size_t chars = size > 0 ? 1 + data[size - 1] % 16 : 1;
+        for (size_t at = 0, end = 0; at < size; at += end)
+            if ((end = vsg::front::BlockEnd(text + at, size - at, charset, charset == 2, chars)) == 0 || end > size - at)
+                std::abort();
+    }
 
     if (vsglex_handle *h = Models(); h != nullptr && size <= 4096) {
         for (uint32_t flags = 0; flags <= (VSGLEX_PRECUT | VSGLEX_T2S); ++flags) {

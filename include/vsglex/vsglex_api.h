@@ -172,6 +172,19 @@ VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_
  * no character fits or the charset is not one of the three. For hosts that
  * hand a long text on in pieces. */
 VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset);
+/* Length of the first block of `length` bytes of `text` in `charset`, for
+ * hosts that analyse a long text in blocks of about `chars` characters (at
+ * least 1): it ends just after the first line end that follows `chars`
+ * characters; in a line longer than 2 * `chars` characters, just after the
+ * last sentence end before them (with VSGLEX_PRECUT in `flags`, after the
+ * last space), else after the last whole character. `length` when the text
+ * ends first: a host reading a stream reads on before it takes that block.
+ * Blocks are counted in characters, so the same text in another character
+ * set, or in half-width instead of full-width characters, is cut at the
+ * same places and analysed alike (vsglex_analyze remembers names and new
+ * words within one call). 0 when `text` is null or the charset is not
+ * VSGLEX_CHARSET_UTF8, _GB18030 or _BIG5. */
+VSGLEX_API size_t vsglex_block_end(const char *text, size_t length, int32_t charset, uint32_t flags, size_t chars);
 
 /* User words. Each handle has its own; they may be changed while other
  * threads analyse with the handle (an analysis sees the words as they were

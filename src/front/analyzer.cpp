@@ -66,21 +66,13 @@ constexpr size_t kBatchItems = 1024;
 // many words, so a long sentence may be split between calls at multiples of
 // it without changing the result.
 constexpr size_t kEngineChunk = 150;
-// Stretch of the caller's text converted at once (cut at a line end, or
+// Characters of the caller's text converted at once (cut at a line end, or
 // in a line longer than twice this at a sentence end or character
 // boundary), so that the work text stays small whatever the text's shape.
-constexpr size_t kWindowBytes = 256 * 1024;
-
-// End of the stretch of text[0..length) converted at once from `pos`.
-size_t WindowEnd(const char *text, size_t pos, size_t length, int charset) {
-    if (length - pos <= kWindowBytes) return length;
-    size_t far = std::min(length, pos + 2 * kWindowBytes);
-    const void *nl = std::memchr(text + pos + kWindowBytes, '\n', far - pos - kWindowBytes);
-    if (nl != nullptr) return static_cast<size_t>(static_cast<const char *>(nl) - text) + 1;
-    if (far == length) return length;
-    size_t cut = CutPoint(text, pos, far, length, charset);
-    return cut > pos ? cut : far;
-}
+// Counted in characters, not bytes, so that a text gives the same result in
+// any character set and in half or full width: a window's end finishes the
+// batch of words that the text-wide steps see.
+constexpr size_t kWindowChars = 128 * 1024;
 
 // Full-width or ASCII end marks that close a sentence of pre-cut text.
 bool IsSentenceEnd(const char *p, size_t len) {
@@ -97,7 +89,7 @@ void Analysis::Run(const char *text, size_t length, int charset) {
     size_t pos = 0;
     if (charset == VSGLEX_CHARSET_UTF8 && length >= 3 && std::memcmp(text, "\xEF\xBB\xBF", 3) == 0) pos = 3;
     while (pos < length) {
-        size_t end = WindowEnd(text, pos, length, charset);
+        size_t end = pos + BlockEnd(text + pos, length - pos, charset, (flags_ & VSGLEX_PRECUT) != 0, kWindowChars);
         Window(text + pos, end - pos, pos, charset);
         pos = end;
     }
@@ -956,6 +948,11 @@ VSGLEX_API int32_t vsglex_guess_charset(const char *text, size_t length, uint32_
 VSGLEX_API size_t vsglex_cut_point(const char *text, size_t length, int32_t charset) {
     if (text == nullptr || charset < VSGLEX_CHARSET_GB18030 || charset > VSGLEX_CHARSET_UTF8) return 0;
     return CutPoint(text, 0, length, length, charset);
+}
+
+VSGLEX_API size_t vsglex_block_end(const char *text, size_t length, int32_t charset, uint32_t flags, size_t chars) {
+    if (text == nullptr || charset < VSGLEX_CHARSET_GB18030 || charset > VSGLEX_CHARSET_UTF8) return 0;
+    return BlockEnd(text, length, charset, (flags & VSGLEX_PRECUT) != 0, chars);
 }
 
 VSGLEX_API void vsglex_result_free(vsglex_result *result) { std::free(result); }

@@ -23,6 +23,16 @@ bool IsCompoundSurname(const char *p) {
     return false;
 }
 
+// First characters of familiar names (小李, 老张, 阿良): the corpus writes a
+// two-character person word that starts with one as one token.
+constexpr char kFamiliarPrefixes[] = "\xd0\xa1\xc0\xcf\xb0\xa2";  // 小老阿
+
+bool StartsFamiliarName(const char *p) {
+    for (const char *s = kFamiliarPrefixes; *s != '\0'; s += 2)
+        if (s[0] == p[0] && s[1] == p[1]) return true;
+    return false;
+}
+
 // Byte offsets of the characters of text[0..length) (with `length` last).
 std::vector<uint32_t> CharEnds(const char *text, size_t length) {
     std::vector<uint32_t> ends;
@@ -196,7 +206,7 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
             bool gbkLow = lead >= 0xAA && trail >= 0x40 && trail <= 0xA0;
             han = (gb2312 || gbkHigh || gbkLow) && trail != 0x7F && trail != 0xFF;
         }
-        if (!han || (chars.size() == 2 && IsCompoundSurname(text))) return whole();
+        if (!han || (chars.size() == 2 && (IsCompoundSurname(text) || StartsFamiliarName(text)))) return whole();
         // The training days write this person word as one token (安南, 孔子,
         // 侯老, 小平), not as surname and given name.
         if (persons.KeepsWhole(text, length)) return whole();

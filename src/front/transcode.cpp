@@ -487,6 +487,30 @@ size_t CutPoint(const char *src, size_t from, size_t to, size_t limit, int chars
     return lastEnd > from ? lastEnd : lastChar;
 }
 
+size_t BlockEnd(const char *src, size_t length, int charset, bool precut, size_t chars) {
+    // Every character takes at least one byte: a shorter text is one block.
+    chars = std::max<size_t>(chars, 1);
+    if (length <= chars) return length;
+    const auto *u = reinterpret_cast<const unsigned char *>(src);
+    size_t count = 0, lastEnd = 0, lastSpace = 0, lastChar = 0;
+    for (size_t i = 0; i < length;) {
+        // Near the end of a text read in pieces, the last bytes may be the
+        // start of a character that the next piece completes.
+        if (count >= 2 * chars && length - i >= 4) {
+            if (precut && lastSpace > 0) return lastSpace;
+            return lastEnd > 0 ? lastEnd : lastChar;
+        }
+        if (u[i] == '\n' && count >= chars) return i + 1;
+        const size_t len = CharLength(u + i, length - i, charset);
+        if (EndsSentence(u + i, len, charset)) lastEnd = i + len;
+        if (u[i] == ' ') lastSpace = i + 1;
+        i += len;
+        lastChar = i;
+        ++count;
+    }
+    return length;
+}
+
 void GbToUtf8(const char *gb, size_t n, std::string &out) {
     const auto *u = reinterpret_cast<const unsigned char *>(gb);
     size_t i = 0;

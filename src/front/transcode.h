@@ -84,6 +84,16 @@ CharsetGuess GuessCharset(const char *src, size_t n);
 // `limit`.
 size_t CutPoint(const char *src, size_t from, size_t to, size_t limit, int charset);
 
+// End of the first block of src[0..length) in `charset` for analysis in
+// blocks of about `chars` characters (at least 1): just after the first
+// line end that follows `chars` characters; when no line ends within
+// 2 * `chars` characters, just after the last sentence end before them
+// (for pre-cut text, after the last space), else after the last of them.
+// `length` when the text ends first. Counted in characters, so that the
+// same text in another character set, or in half-width instead of
+// full-width characters, is cut at the same places.
+size_t BlockEnd(const char *src, size_t length, int charset, bool precut, size_t chars);
+
 // Appends the UTF-8 form of GB18030 text gb[0..n) to `out`; bytes that do
 // not decode become U+FFFD.
 void GbToUtf8(const char *gb, size_t n, std::string &out);

@@ -187,6 +187,73 @@ TEST(CliInputTest, LongLinesWriteErrorsAndSeveralFiles) {
     EXPECT_EQ(Vsglex("--names-only '" + dir.file("a.txt") + "'").out, "北京\tplace\t0\t6\n");
 }
 
+// ASCII letters, digits and marks of UTF-8 text in their full-width forms.
+std::string FullWidth(const std::string &s) {
+    std::string out;
+    for (unsigned char ch : s) {
+        if (ch < 0x21 || ch > 0x7E) {
+            out += static_cast<char>(ch);
+            continue;
+        }
+        const unsigned code = 0xFF01 + (ch - 0x21);
+        out += static_cast<char>(0xE0 | (code >> 12));
+        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (code & 0x3F));
+    }
+    return out;
+}
+
+TEST(CliInputTest, SameOutputInEverySetWidthAndThreadCount) {
+    REQUIRE_MODELS();
+    // A name found in the first line is remembered for the last, about
+    // 95,000 characters later (alone, that line gives 李/nr 春天/t). The
+    // text is 190 KB in half-width UTF-8, 280 KB in full width and less in
+    // GBK: blocks of the command counted in bytes would part the two lines
+    // in some of these forms, or between threads.
+    std::string text = "村民李春天说，今年收成好。\n";
+    while (text.size() < 190000) text += "2024年粮食产量达到13000亿斤，增长1.3%。\n";
+    text += "李春天来了以后，村里变了。\n";
+    CliRun one = Vsglex("", text);
+    ASSERT_EQ(one.code, 0) << one.err;
+    std::vector<std::string> lines = Lines(one.out);
+    ASSERT_GT(lines.size(), 3000u);
+    EXPECT_EQ(lines.back().rfind("李春天/nr ", 0), 0u) << lines.back();
+    EXPECT_EQ(lines[1].rfind("2024年/t 粮食/n ", 0), 0u) << lines[1];
+    EXPECT_TRUE(Vsglex("--threads 3", text).out == one.out);
+    EXPECT_TRUE(Vsglex("", Convert(text, "GB18030")).out == Convert(one.out, "GB18030"));
+    // In full width: the same words, in full width, with the same tags.
+    std::string widened;
+    for (const std::string &l : lines) {
+        std::istringstream in(l);
+        std::string sep;
+        for (std::string w; in >> w; sep = " ") widened += sep + FullWidth(w.substr(0, w.rfind('/'))) + w.substr(w.rfind('/'));
+        widened += '\n';
+    }
+    EXPECT_TRUE(Vsglex("", FullWidth(text)).out == widened);
+
+    // The blocks themselves: after the first line end that follows the
+    // count of characters, at the same character in every set and width.
+    const std::string para = "今天下雨。\n明天晴！\n";  // 11 characters a round, 22 two
+    std::string many;
+    for (int k = 0; k < 10; ++k) many += para;
+    EXPECT_EQ(vsglex_block_end(many.data(), many.size(), VSGLEX_CHARSET_UTF8, 0, 20), 2 * para.size());
+    const std::string gb = Convert(many, "GB18030");
+    EXPECT_EQ(vsglex_block_end(gb.data(), gb.size(), VSGLEX_CHARSET_GB18030, 0, 20), gb.size() / 5);
+    EXPECT_EQ(vsglex_block_end(many.data(), many.size(), VSGLEX_CHARSET_UTF8, 0, 1000), many.size());
+    // A long line is cut after its last sentence end within twice the
+    // count, pre-cut text after its last space, else after a character; a
+    // character that the text cuts off at its end waits for the rest.
+    const std::string line = "一二三。四五六七八九十甲乙丙";
+    EXPECT_EQ(vsglex_block_end(line.data(), line.size(), VSGLEX_CHARSET_UTF8, 0, 5), 12u);
+    const std::string spaced = "一 二 三四五六七八九十甲乙丙";
+    EXPECT_EQ(vsglex_block_end(spaced.data(), spaced.size(), VSGLEX_CHARSET_UTF8, VSGLEX_PRECUT, 5), 8u);
+    const std::string plain = "一二三四五六七八九十甲乙丙";
+    EXPECT_EQ(vsglex_block_end(plain.data(), plain.size(), VSGLEX_CHARSET_UTF8, 0, 5), 30u);
+    EXPECT_EQ(vsglex_block_end(plain.data(), 31, VSGLEX_CHARSET_UTF8, 0, 5), 31u);
+    EXPECT_EQ(vsglex_block_end(nullptr, 10, VSGLEX_CHARSET_UTF8, 0, 5), 0u);
+    EXPECT_EQ(vsglex_block_end(plain.data(), plain.size(), 7, 0, 5), 0u);
+}
+
 }  // namespace
 
 #endif  // VSGLEX_CLI

@@ -588,6 +588,10 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
     auto whole = Words("安南会见了侯老和江泽民。", true);
     for (const char *want : {"安南/nr", "侯老/nr", "江/nr", "泽民/nr"})
         EXPECT_TRUE(Has(whole, want)) << want << " in " << Texts(whole);
+    // So do familiar names the training days never show (小 and 老 before
+    // a surname).
+    auto familiar = Words("记者见到了小周和老秦。", true);
+    for (const char *want : {"小周/nr", "老秦/nr"}) EXPECT_TRUE(Has(familiar, want)) << want << " in " << Texts(familiar);
     // Inside an organisation name, a place the cutter handed over in
     // characters is one piece (湄潭县, not 湄 潭 县).
     auto org = Words("湄潭县茶叶公司和岑巩县水泥厂签约。", true);

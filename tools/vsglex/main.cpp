@@ -160,7 +160,6 @@ struct Piece {
     int32_t charset = 0;
     std::string error;
     const std::string *file = nullptr;  // the input's name when several files are read
-    bool joinsLine = false;  // continues an output line that already has words
     bool last = false;       // the end of the input
     bool openLine = false;   // set by the text format: ends inside a line that has words
 };
@@ -288,7 +287,7 @@ void FormatResult(const Options &o, const vsglex_result &r, Piece &p) {
         // inside a long line leaves its last output line open.
         size_t k = 0;
         size_t lineStart = 0;
-        bool first = !p.joinsLine;
+        bool first = true;
         while (lineStart < p.length) {
             const void *nl = std::memchr(src + lineStart, '\n', p.length - lineStart);
             size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - src) : p.length;
@@ -450,11 +449,17 @@ bool ChooseCharset(const Options &o, const std::string &name, const char *text, 
     return true;
 }
 
+// Characters of one block of input: each block is one analysis (names and
+// new words are remembered within it). Blocks are counted in characters, so
+// a text gives the same output in any character set, in half or full width,
+// and with any number of threads.
+constexpr size_t kBlockChars = 128 << 10;
+
 // Analyses one input stream block by block; returns the exit code it earns.
 // `label` names the file in the output when several are read (else null).
 int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex_handle *h, const Options &o,
                   const std::string *label) {
-    constexpr size_t kBlock = 256 << 10;
+    constexpr size_t kRead = 256 << 10;
     std::string buf;
     uint64_t base = 0;  // file offset of buf[0]
     uint64_t line = 1;  // line number of buf[0]
@@ -463,8 +468,11 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
     int code = kOk;
     bool openLine = false;  // the text output's last line is still open
     Progress progress(name, size);
-    std::vector<char> chunk(kBlock);
+    std::vector<char> chunk(kRead);
     bool eof = false;
+    const size_t threads = std::max(1u, o.threads);
+    std::vector<size_t> ends;  // ends of the whole blocks found in buf
+    int endsCharset = -1;      // the character set they were found in
     if (label != nullptr && o.format == Format::kText && !o.namesOnly) {
         std::string header = "==> " + *label + " <==\n";
         if (!WriteOut(header.data(), header.size())) return kUnwritable;
@@ -490,62 +498,54 @@ int ProcessStream(FILE *in, const std::string &name, uint64_t size, const vsglex
                      std::none_of(buf.begin(), buf.end(), [](char ch) { return (ch & 0x80) != 0; });
         if (ascii && !eof) charset = VSGLEX_CHARSET_AUTO;
         int blockCharset = ascii ? VSGLEX_CHARSET_UTF8 : charset;
-        // Analyse whole lines and keep a trailing partial line for the next
-        // read; a line longer than a block is cut at a sentence end or a
-        // character boundary, so memory stays bounded.
-        size_t take = buf.size();
-        if (!eof) {
-            size_t nl = buf.rfind('\n');
-            if (nl != std::string::npos) {
-                take = nl + 1;
-            } else if (buf.size() < kBlock) {
-                continue;
-            } else {
-                // Pre-cut words end at spaces (a space byte is never part of
-                // a character in any of the sets).
-                size_t space = o.precut ? buf.rfind(' ') : std::string::npos;
-                take = space != std::string::npos ? space + 1 : vsglex_cut_point(buf.data(), buf.size(), blockCharset);
-                if (take == 0) take = buf.size();
-            }
+        // One block per thread, each of whole lines (a line longer than two
+        // blocks is cut at a sentence end or a character boundary, so memory
+        // stays bounded); a block that reaches the end of what was read
+        // waits for more unless the input has ended.
+        if (blockCharset != endsCharset) ends.clear();
+        endsCharset = blockCharset;
+        for (size_t from = ends.empty() ? 0 : ends.back(); ends.size() < threads && from < buf.size();) {
+            size_t len = vsglex_block_end(buf.data() + from, buf.size() - from, blockCharset,
+                                          o.precut ? VSGLEX_PRECUT : 0, kBlockChars);
+            if (len == 0 || (from + len == buf.size() && !eof)) break;
+            from += len;
+            ends.push_back(from);
         }
-        // Cut the block into one piece per thread at line ends.
-        unsigned n = std::max(1u, o.threads);
+        if (ends.size() < threads && !eof) continue;
         std::vector<Piece> pieces;
         size_t start = 0;
         uint64_t pieceLine = line;
-        for (unsigned t = 0; t < n && start < take; ++t) {
-            size_t end = take;
-            if (t + 1 < n) {
-                size_t want = start + (take - start) / (n - t);
-                size_t nl = buf.find('\n', want);
-                end = nl == std::string::npos || nl + 1 > take ? take : nl + 1;
-            }
+        for (size_t end : ends) {
             Piece p{buf.data() + start, end - start, base + start, pieceLine, {}, {}, VSGLEX_OK, 0, {}};
             p.file = label;
-            p.joinsLine = t == 0 && openLine;
             p.last = eof && end == buf.size();
             pieceLine += static_cast<uint64_t>(std::count(buf.data() + start, buf.data() + end, '\n'));
             pieces.push_back(std::move(p));
             start = end;
         }
+        const size_t take = start;
         std::vector<std::thread> workers;
         for (size_t t = 1; t < pieces.size(); ++t)
             workers.emplace_back([&, t] { Analyse(h, o, blockCharset, flags, pieces[t]); });
-        Analyse(h, o, blockCharset, flags, pieces[0]);
+        if (!pieces.empty()) Analyse(h, o, blockCharset, flags, pieces[0]);
         for (auto &w : workers) w.join();
         for (Piece &p : pieces) {
             if (p.status != VSGLEX_OK) {
                 std::fprintf(stderr, "vsglex: %s: %s\n", name.c_str(), p.error.c_str());
                 return kUnreadable;
             }
+            // A block cut inside a line continues the output line the one
+            // before left open.
+            if (openLine && !p.out.empty() && p.out[0] != '\n' && !WriteOut(" ", 1)) return kUnwritable;
             if (!WriteOut(p.out.data(), p.out.size())) return kUnwritable;
             for (uint64_t l : p.badLines) {
                 std::fprintf(stderr, "vsglex: %s:%llu: invalid bytes skipped\n", name.c_str(),
                              static_cast<unsigned long long>(l));
                 code = kInvalidBytes;
             }
+            if (!p.out.empty()) openLine = p.openLine;
         }
-        openLine = pieces.back().openLine;
+        ends.clear();
         line = pieceLine;
         base += take;
         buf.erase(0, take);
