@@ -487,28 +487,54 @@ size_t CutPoint(const char *src, size_t from, size_t to, size_t limit, int chars
     return lastEnd > from ? lastEnd : lastChar;
 }
 
+namespace {
+
+// Offset just after `n` characters of u[from..length) in `charset` (or
+// `length`). UTF-8 characters are counted by their first bytes, which a
+// continuation byte never is; the two-byte sets have to be walked.
+size_t AdvanceChars(const unsigned char *u, size_t from, size_t length, int charset, size_t n) {
+    size_t i = from;
+    if (charset == 3) {
+        size_t count = 0;
+        // Whole stretches of 64 bytes first (a loop the compiler vectorises).
+        while (length - i >= 64) {
+            size_t starts = 0;
+            for (size_t k = 0; k < 64; ++k) starts += (u[i + k] & 0xC0) != 0x80;
+            if (count + starts > n) break;
+            count += starts;
+            i += 64;
+        }
+        for (; i < length; ++i)
+            if ((u[i] & 0xC0) != 0x80 && count++ == n) break;
+        return i;
+    }
+    for (size_t count = 0; count < n && i < length; ++count) i += CharLength(u + i, length - i, charset);
+    return std::min(i, length);
+}
+
+}  // namespace
+
 size_t BlockEnd(const char *src, size_t length, int charset, bool precut, size_t chars) {
     // Every character takes at least one byte: a shorter text is one block.
     chars = std::max<size_t>(chars, 1);
     if (length <= chars) return length;
     const auto *u = reinterpret_cast<const unsigned char *>(src);
-    size_t count = 0, lastEnd = 0, lastSpace = 0, lastChar = 0;
-    for (size_t i = 0; i < length;) {
-        // Near the end of a text read in pieces, the last bytes may be the
-        // start of a character that the next piece completes.
-        if (count >= 2 * chars && length - i >= 4) {
-            if (precut && lastSpace > 0) return lastSpace;
-            return lastEnd > 0 ? lastEnd : lastChar;
-        }
-        if (u[i] == '\n' && count >= chars) return i + 1;
-        const size_t len = CharLength(u + i, length - i, charset);
-        if (EndsSentence(u + i, len, charset)) lastEnd = i + len;
-        if (u[i] == ' ') lastSpace = i + 1;
-        i += len;
-        lastChar = i;
-        ++count;
-    }
-    return length;
+    const size_t mid = AdvanceChars(u, 0, length, charset, chars);
+    if (mid >= length) return length;
+    // The first line end after `mid`, when fewer than `chars` characters
+    // come before it.
+    const void *nl = std::memchr(src + mid, '\n', length - mid);
+    const size_t lineEnd = nl != nullptr ? static_cast<size_t>(static_cast<const char *>(nl) - src) : length;
+    const size_t far = AdvanceChars(u, mid, lineEnd, charset, chars);
+    if (nl != nullptr && far == lineEnd) return lineEnd + 1;
+    // Near the end of a text read in pieces, the last bytes may be the start
+    // of a character that the next piece completes.
+    if (length - far < 4) return length;
+    if (precut)
+        if (const void *space = memrchr(src, ' ', far); space != nullptr)
+            return static_cast<size_t>(static_cast<const char *>(space) - src) + 1;
+    const size_t cut = CutPoint(src, 0, far, length, charset);
+    return cut > 0 ? cut : far;
 }
 
 void GbToUtf8(const char *gb, size_t n, std::string &out) {
