@@ -280,30 +280,11 @@ bool StartsWithNumber(const unsigned char *p, size_t len) {
     return DigitValue(p, l) >= 0 || FindNumeral(p, l) != nullptr;
 }
 
-// True when p[0..len) holds marks and symbols only: ASCII marks, the GB
-// row of marks (A1) but the numeral ○, full-width ASCII marks, and the emoji of the
-// supplementary plane (U+1F000-1FAFF, four-byte GB18030 sequences).
+// True when p[0..len) holds marks and symbols only (IsMarkChar).
 bool AllMarks(const unsigned char *p, size_t len) {
-    auto alnum = [](unsigned c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-    // Four-byte GB18030 index of U+10000, the first code point above the BMP.
-    constexpr uint32_t kPlaneOneIndex = ((0x90 - 0x81) * 10 * 126 + (0x81 - 0x81)) * 10 + 0;
     for (size_t i = 0; i < len;) {
         const size_t l = GbCharLength(p, i, len);
-        bool mark;
-        if (l == 1) {
-            mark = p[i] >= 0x21 && p[i] <= 0x7E && !alnum(p[i]);
-        } else if (l == 2) {
-            mark = (p[i] == 0xA1 && FindNumeral(p + i, 2) == nullptr) ||  // not ○
-                   (p[i] == 0xA3 && p[i + 1] >= 0xA1 && !alnum(p[i + 1] - 0x80u));
-        } else if (l == 4) {
-            const uint32_t index = (((p[i] - 0x81u) * 10 + (p[i + 1] - 0x30u)) * 126 + (p[i + 2] - 0x81u)) * 10 +
-                                   (p[i + 3] - 0x30u);
-            const uint32_t cp = index >= kPlaneOneIndex ? 0x10000 + (index - kPlaneOneIndex) : 0;
-            mark = cp >= 0x1F000 && cp <= 0x1FAFF;
-        } else {
-            mark = false;
-        }
-        if (!mark) return false;
+        if (!IsMarkChar(p + i, l)) return false;
         i += l;
     }
     return len > 0;
@@ -316,6 +297,20 @@ bool StartsWithNumberOrDi(const unsigned char *p, size_t len) {
 }
 
 }  // namespace
+
+bool IsMarkChar(const unsigned char *p, size_t length) {
+    auto alnum = [](unsigned c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+    // Four-byte GB18030 index of U+10000, the first code point above the BMP.
+    constexpr uint32_t kPlaneOneIndex = ((0x90 - 0x81) * 10 * 126 + (0x81 - 0x81)) * 10 + 0;
+    if (length == 1) return p[0] >= 0x21 && p[0] <= 0x7E && !alnum(p[0]);
+    if (length == 2)
+        return (p[0] == 0xA1 && FindNumeral(p, 2) == nullptr) ||  // not ○
+               (p[0] == 0xA3 && p[1] >= 0xA1 && !alnum(p[1] - 0x80u));
+    if (length != 4) return false;
+    const uint32_t index = (((p[0] - 0x81u) * 10 + (p[1] - 0x30u)) * 126 + (p[2] - 0x81u)) * 10 + (p[3] - 0x30u);
+    const uint32_t cp = index >= kPlaneOneIndex ? 0x10000 + (index - kPlaneOneIndex) : 0;
+    return cp >= 0x1F000 && cp <= 0x1FAFF;
+}
 
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends) {
     const auto *t = reinterpret_cast<const unsigned char *>(text);

@@ -53,6 +53,12 @@ enum class StringClass : uint8_t {
     kMark,     // marks and symbols only: ～～, ★, ~, an emoji
 };
 
+// True when the one GB character p[0..length) (1, 2 or 4 bytes) is a mark
+// or symbol: an ASCII mark, a mark of the GB row of marks (A1) but the
+// numeral ○, a full-width ASCII mark, or an emoji (U+1F000-1FAFF, a
+// four-byte GB18030 sequence).
+bool IsMarkChar(const unsigned char *p, size_t length);
+
 // Class of the GB word text[0..length), the long way.
 StringClass ClassOfAnyString(const char *text, size_t length);
 

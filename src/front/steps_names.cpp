@@ -2,7 +2,6 @@
 // names that took in a verb before an aspect particle, remembered names
 // found again, and transliterated names after titles.
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -38,13 +37,9 @@ NamePart NamePartOf(const char *text, size_t length, int *depth) {
     for (size_t i = 0; i < length;) {
         const size_t l = GbCharLength(t, i, length);
         const unsigned c = l == 2 ? (t[i] << 8 | t[i + 1]) : t[i];
-        bool mark;
-        if (l == 1) mark = c < 0x80 && !std::isalnum(static_cast<int>(c)) && c != '-' && c != '.';
-        else if (l == 2 && t[i] == 0xA1) mark = c != 0xA1A4 && c != 0xA1AA;  // the row of marks: not · —
-        else if (l == 2 && t[i] == 0xA3)  // full-width ASCII: not letters, digits, － ．
-            mark = t[i + 1] >= 0xA1 && !std::isalnum(t[i + 1] - 0x80) && c != 0xA3AD && c != 0xA3AE;
-        else mark = false;
-        if (!mark) return NamePart::kText;
+        // Marks that join the parts of a name: - . · — － ．
+        const bool joins = l == 1 ? c == '-' || c == '.' : l == 2 && (c == 0xA1A4 || c == 0xA1AA || c == 0xA3AD || c == 0xA3AE);
+        if (joins || !IsMarkChar(t + i, l)) return NamePart::kText;
         i += l;
     }
     return NamePart::kMark;
