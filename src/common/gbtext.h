@@ -15,6 +15,10 @@ inline constexpr char kOrgClass[] = "\xce\xb4##\xcd\xc5";    // 未##团
 inline constexpr char kOtherClass[] = "\xce\xb4##\xcb\xfc";  // 未##它
 inline constexpr char kMiddleDot[] = "\xa1\xa4";             // ·
 inline constexpr char kTimesSigns[] = "\xa1\xc1\xa1\xc1";    // ××
+// Characters that precede a name as a familiar form (老张, 小李, 阿良), two
+// bytes each: the corpus writes such a two-character person word as one
+// token.
+inline constexpr char kNamePrefixChars[] = "\xc0\xcf\xd0\xa1\xb0\xa2";  // 老小阿
 // Surnames of two characters, four bytes each: 欧阳 司马 诸葛 上官 东方
 // 皇甫 令狐 慕容 尉迟 公孙 长孙 夏侯 端木 宇文 司徒 澹台 轩辕 独孤 南宫 西门
 // 申屠 呼延 万俟 闻人 赫连 拓跋 完颜 耶律.

@@ -23,12 +23,9 @@ bool IsCompoundSurname(const char *p) {
     return false;
 }
 
-// First characters of familiar names (小李, 老张, 阿良): the corpus writes a
-// two-character person word that starts with one as one token.
-constexpr char kFamiliarPrefixes[] = "\xd0\xa1\xc0\xcf\xb0\xa2";  // 小老阿
-
+// True when the name at p starts with a familiar prefix (小李, 老张, 阿良).
 bool StartsFamiliarName(const char *p) {
-    for (const char *s = kFamiliarPrefixes; *s != '\0'; s += 2)
+    for (const char *s = kNamePrefixChars; *s != '\0'; s += 2)
         if (s[0] == p[0] && s[1] == p[1]) return true;
     return false;
 }

@@ -1,5 +1,6 @@
 // Counting step: the training paragraphs, their part-of-speech sequences,
 // the word counts and the tallies of names.
+#include "common/gbtext.h"
 #include "steps.h"
 
 namespace vsgtrain {
@@ -8,7 +9,9 @@ TrainCounts::TrainCounts()
     : posCtx(PosTagNames().size()),
       roleCtx{ContextCounts(PersonRoleNames().size()), ContextCounts(PlaceRoleNames().size()),
               ContextCounts(OrgRoleNames().size())},
-      prefixChars{"\xc0\xcf" /* 老 */, "\xd0\xa1" /* 小 */, "\xb0\xa2" /* 阿 */} {}
+      prefixChars{} {
+    for (const char *p = vsg::kNamePrefixChars; *p != '\0'; p += 2) prefixChars.emplace(p, 2);
+}
 
 void TrainCounts::AddRoles(int set, const std::vector<RoleWord> &seq) {
     std::vector<int> roles = {0};
