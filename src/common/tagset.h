@@ -97,6 +97,12 @@ inline constexpr int32_t kOrgDefaultRole = 14;
 // accepts; the trainer writes such rows.
 inline constexpr uint8_t kOrgSuffixRole = 5;
 inline constexpr float kMinOrgSuffixValue = 1.1f;
+// Organisation rows of a known compound, an entry of its own for a run of
+// words that the corpus brackets as one organisation ([中央/n 纪委/j]nt),
+// with no part-of-speech row: role D counts the times the run is bracketed,
+// role A the times it stands apart.
+inline constexpr uint8_t kOrgCompoundJoinedRole = kOrgSuffixRole;
+inline constexpr uint8_t kOrgCompoundApartRole = 0;
 
 // Weights of the class words that stand for a known or recognised name.
 inline constexpr double kPersonClassWeight = 11.21;

@@ -65,32 +65,39 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
     for (int32_t e = 0; e < dict.count; ++e) {
         const DictSEntry &entry = dict.entries[e];
         if (entry.length <= 2 || entry.word == nullptr) continue;
-        double joined = -1.0, apart = 0.0;
+        // Times joined and apart, as a place (row set 2) and as an
+        // organisation (row set 3).
+        double joined[2] = {-1.0, -1.0}, apart[2] = {0.0, 0.0};
         bool word = false;
         for (int32_t r = 0; r < entry.posCount; ++r) {
             const DictSRow &row = entry.posList[r];
             if (row.code == 0) word = true;
-            if (row.code != 2 || !std::isfinite(row.value)) continue;
+            if ((row.code != 2 && row.code != 3) || !std::isfinite(row.value)) continue;
+            const int k = row.code - 2;
             const double count = RowCount(row);
-            if (row.subCode == kJoinedRole) joined = count;
-            else if (row.subCode == kApartRole) apart = count;
+            if (row.subCode == (k == 0 ? kJoinedRole : vsg::kOrgCompoundJoinedRole)) joined[k] = count;
+            else if (row.subCode == (k == 0 ? kApartRole : vsg::kOrgCompoundApartRole)) apart[k] = count;
         }
-        if (joined >= (word ? kMinJoined : kMinCompoundJoined) - 1e-6 && joined > kJoinedOverApart * apart) {
-            if (word) {
-                words_.emplace(entry.word, static_cast<size_t>(entry.length));
-            } else {
-                compounds_.emplace(entry.word, static_cast<size_t>(entry.length));
-                compoundFirsts_[GbCharKey(entry.word)] = true;
-                compoundLasts_[GbCharKey(entry.word + entry.length - 2)] = true;
-                longestCompound_ = std::max(longestCompound_, static_cast<size_t>(entry.length));
-            }
+        auto joins = [&](int k, double least) { return joined[k] >= least - 1e-6 && joined[k] > kJoinedOverApart * apart[k]; };
+        if (word) {
+            if (joins(0, kMinJoined)) words_.emplace(entry.word, static_cast<size_t>(entry.length));
+            continue;
         }
+        const int32_t tag = joins(0, kMinCompoundJoined) ? kPlaceTag : joins(1, kMinOrgCompoundJoined) ? kOrgTag : -1;
+        if (tag < 0) continue;
+        compounds_.emplace(std::string(entry.word, static_cast<size_t>(entry.length)), tag);
+        compoundFirsts_[GbCharKey(entry.word)] = true;
+        compoundLasts_[GbCharKey(entry.word + entry.length - 2)] = true;
+        longestCompound_ = std::max(longestCompound_, static_cast<size_t>(entry.length));
     }
 }
 
-bool PlaceCompoundEnds::IsCompound(const char *text, size_t length) const {
-    return length >= 2 && length <= longestCompound_ && compoundFirsts_[GbCharKey(text)] &&
-           compoundLasts_[GbCharKey(text + length - 2)] && compounds_.count(std::string(text, length)) != 0;
+int32_t PlaceCompoundEnds::CompoundTag(const char *text, size_t length) const {
+    if (length < 2 || length > longestCompound_ || !compoundFirsts_[GbCharKey(text)] ||
+        !compoundLasts_[GbCharKey(text + length - 2)])
+        return -1;
+    const auto it = compounds_.find(std::string(text, length));
+    return it == compounds_.end() ? -1 : it->second;
 }
 
 bool PlaceCompoundEnds::Has(const char *word, size_t length) const {

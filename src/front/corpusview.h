@@ -53,18 +53,25 @@ public:
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
     static constexpr double kMinCompoundJoined = 1.0;
+    // An organisation run joins when bracketed at least twice: a run
+    // bracketed once joined one more organisation that the held-out text
+    // writes apart (加 政府) and no held-out split lost one with two.
+    static constexpr double kMinOrgCompoundJoined = 2.0;
     static constexpr uint8_t kJoinedRole = vsg::kPlaceSuffixRole;
     static constexpr uint8_t kApartRole = vsg::kPlaceWordRole;
 
     void Build(const DictionaryS &dict);
     bool Has(const char *word, size_t length) const;
     // Known compounds: the text of a run of words that the corpus brackets
-    // as one place (人民大会堂, 香港特别行政区). The trainer writes the same
-    // two rows under the run's text, with no part-of-speech row (so the
-    // word cutter never takes it for a word). A run joins when it was
-    // bracketed at least once and more than kJoinedOverApart times as
-    // often as it stood apart.
-    bool IsCompound(const char *text, size_t length) const;
+    // as one place (人民大会堂, 香港特别行政区) or one organisation (中央纪委).
+    // The trainer writes the two place rows above, or the organisation rows
+    // vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole, under the run's
+    // text, with no part-of-speech row (so the word cutter never takes it
+    // for a word). A run joins when it was bracketed at least
+    // kMinCompoundJoined (organisations kMinOrgCompoundJoined) times and
+    // more than kJoinedOverApart times as often as it stood apart. Returns the
+    // name tag of the run's text (kPlaceTag or kOrgTag), or -1.
+    int32_t CompoundTag(const char *text, size_t length) const;
     // Whether a compound may start with the text of this word (its first
     // two bytes), a quick test before any run is joined.
     bool MayStartCompound(const char *word, size_t length) const {
@@ -76,7 +83,7 @@ public:
 
 private:
     std::unordered_set<std::string> words_;
-    std::unordered_set<std::string> compounds_;
+    std::unordered_map<std::string, int32_t> compounds_;  // text -> name tag
     size_t longestCompound_ = 0;
     // The first and last two bytes of the compounds (a character of GB
     // text), so that most runs are turned down before the hash lookup.

@@ -63,9 +63,10 @@ constexpr size_t kMaxCompoundWords = 4;
 }  // namespace
 
 // A run of words that the training days bracket as one place far more often
-// than not (人民 大会堂, 香港 特别 行政区, 内蒙古 自治区) is one place; the
-// corpus pieces are its words as they are. The longest known run wins;
-// names other than places are never part of one.
+// than not (人民 大会堂, 香港 特别 行政区, 内蒙古 自治区) is one place, one
+// they bracket as an organisation (中央 纪委) one organisation; the corpus
+// pieces are its words as they are. The longest known run wins; names other
+// than places are never part of one.
 void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
     compoundParts_.clear();
     const PlaceCompoundEnds &known = shared_.placeEnds;
@@ -77,6 +78,7 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
     size_t out = 0;
     for (size_t i = 0; i < spans.size(); ++i) {
         size_t best = i;
+        int32_t bestTag = -1;
         const Item &a = items_[spans[i].first];
         if (known.MayStartCompound(gb.data() + a.start, a.length) && usable(spans[i])) {
             for (size_t j = i + 1; j < spans.size() && j - i < kMaxCompoundWords && usable(spans[j]); ++j) {
@@ -86,7 +88,10 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
                 const Item &e = items_[spans[j].last];
                 const size_t bytes = e.start + e.length - a.start;
                 if (bytes > known.LongestCompound()) break;
-                if (known.IsCompound(gb.data() + a.start, bytes)) best = j;
+                if (const int32_t tag = known.CompoundTag(gb.data() + a.start, bytes); tag >= 0) {
+                    best = j;
+                    bestTag = tag;
+                }
             }
         }
         if (best == i) {
@@ -94,7 +99,7 @@ void Analysis::JoinKnownCompounds(std::vector<Span> &spans) {
             ++out;
             continue;
         }
-        Span joined{spans[i].first, spans[best].last, kPlaceTag};
+        Span joined{spans[i].first, spans[best].last, bestTag};
         joined.partsAt = compoundParts_.size();
         joined.partCount = best - i + 1;
         compoundParts_.insert(compoundParts_.end(), spans.begin() + i, spans.begin() + best + 1);

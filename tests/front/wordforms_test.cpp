@@ -603,7 +603,7 @@ TEST_F(WordFormsApiTest, CorpusPiecesOfNames) {
 }
 
 
-TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
+TEST_F(WordFormsApiTest, PlaceAndOrganisationCompoundsAreOneNameOfTheCorpusWords) {
     // A place and a word that closes bracketed places in the corpus (地区,
     // 半岛) are one place; so is a transliteration the person recogniser
     // took before such a word. The corpus pieces are the head and the
@@ -625,6 +625,13 @@ TEST_F(WordFormsApiTest, PlaceCompoundsAreOnePlaceOfTheCorpusWords) {
     for (const char *want : {"北京/ns", "人民/n", "大会堂/n", "香港/ns", "特别/a", "行政区/n"})
         EXPECT_TRUE(Has(runPieces, want)) << want << " in " << Texts(runPieces);
     EXPECT_FALSE(Has(runPieces, "人民大会堂/ns")) << Texts(runPieces);
+    // So is a run they bracket as one organisation, which the organisation
+    // recogniser does not find (民族 权力 机构 after a transliterated place).
+    const std::string org = "巴勒斯坦民族权力机构发表声明。";
+    auto orgMerged = Words(org), orgPieces = Words(org, true);
+    EXPECT_TRUE(Has(orgMerged, "巴勒斯坦民族权力机构/nt")) << Texts(orgMerged);
+    for (const char *want : {"巴勒斯坦/nsf", "民族/n", "权力/n", "机构/n"})
+        EXPECT_TRUE(Has(orgPieces, want)) << want << " in " << Texts(orgPieces);
     // A transliteration the person recogniser took is a place where the
     // word before it comes before transliterated places (抵达), not persons.
     auto arrive = Words("代表团抵达哈拉雷。");

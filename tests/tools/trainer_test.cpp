@@ -932,9 +932,11 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     // 人民大会堂 is bracketed as a place twice and stands apart twice (once
     // plain, once inside an organisation); 香港特别行政区 is bracketed twice
     // and never apart; 沂蒙山区 is bracketed once, which is enough for an
-    // entry; 人民大会堂管理局 is an organisation and gets none.
-    // A compound entry has the two place rows and no part of speech, so the
-    // word cutter never takes it for a word.
+    // entry; 人民大会堂管理局 is an organisation and gets the organisation
+    // rows instead (D bracketed, A apart); 北京饭店, bracketed once as a
+    // place and once as an organisation, gets one entry with both.
+    // A compound entry has no part of speech, so the word cutter never takes
+    // it for a word.
     std::vector<vsgtrain::Paragraph> ps(2);
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-001/m  在/p  [人民/n  大会堂/n]ns  和/c  [香港/ns  特别/a  行政区/n]ns  、/w  "
@@ -942,7 +944,7 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
         &ps[0]));
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-002/m  [人民/n  大会堂/n]ns  [香港/ns  特别/a  行政区/n]ns  人民/n  大会堂/n  "
-        "[人民/n  大会堂/n  管理局/n]nt  。/w",
+        "[人民/n  大会堂/n  管理局/n]nt  [北京/ns  饭店/n]ns  [北京/ns  饭店/n]nt  。/w",
         &ps[1]));
     vsgtest::TempDir dir;
     DictionaryS d;
@@ -957,7 +959,15 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     for (const DictSEntry *e : {hall, hk})
         for (int32_t r = 0; r < e->posCount; ++r) EXPECT_NE(e->posList[r].code, 0);
     EXPECT_FLOAT_EQ(RowValue(Find(d, "沂蒙山区"), 2, 6), std::log(2.0f));
-    EXPECT_EQ(Find(d, "人民大会堂管理局"), nullptr);
+    const DictSEntry *office = Find(d, "人民大会堂管理局"), *hotel = Find(d, "北京饭店");
+    ASSERT_NE(office, nullptr);
+    ASSERT_NE(hotel, nullptr);
+    EXPECT_EQ(office->posCount, 2);
+    EXPECT_FLOAT_EQ(RowValue(office, 3, vsg::kOrgCompoundJoinedRole), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(office, 3, vsg::kOrgCompoundApartRole), 0.0f);
+    EXPECT_EQ(hotel->posCount, 4);
+    EXPECT_FLOAT_EQ(RowValue(hotel, 2, 6), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(hotel, 3, vsg::kOrgCompoundJoinedRole), std::log(2.0f));
     DictionaryS_Free(&d);
 }
 

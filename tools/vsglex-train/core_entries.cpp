@@ -321,15 +321,26 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
         entries.push_back(std::move(e));
     }
 
-    // Known place compounds: an entry of their own text with the place rows
-    // of a compound end (times bracketed, times apart) and no part of
+    // Known place and organisation compounds: an entry of their own text
+    // with the place rows of a compound end, or the organisation rows of a
+    // suffix and a plain word (times bracketed, times apart), and no part of
     // speech. A text that is also a corpus word keeps its own entry.
-    for (const auto &pc : c.placeCompounds) {
-        if (pc.second.first < kMinCompoundJoined || c.words.count(pc.first) != 0) continue;
+    std::map<std::string, std::vector<Row>> compounds;
+    auto addCompounds = [&](const std::map<std::string, std::pair<int32_t, int32_t>> &runs, int set, int joined,
+                            int apart) {
+        for (const auto &pc : runs) {
+            if (pc.second.first < kMinCompoundJoined || c.words.count(pc.first) != 0) continue;
+            std::vector<Row> &rows = compounds[pc.first];
+            rows.push_back({static_cast<uint16_t>(set), static_cast<uint8_t>(joined), LogCount(pc.second.first + 1.0)});
+            rows.push_back({static_cast<uint16_t>(set), static_cast<uint8_t>(apart), LogCount(pc.second.second + 1.0)});
+        }
+    };
+    addCompounds(c.placeCompounds, 2, kPlaceCompoundEndRole, kPlaceCompoundApartRole);
+    addCompounds(c.orgCompounds, 3, vsg::kOrgCompoundJoinedRole, vsg::kOrgCompoundApartRole);
+    for (auto &kv : compounds) {
         Entry e;
-        e.word = pc.first;
-        e.rows.push_back({2, static_cast<uint8_t>(kPlaceCompoundEndRole), LogCount(pc.second.first + 1.0)});
-        e.rows.push_back({2, static_cast<uint8_t>(kPlaceCompoundApartRole), LogCount(pc.second.second + 1.0)});
+        e.word = kv.first;
+        e.rows = std::move(kv.second);
         entries.push_back(std::move(e));
     }
 

@@ -80,36 +80,43 @@ void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summ
             if (i + 1 < units.size() && plainWord(i + 1)) ++c->nameNeighbours[units[i + 1].text][place ? 1 : 3];
         }
     }
-    CountPlaceCompounds(c);
+    CountKnownCompounds(c);
 }
 
-// Bracketed places of two to kMaxCompoundUnits units, then the times the
-// same runs of units stand in the text without being one such place.
-void CountPlaceCompounds(TrainCounts *c) {
+// Bracketed places and organisations of two to kMaxCompoundUnits units,
+// then the times the same runs of units stand in the text without being one
+// such name.
+void CountKnownCompounds(TrainCounts *c) {
     auto runText = [](const std::vector<Unit> &units, size_t i, size_t n) {
         std::string t;
         for (size_t k = i; k < i + n; ++k) t += units[k].text;
         return t;
     };
-    auto wholePlace = [](const std::vector<Unit> &units, size_t i, size_t n) {
+    auto whole = [](const std::vector<Unit> &units, size_t i, size_t n, const char *label) {
         const Unit &a = units[i], &b = units[i + n - 1];
-        return a.bracket >= 0 && a.bracket == b.bracket && a.bracketFirst && b.bracketLast && a.bracketLabel == "ns";
+        return a.bracket >= 0 && a.bracket == b.bracket && a.bracketFirst && b.bracketLast && a.bracketLabel == label;
     };
-    for (const std::vector<Unit> &units : c->units)
-        for (size_t i = 0; i < units.size(); ++i)
-            for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n)
-                if (wholePlace(units, i, n)) {
-                    std::string t = runText(units, i, n);
-                    if (t.size() <= kMaxDictWord) ++c->placeCompounds[t].first;
+    struct Kind {
+        const char *label;
+        std::map<std::string, std::pair<int32_t, int32_t>> *runs;
+    };
+    for (const Kind &kind : {Kind{"ns", &c->placeCompounds}, Kind{"nt", &c->orgCompounds}}) {
+        for (const std::vector<Unit> &units : c->units)
+            for (size_t i = 0; i < units.size(); ++i)
+                for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n)
+                    if (whole(units, i, n, kind.label)) {
+                        std::string t = runText(units, i, n);
+                        if (t.size() <= kMaxDictWord) ++(*kind.runs)[t].first;
+                    }
+        if (kind.runs->empty()) continue;
+        for (const std::vector<Unit> &units : c->units)
+            for (size_t i = 0; i < units.size(); ++i)
+                for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n) {
+                    if (whole(units, i, n, kind.label)) continue;
+                    auto it = kind.runs->find(runText(units, i, n));
+                    if (it != kind.runs->end()) ++it->second.second;
                 }
-    if (c->placeCompounds.empty()) return;
-    for (const std::vector<Unit> &units : c->units)
-        for (size_t i = 0; i < units.size(); ++i)
-            for (size_t n = 2; n <= kMaxCompoundUnits && i + n <= units.size(); ++n) {
-                if (wholePlace(units, i, n)) continue;
-                auto it = c->placeCompounds.find(runText(units, i, n));
-                if (it != c->placeCompounds.end()) ++it->second.second;
-            }
+    }
 }
 
 }  // namespace vsgtrain

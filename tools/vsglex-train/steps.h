@@ -66,6 +66,8 @@ constexpr int kPlaceCompoundApartRole = vsg::kPlaceWordRole;
 // is enough: the front end also asks for more bracketed runs than apart.
 constexpr size_t kMaxCompoundUnits = 4;
 constexpr int32_t kMinCompoundJoined = 1;
+// Bracketed organisations of as many units get the same kind of entry, with
+// the organisation rows vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole.
 // Rows of a word of several characters next to names, for the front end's
 // place-versus-person test of transliterations (inert in the role search,
 // like the compound rows): place roles P and Q count the times it comes
@@ -169,6 +171,8 @@ struct TrainCounts {
     // of units as one place, and how often the same run stands unbracketed
     // (filled by CountPlaceRoles).
     std::map<std::string, std::pair<int32_t, int32_t>> placeCompounds;
+    // The same for bracketed organisations ([中央/n 纪委/j]nt).
+    std::map<std::string, std::pair<int32_t, int32_t>> orgCompounds;
     // Word of several characters -> times it comes right before a
     // transliterated place, right after one, right before a transliterated
     // person name and right after one (filled by CountPlaceRoles).
@@ -216,9 +220,9 @@ void CountPersonRoles(const TrainOptions &opt, TrainCounts *c);
 std::string LoneNameRoles(const Unit &u, const std::set<std::string> &givenNames, int mode);
 // Place role sequences (rare places cut into characters).
 void CountPlaceRoles(const TrainOptions &opt, TrainCounts *c, TrainSummary *summary);
-// The bracketed places of several units and their unbracketed runs
-// (TrainCounts::placeCompounds).
-void CountPlaceCompounds(TrainCounts *c);
+// The bracketed places and organisations of several units and their
+// unbracketed runs (TrainCounts::placeCompounds, orgCompounds).
+void CountKnownCompounds(TrainCounts *c);
 // Organisation role sequences and the role rows of words inside them.
 void CountOrgRoles(const TrainOptions &opt, TrainCounts *c);
 
