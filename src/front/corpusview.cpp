@@ -96,7 +96,11 @@ int32_t PlaceCompoundEnds::CompoundTag(const char *text, size_t length) const {
     if (length < 2 || length > longestCompound_ || !compoundFirsts_[GbCharKey(text)] ||
         !compoundLasts_[GbCharKey(text + length - 2)])
         return -1;
-    const auto it = compounds_.find(std::string(text, length));
+    // The key is built in a buffer of the calling thread, so that a lookup
+    // allocates nothing once the buffer has grown.
+    thread_local std::string key;
+    key.assign(text, length);
+    const auto it = compounds_.find(key);
     return it == compounds_.end() ? -1 : it->second;
 }
 

@@ -53,10 +53,8 @@ public:
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
     static constexpr double kMinCompoundJoined = 1.0;
-    // An organisation run joins when bracketed at least twice: a run
-    // bracketed once joined one more organisation that the held-out text
-    // writes apart (加 政府) and no held-out split lost one with two.
-    static constexpr double kMinOrgCompoundJoined = 2.0;
+    // An organisation run joins when bracketed at least twice.
+    static constexpr double kMinOrgCompoundJoined = vsg::kMinOrgCompoundJoined;
     static constexpr uint8_t kJoinedRole = vsg::kPlaceSuffixRole;
     static constexpr uint8_t kApartRole = vsg::kPlaceWordRole;
 

@@ -929,12 +929,13 @@ TEST(Trainer, PersonWordsWrittenAsOneTokenAreListedWithTheirCutCount) {
 }
 
 TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
-    // 人民大会堂 is bracketed as a place twice and stands apart twice (once
-    // plain, once inside an organisation); 香港特别行政区 is bracketed twice
-    // and never apart; 沂蒙山区 is bracketed once, which is enough for an
-    // entry; 人民大会堂管理局 is an organisation and gets the organisation
-    // rows instead (D bracketed, A apart); 北京饭店, bracketed once as a
-    // place and once as an organisation, gets one entry with both.
+    // 人民大会堂 is bracketed as a place twice and stands apart three times
+    // (once plain, twice inside an organisation); 香港特别行政区 is bracketed
+    // twice and never apart; 沂蒙山区 is bracketed once, which is enough for
+    // an entry. 人民大会堂管理局, bracketed twice as an organisation, gets the
+    // organisation rows instead (D bracketed, A apart); 中央纪委, bracketed
+    // once, gets none; 北京饭店, bracketed once as a place and twice as an
+    // organisation, gets one entry with both kinds of rows.
     // A compound entry has no part of speech, so the word cutter never takes
     // it for a word.
     std::vector<vsgtrain::Paragraph> ps(2);
@@ -944,7 +945,8 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
         &ps[0]));
     ASSERT_TRUE(vsgtrain::ParseParagraph(
         "19980101-01-001-002/m  [人民/n  大会堂/n]ns  [香港/ns  特别/a  行政区/n]ns  人民/n  大会堂/n  "
-        "[人民/n  大会堂/n  管理局/n]nt  [北京/ns  饭店/n]ns  [北京/ns  饭店/n]nt  。/w",
+        "[人民/n  大会堂/n  管理局/n]nt  [人民/n  大会堂/n  管理局/n]nt  [北京/ns  饭店/n]ns  [北京/ns  饭店/n]nt  "
+        "[北京/ns  饭店/n]nt  [中央/n  纪委/j]nt  。/w",
         &ps[1]));
     vsgtest::TempDir dir;
     DictionaryS d;
@@ -953,7 +955,7 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     ASSERT_NE(hall, nullptr);
     ASSERT_NE(hk, nullptr);
     EXPECT_FLOAT_EQ(RowValue(hall, 2, 6), std::log(3.0f));
-    EXPECT_FLOAT_EQ(RowValue(hall, 2, 0), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hall, 2, 0), std::log(4.0f));
     EXPECT_FLOAT_EQ(RowValue(hk, 2, 6), std::log(3.0f));
     EXPECT_FLOAT_EQ(RowValue(hk, 2, 0), 0.0f);
     for (const DictSEntry *e : {hall, hk})
@@ -963,11 +965,14 @@ TEST(Trainer, BracketedPlacesOfSeveralWordsGetAnEntryOfTheirOwn) {
     ASSERT_NE(office, nullptr);
     ASSERT_NE(hotel, nullptr);
     EXPECT_EQ(office->posCount, 2);
-    EXPECT_FLOAT_EQ(RowValue(office, 3, vsg::kOrgCompoundJoinedRole), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(office, 3, vsg::kOrgCompoundJoinedRole), std::log(3.0f));
     EXPECT_FLOAT_EQ(RowValue(office, 3, vsg::kOrgCompoundApartRole), 0.0f);
     EXPECT_EQ(hotel->posCount, 4);
     EXPECT_FLOAT_EQ(RowValue(hotel, 2, 6), std::log(2.0f));
-    EXPECT_FLOAT_EQ(RowValue(hotel, 3, vsg::kOrgCompoundJoinedRole), std::log(2.0f));
+    EXPECT_FLOAT_EQ(RowValue(hotel, 2, 0), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hotel, 3, vsg::kOrgCompoundJoinedRole), std::log(3.0f));
+    EXPECT_FLOAT_EQ(RowValue(hotel, 3, vsg::kOrgCompoundApartRole), std::log(2.0f));
+    EXPECT_EQ(Find(d, "中央纪委"), nullptr);
     DictionaryS_Free(&d);
 }
 

@@ -327,16 +327,17 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
     // speech. A text that is also a corpus word keeps its own entry.
     std::map<std::string, std::vector<Row>> compounds;
     auto addCompounds = [&](const std::map<std::string, std::pair<int32_t, int32_t>> &runs, int set, int joined,
-                            int apart) {
+                            int apart, int32_t least) {
         for (const auto &pc : runs) {
-            if (pc.second.first < kMinCompoundJoined || c.words.count(pc.first) != 0) continue;
+            if (pc.second.first < least || c.words.count(pc.first) != 0) continue;
             std::vector<Row> &rows = compounds[pc.first];
             rows.push_back({static_cast<uint16_t>(set), static_cast<uint8_t>(joined), LogCount(pc.second.first + 1.0)});
             rows.push_back({static_cast<uint16_t>(set), static_cast<uint8_t>(apart), LogCount(pc.second.second + 1.0)});
         }
     };
-    addCompounds(c.placeCompounds, 2, kPlaceCompoundEndRole, kPlaceCompoundApartRole);
-    addCompounds(c.orgCompounds, 3, vsg::kOrgCompoundJoinedRole, vsg::kOrgCompoundApartRole);
+    addCompounds(c.placeCompounds, 2, kPlaceCompoundEndRole, kPlaceCompoundApartRole, kMinCompoundJoined);
+    addCompounds(c.orgCompounds, 3, vsg::kOrgCompoundJoinedRole, vsg::kOrgCompoundApartRole,
+                 vsg::kMinOrgCompoundJoined);
     for (auto &kv : compounds) {
         Entry e;
         e.word = kv.first;

@@ -67,7 +67,8 @@ constexpr int kPlaceCompoundApartRole = vsg::kPlaceWordRole;
 constexpr size_t kMaxCompoundUnits = 4;
 constexpr int32_t kMinCompoundJoined = 1;
 // Bracketed organisations of as many units get the same kind of entry, with
-// the organisation rows vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole.
+// the organisation rows vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole,
+// when bracketed at least vsg::kMinOrgCompoundJoined times.
 // Rows of a word of several characters next to names, for the front end's
 // place-versus-person test of transliterations (inert in the role search,
 // like the compound rows): place roles P and Q count the times it comes
