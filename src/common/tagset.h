@@ -103,9 +103,11 @@ inline constexpr float kMinOrgSuffixValue = 1.1f;
 // role A the times it stands apart.
 inline constexpr uint8_t kOrgCompoundJoinedRole = kOrgSuffixRole;
 inline constexpr uint8_t kOrgCompoundApartRole = 0;
-// Least times bracketed of an organisation run that gets such an entry and
-// is joined: a run bracketed once joined organisations that held-out text
-// writes apart (加 政府).
+// Least times bracketed of a run that gets such an entry and is joined: a
+// place run once (the front end also asks for more bracketed runs than
+// apart); an organisation run twice, since one bracketed once joined
+// organisations that held-out text writes apart (加 政府).
+inline constexpr int32_t kMinPlaceCompoundJoined = 1;
 inline constexpr int32_t kMinOrgCompoundJoined = 2;
 
 // Weights of the class words that stand for a known or recognised name.

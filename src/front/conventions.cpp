@@ -7,6 +7,7 @@
 
 #include "common/tagset.h"
 #include "front/lexicon.h"
+#include "vsglex/charset.h"
 
 namespace vsg::front {
 
@@ -300,16 +301,14 @@ bool StartsWithNumberOrDi(const unsigned char *p, size_t len) {
 
 bool IsMarkChar(const unsigned char *p, size_t length) {
     auto alnum = [](unsigned c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-    // Four-byte GB18030 index of U+10000, the first code point above the BMP.
-    constexpr uint32_t kPlaneOneIndex = ((0x90 - 0x81) * 10 * 126 + (0x81 - 0x81)) * 10 + 0;
     if (length == 1) return p[0] >= 0x21 && p[0] <= 0x7E && !alnum(p[0]);
     if (length == 2)
         return (p[0] == 0xA1 && FindNumeral(p, 2) == nullptr) ||  // not ○
                (p[0] == 0xA3 && p[1] >= 0xA1 && !alnum(p[1] - 0x80u));
     if (length != 4) return false;
-    const uint32_t index = (((p[0] - 0x81u) * 10 + (p[1] - 0x30u)) * 126 + (p[2] - 0x81u)) * 10 + (p[3] - 0x30u);
-    const uint32_t cp = index >= kPlaneOneIndex ? 0x10000 + (index - kPlaneOneIndex) : 0;
-    return cp >= 0x1F000 && cp <= 0x1FAFF;
+    uint32_t decoded = 0;
+    const uint32_t cp = _T_GB18030ToUnicode(reinterpret_cast<const char *>(p), &decoded);
+    return decoded == 4 && cp >= 0x1F000 && cp <= 0x1FAFF;
 }
 
 void JoinNumberWords(const char *text, const Atom *atoms, size_t n, std::vector<uint32_t> &ends) {

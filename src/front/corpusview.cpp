@@ -23,13 +23,6 @@ bool IsCompoundSurname(const char *p) {
     return false;
 }
 
-// True when the name at p starts with a familiar prefix (小李, 老张, 阿良).
-bool StartsFamiliarName(const char *p) {
-    for (const char *s = kNamePrefixChars; *s != '\0'; s += 2)
-        if (s[0] == p[0] && s[1] == p[1]) return true;
-    return false;
-}
-
 // Byte offsets of the characters of text[0..length) (with `length` last).
 std::vector<uint32_t> CharEnds(const char *text, size_t length) {
     std::vector<uint32_t> ends;
@@ -66,7 +59,9 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
         const DictSEntry &entry = dict.entries[e];
         if (entry.length <= 2 || entry.word == nullptr) continue;
         // Times joined and apart, as a place (row set 2) and as an
-        // organisation (row set 3).
+        // organisation (row set 3), and the roles that hold them.
+        constexpr uint8_t kJoinedRoles[2] = {kJoinedRole, vsg::kOrgCompoundJoinedRole};
+        constexpr uint8_t kApartRoles[2] = {kApartRole, vsg::kOrgCompoundApartRole};
         double joined[2] = {-1.0, -1.0}, apart[2] = {0.0, 0.0};
         bool word = false;
         for (int32_t r = 0; r < entry.posCount; ++r) {
@@ -75,15 +70,17 @@ void PlaceCompoundEnds::Build(const DictionaryS &dict) {
             if ((row.code != 2 && row.code != 3) || !std::isfinite(row.value)) continue;
             const int k = row.code - 2;
             const double count = RowCount(row);
-            if (row.subCode == (k == 0 ? kJoinedRole : vsg::kOrgCompoundJoinedRole)) joined[k] = count;
-            else if (row.subCode == (k == 0 ? kApartRole : vsg::kOrgCompoundApartRole)) apart[k] = count;
+            if (row.subCode == kJoinedRoles[k]) joined[k] = count;
+            else if (row.subCode == kApartRoles[k]) apart[k] = count;
         }
         auto joins = [&](int k, double least) { return joined[k] >= least - 1e-6 && joined[k] > kJoinedOverApart * apart[k]; };
         if (word) {
             if (joins(0, kMinJoined)) words_.emplace(entry.word, static_cast<size_t>(entry.length));
             continue;
         }
-        const int32_t tag = joins(0, kMinCompoundJoined) ? kPlaceTag : joins(1, kMinOrgCompoundJoined) ? kOrgTag : -1;
+        const int32_t tag = joins(0, vsg::kMinPlaceCompoundJoined)  ? kPlaceTag
+                            : joins(1, vsg::kMinOrgCompoundJoined) ? kOrgTag
+                                                                   : -1;
         if (tag < 0) continue;
         compounds_.emplace(std::string(entry.word, static_cast<size_t>(entry.length)), tag);
         compoundFirsts_[GbCharKey(entry.word)] = true;
@@ -214,7 +211,7 @@ void CorpusPieces(const char *text, size_t length, int32_t tag, const std::vecto
             bool gbkLow = lead >= 0xAA && trail >= 0x40 && trail <= 0xA0;
             han = (gb2312 || gbkHigh || gbkLow) && trail != 0x7F && trail != 0xFF;
         }
-        if (!han || (chars.size() == 2 && (IsCompoundSurname(text) || StartsFamiliarName(text)))) return whole();
+        if (!han || (chars.size() == 2 && (IsCompoundSurname(text) || InGbList(kNamePrefixChars, text)))) return whole();
         // The training days write this person word as one token (安南, 孔子,
         // 侯老, 小平), not as surname and given name.
         if (persons.KeepsWhole(text, length)) return whole();

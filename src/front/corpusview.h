@@ -43,18 +43,17 @@ private:
 
 // Words of several characters that close a place name in the corpus's
 // bracketed places ([中亚/ns 地区/n]ns, [开曼/ns 群岛/n]ns) more often than
-// they stand apart after one. The trainer writes the two counts as place
-// rows of the word (role G: closing such a compound, role A: apart); the
-// role search never reads place rows of words of several characters.
+// they stand apart after one, and the known compounds: runs of words the
+// corpus brackets as one place or organisation. The trainer writes the two
+// counts as place rows of the word (role G: closing such a compound, role
+// A: apart), or as organisation rows of a compound's text; the role search
+// never reads place rows of words of several characters.
 class PlaceCompoundEnds {
 public:
     // A word joins when it closed at least kMinJoined compounds and did so
     // more than kJoinedOverApart times as often as it stood apart.
     static constexpr double kMinJoined = 2.0;
     static constexpr double kJoinedOverApart = 2.0;
-    static constexpr double kMinCompoundJoined = 1.0;
-    // An organisation run joins when bracketed at least twice.
-    static constexpr double kMinOrgCompoundJoined = vsg::kMinOrgCompoundJoined;
     static constexpr uint8_t kJoinedRole = vsg::kPlaceSuffixRole;
     static constexpr uint8_t kApartRole = vsg::kPlaceWordRole;
 
@@ -66,8 +65,8 @@ public:
     // vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole, under the run's
     // text, with no part-of-speech row (so the word cutter never takes it
     // for a word). A run joins when it was bracketed at least
-    // kMinCompoundJoined (organisations kMinOrgCompoundJoined) times and
-    // more than kJoinedOverApart times as often as it stood apart. Returns the
+    // vsg::kMinPlaceCompoundJoined (organisations kMinOrgCompoundJoined)
+    // times and more than kJoinedOverApart times as often as it stood apart. Returns the
     // name tag of the run's text (kPlaceTag or kOrgTag), or -1.
     int32_t CompoundTag(const char *text, size_t length) const;
     // Whether a compound may start with the text of this word (its first

@@ -335,7 +335,7 @@ std::vector<Entry> BuildCoreEntries(const TrainCounts &c, const TrainOptions &op
             rows.push_back({static_cast<uint16_t>(set), static_cast<uint8_t>(apart), LogCount(pc.second.second + 1.0)});
         }
     };
-    addCompounds(c.placeCompounds, 2, kPlaceCompoundEndRole, kPlaceCompoundApartRole, kMinCompoundJoined);
+    addCompounds(c.placeCompounds, 2, kPlaceCompoundEndRole, kPlaceCompoundApartRole, vsg::kMinPlaceCompoundJoined);
     addCompounds(c.orgCompounds, 3, vsg::kOrgCompoundJoinedRole, vsg::kOrgCompoundApartRole,
                  vsg::kMinOrgCompoundJoined);
     for (auto &kv : compounds) {

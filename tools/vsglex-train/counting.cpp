@@ -8,8 +8,7 @@ namespace vsgtrain {
 TrainCounts::TrainCounts()
     : posCtx(PosTagNames().size()),
       roleCtx{ContextCounts(PersonRoleNames().size()), ContextCounts(PlaceRoleNames().size()),
-              ContextCounts(OrgRoleNames().size())},
-      prefixChars{} {
+              ContextCounts(OrgRoleNames().size())} {
     for (const char *p = vsg::kNamePrefixChars; *p != '\0'; p += 2) prefixChars.emplace(p, 2);
 }
 

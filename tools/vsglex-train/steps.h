@@ -61,11 +61,10 @@ constexpr int kPlaceStemRoles[] = {vsg::kPlaceSuffixedFirstRole, vsg::kPlaceSuff
 constexpr int kPlaceCompoundEndRole = vsg::kPlaceSuffixRole;
 constexpr int kPlaceCompoundApartRole = vsg::kPlaceWordRole;
 // Bracketed places of up to this many units are counted as known compounds;
-// those seen at least kMinCompoundJoined times get an entry of their own
-// (place rows only, so the word cutter never reads them as a word). Once
-// is enough: the front end also asks for more bracketed runs than apart.
+// those seen at least vsg::kMinPlaceCompoundJoined times get an entry of
+// their own (place rows only, so the word cutter never reads them as a
+// word).
 constexpr size_t kMaxCompoundUnits = 4;
-constexpr int32_t kMinCompoundJoined = 1;
 // Bracketed organisations of as many units get the same kind of entry, with
 // the organisation rows vsg::kOrgCompoundJoinedRole and kOrgCompoundApartRole,
 // when bracketed at least vsg::kMinOrgCompoundJoined times.
